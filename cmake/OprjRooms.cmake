@@ -1,0 +1,30 @@
+# Rooms: each folder lists its sources and its public headers; the public headers of all rooms are seen
+# as <oprj/NAME.h>, in the build tree through links and after installation for real.
+
+add_library(oprj_settings INTERFACE)
+target_compile_options(oprj_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Werror -ffp-contract=off)
+target_include_directories(oprj_settings INTERFACE ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/include)
+if(OPRJ_SANITIZE)
+  target_compile_options(oprj_settings INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  target_link_options(oprj_settings INTERFACE -fsanitize=address,undefined)
+endif()
+
+set_property(GLOBAL PROPERTY OPRJ_PUBLIC_HEADERS "")
+
+# oprj_public_headers(NAME.h ...): announces headers of the current room.
+function(oprj_public_headers)
+  foreach(header ${ARGN})
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/include/oprj)
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${header} ${CMAKE_BINARY_DIR}/include/oprj/${header} SYMBOLIC)
+    set_property(GLOBAL APPEND PROPERTY OPRJ_PUBLIC_HEADERS ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+  endforeach()
+endfunction()
+
+# oprj_room(NAME SOURCES ...): an object library whose objects become part of liboPrj.
+function(oprj_room name)
+  add_library(oprj_${name} OBJECT ${ARGN})
+  target_link_libraries(oprj_${name} PRIVATE oprj_settings)
+  set_property(GLOBAL APPEND PROPERTY OPRJ_ROOMS oprj_${name})
+endfunction()
