@@ -22,9 +22,24 @@ function(oprj_public_headers)
   endforeach()
 endfunction()
 
-# oprj_room(NAME SOURCES ...): an object library whose objects become part of liboPrj.
+# oprj_room(NAME SOURCES ...): a group of sources of liboPrj, built as objects. A room without sources yet
+# is left out.
 function(oprj_room name)
-  add_library(oprj_${name} OBJECT ${ARGN})
-  target_link_libraries(oprj_${name} PRIVATE oprj_settings)
-  set_property(GLOBAL APPEND PROPERTY OPRJ_ROOMS oprj_${name})
+  if(ARGN)
+    add_library(oprj_${name} OBJECT ${ARGN})
+    target_link_libraries(oprj_${name} PRIVATE oprj_settings)
+    set_property(GLOBAL APPEND PROPERTY OPRJ_ROOMS oprj_${name})
+  endif()
+endfunction()
+
+# oprj_library(): liboPrj from all rooms.
+function(oprj_library)
+  get_property(rooms GLOBAL PROPERTY OPRJ_ROOMS)
+  set(objects "")
+  foreach(room ${rooms})
+    list(APPEND objects $<TARGET_OBJECTS:${room}>)
+  endforeach()
+  add_library(oPrj SHARED ${objects})
+  target_link_libraries(oPrj PRIVATE oprj_settings PkgConfig::SLEEF PUBLIC oPrjToolkit)
+  set_target_properties(oPrj PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0 LINKER_LANGUAGE CXX)
 endfunction()

@@ -1,10 +1,10 @@
 // The one helper behind every operation that takes an error slot.
 //
 //   Oprj_Thing *oprj_ThingMake(const Oprj_Other *other, Oerr_Report **err) {
-//     ErrorScope e("oprj_ThingMake", err);                     // clears the slot; a null slot is fine
-//     if (!other) return e.fail(1, "Invalid input Oprj_Other");
-//     auto part = own(oprj_PartMake(other, e.cause()));        // callee's slot
-//     if (!part) return e.fail(2, "Error returned from oprj_PartMake");   // chains the callee's report
+//     ErrorScope e("oprj_ThingMake", err);                     // clears the slot; a null slot is
+//     fine if (!other) return e.fail(1, "Invalid input Oprj_Other"); auto part =
+//     own(oprj_PartMake(other, e.cause()));        // callee's slot if (!part) return e.fail(2,
+//     "Error returned from oprj_PartMake");   // chains the callee's report
 //     ...
 //   }
 #ifndef OPRJ_ERROR_SCOPE_H
@@ -24,7 +24,9 @@ namespace orvik::toolkit {
 /// What a failed operation returns: converts to null, 0, 0.0 and false.
 struct Failed {
   template <class T>
-  operator T *() const { return nullptr; }
+  operator T *() const {
+    return nullptr;
+  }
   operator int32_t() const { return 0; }
   operator double() const { return 0.0; }
   operator bool() const { return false; }
@@ -33,7 +35,8 @@ struct Failed {
 class ErrorScope {
  public:
   /// Clears the caller's slot without reading it (it may be uninitialised); null: a private one.
-  ErrorScope(const char *operation, Oerr_Report **slot) : operation_(operation), slot_(slot ? slot : &own_) {
+  ErrorScope(const char *operation, Oerr_Report **slot)
+      : operation_(operation), slot_(slot ? slot : &own_) {
     *slot_ = nullptr;
   }
   ~ErrorScope() {
@@ -52,8 +55,8 @@ class ErrorScope {
   const Oerr_Report *causeReport() const { return cause_; }
   bool calleeFailed() const { return cause_ != nullptr; }
 
-  /// Reports with severity 2, the last callee's report as cause; an earlier report of this operation
-  /// is replaced.
+  /// Reports with severity 2, the last callee's report as cause; an earlier report of this
+  /// operation is replaced.
   Failed fail(int32_t code, const char *format, ...) OPRJ_PRINTF(3, 4) {
     va_list values;
     va_start(values, format);
@@ -99,15 +102,16 @@ class ErrorScope {
 }  // namespace orvik::toolkit
 
 /// oerr_CreateErrorReport with the values as a list.
-extern "C" OPRJ_API Oerr_Report *oerr_CreateErrorReportV(const char *function, int32_t code, int32_t severity,
-                                                         Oerr_Report *cause, const char *format,
-                                                         va_list values) OPRJ_PRINTF(5, 0);
+extern "C" OPRJ_API Oerr_Report *oerr_CreateErrorReportV(const char *function, int32_t code,
+                                                         int32_t severity, Oerr_Report *cause,
+                                                         const char *format, va_list values)
+    OPRJ_PRINTF(5, 0);
 
 namespace orvik::toolkit {
 
 inline void ErrorScope::report(int32_t code, int32_t severity, const char *format, va_list values) {
-  Oerr_Report *made =
-      oerr_CreateErrorReportV(operation_, code, severity, std::exchange(cause_, nullptr), format, values);
+  Oerr_Report *made = oerr_CreateErrorReportV(operation_, code, severity,
+                                              std::exchange(cause_, nullptr), format, values);
   oerr_DeleteErrorReport(slot_);
   *slot_ = made;
 }
@@ -129,7 +133,9 @@ auto guarded(ErrorScope &e, int32_t code, Body body) -> decltype(body()) {
 template <auto FreeOperation>
 struct FreeBy {
   template <class T>
-  void operator()(T *record) const { FreeOperation(&record); }
+  void operator()(T *record) const {
+    FreeOperation(&record);
+  }
 };
 template <class T, auto FreeOperation>
 using Owner = std::unique_ptr<T, FreeBy<FreeOperation>>;

@@ -12,7 +12,8 @@
 #endif
 
 #if defined(__GNUC__)
-/** Lets the compiler check a printf-style format at argument `fmt`, values from argument `args` on. */
+/** Lets the compiler check a printf-style format at argument `fmt`, values from argument `args` on.
+ */
 #define OPRJ_PRINTF(fmt, args) __attribute__((format(printf, fmt, args)))
 #else
 #define OPRJ_PRINTF(fmt, args)

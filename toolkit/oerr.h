@@ -1,7 +1,7 @@
 /* Error reports. A report names the operation that failed, a code distinct per place of failure, a
-   severity and a message, and owns the report of the callee that caused it: a chain that ends at the
-   root cause. A null report is success. Reports do not come from the counted heap of omsc.h, so that
-   running out of memory can be reported; when even that fails, one static report says so. */
+   severity and a message, and owns the report of the callee that caused it: a chain that ends at
+   the root cause. A null report is success. Reports do not come from the counted heap of omsc.h, so
+   that running out of memory can be reported; when even that fails, one static report says so. */
 #ifndef OPRJ_OERR_H
 #define OPRJ_OERR_H
 
@@ -13,7 +13,8 @@ typedef struct Oerr_Report Oerr_Report;
 
 enum { OERR_SEVERITY_INFORMATION = 0, OERR_SEVERITY_WARNING = 1, OERR_SEVERITY_ERROR = 2 };
 
-/** Makes a report; takes ownership of `cause` (null: none). Never returns null. Texts are copied. */
+/** Makes a report; takes ownership of `cause` (null: none). Never returns null. Texts are copied.
+ */
 OPRJ_API Oerr_Report *oerr_CreateErrorReport(const char *function, int32_t code, int32_t severity,
                                              Oerr_Report *cause, const char *format, ...)
     OPRJ_PRINTF(5, 6);
@@ -25,8 +26,8 @@ OPRJ_API void oerr_DeleteErrorReport(Oerr_Report **report);
     causes below, indented, the root cause last. Null writes nothing. */
 OPRJ_API void oerr_PrintErrorReport(const Oerr_Report *report);
 
-/** The text that oerr_PrintErrorReport writes: new text of the heap (omsc_HeapFree), null when there
-    is no memory. */
+/** The text that oerr_PrintErrorReport writes: new text of the heap (omsc_HeapFree), null when
+   there is no memory. */
 OPRJ_API char *oerr_ErrorReportToString(const Oerr_Report *report);
 
 /* Parts of a report; texts are borrowed. A null report: "", 0, 0, null. */

@@ -10,11 +10,11 @@ OPRJ_BEGIN_C
 typedef struct Ofio_SearchList Ofio_SearchList;
 
 /** Makes a search list from the environment variable `variable`; when it is unset or empty, from
-    `defaultList`. Elements are separated by ";" and by ":" (unless after a single letter and before a
-    slash or backslash: a drive name). "$NAME" and "${NAME}" in an element are replaced by the
+    `defaultList`. Elements are separated by ";" and by ":" (unless after a single letter and before
+   a slash or backslash: a drive name). "$NAME" and "${NAME}" in an element are replaced by the
     environment variable NAME; an element that names an undefined variable is dropped whole. Empty
-    elements are dropped. Null with a report on failure (null variable: 1 "Invalid input variable name";
-    memory: 2 "Error allocating SearchList"). Free with ofio_SearchListFree. */
+    elements are dropped. Null with a report on failure (null variable: 1 "Invalid input variable
+   name"; memory: 2 "Error allocating SearchList"). Free with ofio_SearchListFree. */
 OPRJ_API Ofio_SearchList *ofio_CreateSLFromEnv(const char *variable, const char *defaultList,
                                                Oerr_Report **err);
 
@@ -24,20 +24,20 @@ OPRJ_API void ofio_SearchListFree(Ofio_SearchList **list);
 OPRJ_API int32_t ofio_SearchListCount(const Ofio_SearchList *list);
 OPRJ_API const char *ofio_SearchListElement(const Ofio_SearchList *list, int32_t index);
 
-/** The path of the first regular file called `name` along the list: new text. A rooted name (or a null
-    list) is taken as it stands. When there is none: null with a report that names the file and every
-    place searched. */
+/** The path of the first regular file called `name` along the list: new text. A rooted name (or a
+   null list) is taken as it stands. When there is none: null with a report that names the file and
+   every place searched. */
 OPRJ_API char *ofio_Which(const Ofio_SearchList *list, const char *name, Oerr_Report **err);
 
-/** The files of `directory` that match a pattern with "*" and "?", as a new array of new names (without
-    directory), sorted in byte order; *count receives their number. No match: an empty array (not
-    null) of count 0. An unreadable directory: null with a report. Free with ofio_NamesFree. */
+/** The files of `directory` that match a pattern with "*" and "?", as a new array of new names
+   (without directory), sorted in byte order; *count receives their number. No match: an empty array
+   (not null) of count 0. An unreadable directory: null with a report. Free with ofio_NamesFree. */
 OPRJ_API char **ofio_DirectoryList(const char *directory, const char *pattern, int32_t *count,
                                    Oerr_Report **err);
 OPRJ_API void ofio_NamesFree(char ***names);
 
-/** The whole content of a regular file as a new text of *size bytes, a zero byte behind the last; `size`
-    may be null. Null with a report that names the file and the system's reason. */
+/** The whole content of a regular file as a new text of *size bytes, a zero byte behind the last;
+   `size` may be null. Null with a report that names the file and the system's reason. */
 OPRJ_API char *ofio_FileRead(const char *path, size_t *size, Oerr_Report **err);
 
 /** Joins a directory and a name into a new path; a rooted name stands alone. Null with a report: 1

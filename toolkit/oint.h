@@ -1,5 +1,5 @@
-/* Start of the toolkit: the one per-process record. It exists once even when several libraries built on
-   the toolkit are loaded; each library keeps its own data in a slot of its own name. */
+/* Start of the toolkit: the one per-process record. It exists once even when several libraries
+   built on the toolkit are loaded; each library keeps its own data in a slot of its own name. */
 #ifndef OPRJ_OINT_H
 #define OPRJ_OINT_H
 
@@ -10,8 +10,8 @@ OPRJ_BEGIN_C
 
 typedef struct Oint_Toolkit Oint_Toolkit;
 
-/** The process's record, made by the first call; later calls return the same. It lives as long as the
-    process. Null with a report when it cannot be made. */
+/** The process's record, made by the first call; later calls return the same. It lives as long as
+   the process. Null with a report when it cannot be made. */
 OPRJ_API Oint_Toolkit *oint_InitToolkit(Oerr_Report **err);
 
 /** The address of the slot that `library` keeps its data in (null until set), or null for a null

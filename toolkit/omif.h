@@ -1,7 +1,7 @@
 /* Self-describing records: dictionaries of designs, and their text form.
 
-   A design is a named, ordered list of typed items; a dictionary holds designs under unique names. The
-   text form is `{items}Name,{items}Name,.` as docs/mif-format.md describes it. */
+   A design is a named, ordered list of typed items; a dictionary holds designs under unique names.
+   The text form is `{items}Name,{items}Name,.` as docs/mif-format.md describes it. */
 #ifndef OPRJ_OMIF_H
 #define OPRJ_OMIF_H
 
@@ -30,10 +30,11 @@ enum {
 OPRJ_API Omif_Dictionary *omif_NewDictionary(Oerr_Report **err);
 OPRJ_API void omif_DictionaryFree(Omif_Dictionary **dictionary);
 
-/** Makes a design from a list `kind, "itemName"[, extra…], …, OMIF_END` (see the item kinds) and, when a
-    dictionary is given, adds it there. A design of that name which the dictionary holds already is
-    returned as it is when it is equal; a different one is refused. Names hold letters, digits and "_".
-    The dictionary owns the design (without one, the caller does: omif_DesignFree). */
+/** Makes a design from a list `kind, "itemName"[, extra…], …, OMIF_END` (see the item kinds) and,
+   when a dictionary is given, adds it there. A design of that name which the dictionary holds
+   already is returned as it is when it is equal; a different one is refused. Names hold letters,
+   digits and "_". The dictionary owns the design (without one, the caller does: omif_DesignFree).
+ */
 OPRJ_API Omif_Design *omif_DesignCreate(Omif_Dictionary *dictionary, const char *name,
                                         Oerr_Report **err, ...);
 OPRJ_API void omif_DesignFree(Omif_Design **design);
@@ -44,13 +45,14 @@ OPRJ_API Omif_Design *omif_DesignCopy(const Omif_Design *design, Oerr_Report **e
 /** 1 when names, items, kinds, counts and value names agree in order (embedded designs too). */
 OPRJ_API int32_t omif_DesignsEqual(const Omif_Design *first, const Omif_Design *second);
 
-/** Gives `design` to the dictionary, which owns it from then on when the call succeeds (1). A design of
-    the same name and content that is there already: success, and `design` is freed (look it up by name);
-    a different one of that name: 0 with a report, `design` stays the caller's. */
+/** Gives `design` to the dictionary, which owns it from then on when the call succeeds (1). A
+   design of the same name and content that is there already: success, and `design` is freed (look
+   it up by name); a different one of that name: 0 with a report, `design` stays the caller's. */
 OPRJ_API int32_t omif_AddDesignToDictionary(Omif_Dictionary *dictionary, Omif_Design *design,
                                             Oerr_Report **err);
 
-/** Adds a copy of `design`; returns the dictionary's own design of that name, or null with a report. */
+/** Adds a copy of `design`; returns the dictionary's own design of that name, or null with a
+ * report. */
 OPRJ_API const Omif_Design *omif_DictionaryAddDesign(Omif_Dictionary *dictionary,
                                                      const Omif_Design *design, Oerr_Report **err);
 
@@ -65,9 +67,9 @@ OPRJ_API const Omif_Design *omif_DictionaryDesign(const Omif_Dictionary *diction
 OPRJ_API const char *omif_DesignName(const Omif_Design *design);
 OPRJ_API int32_t omif_DesignItemCount(const Omif_Design *design);
 
-/** What a design says of one item; texts and designs are borrowed. `kind` is the kind letter of the text
-    form, `pointer` 0, '*' or 'p', `count` the number before the colon, `design` the name of the design of
-    an object item, `valueNames` the names of an enumeration ended by null. */
+/** What a design says of one item; texts and designs are borrowed. `kind` is the kind letter of the
+   text form, `pointer` 0, '*' or 'p', `count` the number before the colon, `design` the name of the
+   design of an object item, `valueNames` the names of an enumeration ended by null. */
 typedef struct {
   const char *name;
   char kind;
@@ -84,8 +86,8 @@ OPRJ_API int32_t omif_DesignItem(const Omif_Design *design, int32_t index, Omif_
 /** The dictionary as text: new text. */
 OPRJ_API char *omif_DictionaryEncodeToString(const Omif_Dictionary *dictionary, Oerr_Report **err);
 
-/** Reads the text form: a new dictionary, or null with a report that names the byte position. Every kind
-    of the format is accepted. */
+/** Reads the text form: a new dictionary, or null with a report that names the byte position. Every
+   kind of the format is accepted. */
 OPRJ_API Omif_Dictionary *omif_DictionaryDecodeFromString(const char *text, Oerr_Report **err);
 
 OPRJ_END_C

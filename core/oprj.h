@@ -1,0 +1,27 @@
+/* oPrj: map projections and geodetic datum shifts. This header brings in the whole flat interface.
+ */
+#ifndef OPRJ_OPRJ_H
+#define OPRJ_OPRJ_H
+
+#include "ocvt.h"
+#include "oerr.h"
+#include "ofio.h"
+#include "oint.h"
+#include "olex.h"
+#include "omif.h"
+#include "omsc.h"
+#include "ostr.h"
+#include "othr.h"
+
+#include "datum_shift.h"
+#include "designs.h"
+#include "families.h"
+#include "geodetic.h"
+#include "mapinfo.h"
+#include "parameters.h"
+#include "project.h"
+#include "projection.h"
+#include "tables.h"
+#include "values.h"
+
+#endif
