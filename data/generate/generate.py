@@ -1,0 +1,306 @@
+#!/usr/bin/env python3
+"""Writes the reference files of the library from the tables beside this script.
+
+    generate.py [DIRECTORY]     default: the directory above this one
+
+The same input gives the same bytes.  check.py reads the result with a reader of its own.
+"""
+
+import csv
+import json
+import sys
+from pathlib import Path
+
+from dictionary import HEADINGS, PROJECTIONS
+
+HERE = Path(__file__).resolve().parent
+
+
+def rows(name):
+    with open(HERE / name, newline="", encoding="utf-8") as file:
+        return list(csv.DictReader(file))
+
+
+def digits(text):
+    """The shortest digits that read back as the same double."""
+    shortest = repr(float(text))
+    return shortest[:-2] if shortest.endswith(".0") else shortest
+
+
+def quoted(text):
+    if '"' in text or "\n" in text:
+        raise ValueError(f"the table languages have no escapes: {text!r}")
+    return f'"{text}"'
+
+
+def commented(text):
+    return "".join(f"# {line}".rstrip() + "\n" for line in text.strip("\n").split("\n"))
+
+
+# --- mapprojections.dat -----------------------------------------------------------------------
+
+DICTIONARY_HEADER = """
+Projection dictionary: what each projection asks, and which slot each answer fills.
+
+    "NAME" {  Internal NUMBER  or  External "EXECUTABLE"
+      "PROMPT" <spheroid>  <utmzone>  <spzone>  <spheroidname "NAME">
+      "PROMPT" <SLOT:number>  <SLOT:integer>  <SLOT:nadcode>
+      "PROMPT" <SLOT:angle:dd>  <SLOT:angle:radians>  <SLOT:distance:meters>  <SLOT:distance:feet>
+      "PROMPT" <SLOT:condition> { VALUE:"LABEL": { questions of this branch } ... }
+    }
+
+A new parameter record has room up to the highest slot asked, branches included.  Without its comments
+the file is exactly what printing the dictionary writes.
+"""
+
+
+def entry_lines(entry):
+    ending, prompt, *branches = entry
+    if not branches:
+        return [f"\t{quoted(prompt)} <{ending}>\n"]
+    lines = [f"\t{quoted(prompt)} <{ending}> {{\n"]
+    for value, label, entries in branches[0]:
+        lines.append(f"\t\t{value:g}:{quoted(label)}: {{\n")
+        lines += (line for nested in entries for line in entry_lines(nested))
+        lines.append("\t\t}\n")
+    return lines + ["\t}\n"]
+
+
+def dictionary_text():
+    lines = [commented(DICTIONARY_HEADER)]
+    for number, (name, entries) in sorted(PROJECTIONS.items()):
+        if number in HEADINGS:
+            lines.append(f"#\n# {HEADINGS[number]}\n#\n")
+        lines.append(f"{quoted(name)} {{\n\tInternal {number}\n")
+        lines += (line for entry in entries for line in entry_lines(entry))
+        lines.append("}\n")
+    return "".join(lines)
+
+
+# --- spheroid.tab, spheroid_epsg.tab ----------------------------------------------------------
+
+SPHEROID_HEADER = """
+Spheroids, each with the datums that lie on it.
+
+    "SPHEROID" { NUMBER A B  alias "NAME" ...  description "TEXT"  datums }
+    "DATUM" parametric DX DY DZ RX RY RZ SCALE  description "TEXT"
+    "DATUM" grid "FILE"                         description "TEXT"
+    "DATUM" regression                          description "TEXT"
+
+A and B are metres.  A parametric datum's shift is the one to WGS 84, coordinate-frame rotations:
+DX to DZ metres, RX to RZ radians, SCALE the scale difference as a pure number.
+"""
+
+EPSG_HEADER = """
+Datums of the EPSG Geodetic Parameter Dataset 10.076: every valid operation to WGS 84 by three
+translations or seven parameters.  The number in a datum's name is the operation's code.  Units and
+signs as in spheroid.tab; position-vector rotations have their signs turned.
+
+The spheroids repeat spheroid.tab, which is read first and keeps its numbers and axes.
+"""
+
+
+def described(text):
+    return f" description {quoted(text)}" if text else ""
+
+
+def datum_line(datum, description):
+    shift = ("dx_m", "dy_m", "dz_m", "rx_rad", "ry_rad", "rz_rad", "scale")
+    body = {
+        "parametric": lambda: " ".join(["parametric", *(digits(datum[key]) for key in shift)]),
+        "grid": lambda: f"grid {quoted(datum['grid'])}",
+        "regression": lambda: "regression",
+    }[datum["kind"]]()
+    return f"\t{quoted(datum['name'])} {body}{described(description)}\n"
+
+
+def spheroid_lines(spheroid, datum_lines):
+    aliases = "".join(f" alias {quoted(alias)}" for alias in spheroid["aliases"].split(";") if alias)
+    head = f"{spheroid['number']} {digits(spheroid['a_m'])} {digits(spheroid['b_m'])}"
+    text = described(spheroid["codes"])
+    return [f"{quoted(spheroid['name'])} {{ {head}{aliases}{text}\n", *datum_lines, "}\n"]
+
+
+def classic_description(datum):
+    """Area (unless the name tells it), source, and the deviations that the source gives."""
+    area = datum["area"] if f"({datum['area']})" not in datum["name"] else ""
+    sigma = [datum[f"sigma_{axis}"] for axis in "xyz"]
+    spread = f"sigma {' '.join(sigma)} m" if any(sigma) else ""
+    parts = (datum["note"], area, datum["source_code"], datum["same_as"], spread)
+    return "; ".join(part for part in parts if part)
+
+
+def epsg_description(datum):
+    return f"{datum['area']}; accuracy {digits(datum['accuracy_m'])} m"
+
+
+def spheroid_text():
+    kinds = ("grid", "parametric", "regression")
+    datums = {}
+    for datum in rows("datums.csv"):
+        # The datum named like its spheroid comes first, then grids, shifts, regressions.
+        rank = (datum["name"] != datum["spheroid"], kinds.index(datum["kind"]))
+        line = datum_line(datum, classic_description(datum))
+        datums.setdefault(datum["spheroid"], []).append((rank, line))
+    lines = [commented(SPHEROID_HEADER), 'spheroidfile "Spheroids and datums"\n']
+    for spheroid in rows("spheroids.csv"):
+        ranked = sorted(datums.pop(spheroid["name"], []), key=lambda pair: pair[0])
+        lines += spheroid_lines(spheroid, [line for _, line in ranked])
+    if datums:
+        raise ValueError(f"datums on unknown spheroids: {sorted(datums)}")
+    return "".join(lines)
+
+
+def epsg_text():
+    datums = {}
+    for datum in rows("datums-epsg.csv"):
+        datum["kind"] = "parametric"
+        line = datum_line(datum, epsg_description(datum))
+        datums.setdefault(datum["spheroid"], []).append(line)
+    lines = [commented(EPSG_HEADER), 'spheroidfile "Datums of the EPSG dataset"\n']
+    for spheroid in rows("spheroids.csv"):
+        if spheroid["name"] in datums:
+            lines += spheroid_lines(spheroid, datums.pop(spheroid["name"]))
+    if datums:
+        raise ValueError(f"datums on unknown spheroids: {sorted(datums)}")
+    return "".join(lines)
+
+
+# --- sptable.tab ------------------------------------------------------------------------------
+
+ZONE_HEADER = """
+State Plane zones: state, zone ("---" where the state has only one), zone number, nad27 or nad83,
+kind of projection, FIPS code, and nine constants.  The zone number is the FIPS code.
+
+Lengths are metres.  Angles are packed DDDMMMSSS.SS (degrees x 1000000 + minutes x 1000 + seconds,
+the sign in front of the whole).  c0 and c1 are the semi-major and semi-minor axis.  By kind:
+
+    kind                        c2           c3         c4         c5         c6          c7  c8
+    1  Transverse Mercator      meridian     scale      0          0          latitude    FE  FN
+    2  Lambert Conformal Conic  meridian     0          parallel   parallel   latitude    FE  FN
+                                                        (second)   (first)    of origin
+    3  Polyconic                meridian     latitude   FE         FN         0           0   0
+    4  Oblique Mercator         longitude    scale      0          azimuth    latitude    FE  FN
+                                of centre                                     of centre
+"""
+
+
+def zone_text():
+    keys = ("zone_number", "nad", "kind", "fips")
+    text = commented(ZONE_HEADER)
+    zones = rows("stateplane-zones.csv")
+    for nad, title in (("nad27", "NAD27: Clarke 1866, defined in US survey feet (1200/3937 m)"),
+                       ("nad83", "NAD83: GRS 1980")):
+        section = [zone for zone in zones if zone["nad"] == nad]
+        table = [[quoted(zone["state_name"]), quoted(zone["zone_name"]),
+                  *(zone[key] for key in keys), *(digits(zone[f"c{i}"]) for i in range(9))]
+                 for zone in section]
+        widths = [max(map(len, column)) for column in zip(*table)]
+        text += f"\n# {title}\n"
+        state = None
+        for zone, cells in zip(section, table):
+            if zone["state_name"] != state:
+                state = zone["state_name"]
+                text += f"# {state}\n"
+            if zone["note"]:
+                text += f"# {zone['fips']}: {zone['note']}\n"
+            cells = [cell.ljust(width) if column < 2 else cell.rjust(width)
+                     for column, (cell, width) in enumerate(zip(cells, widths))]
+            text += " ".join(cells) + "\n"
+    return text
+
+
+# --- coastline.txt ----------------------------------------------------------------------------
+
+COAST_HEADER = """
+Coastlines of the world, 1:110,000,000: Natural Earth 4.1.0, public domain.
+
+A polyline is its number of points, then that many pairs of longitude and latitude in degrees
+(east and north positive).  White space separates; "#" starts a comment.
+"""
+
+ANTIMERIDIAN = 180 - 1e-6  # degrees
+SOUTH_EDGE = -89.9         # degrees; farther south the data follow the edge of a flat map
+
+
+def is_coast(start, end):
+    """False for the lines that close a polygon on a flat map of the world."""
+    (lon0, lat0), (lon1, lat1) = start, end
+    if abs(lon1 - lon0) > 180:
+        return False
+    if abs(lon0) >= ANTIMERIDIAN and abs(lon1) >= ANTIMERIDIAN:
+        return False
+    return not (lat0 < SOUTH_EDGE and lat1 < SOUTH_EDGE)
+
+
+def coast_rings(topology):
+    scale, shift = topology["transform"]["scale"], topology["transform"]["translate"]
+    arcs = []
+    for deltas in topology["arcs"]:
+        x = y = 0
+        points = []
+        for dx, dy in deltas:
+            x, y = x + dx, y + dy
+            points.append((x * scale[0] + shift[0], y * scale[1] + shift[1]))
+        arcs.append(points)
+    for shape in topology["objects"]["land"]["geometries"]:
+        polygons = shape["arcs"] if shape["type"] == "MultiPolygon" else [shape["arcs"]]
+        for ring in (ring for polygon in polygons for ring in polygon):
+            points = []
+            for index in ring:
+                arc = arcs[index] if index >= 0 else arcs[~index][::-1]
+                points += arc[1:] if points else arc
+            yield points
+
+
+def coast_pieces(ring):
+    """The coast of a closed ring, as one polyline or, where it is cut, as several."""
+    pieces = [[ring[0]]]
+    for start, end in zip(ring, ring[1:]):
+        if is_coast(start, end):
+            pieces[-1].append(end)
+        else:
+            pieces.append([end])
+    if len(pieces) > 1:  # the last piece runs on into the first
+        pieces[0] = pieces.pop() + pieces[0][1:]
+    return pieces
+
+
+def coast_text():
+    topology = json.loads((HERE / "land-110m.json").read_text(encoding="ascii"))
+    text = commented(COAST_HEADER)
+    for piece in (piece for ring in coast_rings(topology) for piece in coast_pieces(ring)):
+        pairs = []
+        for lon, lat in piece:
+            pair = " ".join(digits(round(value, 2) + 0.0) for value in (lon, lat))
+            if not pairs or pair != pairs[-1]:
+                pairs.append(pair)
+        if len(pairs) < 2:
+            continue
+        text += f"{len(pairs)}\n"
+        line = ""
+        for pair in pairs:
+            if line and len(line) + 2 + len(pair) > 100:
+                text, line = text + line + "\n", ""
+            line += ("  " if line else "") + pair
+        text += line + "\n"
+    return text
+
+
+FILES = {
+    "mapprojections.dat": dictionary_text,
+    "spheroid.tab": spheroid_text,
+    "spheroid_epsg.tab": epsg_text,
+    "sptable.tab": zone_text,
+    "coastline.txt": coast_text,
+}
+
+
+def main():
+    target = Path(sys.argv[1]) if len(sys.argv) > 1 else HERE.parent
+    for name, make in FILES.items():
+        (target / name).write_text(make(), encoding="utf-8", newline="\n")
+
+
+if __name__ == "__main__":
+    main()
