@@ -61,7 +61,7 @@ ON_TRUE_SCALE = (SPHEROID, MERIDIAN, TRUE_SCALE, *OFFSETS)
 PERSPECTIVE = (SPHEROID, metres(2, "Height of the perspective point"), *CENTRE, *OFFSETS)
 TWO_POINT_OBLIQUE = (SPHEROID, SCALE_AT_CENTRE, ORIGIN, *TWO_POINTS, *OFFSETS)
 
-# --- the projections, by number; a heading is written as a comment before the number it is under ---
+# --- the projections by number; a heading becomes a comment before its number ----------------
 
 HEADINGS = {
     0: "Geographic coordinates and the two systems of zones",
@@ -83,7 +83,8 @@ PROJECTIONS = {
     4: ("Lambert Conformal Conic", CONIC),
     5: ("Mercator", ON_TRUE_SCALE),
     6: ("Polar Stereographic", (
-        SPHEROID, MERIDIAN, angle(5, "Latitude of true scale (its sign picks the pole)"), *OFFSETS)),
+        SPHEROID, MERIDIAN, angle(5, "Latitude of true scale (its sign picks the pole)"),
+        *OFFSETS)),
     7: ("Polyconic", (SPHEROID, MERIDIAN, ORIGIN, *OFFSETS)),
     8: ("Equidistant Conic", (
         SPHEROID,
@@ -155,7 +156,8 @@ PROJECTIONS = {
     51: ("Cassini", TRANSVERSE),
     52: ("Two-point Equidistant", (SPHEROID, *TWO_POINTS, *OFFSETS)),
     53: ("Anchored LSR", (
-        SPHEROID, angle(4, "Longitude of the anchor"), angle(5, "Latitude of the anchor"), *OFFSETS)),
+        SPHEROID, angle(4, "Longitude of the anchor"), angle(5, "Latitude of the anchor"),
+        *OFFSETS)),
     54: ("Krovak", (
         SPHEROID, number(2, "Scale factor on the pseudo standard parallel"),
         angle(3, "Azimuth of the cone axis"), *CENTRE, angle(8, "Pseudo standard parallel"),

@@ -11,7 +11,8 @@ import json
 import sys
 from pathlib import Path
 
-from dictionary import HEADINGS, PROJECTIONS
+sys.dont_write_bytecode = True  # the source tree stays as it is
+from dictionary import HEADINGS, PROJECTIONS  # noqa: E402
 
 HERE = Path(__file__).resolve().parent
 
@@ -49,8 +50,8 @@ Projection dictionary: what each projection asks, and which slot each answer fil
       "PROMPT" <SLOT:condition> { VALUE:"LABEL": { questions of this branch } ... }
     }
 
-A new parameter record has room up to the highest slot asked, branches included.  Without its comments
-the file is exactly what printing the dictionary writes.
+A new parameter record has room up to the highest slot asked, branches included.  Without its
+comments the file is exactly what printing the dictionary writes.
 """
 
 
@@ -115,7 +116,8 @@ def datum_line(datum, description):
 
 
 def spheroid_lines(spheroid, datum_lines):
-    aliases = "".join(f" alias {quoted(alias)}" for alias in spheroid["aliases"].split(";") if alias)
+    names = filter(None, spheroid["aliases"].split(";"))
+    aliases = "".join(f" alias {quoted(name)}" for name in names)
     head = f"{spheroid['number']} {digits(spheroid['a_m'])} {digits(spheroid['b_m'])}"
     text = described(spheroid["codes"])
     return [f"{quoted(spheroid['name'])} {{ {head}{aliases}{text}\n", *datum_lines, "}\n"]
