@@ -1,12 +1,14 @@
 // The one helper behind every operation that takes an error slot.
 //
+// clang-format off
 //   Oprj_Thing *oprj_ThingMake(const Oprj_Other *other, Oerr_Report **err) {
-//     ErrorScope e("oprj_ThingMake", err);                     // clears the slot; a null slot is
-//     fine if (!other) return e.fail(1, "Invalid input Oprj_Other"); auto part =
-//     own(oprj_PartMake(other, e.cause()));        // callee's slot if (!part) return e.fail(2,
-//     "Error returned from oprj_PartMake");   // chains the callee's report
+//     ErrorScope e("oprj_ThingMake", err);                    // clears the slot; null is fine
+//     if (!other) return e.fail(1, "Invalid input Oprj_Other");
+//     auto part = own(oprj_PartMake(other, e.cause()));       // the callee's slot
+//     if (!part) return e.fail(2, "Error returned from oprj_PartMake");  // chains its report
 //     ...
 //   }
+// clang-format on
 #ifndef OPRJ_ERROR_SCOPE_H
 #define OPRJ_ERROR_SCOPE_H
 

@@ -11,24 +11,27 @@ enum { OCVT_KIND_DISTANCE = 0, OCVT_KIND_ANGLE = 1, OCVT_KIND_NONE = 2 };
 
 /** A unit: borrowed from the built-in table for the life of the process. `factor` is metres or
    radians per unit (0 for the units without a factor: "other", "unknown", "pixels", "dms").
-   `numerator` and `denominator` give the factor as an exact quotient where the definition has one,
-   else 0. */
+   `numerator` and `denominator` give the factor as an exact quotient where the definition has one
+   (metres for distances, half turns of pi radians for angles), else both are 0. */
 typedef struct {
   const char *name;
   const char *const *aliases; /**< ended by null */
   int32_t kind;
   double factor;
+  double numerator;
+  double denominator;
   const char *source; /**< where the factor comes from */
 } Ocvt_Unit;
 
-/** The unit of that name or alias, ASCII letters in any case. Null with a report for an unknown
-   name, the nearest names suggested; a null name is refused. */
+/** The unit of that name or alias, ASCII letters in any case, "_", "-" and blank alike. Null with a
+   report for an unknown name, the nearest names suggested; a null name is refused. */
 OPRJ_API const Ocvt_Unit *ocvt_UnitSetByName(const char *name, Oerr_Report **err);
 
 /** Unit number `index` of the table, null when out of range: for listings. */
 OPRJ_API const Ocvt_Unit *ocvt_UnitByIndex(int32_t index);
 
-/** Converts `value` between two units of one kind; the same unit gives the value back bit for bit.
+/** Converts `value` between two units of one kind; the same unit, whichever it is, gives the value
+    back bit for bit. Between units that are exact quotients it multiplies once and divides once.
     Different kinds and units without a factor are refused: 0.0 with a report. */
 OPRJ_API double ocvt_UnitsConvert(double value, const Ocvt_Unit *from, const Ocvt_Unit *to,
                                   Oerr_Report **err);

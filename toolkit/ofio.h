@@ -44,7 +44,7 @@ OPRJ_API char *ofio_FileRead(const char *path, size_t *size, Oerr_Report **err);
     "Invalid input file name" for a missing or empty name, 2 "Error allocating file name". */
 OPRJ_API char *ofnp_FileNameSet(const char *directory, const char *name, Oerr_Report **err);
 
-/** 1 when the name starts with a slash or with a drive. */
+/** 1 when the name starts with a slash or with a drive ("C:/", "C:\"). */
 OPRJ_API int32_t ofnp_IsRooted(const char *name);
 
 OPRJ_END_C

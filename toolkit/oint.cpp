@@ -1,0 +1,43 @@
+// The one per-process record. It lives as long as the process and so lies outside the counted heap.
+#include <oprj/oint.h>
+
+#include <array>
+#include <mutex>
+#include <string>
+
+#include "toolkit/error_scope.h"
+
+struct Oint_Toolkit {
+  struct Slot {
+    std::string library;
+    void *data = nullptr;
+  };
+  std::mutex mutex;
+  std::array<Slot, 8> slots;  // a process holds the narrow and the wide build, rarely more
+  size_t used = 0;
+};
+
+using orvik::toolkit::ErrorScope;
+
+Oint_Toolkit *oint_InitToolkit(Oerr_Report **err) {
+  ErrorScope e("oint_InitToolkit", err);
+  static Oint_Toolkit *const toolkit = new (std::nothrow) Oint_Toolkit;
+  if (!toolkit) return e.fail(1, "Error allocating Toolkit");
+  return toolkit;
+}
+
+void **oint_LibrarySlot(Oint_Toolkit *toolkit, const char *library) {
+  if (!toolkit || !library) return nullptr;
+  try {
+    const std::lock_guard lock(toolkit->mutex);
+    for (size_t i = 0; i < toolkit->used; ++i)
+      if (toolkit->slots[i].library == library) return &toolkit->slots[i].data;
+    if (toolkit->used == toolkit->slots.size()) return nullptr;
+    auto &slot = toolkit->slots[toolkit->used];
+    slot.library = library;
+    ++toolkit->used;
+    return &slot.data;
+  } catch (const std::exception &) {
+    return nullptr;  // no memory for the name
+  }
+}

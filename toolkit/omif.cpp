@@ -1,0 +1,1 @@
+#include <oprj/omif.h>
