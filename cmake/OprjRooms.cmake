@@ -32,6 +32,21 @@ function(oprj_room name)
   endif()
 endfunction()
 
+# oprj_lanes_room(NAME SOURCES ...): sources with lanes (projections/lanes.h), built three times: for the
+# baseline (which also makes the flat operations), for AVX2 with FMA and for AVX-512.
+function(oprj_lanes_room name)
+  set(flags_baseline -DOPRJ_FLAT=1)
+  set(flags_avx2 -mavx2 -mfma)
+  # GCC 12's AVX-512 headers raise -Wmaybe-uninitialized where nothing is.
+  set(flags_avx512 -mavx512f -mavx512dq -mavx512vl -mavx512bw -mfma -mprefer-vector-width=512
+                   -Wno-maybe-uninitialized -Wno-uninitialized)
+  foreach(instructions baseline avx2 avx512)
+    oprj_room(${name}_${instructions} ${ARGN})
+    target_compile_options(oprj_${name}_${instructions} PRIVATE
+      -DOPRJ_SET=${instructions} ${flags_${instructions}} -fno-math-errno -fno-trapping-math -Wno-psabi)
+  endforeach()
+endfunction()
+
 # oprj_library(): liboPrj from all rooms.
 function(oprj_library)
   get_property(rooms GLOBAL PROPERTY OPRJ_ROOMS)

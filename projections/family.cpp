@@ -1,0 +1,173 @@
+// The flat operations of all families (descriptor.h).
+#include <oprj/families.h>
+#include <oprj/omsc.h>
+#include <oprj/parameters.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "projections/descriptor.h"
+#include "toolkit/error_scope.h"
+
+namespace orvik::oprj {
+namespace {
+
+using toolkit::ErrorScope;
+
+/// Radius used when no spheroid was ever filled in: the sphere of nominal radius, metres.
+constexpr double kNominalRadius = 6370997.0;
+
+/// Codes of the common stops.
+constexpr int32_t kCommonStopCode = 20;
+
+void reportStop(ErrorScope &e, const Family &family, PointStop where, const Oprj_Point *in) {
+  const Oprj_Point &p = in[where.index];
+  const long index = where.index;
+  if (where.stop == kCannotProject) {
+    e.failAtPoint(index, p.x, p.y, kCommonStopCode,
+                  "Point cannot be projected, point # %ld:  %lf, %lf", index, p.x, p.y);
+    return;
+  }
+  if (where.stop == kInputData) {
+    e.failAtPoint(index, p.x, p.y, kCommonStopCode, "Input data error, point # %ld:  %lf, %lf",
+                  index, p.x, p.y);
+    return;
+  }
+  const StopText &text = family.stops[where.stop];
+  if (text.solver) {
+    *e.cause() = oerr_CreateErrorReport(text.solver, 1, OERR_SEVERITY_ERROR, nullptr,
+                                        "Latitude failed to converge after %ld iterations",
+                                        static_cast<long>(text.iterations));
+  }
+  if (std::strchr(text.text, '%')) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    e.failAtPoint(index, p.x, p.y, text.code, text.text, index, p.x, p.y);
+#pragma GCC diagnostic pop
+  } else {
+    e.failAtPoint(index, p.x, p.y, text.code, "%s", text.text);
+  }
+}
+
+bool usable(const double *block, int32_t length) {
+  for (int32_t i = 0; i < length; ++i) {
+    if (!std::isfinite(block[i])) return false;
+  }
+  return block[0] >= 0.0;  // the semi-major axis
+}
+
+struct BlockFree {
+  void operator()(double *block) const { omsc_HeapFree(block); }
+};
+using OwnedBlock = std::unique_ptr<double, BlockFree>;
+
+}  // namespace
+
+Ellipsoid ellipsoidOf(const Oprj_Spheroid *spheroid) {
+  if (!spheroid || spheroid->a == 0.0) return {kNominalRadius, 0.0, 0.0};
+  double es = spheroid->eSquared;
+  if (es > 1.0) {
+    const double ratio = es / spheroid->a;
+    es = 1.0 - ratio * ratio;
+  }
+  if (!(es > 0.0) && !std::isnan(es)) es = 0.0;
+  return {spheroid->a, std::sqrt(es), es};
+}
+
+Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *record,
+                               Oerr_Report **err) {
+  ErrorScope e(family.init, err);
+  if (!record) return e.fail(1, "Invalid projection parameters");
+  if (record->proParams.count < family.row.minimum)
+    return e.fail(2, "Insufficient projection parameters");
+  const Entries values{record->proParams};
+  const Ellipsoid ellipsoid = ellipsoidOf(record->proSpheroid);
+  const int32_t check = family.refuse(values, ellipsoid);
+  int32_t code = 3;  // value checks count from here, whichever of them fails
+  if (check >= 0) return e.fail(code + check, "%s", family.checks[check]);
+  code += family.checkCount;
+
+  OwnedBlock block(oprj_ParametersCreate(family.blockLength, e.cause()));
+  if (!block) return e.fail(code, "%s", family.row.noBlock);
+  toolkit::Owner<Oprj_ProParameters, oprj_ProParametersFree> copy(
+      oprj_ProParametersCopy(record, nullptr, e.cause()));
+  if (!copy) return e.fail(code + 1, "%s", family.row.noCopy);
+  Oprj_MapProjection *object = oprj_ProjectionCreate(e.cause());
+  if (!object) return e.fail(code + 2, "Error returned from oprj_ProjectionCreate");
+  const bool derived = family.derive(values, ellipsoid, block.get());
+  if (!derived || !(ellipsoid.es < 1.0) || !usable(block.get(), family.blockLength)) {
+    omsc_HeapFree(object);
+    return e.fail(code + 3, "%s", family.row.unusable);
+  }
+  object->proParameters = copy.release();
+  object->parameters = block.release();
+  object->toLL = family.inverse;
+  object->fromLL = family.forward;
+  object->copyParameters = family.copy;
+  object->proParametersEqual = family.test;
+  return object;
+}
+
+void familyFromLL(const Family &family, const Oprj_Point *geog, const double *block,
+                  Oprj_Point *proj, int32_t count, Oerr_Report **err) {
+  ErrorScope e(family.fromLL, err);
+  if (!block) return void(e.fail(1, "Invalid input parameters"));
+  if (!geog) return void(e.fail(2, "Invalid input geog points"));
+  if (!proj) return void(e.fail(3, "Invalid input projected points"));
+  const PointStop stop = family.sets[instructionSet]->forward(block, geog, proj, count);
+  if (stop.index >= 0) reportStop(e, family, stop, geog);
+}
+
+void familyToLL(const Family &family, const Oprj_Point *proj, const double *block, Oprj_Point *geog,
+                int32_t count, Oerr_Report **err) {
+  ErrorScope e(family.toLL, err);
+  if (!block) return void(e.fail(1, "Invalid input parameters"));
+  if (!proj) return void(e.fail(2, "Invalid input projected points"));
+  if (!geog) return void(e.fail(3, "Invalid input geog points"));
+  const PointStop stop = family.sets[instructionSet]->inverse(block, proj, geog, count);
+  if (stop.index >= 0) reportStop(e, family, stop, proj);
+}
+
+double *copyBlock(const char *operation, int32_t length, const double *block, double *old,
+                  Oerr_Report **err) {
+  ErrorScope e(operation, err);
+  if (!block) return e.fail(1, "Invalid input parameters");
+  double *copy = oprj_ParametersCreate(length, e.cause());
+  if (copy) std::memcpy(copy, block, static_cast<size_t>(length) * sizeof(double));
+  omsc_HeapFree(old);  // behind the copying, so that `old` may be `block`
+  if (!copy) return e.fail(2, "Error returned from oprj_ParametersCreate");
+  return copy;
+}
+
+int32_t familyEqual(const Family &family, const Oprj_ProParameters *first,
+                    const Oprj_ProParameters *second, Oerr_Report **err) {
+  ErrorScope e(family.equal, err);
+  const Row &row = family.row;
+  if (!first || !second) return e.fail(1, "Invalid input parmArray");
+  const int32_t number = row.comparedNumber >= 0 ? row.comparedNumber : row.number;
+  if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||
+      first->proNumber != number || second->proNumber != number)
+    return 0;
+  if (first->proParams.count <
+          (row.comparedMinimumFirst >= 0 ? row.comparedMinimumFirst : row.minimum) ||
+      second->proParams.count <
+          (row.comparedMinimumSecond >= 0 ? row.comparedMinimumSecond : row.minimum))
+    return e.fail(2, "%s", row.tooFewCompared);
+  const Entries left{first->proParams}, right{second->proParams};
+  for (int32_t i = 0; i < 32; ++i) {
+    if ((row.compared >> i & 1u) && !(left[i] == right[i])) return 0;
+  }
+  const int32_t equal = oprj_SpheroidsEqual(first->proSpheroid, second->proSpheroid, e.cause());
+  if (e.calleeFailed()) return e.fail(3, "Error returned from oprj_SpheroidsEqual");
+  return equal;
+}
+
+}  // namespace orvik::oprj
+
+double *oprj_ParametersCreate(int32_t count, Oerr_Report **err) {
+  orvik::toolkit::ErrorScope e("oprj_ParametersCreate", err);
+  auto *block = static_cast<double *>(
+      omsc_HeapCalloc(static_cast<size_t>(count > 0 ? count : 0), sizeof(double)));
+  if (!block) return e.fail(1, "Error allocating Parameters");
+  return block;
+}

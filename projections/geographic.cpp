@@ -1,0 +1,99 @@
+// Geographic: longitude and latitude in radians, copied as they are. No wrapping, no test of the
+// latitude.
+#include <oprj/families.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "projections/descriptor.h"
+#include "toolkit/error_scope.h"
+
+namespace {
+
+using orvik::toolkit::ErrorScope;
+
+struct GeographicBlock {
+  double a, e, es;
+};
+
+void copyPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+  constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  for (int32_t i = 0; i < count; ++i) {
+    const Oprj_Point p = in[i];
+    out[i] = std::isnan(p.x) || std::isnan(p.y) ? Oprj_Point{kNaN, kNaN} : p;
+  }
+}
+
+}  // namespace
+
+Oprj_MapProjection *oprj_GeographicInit(Oint_Toolkit *, const Oprj_ProParameters *record,
+                                        Oerr_Report **err) {
+  static constexpr orvik::oprj::Row kRow{.number = 0, .minimum = 0};
+  static const orvik::oprj::Family kGeographic = {
+      kRow,
+      "oprj_GeographicInit",
+      "oprj_GeographicFromLL",
+      "oprj_GeographicToLL",
+      "oprj_GeographicCopyParameters",
+      "oprj_GeographicProParametersEqual",
+      oprj_GeographicFromLL,
+      oprj_GeographicToLL,
+      oprj_GeographicCopyParameters,
+      oprj_GeographicProParametersEqual,
+      sizeof(GeographicBlock) / sizeof(double),
+      nullptr,
+      0,
+      nullptr,
+      [](const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &) -> int32_t { return -1; },
+      [](const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &s, double *block) {
+        *reinterpret_cast<GeographicBlock *>(block) = {s.a, s.e, s.es};
+        return true;
+      },
+      {}};
+  Oprj_MapProjection *object = orvik::oprj::familyInit(kGeographic, record, err);
+  if (object) object->geographic = oprj_GeographicFromLL;
+  return object;
+}
+
+void oprj_GeographicFromLL(const Oprj_Point *geog, const double *parameters, Oprj_Point *proj,
+                           int32_t count, Oerr_Report **err) {
+  ErrorScope e("oprj_GeographicFromLL", err);
+  if (!parameters) return void(e.fail(1, "Invalid input parameters"));
+  if (!geog) return void(e.fail(2, "Invalid input geog points"));
+  if (!proj) return void(e.fail(3, "Invalid input projected points"));
+  copyPoints(geog, proj, count);
+}
+
+void oprj_GeographicToLL(const Oprj_Point *proj, const double *parameters, Oprj_Point *geog,
+                         int32_t count, Oerr_Report **err) {
+  ErrorScope e("oprj_GeographicToLL", err);
+  if (!parameters) return void(e.fail(1, "Invalid input parameters"));
+  if (!proj) return void(e.fail(2, "Invalid input projected points"));
+  if (!geog) return void(e.fail(3, "Invalid input geog points"));
+  copyPoints(proj, geog, count);
+}
+
+double *oprj_GeographicCopyParameters(const double *parameters, double *old, Oerr_Report **err) {
+  return orvik::oprj::copyBlock("oprj_GeographicCopyParameters",
+                                sizeof(GeographicBlock) / sizeof(double), parameters, old, err);
+}
+
+/// The names and the whole arrays count, exactly; a missing element is 0.
+int32_t oprj_GeographicProParametersEqual(const Oprj_ProParameters *first,
+                                          const Oprj_ProParameters *second, Oerr_Report **err) {
+  ErrorScope e("oprj_GeographicProParametersEqual", err);
+  if (!first || !second) return e.fail(1, "Invalid input parmArray");
+  if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||
+      first->proNumber != 0 || second->proNumber != 0)
+    return 0;
+  if (!oprj_CharStrsEqual(&first->proName, &second->proName, nullptr)) return 0;
+  const orvik::oprj::Entries left{first->proParams}, right{second->proParams};
+  const int32_t longer = std::max(first->proParams.count, second->proParams.count);
+  for (int32_t i = 0; i < longer; ++i) {
+    if (!(left[i] == right[i])) return 0;
+  }
+  const int32_t equal = oprj_SpheroidsEqual(first->proSpheroid, second->proSpheroid, e.cause());
+  if (e.calleeFailed()) return e.fail(3, "Error returned from oprj_SpheroidsEqual");
+  return equal;
+}

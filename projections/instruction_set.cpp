@@ -1,0 +1,40 @@
+// The choice of the instruction set (kernels.h).
+#include <oprj/oerr.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "projections/kernels.h"
+
+namespace orvik::oprj {
+namespace {
+
+constexpr const char *kNames[kInstructionSets] = {"baseline", "avx2", "avx512"};
+
+int32_t widestSet() {
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw"))
+    return 2;
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 1 : 0;
+}
+
+int32_t chooseSet() {
+  const int32_t widest = widestSet();
+  const char *asked = std::getenv("OPRJ_ISA");
+  if (!asked || !*asked) return widest;
+  for (int32_t set = 0; set < kInstructionSets; ++set) {
+    if (std::strcmp(asked, kNames[set]) == 0 && set <= widest) return set;
+  }
+  oerr_LogMessage("OPRJ_ISA=%s is not an instruction set of this processor; using %s", asked,
+                  kNames[widest]);
+  return widest;
+}
+
+int32_t chosen = chooseSet();
+
+}  // namespace
+
+const int32_t &instructionSet = chosen;
+
+}  // namespace orvik::oprj

@@ -1,0 +1,41 @@
+// What crosses between the instruction sets: plain data and pointers, nothing else.
+#ifndef OPRJ_KERNELS_H
+#define OPRJ_KERNELS_H
+
+#include <oprj/values.h>
+
+#include <cstdint>
+
+namespace orvik::oprj {
+
+/// Where a run over points ended: `index` of the point that stopped it, -1 when all are done, and
+/// the family's number of the stop (or one of the two common stops).
+struct PointStop {
+  int32_t index = -1;
+  int32_t stop = 0;
+};
+
+inline constexpr int32_t kNoStop = -1;
+/// The stops that every family has: no place on the sheet, no place on the globe.
+inline constexpr int32_t kCannotProject = -2;
+inline constexpr int32_t kInputData = -3;
+
+/// Runs a formula over `count` points; `in` and `out` may be the same array.
+using Kernel = PointStop (*)(const double *block, const Oprj_Point *in, Oprj_Point *out,
+                             int32_t count);
+
+/// A family's two directions for one instruction set.
+struct Kernels {
+  Kernel forward, inverse;
+};
+
+/// Index of the instruction set in use: 0 baseline, 1 AVX2 with FMA, 2 AVX-512. Chosen once when
+/// the library is loaded: the widest that the processor has, or what the environment variable
+/// OPRJ_ISA
+/// ("baseline", "avx2", "avx512") asks for if the processor has it.
+extern const int32_t &instructionSet;
+inline constexpr int32_t kInstructionSets = 3;
+
+}  // namespace orvik::oprj
+
+#endif
