@@ -1,1 +1,531 @@
+// Dictionaries of designs and their text form.
+//
+//   dictionary = { definition } "."
+//   definition = "{" { item } "}" design-name ","
+//   item       = count ":" [ "*" | "p" ] kind item-name ","
+//   kind       = letter | "e" n ":" n * ( value-name "," ) | "o" design-name "," | "x" definition
+//
+// Design and item names hold letters, digits and "_". Value names of dictionaries written elsewhere
+// also hold blanks and dashes, so the reader takes every printable byte that the grammar leaves.
 #include <oprj/omif.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <string_view>
+#include <unordered_map>
+
+#include "toolkit/error_scope.h"
+#include "toolkit/heap.h"
+
+namespace {
+
+using namespace orvik::toolkit;
+
+constexpr int kDeepest = 64;            // definitions inside of definitions
+constexpr int64_t kMostValues = 65536;  // an enumeration is stored as an unsigned 16-bit index
+constexpr std::string_view kPlainKinds = "124cCsStlLfdmMb";
+
+struct Item {
+  HeapText name;
+  int32_t count = 1;
+  char pointer = 0;
+  char kind = 0;
+  HeapText design;                       // kind 'o'
+  HeapVector<HeapText> values;           // kind 'e'
+  std::unique_ptr<Omif_Design> inPlace;  // kind 'x'
+  HeapVector<const char *> valueNames;   // `values` as Omif_ItemInfo shows them; see seal()
+
+  Item() = default;
+  Item(Item &&) = default;
+  Item(const Item &other);
+  bool operator==(const Item &other) const;
+};
+
+}  // namespace
+
+struct Omif_Design : HeapRecord {
+  HeapText name;
+  HeapVector<Item> items;
+  const Omif_Dictionary *owner = nullptr;
+  int depth = 1;
+
+  Omif_Design() = default;
+  Omif_Design(const Omif_Design &other)
+      : HeapRecord(), name(other.name), items(other.items), depth(other.depth) {
+    seal();
+  }
+  Omif_Design &operator=(const Omif_Design &) = delete;
+
+  /// To be called when the items stand where they will stay: makes the lists that point into them.
+  void seal() {
+    for (Item &item : items) {
+      if (item.inPlace) depth = std::max(depth, item.inPlace->depth + 1);
+      if (item.kind != 'e') continue;
+      item.valueNames.clear();
+      for (const HeapText &value : item.values) item.valueNames.push_back(value.c_str());
+      item.valueNames.push_back(nullptr);
+    }
+  }
+  bool operator==(const Omif_Design &other) const {
+    return name == other.name && items == other.items;
+  }
+};
+
+namespace {
+
+using DesignOwner = std::unique_ptr<Omif_Design>;
+
+Item::Item(const Item &other)
+    : name(other.name),
+      count(other.count),
+      pointer(other.pointer),
+      kind(other.kind),
+      design(other.design),
+      values(other.values),
+      inPlace(other.inPlace ? std::make_unique<Omif_Design>(*other.inPlace) : nullptr) {}
+
+bool Item::operator==(const Item &other) const {
+  if (name != other.name || count != other.count || pointer != other.pointer || kind != other.kind)
+    return false;
+  if (design != other.design || values != other.values || !inPlace != !other.inPlace) return false;
+  return !inPlace || *inPlace == *other.inPlace;
+}
+
+}  // namespace
+
+struct Omif_Dictionary : HeapRecord {
+  using Place = std::pair<const std::string_view, size_t>;
+
+  HeapVector<DesignOwner> designs;
+  std::unordered_map<std::string_view, size_t, std::hash<std::string_view>, std::equal_to<>,
+                     HeapAllocator<Place>>
+      places;
+
+  /// Where the design of that name stands; the number of designs when there is none.
+  size_t placeOf(std::string_view name) const {
+    const auto found = places.find(name);
+    return found == places.end() ? designs.size() : found->second;
+  }
+  Omif_Design *find(std::string_view name) const {
+    const size_t place = placeOf(name);
+    return place < designs.size() ? designs[place].get() : nullptr;
+  }
+  /// Takes the design over; when memory runs out, the dictionary and `design` are as before.
+  Omif_Design *adopt(DesignOwner &design) {
+    if (designs.size() == designs.capacity())
+      designs.reserve(std::max<size_t>(8, 2 * designs.size()));
+    places.emplace(design->name, designs.size());
+    design->owner = this;
+    designs.push_back(std::move(design));
+    return designs.back().get();
+  }
+};
+
+namespace {
+
+bool isNameCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+bool isName(const char *text) {
+  const std::string_view name(text ? text : "");
+  return !name.empty() && std::all_of(name.begin(), name.end(), isNameCharacter);
+}
+
+bool isValueNameCharacter(char c) {
+  return static_cast<unsigned char>(c) >= ' ' && c != '\x7F' && c != ',' && c != '{' && c != '}';
+}
+
+// ---- From text
+
+/// Where and why a text is no dictionary.
+struct SyntaxError {
+  size_t position;
+  const char *problem;
+};
+
+class Decoder {
+ public:
+  explicit Decoder(std::string_view text) : text_(text) {}
+
+  std::unique_ptr<Omif_Dictionary> decode() {
+    dictionary_ = std::make_unique<Omif_Dictionary>();
+    while (!take('.')) {
+      const size_t start = at_;
+      if (!take('{')) fail("expected \"{\" or the final \".\"");
+      DesignOwner design = definition(1);
+      const Omif_Design *known = dictionary_->find(design->name);
+      if (!known) {
+        dictionary_->adopt(design);
+      } else if (*known != *design) {
+        throw SyntaxError{start, "a different design of this name is defined earlier"};
+      }
+    }
+    if (at_ != text_.size()) fail("text behind the final \".\"");
+    return std::move(dictionary_);
+  }
+
+ private:
+  [[noreturn]] void fail(const char *problem) const { throw SyntaxError{at_, problem}; }
+
+  bool take(char c) {
+    if (at_ == text_.size() || text_[at_] != c) return false;
+    ++at_;
+    return true;
+  }
+  void expect(char c, const char *problem) {
+    if (!take(c)) fail(problem);
+  }
+  int32_t number(const char *problem) {
+    const size_t start = at_;
+    int64_t value = 0;
+    while (at_ < text_.size() && text_[at_] >= '0' && text_[at_] <= '9') {
+      value = value * 10 + (text_[at_++] - '0');
+      if (value > INT32_MAX) throw SyntaxError{start, "number above 2147483647"};
+    }
+    if (at_ == start) fail(problem);
+    return static_cast<int32_t>(value);
+  }
+  std::string_view text(bool (*belongs)(char), const char *problem) {
+    const size_t start = at_;
+    while (at_ < text_.size() && belongs(text_[at_])) ++at_;
+    if (at_ == start) fail(problem);
+    return text_.substr(start, at_ - start);
+  }
+
+  /// A definition behind its "{".
+  DesignOwner definition(int depth) {
+    if (depth > kDeepest) {
+      --at_;
+      fail("designs nested deeper than 64");
+    }
+    auto design = std::make_unique<Omif_Design>();
+    while (!take('}')) design->items.push_back(item(depth));
+    design->name = text(isNameCharacter, "expected a design name");
+    expect(',', "expected \",\" behind a design name");
+    design->seal();
+    return design;
+  }
+
+  Item item(int depth) {
+    Item item;
+    item.count = number("expected an item's count or \"}\"");
+    expect(':', "expected \":\" behind an item's count");
+    if (take('*')) item.pointer = '*';
+    else if (take('p')) item.pointer = 'p';
+    if (at_ == text_.size()) fail("expected an item's kind");
+    item.kind = text_[at_++];
+    if (item.kind == 'e') {
+      enumeration(item);
+    } else if (item.kind == 'o') {
+      const size_t start = at_;
+      item.design = text(isNameCharacter, "expected a design name");
+      if (!dictionary_->find(item.design))
+        throw SyntaxError{start, "no design of this name is defined earlier"};
+      expect(',', "expected \",\" behind a design name");
+    } else if (item.kind == 'x') {
+      expect('{', "expected \"{\"");
+      item.inPlace = definition(depth + 1);
+    } else if (kPlainKinds.find(item.kind) == std::string_view::npos) {
+      --at_;
+      fail("unknown kind of item");
+    }
+    item.name = text(isNameCharacter, "expected an item name");
+    expect(',', "expected \",\" behind an item name");
+    return item;
+  }
+
+  void enumeration(Item &item) {
+    const size_t start = at_;
+    const int64_t count = number("expected the number of values");
+    if (count < 1 || count > kMostValues)
+      throw SyntaxError{start, "an enumeration needs 1 to 65536 values"};
+    expect(':', "expected \":\" behind the number of values");
+    for (int64_t i = 0; i < count; ++i) {
+      item.values.emplace_back(text(isValueNameCharacter, "expected a value name"));
+      expect(',', "expected \",\" behind a value name");
+    }
+  }
+
+  std::string_view text_;
+  size_t at_ = 0;
+  std::unique_ptr<Omif_Dictionary> dictionary_;
+};
+
+// ---- To text
+
+void appendNumber(HeapText &text, size_t number) {
+  char digits[24];
+  text.append(digits, static_cast<size_t>(std::snprintf(digits, sizeof digits, "%zu:", number)));
+}
+
+void appendDefinition(HeapText &text, const Omif_Design &design) {
+  text += '{';
+  for (const Item &item : design.items) {
+    appendNumber(text, static_cast<size_t>(item.count));
+    if (item.pointer) text += item.pointer;
+    text += item.kind;
+    if (item.kind == 'e') {
+      appendNumber(text, item.values.size());
+      for (const HeapText &value : item.values) (text += value) += ',';
+    } else if (item.kind == 'o') {
+      (text += item.design) += ',';
+    } else if (item.kind == 'x') {
+      appendDefinition(text, *item.inPlace);
+    }
+    (text += item.name) += ',';
+  }
+  (text += '}') += design.name;
+  text += ',';
+}
+
+/// The first item, in place ones included, that names a design which does not stand before `place`;
+/// null when a reader would find them all.
+const Item *findForwardReference(const Omif_Dictionary &dictionary, const Omif_Design &design,
+                                 size_t place) {
+  for (const Item &item : design.items) {
+    if (item.kind == 'o') {
+      const size_t target = dictionary.placeOf(item.design);
+      if (target >= place) return &item;
+    }
+    if (!item.inPlace) continue;
+    if (const Item *found = findForwardReference(dictionary, *item.inPlace, place)) return found;
+  }
+  return nullptr;
+}
+
+// ---- From code
+
+/// How the items of omif_DesignCreate are written.
+struct ItemForm {
+  int32_t kindCode;
+  int32_t count;
+  char pointer;
+  char kind;
+};
+constexpr ItemForm kForms[] = {
+    {OMIF_EMBEDDED, 1, 0, 'x'},  {OMIF_ENUMERATION, 1, 0, 'e'}, {OMIF_INT32, 1, 0, 'l'},
+    {OMIF_DOUBLE, 1, 0, 'd'},    {OMIF_BYTES, 0, 'p', 'C'},     {OMIF_STRING, 0, 'p', 'c'},
+    {OMIF_DOUBLES, 0, 'p', 'd'}, {OMIF_POINTER, 1, '*', 'o'},
+};
+
+/// Reads one item of the argument list behind its kind code into `item`; false with a report.
+bool readItem(Item &item, int kindCode, const char *designName, va_list *arguments, ErrorScope &e) {
+  const ItemForm *form = std::find_if(std::begin(kForms), std::end(kForms),
+                                      [&](const ItemForm &f) { return f.kindCode == kindCode; });
+  if (form == std::end(kForms))
+    return e.fail(2, "Unknown item kind 0x%03X in design \"%s\"", static_cast<unsigned>(kindCode),
+                  designName);
+  item.count = form->count;
+  item.pointer = form->pointer;
+  item.kind = form->kind;
+  const char *name = va_arg(*arguments, const char *);
+  if (!isName(name))
+    return e.fail(3, "Invalid item name \"%s\" in design \"%s\"", name ? name : "", designName);
+  item.name = name;
+  switch (item.kind) {
+    case 'e':
+      while (const char *value = va_arg(*arguments, const char *)) {
+        if (!isName(value))
+          return e.fail(4, "Invalid value name \"%s\" of item \"%s\" in design \"%s\"", value, name,
+                        designName);
+        item.values.emplace_back(value);
+      }
+      if (item.values.empty() || item.values.size() > kMostValues)
+        return e.fail(5, "Item \"%s\" in design \"%s\" needs 1 to 65536 value names", name,
+                      designName);
+      break;
+    case 'x': {
+      const auto *embedded = va_arg(*arguments, const Omif_Design *);
+      if (!embedded)
+        return e.fail(6, "No embedded design for item \"%s\" in design \"%s\"", name, designName);
+      if (embedded->depth >= kDeepest)
+        return e.fail(7, "Designs nested deeper than 64 at item \"%s\" in design \"%s\"", name,
+                      designName);
+      item.inPlace = std::make_unique<Omif_Design>(*embedded);
+      break;
+    }
+    case 'o': {
+      const char *target = va_arg(*arguments, const char *);
+      if (!isName(target))
+        return e.fail(8, "Invalid design name \"%s\" of item \"%s\" in design \"%s\"",
+                      target ? target : "", name, designName);
+      item.design = target;
+      break;
+    }
+    default:
+      break;
+  }
+  return true;
+}
+
+DesignOwner readDesign(const char *name, va_list *arguments, ErrorScope &e) {
+  auto design = std::make_unique<Omif_Design>();
+  design->name = name;
+  while (const int kindCode = va_arg(*arguments, int)) {  // OMIF_END is 0
+    Item item;
+    if (!readItem(item, kindCode, name, arguments, e)) return nullptr;
+    design->items.push_back(std::move(item));
+  }
+  design->seal();
+  return design;
+}
+
+}  // namespace
+
+Omif_Dictionary *omif_NewDictionary(Oerr_Report **err) {
+  ErrorScope e("omif_NewDictionary", err);
+  return guarded(e, 1, [] { return std::make_unique<Omif_Dictionary>().release(); });
+}
+
+void omif_DictionaryFree(Omif_Dictionary **dictionary) {
+  if (!dictionary) return;
+  delete std::exchange(*dictionary, nullptr);
+}
+
+Omif_Design *omif_DesignCreate(Omif_Dictionary *dictionary, const char *name, Oerr_Report **err,
+                               ...) {
+  ErrorScope e("omif_DesignCreate", err);
+  if (!isName(name)) return e.fail(1, "Invalid input design name \"%s\"", name ? name : "");
+  va_list arguments;
+  va_start(arguments, err);
+  Omif_Design *result = guarded(e, 10, [&]() -> Omif_Design * {
+    DesignOwner design = readDesign(name, &arguments, e);
+    if (!design || !dictionary) return design.release();
+    Omif_Design *known = dictionary->find(name);
+    if (!known) return dictionary->adopt(design);
+    if (*known == *design) return known;
+    return e.fail(9, "A different design \"%s\" is in the dictionary", name);
+  });
+  va_end(arguments);
+  return result;
+}
+
+void omif_DesignFree(Omif_Design **design) {
+  if (!design) return;
+  Omif_Design *done = std::exchange(*design, nullptr);
+  if (done && !done->owner) delete done;
+}
+
+Omif_Design *omif_DesignCopy(const Omif_Design *design, Oerr_Report **err) {
+  ErrorScope e("omif_DesignCopy", err);
+  if (!design) return e.fail(1, "Invalid input design");
+  return guarded(e, 2, [&] { return std::make_unique<Omif_Design>(*design).release(); });
+}
+
+int32_t omif_DesignsEqual(const Omif_Design *first, const Omif_Design *second) {
+  if (!first || !second) return first == second;
+  return *first == *second;
+}
+
+int32_t omif_AddDesignToDictionary(Omif_Dictionary *dictionary, Omif_Design *design,
+                                   Oerr_Report **err) {
+  ErrorScope e("omif_AddDesignToDictionary", err);
+  if (!dictionary) return e.fail(1, "Invalid input dictionary");
+  if (!design) return e.fail(2, "Invalid input design");
+  if (design->owner == dictionary) return 1;
+  if (design->owner)
+    return e.fail(3, "Design \"%s\" belongs to another dictionary", design->name.c_str());
+  const Omif_Design *known = dictionary->find(design->name);
+  if (known && *known != *design)
+    return e.fail(4, "A different design \"%s\" is in the dictionary", design->name.c_str());
+  return guarded(e, 5, [&]() -> int32_t {
+    DesignOwner given(design);
+    if (known) return 1;  // `design` is freed
+    try {
+      dictionary->adopt(given);
+    } catch (const std::bad_alloc &) {
+      static_cast<void>(given.release());  // stays the caller's
+      throw;
+    }
+    return 1;
+  });
+}
+
+const Omif_Design *omif_DictionaryAddDesign(Omif_Dictionary *dictionary, const Omif_Design *design,
+                                            Oerr_Report **err) {
+  ErrorScope e("omif_DictionaryAddDesign", err);
+  if (!dictionary) return e.fail(1, "Invalid input dictionary");
+  if (!design) return e.fail(2, "Invalid input design");
+  if (const Omif_Design *known = dictionary->find(design->name)) {
+    if (*known == *design) return known;
+    return e.fail(3, "A different design \"%s\" is in the dictionary", design->name.c_str());
+  }
+  return guarded(e, 4, [&]() -> const Omif_Design * {
+    auto copy = std::make_unique<Omif_Design>(*design);
+    return dictionary->adopt(copy);
+  });
+}
+
+const Omif_Design *omif_DictionarySearchByName(const Omif_Dictionary *dictionary, const char *name,
+                                               Oerr_Report **err) {
+  ErrorScope e("omif_DictionarySearchByName", err);
+  if (!dictionary) return e.fail(1, "Invalid input dictionary");
+  if (!name) return e.fail(2, "Invalid input design name");
+  return dictionary->find(name);
+}
+
+int32_t omif_DictionaryDesignCount(const Omif_Dictionary *dictionary) {
+  return dictionary ? static_cast<int32_t>(dictionary->designs.size()) : 0;
+}
+
+const Omif_Design *omif_DictionaryDesign(const Omif_Dictionary *dictionary, int32_t index) {
+  if (index < 0 || index >= omif_DictionaryDesignCount(dictionary)) return nullptr;
+  return dictionary->designs[static_cast<size_t>(index)].get();
+}
+
+const char *omif_DesignName(const Omif_Design *design) {
+  return design ? design->name.c_str() : "";
+}
+
+int32_t omif_DesignItemCount(const Omif_Design *design) {
+  return design ? static_cast<int32_t>(design->items.size()) : 0;
+}
+
+int32_t omif_DesignItem(const Omif_Design *design, int32_t index, Omif_ItemInfo *info) {
+  if (!info || index < 0 || index >= omif_DesignItemCount(design)) return 0;
+  const Item &item = design->items[static_cast<size_t>(index)];
+  const char *itsDesign = item.inPlace       ? item.inPlace->name.c_str()
+                          : item.kind == 'o' ? item.design.c_str()
+                                             : nullptr;
+  *info = {.name = item.name.c_str(),
+           .kind = item.kind,
+           .pointer = item.pointer,
+           .count = item.count,
+           .design = itsDesign,
+           .valueNames = item.kind == 'e' ? item.valueNames.data() : nullptr,
+           .inPlace = item.inPlace.get()};
+  return 1;
+}
+
+char *omif_DictionaryEncodeToString(const Omif_Dictionary *dictionary, Oerr_Report **err) {
+  ErrorScope e("omif_DictionaryEncodeToString", err);
+  if (!dictionary) return e.fail(1, "Invalid input dictionary");
+  return guarded(e, 3, [&]() -> char * {
+    HeapText text;
+    for (size_t place = 0; place < dictionary->designs.size(); ++place) {
+      const Omif_Design &design = *dictionary->designs[place];
+      if (const Item *item = findForwardReference(*dictionary, design, place))
+        return e.fail(2, "Item \"%s\" of design \"%s\" names \"%s\", which no earlier design bears",
+                      item->name.c_str(), design.name.c_str(), item->design.c_str());
+      appendDefinition(text, design);
+    }
+    text += '.';
+    auto copy = heapCopy(text);
+    if (!copy) throw std::bad_alloc();
+    return copy.release();
+  });
+}
+
+Omif_Dictionary *omif_DictionaryDecodeFromString(const char *text, Oerr_Report **err) {
+  ErrorScope e("omif_DictionaryDecodeFromString", err);
+  if (!text) return e.fail(1, "Invalid input dictionary text");
+  return guarded(e, 3, [&]() -> Omif_Dictionary * {
+    try {
+      return Decoder(text).decode().release();
+    } catch (const SyntaxError &error) {
+      return e.fail(2, "Invalid dictionary text at byte %zu: %s", error.position, error.problem);
+    }
+  });
+}
