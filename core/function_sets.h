@@ -1,0 +1,50 @@
+// The function sets that a handle can name, and what they share. A set is a constant table; a
+// handle reaches its set through its title.
+#ifndef OPRJ_CORE_FUNCTION_SETS_H
+#define OPRJ_CORE_FUNCTION_SETS_H
+
+#include <oprj/projection.h>
+
+#include <cstring>
+
+namespace orvik::oprj {
+
+/// Titled OPRJ_TITLE_NATIVE: the data is an Oprj_MapProjection.
+extern const Oprj_MapProjectionFunctions kNativeSet;
+
+/// Every operation reports "Unimplemented": what a further set starts from. No title reaches it.
+extern const Oprj_MapProjectionFunctions kDefaultSet;
+
+/// What the room that binds the Projection Engine supplies (interchange/engine_set.cpp): the set
+/// titled OPRJ_TITLE_PE and the reader of its objects.
+struct EngineSet {
+  Oprj_MapProjectionFunctions functions;
+  /// A new coordinate system object from its text, or null with a report.
+  void *(*fromString)(const char *text, Oerr_Report **err);
+};
+extern const EngineSet kEngineSet;
+
+/// An internal record whose executable name holds text: the text describes the system, and the set
+/// titled OPRJ_TITLE_PE computes it.
+bool asksForEngine(const Oprj_ProParameters &record);
+
+inline bool isGeographic(const Oprj_ProParameters &record) {
+  return record.proType == OPRJ_INTERNAL && record.proNumber == 0;
+}
+
+/// Titles are compared by pointer, then by text.
+inline bool sameTitle(const char *first, const char *second) {
+  return first == second || (first && second && std::strcmp(first, second) == 0);
+}
+
+/// 1 when points must be shifted between the two geographic systems: both spheroids and both datums
+/// are named, neither datum is of the undefined type and the datum names differ, case included. 0
+/// otherwise, with a report when the comparison failed (`err` is required).
+int32_t datumShiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target, Oerr_Report **err);
+
+/// A point count as an array length.
+inline uint32_t arrayLength(int32_t count) { return count > 0 ? static_cast<uint32_t>(count) : 0; }
+
+}  // namespace orvik::oprj
+
+#endif
