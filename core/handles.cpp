@@ -3,23 +3,20 @@
 #include <oprj/families.h>
 #include <oprj/omsc.h>
 
-#include <memory>
 #include <utility>
 
 #include "core/function_sets.h"
 #include "toolkit/error_scope.h"
+#include "toolkit/heap.h"
 
 using namespace orvik::oprj;
 using orvik::toolkit::ErrorScope;
+using orvik::toolkit::HeapBlock;
 using orvik::toolkit::Owner;
 
 namespace {
 
 using HandleOwner = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
-
-struct HeapFree {
-  void operator()(void *block) const { omsc_HeapFree(block); }
-};
 
 struct TitledSet {
   const char *title;
@@ -86,7 +83,7 @@ int32_t oprj_ProjectionInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *rec
   void *data = nullptr;
   const auto *functions = &kNativeSet;
   if (asksForEngine(*record)) {
-    const std::unique_ptr<char, HeapFree> text(oprj_CharStrToString(&record->proExeName));
+    const HeapBlock<char> text(oprj_CharStrToString(&record->proExeName));
     data = text ? kEngineSet.fromString(text.get(), e.cause()) : nullptr;
     if (!data) return e.fail(1599, "pe_coordsys_from_string failed");
     title = OPRJ_TITLE_PE;

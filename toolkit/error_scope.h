@@ -42,15 +42,15 @@ class ErrorScope {
     *slot_ = nullptr;
   }
   ~ErrorScope() {
-    oerr_DeleteErrorReport(&cause_);
-    oerr_DeleteErrorReport(&own_);
+    drop(cause_);
+    drop(own_);
   }
   ErrorScope(const ErrorScope &) = delete;
   ErrorScope &operator=(const ErrorScope &) = delete;
 
   /// The slot to hand to a callee; an earlier callee's report that was not used is dropped.
   Oerr_Report **cause() {
-    oerr_DeleteErrorReport(&cause_);
+    drop(cause_);
     return &cause_;
   }
   /// The last callee's report, borrowed; null when it succeeded.
@@ -93,6 +93,10 @@ class ErrorScope {
   const char *operation() const { return operation_; }
 
  private:
+  /// Tested here, so that success costs no call: operations on single points pass several scopes.
+  static void drop(Oerr_Report *&report) {
+    if (report) oerr_DeleteErrorReport(&report);
+  }
   void report(int32_t code, int32_t severity, const char *format, va_list values);
 
   const char *operation_;

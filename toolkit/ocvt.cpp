@@ -212,9 +212,20 @@ static_assert(everyNameFindsItsUnit(), "a name stands twice in the table");
 
 bool isExact(const Ocvt_Unit &unit) { return unit.denominator > 0.0; }
 
-/// The quotient of two exact units in lowest terms: one multiplication and one division, each by a
-/// number that a double holds exactly as long as it is below 2^53.
-double convertExactly(double value, const Ocvt_Unit &from, const Ocvt_Unit &to) {
+/// What a value is multiplied and then divided by.
+struct Quotient {
+  double multiplier, divisor;
+
+  double convert(double value) const {
+    const double product = value * multiplier;
+    return std::isfinite(product) ? product / divisor : value / divisor * multiplier;
+  }
+};
+
+/// For two exact units in lowest terms: each number is one that a double holds exactly as long as
+/// it is below 2^53.
+Quotient quotientOf(const Ocvt_Unit &from, const Ocvt_Unit &to) {
+  if (!isExact(from) || !isExact(to)) return {from.factor, to.factor};
   const auto whole = [](double number) { return static_cast<int64_t>(number); };
   int64_t numerators[] = {whole(from.numerator), whole(to.denominator)};
   int64_t denominators[] = {whole(from.denominator), whole(to.numerator)};
@@ -224,11 +235,19 @@ double convertExactly(double value, const Ocvt_Unit &from, const Ocvt_Unit &to) 
       above /= common;
       below /= common;
     }
-  const double multiplier = static_cast<double>(numerators[0]) * static_cast<double>(numerators[1]);
-  const double divisor =
-      static_cast<double>(denominators[0]) * static_cast<double>(denominators[1]);
-  const double product = value * multiplier;
-  return std::isfinite(product) ? product / divisor : value / divisor * multiplier;
+  return {static_cast<double>(numerators[0]) * static_cast<double>(numerators[1]),
+          static_cast<double>(denominators[0]) * static_cast<double>(denominators[1])};
+}
+
+/// Refuses units that do not convert.
+bool convertible(ErrorScope &e, const Ocvt_Unit *from, const Ocvt_Unit *to) {
+  if (!from || !to) return e.fail(1, "Invalid input unit");
+  if (from == to) return true;
+  for (const Ocvt_Unit *unit : {from, to})
+    if (!(unit->factor > 0.0)) return e.fail(2, "Unit \"%s\" has no conversion factor", unit->name);
+  if (from->kind != to->kind)
+    return e.fail(3, "Units of different kinds: \"%s\" and \"%s\"", from->name, to->name);
+  return true;
 }
 
 // ---- Packed degrees, minutes and seconds
@@ -334,14 +353,19 @@ const Ocvt_Unit *ocvt_UnitByIndex(int32_t index) {
 double ocvt_UnitsConvert(double value, const Ocvt_Unit *from, const Ocvt_Unit *to,
                          Oerr_Report **err) {
   ErrorScope e("ocvt_UnitsConvert", err);
-  if (!from || !to) return e.fail(1, "Invalid input unit");
-  if (from == to) return value;
-  for (const Ocvt_Unit *unit : {from, to})
-    if (!(unit->factor > 0.0)) return e.fail(2, "Unit \"%s\" has no conversion factor", unit->name);
-  if (from->kind != to->kind)
-    return e.fail(3, "Units of different kinds: \"%s\" and \"%s\"", from->name, to->name);
-  if (isExact(*from) && isExact(*to)) return convertExactly(value, *from, *to);
-  return value * from->factor / to->factor;
+  if (!convertible(e, from, to)) return 0.0;
+  return from == to ? value : quotientOf(*from, *to).convert(value);
+}
+
+int32_t ocvt_UnitsConvertArray(double *values, size_t count, const Ocvt_Unit *from,
+                               const Ocvt_Unit *to, Oerr_Report **err) {
+  ErrorScope e("ocvt_UnitsConvertArray", err);
+  if (!convertible(e, from, to)) return 0;
+  if (!values && count > 0) return e.fail(4, "Invalid input values");
+  if (from == to) return 1;
+  const Quotient quotient = quotientOf(*from, *to);
+  for (double &value : std::span(values, count)) value = quotient.convert(value);
+  return 1;
 }
 
 double ocvt_UnitsConvertByName(double value, const char *from, const char *to, Oerr_Report **err) {

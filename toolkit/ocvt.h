@@ -36,6 +36,11 @@ OPRJ_API const Ocvt_Unit *ocvt_UnitByIndex(int32_t index);
 OPRJ_API double ocvt_UnitsConvert(double value, const Ocvt_Unit *from, const Ocvt_Unit *to,
                                   Oerr_Report **err);
 
+/** ocvt_UnitsConvert of `count` values in place: the same results. 1, or 0 with a report and the
+    values unchanged. */
+OPRJ_API int32_t ocvt_UnitsConvertArray(double *values, size_t count, const Ocvt_Unit *from,
+                                        const Ocvt_Unit *to, Oerr_Report **err);
+
 /** ocvt_UnitsConvert by the units' names. */
 OPRJ_API double ocvt_UnitsConvertByName(double value, const char *from, const char *to,
                                         Oerr_Report **err);
