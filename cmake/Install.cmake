@@ -1,0 +1,30 @@
+# cmake --install: headers under include/oprj, both libraries, reference data, program, CMake package,
+# pkg-config file.
+include(CMakePackageConfigHelpers)
+
+get_property(headers GLOBAL PROPERTY OPRJ_PUBLIC_HEADERS)
+install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/oprj)
+
+foreach(target oPrjToolkit oPrj)
+  target_include_directories(${target} INTERFACE
+    $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+endforeach()
+install(TARGETS oPrjToolkit oPrj EXPORT oPrjTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT oPrjTargets NAMESPACE oPrj:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/oPrj)
+configure_package_config_file(cmake/oPrjConfig.cmake.in ${CMAKE_BINARY_DIR}/oPrjConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/oPrj PATH_VARS CMAKE_INSTALL_DATADIR)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/oPrjConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/oPrjConfig.cmake ${CMAKE_BINARY_DIR}/oPrjConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/oPrj)
+configure_file(cmake/oprj.pc.in ${CMAKE_BINARY_DIR}/oprj.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/oprj.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+file(GLOB reference_files ${CMAKE_SOURCE_DIR}/data/*.dat ${CMAKE_SOURCE_DIR}/data/*.tab
+                          ${CMAKE_SOURCE_DIR}/data/coastline.txt ${CMAKE_SOURCE_DIR}/data/SOURCES.md)
+install(FILES ${reference_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/oPrj)
+if(TARGET oprj)
+  set_target_properties(oprj PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS oprj RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+set_target_properties(oPrj PROPERTIES INSTALL_RPATH "$ORIGIN")

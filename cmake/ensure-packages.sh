@@ -1,0 +1,16 @@
+# Sourced by ./run and ./test: installs the Debian packages that are missing, nothing when all are there.
+# With "tests" as argument also those that only tests and benchmarks need.
+ensure_packages() {
+  local wanted="g++ cmake ninja-build pkg-config libboost-dev libsleef-dev libcli11-dev libcairo2-dev"
+  [ "${1:-}" = tests ] && wanted="$wanted libgtest-dev libproj-dev proj-data proj-bin libgctp-dev python3"
+  local missing="" package
+  for package in $wanted; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing="$missing $package"
+  done
+  [ -z "$missing" ] && return 0
+  echo "Installing:$missing" >&2
+  local sudo=""
+  [ "$(id -u)" = 0 ] || sudo=sudo
+  $sudo apt-get update -qq >&2
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends $missing >&2
+}
