@@ -1,0 +1,27 @@
+// The loaded reference data, as the rooms of this library reach it.
+#ifndef OPRJ_CORE_REFERENCE_DATA_H
+#define OPRJ_CORE_REFERENCE_DATA_H
+
+#include <oprj/tables.h>
+
+#include "core/records.h"
+
+namespace orvik::oprj {
+
+/// The internal initialisation ("InternalInit" in reports): makes sure that the reference data is
+/// loaded, reading the files only when the slot is empty, and returns the toolkit's record (null:
+/// the process's own). Null with 1 "Failed to initialize Toolkit" or 2 "Error returned from
+/// oprj_InitProjectionData"; the slot is then as it was.
+Oint_Toolkit *internalInit(Oerr_Report **err, Oint_Toolkit *toolkit);
+
+/// How every lookup begins: the reference data, loaded when the slot is empty. Null after reporting
+/// 1 "Toolkit has not been initialized" or 2 "Error returned from oprj_Init". Takes no lock once
+/// the data is there.
+const Oprj_InitData *referenceData(ErrorScope &e, Oint_Toolkit *toolkit);
+
+/// The same without a report of its own: null with oprj_Init's report.
+const Oprj_InitData *loadedData(Oint_Toolkit *toolkit, Oerr_Report **err);
+
+}  // namespace orvik::oprj
+
+#endif
