@@ -11,7 +11,8 @@ namespace orvik::oprj {
 int32_t slotsAsked(const Oprj_QueryEntry *list) {
   int32_t slots = 0;
   for (const Oprj_QueryEntry *entry = list; entry; entry = entry->next) {
-    slots = std::max(slots, std::clamp(entry->index, 0, kLastSlot) + 1);
+    if (entry->kind >= OPRJ_QUERY_NUMBER)
+      slots = std::max(slots, std::clamp(entry->index, 0, kLastSlot) + 1);
     for (const Oprj_CondQueryEntry *branch = entry->conditionalList; branch; branch = branch->next)
       slots = std::max(slots, slotsAsked(branch->queryEntryList));
   }

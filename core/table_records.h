@@ -29,8 +29,12 @@ inline constexpr int32_t kZoneConstants = 9;
 /// The name of the variable that says where the dictionary and the zone table are.
 inline constexpr const char *kProjectionsPath = "ORVIK_PROJECTIONS_PATH";
 
-/// One more than the highest slot that the questions fill, branches included; 0 for no questions.
+/// One more than the highest slot that the questions fill, branches included; 0 for none.
 int32_t slotsAsked(const Oprj_QueryEntry *list);
+
+/// Gives the record the name, type and number or executable of a dictionary entry; false, and the
+/// record untouched, without memory.
+bool setProjection(Oprj_ProParameters &record, const Oprj_Query &query);
 
 /// Links `record` behind the list whose last link is `tail`, and moves `tail` on.
 template <class Record>
@@ -45,9 +49,11 @@ Record **tailOf(Record **list) {
   return list;
 }
 
+/// The datum of that name (case included) in a spheroid's entry, or null.
+const Oprj_DatumTableEntry *findDatumEntry(const Oprj_SpheroidTableEntry &entry, const char *name);
+
 /// Frees a list of spheroid entries that the spheroid table map does not hold.
 void freeSpheroidEntries(Oprj_SpheroidTableEntry *list);
-void freeDatumEntry(Oprj_DatumTableEntry *datum);
 
 /// Grammars for olex_Parse. `result` is the address of the list's head, null at first.
 int64_t dictionaryGrammar(const char *text, size_t size, void *result, const char **expected);
