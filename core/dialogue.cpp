@@ -76,18 +76,25 @@ class Questions {
  private:
   bool ask(const Oprj_QueryEntry &entry) {
     switch (entry.kind) {
-      case OPRJ_QUERY_SPHEROID: return askSpheroid(entry) && askDatum();
+      case OPRJ_QUERY_SPHEROID:
+        return askSpheroid(entry) && askDatum();
       case OPRJ_QUERY_SPHEROID_BY_NAME:
         return setSpheroid(textOf(entry.valueArea.spheroidName)) && askDatum();
-      case OPRJ_QUERY_UTM_ZONE: return askUtmZone(entry);
-      case OPRJ_QUERY_STATE_PLANE_ZONE: return askStatePlaneZone(entry);
-      case OPRJ_QUERY_NAD_CODE: return askNadCode(entry);
-      case OPRJ_QUERY_CONDITION: return askCondition(entry);
+      case OPRJ_QUERY_UTM_ZONE:
+        return askUtmZone(entry);
+      case OPRJ_QUERY_STATE_PLANE_ZONE:
+        return askStatePlaneZone(entry);
+      case OPRJ_QUERY_NAD_CODE:
+        return askNadCode(entry);
+      case OPRJ_QUERY_CONDITION:
+        return askCondition(entry);
       case OPRJ_QUERY_NUMBER:
       case OPRJ_QUERY_ANGLE:
       case OPRJ_QUERY_DISTANCE:
-      case OPRJ_QUERY_INTEGER: return askValue(entry);
-      default: return e_.fail(9, "Invalid data type");
+      case OPRJ_QUERY_INTEGER:
+        return askValue(entry);
+      default:
+        return e_.fail(9, "Invalid data type");
     }
   }
 

@@ -20,7 +20,8 @@ class NumberText {
   static constexpr int kPrecision = 6;  // printf's, when the format names none
 
   NumberText(double value, std::chars_format format) {
-    const auto end = std::to_chars(digits_, digits_ + sizeof(digits_) - 1, value, format, kPrecision);
+    const auto end =
+        std::to_chars(digits_, digits_ + sizeof(digits_) - 1, value, format, kPrecision);
     *end.ptr = '\0';
   }
 

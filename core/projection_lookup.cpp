@@ -23,9 +23,8 @@ bool assign(const char *source, int32_t extra, Oprj_CharStr &target) {
 
 bool isExample(const Oprj_Query &query, const Oprj_ProParameters &record) {
   if (query.type != record.proType) return false;
-  return query.type == OPRJ_EXTERNAL
-             ? std::strcmp(query.executable, textOf(record.proExeName)) == 0
-             : query.number == record.proNumber;
+  return query.type == OPRJ_EXTERNAL ? std::strcmp(query.executable, textOf(record.proExeName)) == 0
+                                     : query.number == record.proNumber;
 }
 
 /// "State Plane, Zone …" with what the table knows of the zone.
@@ -137,8 +136,7 @@ char *oprj_ProjectionDescribe(Oint_Toolkit *toolkit, const Oprj_ProParameters *r
   if (!toolkit) return e.fail(1, "Toolkit has not been initialized");
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
   const bool internal = record->proType == OPRJ_INTERNAL;
-  char *text = internal && record->proNumber == kUtm
-                   ? ostr_Format("UTM, Zone %d", record->proZone)
+  char *text = internal && record->proNumber == kUtm ? ostr_Format("UTM, Zone %d", record->proZone)
                : internal && record->proNumber == kStatePlane
                    ? describeZone(toolkit, *record, e)
                    : ostr_Duplicate(textOf(record->proName));

@@ -52,8 +52,7 @@ class DictionaryBuilder {
   }
 
   void condition() {
-    if (depth_ == kConditionDepth)
-      throw SyntaxStop{prompt_.data, "conditions nested less deeply"};
+    if (depth_ == kConditionDepth) throw SyntaxStop{prompt_.data, "conditions nested less deeply"};
     entry<OPRJ_QUERY_CONDITION>();
     levels_[++depth_] = {nullptr, &entry_->conditionalList};
   }
@@ -95,10 +94,9 @@ const auto colon = need(':', "\":\"");
 const auto open = need('{', "\"{\"");
 const auto close = need('>', "\">\"");
 
-const auto branch =
-    number[action<&B::branchValue>] >> colon >>
-    need(quoted, "a label in quotes")[action<&B::branchLabel>] >>
-    -(':' >> open >> *entry >> need('}', "a question or \"}\""));
+const auto branch = number[action<&B::branchValue>] >> colon >>
+                    need(quoted, "a label in quotes")[action<&B::branchLabel>] >>
+                    -(':' >> open >> *entry >> need('}', "a question or \"}\""));
 
 const auto condition = word("condition")[action<&B::condition>] >> close >> open >> *branch >>
                        need('}', "a value or \"}\"") >> x3::eps[action<&B::conditionEnd>];
@@ -140,14 +138,16 @@ const auto entry_def = quoted[action<&B::prompt>] >> need('<', "\"<\"") >>
 BOOST_SPIRIT_DEFINE(entry)
 
 const auto block = quoted[action<&B::name>] >> open >>
-                   need(word("Internal") >> need(integer, "a projection number")[action<&B::internal>] |
+                   need(word("Internal") >>
+                                need(integer, "a projection number")[action<&B::internal>] |
                             word("External") >>
-                                need(quoted, "an executable's name in quotes")[action<&B::external>],
+                                need(quoted,
+                                     "an executable's name in quotes")[action<&B::external>],
                         "Internal or External") >>
                    *entry >> need('}', "a question or \"}\"");
 
-const auto dictionary =
-    *block >> need(x3::eoi, "a projection's name in quotes or the end of the file");
+const auto dictionary = *block >>
+                        need(x3::eoi, "a projection's name in quotes or the end of the file");
 
 }  // namespace
 }  // namespace orvik::oprj::grammar

@@ -45,10 +45,18 @@ void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
     const long index = entry->index;
     std::printf("\t\"%s\" <", textOf(entry->prompt));
     switch (entry->kind) {
-      case OPRJ_QUERY_SPHEROID: std::printf("spheroid>\n"); break;
-      case OPRJ_QUERY_UTM_ZONE: std::printf("utmzone>\n"); break;
-      case OPRJ_QUERY_STATE_PLANE_ZONE: std::printf("spzone>\n"); break;
-      case OPRJ_QUERY_NUMBER: std::printf("%ld:number>\n", index); break;
+      case OPRJ_QUERY_SPHEROID:
+        std::printf("spheroid>\n");
+        break;
+      case OPRJ_QUERY_UTM_ZONE:
+        std::printf("utmzone>\n");
+        break;
+      case OPRJ_QUERY_STATE_PLANE_ZONE:
+        std::printf("spzone>\n");
+        break;
+      case OPRJ_QUERY_NUMBER:
+        std::printf("%ld:number>\n", index);
+        break;
       case OPRJ_QUERY_ANGLE:
         std::printf("%ld:angle", index);
         printAngleUnit(entry->unit);
@@ -57,15 +65,21 @@ void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
         std::printf("%ld:distance", index);
         printDistanceUnit(entry->unit);
         break;
-      case OPRJ_QUERY_NAD_CODE: std::printf("%ld:nadcode>\n", index); break;
+      case OPRJ_QUERY_NAD_CODE:
+        std::printf("%ld:nadcode>\n", index);
+        break;
       case OPRJ_QUERY_CONDITION:
         std::printf("%ld:condition> {\n", index);
         oprj_CondQueryEntryListPrint(entry->conditionalList);
         std::printf("\t}\n");
         break;
-      case OPRJ_QUERY_INTEGER: std::printf("%ld:integer>\n", index); break;
+      case OPRJ_QUERY_INTEGER:
+        std::printf("%ld:integer>\n", index);
+        break;
       // Kept: the spheroid by name prints as an unknown kind.
-      default: std::printf("What??  Invalid data type\n"); break;
+      default:
+        std::printf("What??  Invalid data type\n");
+        break;
     }
   }
 }

@@ -8,12 +8,6 @@
 
 namespace orvik::oprj {
 
-/// The internal initialisation ("InternalInit" in reports): makes sure that the reference data is
-/// loaded, reading the files only when the slot is empty, and returns the toolkit's record (null:
-/// the process's own). Null with 1 "Failed to initialize Toolkit" or 2 "Error returned from
-/// oprj_InitProjectionData"; the slot is then as it was.
-Oint_Toolkit *internalInit(Oerr_Report **err, Oint_Toolkit *toolkit);
-
 /// How every lookup begins: the reference data, loaded when the slot is empty. Null after reporting
 /// 1 "Toolkit has not been initialized" or 2 "Error returned from oprj_Init". Takes no lock once
 /// the data is there.

@@ -100,7 +100,8 @@ Oprj_Spheroid *oprj_SpheroidCreate(Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidCreate", err);
   OwnedSpheroid made{allocateRecord<Oprj_Spheroid>()};
   if (!made) return e.fail(1, "Error allocating Spheroid");
-  if (!oprj_DatumInit(&made->datum, e.cause())) return e.fail(2, "Error returned from oprj_DatumInit");
+  if (!oprj_DatumInit(&made->datum, e.cause()))
+    return e.fail(2, "Error returned from oprj_DatumInit");
   return made.release();
 }
 

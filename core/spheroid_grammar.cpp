@@ -100,8 +100,8 @@ const auto fileName = need(quoted, "a file name in quotes");
 const auto longitude = need(word("longitude"), "longitude");
 const auto latitude = need(word("latitude"), "latitude");
 const auto shift = need(number, "a shift in arc-seconds");
-const auto method = need(word("bilinear")[action<&B::bilinear>] | word("nothing"),
-                         "bilinear or nothing");
+const auto method =
+    need(word("bilinear")[action<&B::bilinear>] | word("nothing"), "bilinear or nothing");
 const auto nodata = -(word("nodata") >> need(number, "a number")[action<&B::nodata>]);
 
 const auto constant = word("constant")[action<&B::sourceKind<kConstant>>] >> longitude >>
@@ -113,8 +113,8 @@ const auto raster = word("raster")[action<&B::sourceKind<kRaster>>] >> longitude
                     fileName[action<&B::latitudeFile>] >> -(word("resample") >> method) >> nodata;
 
 const auto vector = word("vector")[action<&B::sourceKind<kVector>>] >>
-                    fileName[action<&B::longitudeFile>] >> -(word("interpolation") >> method) >>
-                    nodata;
+                    fileName[action<&B::longitudeFile>] >>
+                    -(word("interpolation") >> method) >> nodata;
 
 const auto base = need(word("basedatum") | word("gridbasedatum")[action<&B::gridBase>],
                        "basedatum or gridbasedatum") >>
@@ -124,9 +124,8 @@ const auto base = need(word("basedatum") | word("gridbasedatum")[action<&B::grid
 const auto surface = word("surface")[action<&B::surface>] >>
                      need(constant | raster | vector, "constant, raster or vector") >> base;
 
-const auto parametric =
-    word("parametric")[action<&B::type<OPRJ_DATUM_PARAMETRIC>>] >>
-    x3::repeat(7)[need(number, "seven parameters")[action<&B::param>]];
+const auto parametric = word("parametric")[action<&B::type<OPRJ_DATUM_PARAMETRIC>>] >>
+                        x3::repeat(7)[need(number, "seven parameters")[action<&B::param>]];
 
 const auto grid = word("grid")[action<&B::type<OPRJ_DATUM_GRID>>] >> fileName[action<&B::gridName>];
 
@@ -134,22 +133,20 @@ const auto regression = word("regression")[action<&B::type<OPRJ_DATUM_REGRESSION
 
 const auto descriptionNeeded = need(quoted, "a description in quotes");
 
-const auto datum =
-    quoted[action<&B::datumName>] >>
-    need(parametric | grid | regression | surface, "parametric, grid, regression or surface") >>
-    -(word("description") >> descriptionNeeded[action<&B::datumDescription>]);
+const auto datum = quoted[action<&B::datumName>] >>
+                   need(parametric | grid | regression | surface,
+                        "parametric, grid, regression or surface") >>
+                   -(word("description") >> descriptionNeeded[action<&B::datumDescription>]);
 
-const auto spheroid =
-    quoted[action<&B::name>] >> need('{', "\"{\"") >>
-    need(integer, "a spheroid number")[action<&B::number>] >> axisNeeded[action<&B::semiMajor>] >>
-    axisNeeded[action<&B::semiMinor>] >>
-    *(word("alias") >> need(quoted, "a name in quotes")[action<&B::alias>]) >>
-    -(word("description") >> descriptionNeeded[action<&B::description>]) >> *datum >>
-    need('}', "a datum's name in quotes or \"}\"") >> x3::eps[action<&B::end>];
+const auto spheroid = quoted[action<&B::name>] >> need('{', "\"{\"") >>
+                      need(integer, "a spheroid number")[action<&B::number>] >>
+                      axisNeeded[action<&B::semiMajor>] >> axisNeeded[action<&B::semiMinor>] >>
+                      *(word("alias") >> need(quoted, "a name in quotes")[action<&B::alias>]) >>
+                      -(word("description") >> descriptionNeeded[action<&B::description>]) >> *datum
+                      >> need('}', "a datum's name in quotes or \"}\"") >> x3::eps[action<&B::end>];
 
-const auto spheroids =
-    -(word("spheroidfile") >> need(quoted, "a title in quotes")) >> *spheroid >>
-    need(x3::eoi, "a spheroid's name in quotes or the end of the file");
+const auto spheroids = -(word("spheroidfile") >> need(quoted, "a title in quotes")) >> *spheroid >>
+                       need(x3::eoi, "a spheroid's name in quotes or the end of the file");
 
 }  // namespace
 }  // namespace orvik::oprj::grammar

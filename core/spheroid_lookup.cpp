@@ -177,9 +177,11 @@ Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const char *spheroidName, co
       break;
     case OPRJ_DATUM_SURFACE:
       target->shiftSurface = shiftSurfaceFromSource(*datum->surface, e.cause());
-      if (!target->shiftSurface) return e.fail(11, "Error returned from oprj_ShiftSurfaceDuplicate");
+      if (!target->shiftSurface)
+        return e.fail(11, "Error returned from oprj_ShiftSurfaceDuplicate");
       break;
-    default: break;  // a regression datum is known by its name alone
+    default:
+      break;  // a regression datum is known by its name alone
   }
   return target;
 }

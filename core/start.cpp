@@ -26,15 +26,17 @@ void **librarySlot(Oint_Toolkit *toolkit) {
 }
 
 Oprj_InitData *held(void **slot) {
-  return static_cast<Oprj_InitData *>(std::atomic_ref<void *>(*slot).load(std::memory_order_acquire));
+  return static_cast<Oprj_InitData *>(
+      std::atomic_ref<void *>(*slot).load(std::memory_order_acquire));
 }
 
 void hold(void **slot, Oprj_InitData *data) {
   std::atomic_ref<void *>(*slot).store(data, std::memory_order_release);
 }
 
-}  // namespace
-
+/// The internal initialisation ("InternalInit" in reports): makes sure that the reference data is
+/// loaded, reading the files only when the slot is empty, and returns the toolkit's record (null:
+/// the process's own).
 Oint_Toolkit *internalInit(Oerr_Report **err, Oint_Toolkit *toolkit) {
   ErrorScope e("InternalInit", err);
   if (!toolkit) toolkit = oint_InitToolkit(e.cause());
@@ -48,6 +50,8 @@ Oint_Toolkit *internalInit(Oerr_Report **err, Oint_Toolkit *toolkit) {
   hold(slot, data.release());
   return toolkit;
 }
+
+}  // namespace
 
 const Oprj_InitData *loadedData(Oint_Toolkit *toolkit, Oerr_Report **err) {
   void **slot = librarySlot(toolkit);

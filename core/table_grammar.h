@@ -148,8 +148,8 @@ struct Needed : x3::unary_parser<Subject, Needed<Subject>> {
   constexpr Needed(const Subject &subject, const char *what) : Base(subject), expected(what) {}
 
   template <class Context, class RContext, class Attribute>
-  bool parse(const char *&first, const char *const &last, const Context &context, RContext &rcontext,
-             Attribute &attribute) const {
+  bool parse(const char *&first, const char *const &last, const Context &context,
+             RContext &rcontext, Attribute &attribute) const {
     if (this->subject.parse(first, last, context, rcontext, attribute)) return true;
     x3::skip_over(first, last, context);
     throw SyntaxStop{first, expected};

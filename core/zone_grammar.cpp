@@ -43,14 +43,15 @@ using B = ZoneBuilder;
 constexpr int32_t kLargest = std::numeric_limits<int32_t>::max();
 const Number<int32_t> fips{-kLargest, kLargest};
 
-const auto zone =
-    quoted[action<&B::stateName>] >> need(quoted, "a zone's name in quotes")[action<&B::zoneName>] >>
-    need(integer, "a zone number")[action<&B::zoneNumber>] >>
-    need(word("nad27")[action<&B::nadCode<1>>] | word("nad83")[action<&B::nadCode<2>>],
-         "nad27 or nad83") >>
-    need(integer, "a projection number")[action<&B::projectionNumber>] >>
-    need(fips, "a FIPS code")[action<&B::fipsCode>] >>
-    x3::repeat(kZoneConstants)[need(number, "nine constants")[action<&B::constant>]];
+const auto zone = quoted[action<&B::stateName>] >>
+                  need(quoted, "a zone's name in quotes")[action<&B::zoneName>] >>
+                  need(integer, "a zone number")[action<&B::zoneNumber>] >>
+                  need(word("nad27")[action<&B::nadCode<1>>] |
+                           word("nad83")[action<&B::nadCode<2>>],
+                       "nad27 or nad83") >>
+                  need(integer, "a projection number")[action<&B::projectionNumber>] >>
+                  need(fips, "a FIPS code")[action<&B::fipsCode>] >>
+                  x3::repeat(kZoneConstants)[need(number, "nine constants")[action<&B::constant>]];
 
 const auto zones = *zone >> need(x3::eoi, "a state's name in quotes or the end of the file");
 
