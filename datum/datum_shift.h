@@ -37,9 +37,8 @@ OPRJ_API void oprj_DatumShiftParametric(const Oprj_Point *in, const Oprj_Spheroi
                                         Oprj_Point *out, const Oprj_Spheroid *destination,
                                         int32_t count, Oerr_Report **err);
 /** Both datums of the grid type: bilinear interpolation in NADCON grids. */
-OPRJ_API void oprj_DatumShiftGrid(const Oprj_Point *in, const Oprj_Spheroid *source,
-                                  Oprj_Point *out, const Oprj_Spheroid *destination, int32_t count,
-                                  Oerr_Report **err);
+OPRJ_API void oprj_DatumShiftGrid(const Oprj_Point *in, const Oprj_Datum *source, Oprj_Point *out,
+                                  const Oprj_Datum *destination, int32_t count, Oerr_Report **err);
 /** Multiple regression between the named datum and WGS 84: `direction` 1 forward, 0 inverse. */
 OPRJ_API void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                                         const char *datumName, int32_t direction,
