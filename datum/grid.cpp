@@ -1,7 +1,6 @@
 // Grid shifts. Grids are looked up already; reading them is not built yet.
 #include <oprj/datum_shift.h>
 #include <oprj/ofio.h>
-#include <oprj/omsc.h>
 
 #include "core/datum_search.h"
 #include "toolkit/error_scope.h"

@@ -1,7 +1,7 @@
 // Shift surfaces, which are not built yet.
 #include <oprj/datum_shift.h>
-#include <oprj/omsc.h>
 
+#include "core/datum_search.h"
 #include "toolkit/error_scope.h"
 
 using orvik::toolkit::ErrorScope;
@@ -23,4 +23,10 @@ Oprj_ShiftSurface *oprj_ShiftSurfaceDuplicate(const Oprj_ShiftSurface *surface, 
 
 void oprj_ShiftSurfaceFree(Oprj_ShiftSurface **surface) {
   if (surface) *surface = nullptr;  // there are none
+}
+
+Oprj_ShiftSurface *orvik::oprj::shiftSurfaceFromSource(const Oprj_SurfaceSource & /*source*/,
+                                                       Oerr_Report **err) {
+  ErrorScope e("shiftSurfaceFromSource", err);
+  return e.fail(1, "Shift surfaces are not built yet");
 }
