@@ -77,8 +77,9 @@ void familyFromLL(const Family &family, const Oprj_Point *geog, const double *bl
                   Oprj_Point *proj, int32_t count, Oerr_Report **err);
 void familyToLL(const Family &family, const Oprj_Point *proj, const double *block, Oprj_Point *geog,
                 int32_t count, Oerr_Report **err);
-int32_t familyEqual(const Family &family, const Oprj_ProParameters *first,
-                    const Oprj_ProParameters *second, Oerr_Report **err);
+/// The equality test under the name `operation`, by what the row compares.
+int32_t recordsEqual(const char *operation, const Row &row, const Oprj_ProParameters *first,
+                     const Oprj_ProParameters *second, Oerr_Report **err);
 /// The copier for a block of `length` doubles under the name `operation`.
 double *copyBlock(const char *operation, int32_t length, const double *block, double *old,
                   Oerr_Report **err);

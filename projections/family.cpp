@@ -139,10 +139,9 @@ double *copyBlock(const char *operation, int32_t length, const double *block, do
   return copy;
 }
 
-int32_t familyEqual(const Family &family, const Oprj_ProParameters *first,
-                    const Oprj_ProParameters *second, Oerr_Report **err) {
-  ErrorScope e(family.equal, err);
-  const Row &row = family.row;
+int32_t recordsEqual(const char *operation, const Row &row, const Oprj_ProParameters *first,
+                     const Oprj_ProParameters *second, Oerr_Report **err) {
+  ErrorScope e(operation, err);
   if (!first || !second) return e.fail(1, "Invalid input parmArray");
   const int32_t number = row.comparedNumber >= 0 ? row.comparedNumber : row.number;
   if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||

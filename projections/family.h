@@ -244,7 +244,8 @@ PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *o
   }                                                                                               \
   int32_t oprj_##NAME##ProParametersEqual(const Oprj_ProParameters *first,                        \
                                           const Oprj_ProParameters *second, Oerr_Report **err) {  \
-    return orvik::oprj::familyEqual(orvik::oprj::NAME##Family, first, second, err);               \
+    return orvik::oprj::recordsEqual(orvik::oprj::NAME##Family.equal,                             \
+                                     orvik::oprj::NAME##Family.row, first, second, err);          \
   }
 #else
 #define OPRJ_FAMILY(NAME, TYPE) OPRJ_FAMILY_KERNELS(NAME, TYPE)
