@@ -167,6 +167,8 @@ bool addSource(const char *text, const Ofio_SearchList *list, const char *name, 
 bool addFile(const char *name, ErrorScope &e) {
   const OwnedText here{ofio_Which(nullptr, name, e.cause())};
   if (here) return addSource(nullptr, nullptr, name, false, e);
+  if (problemOf(e.causeReport()) == Problem::kMemory)
+    return e.fail(6, "Error returned from ofio_Which");
   const OwnedSearchList list{OrvikDatum::DatumManagerGetConfigurationSearchList(e.cause())};
   if (!list) return e.fail(1, "DatumManagerGetConfigurationSearchList failed");
   return addSource(nullptr, list.get(), name, false, e);

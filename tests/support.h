@@ -37,7 +37,10 @@ class Slot {
     return report_ == reinterpret_cast<Oerr_Report *>(static_cast<uintptr_t>(0xDEADBEEF));
   }
   const Oerr_Report *get() const { return wild() ? nullptr : report_; }
-  explicit operator bool() const { return get() != nullptr; }
+  bool failed() const { return get() != nullptr; }
+  /// Converting a slot hands it out and so clears it: a test of it would always succeed.
+  explicit operator bool() = delete;
+  explicit operator bool() const = delete;
   /// "function: message (code)" of the whole chain, outermost first, joined by " < ".
   std::string chain() const {
     std::string text;
@@ -122,7 +125,7 @@ int64_t forEachAllocationFailure(Operation operation, const std::function<void()
     }
     if (rule == OnFailure::kReports || !succeeded) {
       EXPECT_FALSE(succeeded);
-      EXPECT_TRUE(slot) << "failed without a report";
+      EXPECT_TRUE(slot.failed()) << "failed without a report";
     }
     if (intact) intact();
     if (testing::Test::HasFatalFailure()) return n;
