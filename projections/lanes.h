@@ -272,10 +272,16 @@ OPRJ_INLINE V square(V x) {
   return x * x;
 }
 
+/// x, or +-limit where it lies beyond.
+template <class V>
+OPRJ_INLINE V clampTo(V x, double limit) {
+  return select(abs(x) > V(limit), copysign(V(limit), x), x);
+}
+
 /// Asine of an argument that rounding may have pushed beyond 1.
 template <class V>
 OPRJ_INLINE V clampToUnit(V x) {
-  return select(abs(x) > V(1.0), copysign(V(1.0), x), x);
+  return clampTo(x, 1.0);
 }
 
 template <class V>

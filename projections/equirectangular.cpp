@@ -1,0 +1,57 @@
+// Equirectangular of the sphere. [Snyder87] p. 90-91, eqs. 12-1 to 12-5.
+//
+// Reads entries 4 (central meridian), 5 (latitude of true scale, which must not be a pole), 6 and 7
+// (false easting and northing); y counts from the equator. The sphere has radius a. Domain: the
+// whole globe; eastward the sheet repeats: the inverse wraps longitudes up to a turn from the
+// central meridian and accepts 1e-10 rad (0.6 mm) beyond the edges.
+#include "projections/longitude.h"
+
+namespace orvik::oprj::OPRJ_SET {
+
+struct EquirectangularBlock {
+  double a, e, es;
+  double lon0, lat1, falseEast, falseNorth;
+  double scale;           // a cos lat1
+  double perScale, perA;  // 1 / scale, 1 / a
+};
+static_assert(sizeof(EquirectangularBlock) == 10 * sizeof(double));
+
+struct Equirectangular : FamilyBase<EquirectangularBlock> {
+  static constexpr Row row{.number = 17, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr const char *checks[] = {"Improper parameter"};
+  static constexpr int32_t checkCount = 1;
+  enum Stop : int32_t { kOffTheSheet };
+  static constexpr StopText stops[] = {{4, "Improper parameter"}};
+
+  static int32_t refuse(const Entries &p, const Ellipsoid &) {
+    return __builtin_fabs(__builtin_cos(p[5])) <= kClose ? 0 : -1;
+  }
+
+  static bool derive(const Entries &p, const Ellipsoid &s, EquirectangularBlock &b) {
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7], 0.0, 0.0, 0.0};
+    b.scale = b.a * __builtin_cos(b.lat1);
+    b.perScale = 1.0 / b.scale;
+    b.perA = 1.0 / b.a;
+    return true;
+  }
+
+  template <class V>
+  static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
+    const V dLon = wrapDifference(lon - V(b.lon0));
+    return {fma(V(b.scale), dLon, V(b.falseEast)), fma(V(b.a), lat, V(b.falseNorth))};
+  }
+
+  template <class V>
+  static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
+    const V dLon = (x - V(b.falseEast)) * b.perScale, v = (y - V(b.falseNorth)) * b.perA;
+    const Truth<V> within =
+        Truth<V>(abs(v) <= V(kHalfPi + kClose)) & (abs(dLon) <= V(kTwoPi + kClose));
+    stop.when(~within, kOffTheSheet);
+    const V phi = clampTo(v, kHalfPi);
+    return {wrapDifference(b.lon0 + wrapDifference(dLon)), phi};
+  }
+};
+
+}  // namespace orvik::oprj::OPRJ_SET
+
+OPRJ_FAMILY(Equirectangular, Equirectangular)
