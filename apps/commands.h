@@ -1,0 +1,23 @@
+// The commands of `oprj`: each adds its options to the one option table and stores what it ends
+// with.
+#ifndef OPRJ_APPS_COMMANDS_H
+#define OPRJ_APPS_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+
+#include "program.h"
+
+namespace program {
+
+/// What main runs: set by the command that the arguments name.
+using Action = std::function<Status()>;
+
+void addProject(CLI::App &app, const Console &console, Action &action);
+void addDescribe(CLI::App &app, const Console &console, Action &action);
+void addExplain(CLI::App &app, const Console &console, Action &action);
+void addList(CLI::App &app, const Console &console, Action &action);
+void addDefine(CLI::App &app, const Console &console, Action &action);
+
+}  // namespace program
+
+#endif

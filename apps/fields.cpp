@@ -1,0 +1,104 @@
+#include "fields.h"
+
+#include <oprj/ocvt.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace program {
+namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+/// The end of the field that starts at `p`: a delimiter outside of quotes, or the end of the line.
+const char *fieldEnd(const char *p, const char *end, char delimiter) {
+  const char *q = p;
+  while (q < end && isBlank(*q) && *q != delimiter) ++q;
+  if (q < end && *q == '"') {
+    for (++q; q < end; ++q) {
+      if (*q != '"') continue;
+      if (q + 1 < end && q[1] == '"') ++q;  // a doubled quote stands for one
+      else break;
+    }
+  }
+  const void *found = q < end ? std::memchr(q, delimiter, static_cast<size_t>(end - q)) : nullptr;
+  return found ? static_cast<const char *>(found) : end;
+}
+
+/// Calls `visit(field)` for each field until it returns false.
+template <class Visit>
+void forEachField(std::string_view line, Delimiter delimiter, Visit visit) {
+  const char *p = line.data(), *const end = p + line.size();
+  if (delimiter.blanks()) {
+    while (true) {
+      while (p < end && isBlank(*p)) ++p;
+      if (p == end) return;
+      const char *begin = p;
+      while (p < end && !isBlank(*p)) ++p;
+      if (!visit(std::string_view(begin, static_cast<size_t>(p - begin)))) return;
+    }
+  }
+  while (true) {
+    const char *stop = fieldEnd(p, end, delimiter.character);
+    if (!visit(std::string_view(p, static_cast<size_t>(stop - p)))) return;
+    if (stop == end) return;
+    p = stop + 1;
+  }
+}
+
+}  // namespace
+
+Delimiter guessDelimiter(std::string_view line) {
+  for (const char c : {'\t', ';', ','}) {
+    if (line.find(c) != std::string_view::npos) return {c};
+  }
+  return {' '};
+}
+
+std::vector<std::string_view> splitLine(std::string_view line, Delimiter delimiter) {
+  std::vector<std::string_view> fields;
+  forEachField(line, delimiter, [&](std::string_view field) {
+    fields.push_back(field);
+    return true;
+  });
+  return fields;
+}
+
+std::string_view bareField(std::string_view field) {
+  while (!field.empty() && isBlank(field.front())) field.remove_prefix(1);
+  while (!field.empty() && isBlank(field.back())) field.remove_suffix(1);
+  if (field.size() >= 2 && field.front() == '"' && field.back() == '"')
+    field = field.substr(1, field.size() - 2);
+  return field;
+}
+
+Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t xColumn,
+                            int32_t yColumn) {
+  Coordinates found;
+  const int32_t last = std::max(xColumn, yColumn);
+  forEachField(line, delimiter, [&](std::string_view field) {
+    if (found.fields == xColumn) found.x = field;
+    if (found.fields == yColumn) found.y = field;
+    return found.fields++ < last;
+  });
+  return found;
+}
+
+bool readNumber(std::string_view field, bool angle, double *value) {
+  field = bareField(field);
+  if (field.empty()) return false;
+  const char *begin = field.data(), *const end = begin + field.size();
+  if (*begin == '+' && field.size() > 1 && begin[1] != '-' && begin[1] != '+') ++begin;
+  const auto [stop, error] = std::from_chars(begin, end, *value);
+  if (error == std::errc() && stop == end) return std::isfinite(*value);
+  if (!angle) return false;
+  char text[64];
+  if (field.size() >= sizeof text) return false;
+  std::memcpy(text, field.data(), field.size());
+  text[field.size()] = 0;
+  return ocvt_AngleParse(text, value) != 0;
+}
+
+}  // namespace program

@@ -1,0 +1,40 @@
+// Lines of delimited text: where the fields are, numbers out of them, results back into them.
+#ifndef OPRJ_APPS_FIELDS_H
+#define OPRJ_APPS_FIELDS_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace program {
+
+/// How the fields of a line are set apart: one character, or runs of blanks and tabs.
+struct Delimiter {
+  char character = ' ';
+  bool blanks() const { return character == ' '; }
+};
+
+/// The delimiter of a line: the first of tab, semicolon and comma that it holds, else blanks.
+Delimiter guessDelimiter(std::string_view line);
+
+/// All fields of a line, quotes included.
+std::vector<std::string_view> splitLine(std::string_view line, Delimiter delimiter);
+
+/// A field without surrounding blanks and quotes.
+std::string_view bareField(std::string_view field);
+
+/// The two fields of a line that hold the coordinates; null data when the line has no such field.
+struct Coordinates {
+  std::string_view x, y;
+  int32_t fields = 0;  ///< fields seen (up to the later of the two)
+};
+Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t xColumn,
+                            int32_t yColumn);
+
+/// Reads a finite number, or with `angle` also degrees written as d:m:s; false when it is neither.
+bool readNumber(std::string_view field, bool angle, double *value);
+
+}  // namespace program
+
+#endif

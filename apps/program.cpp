@@ -1,0 +1,145 @@
+#include "program.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace program {
+
+void Console::warn(const std::string &text) const {
+  if (!quiet) std::fprintf(stderr, "oprj: warning: %s\n", text.c_str());
+}
+
+void Console::detail(const std::string &text) const {
+  if (verbose) std::fprintf(stderr, "oprj: %s\n", text.c_str());
+}
+
+std::string Slot::text() const {
+  std::string all;
+  for (const Oerr_Report *report = report_; report; report = oerr_CauseGet(report)) {
+    if (!all.empty()) all += ": ";
+    all += oerr_MessageGet(report);
+  }
+  return all;
+}
+
+std::string Slot::rootMessage() const {
+  std::string text = oerr_MessageGet(oerr_RootCauseGet(report_));
+  const size_t point = text.rfind(", point # ");
+  if (point != std::string::npos) text.resize(point);
+  return text;
+}
+
+Oint_Toolkit *startLibrary(const Console &console) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  const fs::path program = fs::read_symlink("/proc/self/exe", ignored);
+  const fs::path candidates[] = {program.parent_path().parent_path() / OPRJ_INSTALL_DATA,
+                                 OPRJ_SOURCE_DATA};
+  for (const char *variable : {"ORVIK_PROJECTIONS_PATH", "ORVIK_DATUMS_PATH"}) {
+    const char *value = std::getenv(variable);
+    if (value && *value) continue;
+    for (const fs::path &candidate : candidates) {
+      if (!fs::is_regular_file(candidate / "mapprojections.dat", ignored)) continue;
+      setenv(variable, candidate.c_str(), 1);
+      console.detail(std::string(variable) + " is not set; using " + candidate.string());
+      break;
+    }
+  }
+  Slot err;
+  Oint_Toolkit *toolkit = oint_InitToolkit(err.get());
+  if (!toolkit || !oprj_InitDataGet(toolkit, err.get()))
+    throw Stop(kUnusable, "the reference data cannot be loaded: " + err.text());
+  return toolkit;
+}
+
+const Oprj_InitData &referenceData(Oint_Toolkit *toolkit) {
+  Slot err;
+  const Oprj_InitData *data = oprj_InitDataGet(toolkit, err.get());
+  if (!data) throw Stop(kUnusable, "the reference data cannot be loaded: " + err.text());
+  return *data;
+}
+
+std::string numberText(double value, int digits) {
+  char text[400];
+  const auto end =
+      digits < 0 ? std::to_chars(text, text + sizeof text, value)
+                 : std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits);
+  return {text, end.ptr};
+}
+
+std::string lower(std::string_view text) {
+  std::string result(text);
+  for (char &c : result) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return result;
+}
+
+std::string_view trimmed(std::string_view text) {
+  const size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+namespace {
+
+/// Levenshtein distance.
+size_t editDistance(std::string_view first, std::string_view second) {
+  std::vector<size_t> row(second.size() + 1);
+  for (size_t j = 0; j <= second.size(); ++j) row[j] = j;
+  for (size_t i = 1; i <= first.size(); ++i) {
+    size_t diagonal = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= second.size(); ++j) {
+      const size_t above = row[j];
+      row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (first[i - 1] != second[j - 1])});
+      diagonal = above;
+    }
+  }
+  return row[second.size()];
+}
+
+}  // namespace
+
+std::string nearest(std::string_view query, const std::vector<std::string> &names) {
+  const std::string wanted = lower(query);
+  std::vector<std::pair<size_t, const std::string *>> ranked;
+  for (const std::string &name : names) {
+    const std::string candidate = lower(name);
+    size_t distance = editDistance(wanted, candidate);
+    // A name that holds the query (or starts with it) is near however long it is.
+    if (wanted.size() >= 3 && candidate.find(wanted) != std::string::npos)
+      distance = std::min<size_t>(distance, candidate.starts_with(wanted) ? 1 : 2);
+    if (distance <= std::max<size_t>(2, wanted.size() / 3)) ranked.emplace_back(distance, &name);
+  }
+  std::stable_sort(ranked.begin(), ranked.end(),
+                   [](const auto &a, const auto &b) { return a.first < b.first; });
+  std::string text;
+  for (size_t i = 0; i < std::min<size_t>(3, ranked.size()); ++i)
+    text += (i == 0 ? "" : ", ") + ("\"" + *ranked[i].second + "\"");
+  return text;
+}
+
+std::string jsonText(std::string_view text) {
+  std::string result = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') {
+      result += '\\';
+      result += c;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      char code[8];
+      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
+      result += code;
+    } else {
+      result += c;
+    }
+  }
+  return result + "\"";
+}
+
+}  // namespace program

@@ -1,0 +1,95 @@
+// What the commands of `oprj` share: exit status, messages, start of the library.
+#ifndef OPRJ_APPS_PROGRAM_H
+#define OPRJ_APPS_PROGRAM_H
+
+#include <oprj/oprj.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace program {
+
+enum Status : int {
+  kGood = 0,
+  kSomePointsFailed = 1,
+  kUsage = 2,
+  kUnusable = 3,  ///< a coordinate system or data file that cannot be used
+  kInputOutput = 4
+};
+
+/// Ends the program with a message and a status.
+struct Stop : std::runtime_error {
+  Stop(Status ending, const std::string &message) : std::runtime_error(message), status(ending) {}
+  Status status;
+};
+
+/// Messages: everything but results, to standard error.
+struct Console {
+  bool verbose = false;
+  bool quiet = false;
+  /// "oprj: warning: ..." unless quiet.
+  void warn(const std::string &text) const;
+  /// Only with -v.
+  void detail(const std::string &text) const;
+};
+
+/// An error slot that frees its report.
+class Slot {
+ public:
+  Slot() = default;
+  ~Slot() { oerr_DeleteErrorReport(&report_); }
+  Slot(const Slot &) = delete;
+  Slot &operator=(const Slot &) = delete;
+  /// The slot to hand to an operation, emptied.
+  Oerr_Report **get() {
+    oerr_DeleteErrorReport(&report_);
+    return &report_;
+  }
+  const Oerr_Report *report() const { return report_; }
+  explicit operator bool() const { return report_ != nullptr; }
+  /// The chain as one line: the outermost message, then what caused it.
+  std::string text() const;
+  /// The message of the root cause, without the trailing ", point # ..." of point failures.
+  std::string rootMessage() const;
+
+ private:
+  Oerr_Report *report_ = nullptr;
+};
+
+template <class T, void (*Free)(T **)>
+struct FreeBy {
+  void operator()(T *record) const { Free(&record); }
+};
+using OwnedRecord =
+    std::unique_ptr<Oprj_ProParameters, FreeBy<Oprj_ProParameters, oprj_ProParametersFree>>;
+using OwnedPair =
+    std::unique_ptr<Oprj_ProjectionPair, FreeBy<Oprj_ProjectionPair, oprj_ProjectionPairFree>>;
+using OwnedHandle =
+    std::unique_ptr<Oprj_MapProjectionEx, FreeBy<Oprj_MapProjectionEx, oprj_ProjectionFree>>;
+struct HeapText {
+  void operator()(char *text) const { omsc_HeapFree(text); }
+};
+using OwnedText = std::unique_ptr<char, HeapText>;
+
+/// Finds the reference data (the two environment variables, else the installed folder, else the one
+/// beside the sources), loads it and returns the toolkit's record. Throws Stop.
+Oint_Toolkit *startLibrary(const Console &console);
+const Oprj_InitData &referenceData(Oint_Toolkit *toolkit);
+
+inline constexpr double kDegree = 3.14159265358979323846 / 180;
+
+/// The shortest digits that reproduce a double, or `digits` after the point when not negative.
+std::string numberText(double value, int digits = -1);
+std::string lower(std::string_view text);
+std::string_view trimmed(std::string_view text);
+/// "a, b or c" of the names nearest to `query`; empty when none is near.
+std::string nearest(std::string_view query, const std::vector<std::string> &names);
+/// A JSON string literal.
+std::string jsonText(std::string_view text);
+
+}  // namespace program
+
+#endif
