@@ -352,7 +352,7 @@ void fillSlots(Keys &keys, const std::vector<Question> &questions, System &syste
       std::string list;
       for (const std::string &each : known) list += (list.empty() ? "" : ", ") + each;
       throw unusable(
-          withNearest("\"" + record.proName.data + std::string("\" has no key \"") + key + "\"",
+          withNearest("\"" + std::string(record.proName.data) + "\" has no key \"" + key + "\"",
                       key, known) +
           "; its keys are " + list + ", p0 to p14");
     }

@@ -60,4 +60,8 @@ function(oprj_library)
   add_library(oPrj SHARED ${objects})
   target_link_libraries(oPrj PRIVATE oprj_settings PkgConfig::SLEEF PUBLIC oPrjToolkit)
   set_target_properties(oPrj PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0 LINKER_LANGUAGE CXX)
+  # The same objects without the visibility of a shared library: for tests and benchmarks of internals.
+  add_library(oprj_internals STATIC EXCLUDE_FROM_ALL ${objects})
+  target_link_libraries(oprj_internals PUBLIC oprj_settings PkgConfig::SLEEF oPrjToolkit)
+  set_target_properties(oprj_internals PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()

@@ -11,7 +11,9 @@ namespace {
 
 constexpr const char *kNames[kInstructionSets] = {"baseline", "avx2", "avx512"};
 
-int32_t widestSet() {
+}  // namespace
+
+int32_t widestInstructionSet() {
   __builtin_cpu_init();
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
       __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw"))
@@ -19,8 +21,10 @@ int32_t widestSet() {
   return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 1 : 0;
 }
 
-int32_t chooseSet() {
-  const int32_t widest = widestSet();
+namespace {
+
+int32_t firstChoice() {
+  const int32_t widest = widestInstructionSet();
   const char *asked = std::getenv("OPRJ_ISA");
   if (!asked || !*asked) return widest;
   for (int32_t set = 0; set < kInstructionSets; ++set) {
@@ -31,10 +35,12 @@ int32_t chooseSet() {
   return widest;
 }
 
-int32_t chosen = chooseSet();
+int32_t chosen = firstChoice();
 
 }  // namespace
 
 const int32_t &instructionSet = chosen;
+
+void chooseInstructionSet(int32_t set) { chosen = set; }
 
 }  // namespace orvik::oprj
