@@ -1,0 +1,132 @@
+// Every family, both directions, every instruction set, beside PROJ and libgctp.
+#include <proj.h>
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <random>
+
+#include "projections/kernels.h"
+#include "report.h"
+#include "tests/family_cases.h"
+#include "tests/gctp_peer.h"
+
+namespace bench {
+namespace {
+
+using oprj_test::FamilyCase;
+
+constexpr const char *kSets[] = {"baseline", "avx2", "avx512"};
+
+std::vector<Oprj_Point> randomPoints(const oprj_test::Grid &box, int count) {
+  std::mt19937_64 source(20240229);
+  std::uniform_real_distribution<double> lon(box.west, box.east), lat(box.south, box.north);
+  std::vector<Oprj_Point> points(static_cast<size_t>(count));
+  for (Oprj_Point &p : points) p = {lon(source) * oprj_test::kDeg, lat(source) * oprj_test::kDeg};
+  return points;
+}
+
+std::string withAxes(const FamilyCase &family) {
+  char text[80];
+  if (family.axes.a == family.axes.b) std::snprintf(text, sizeof text, " +R=%.17g", family.axes.a);
+  else std::snprintf(text, sizeof text, " +a=%.17g +b=%.17g", family.axes.a, family.axes.b);
+  return family.proj + std::string(text);
+}
+
+struct Ratios {
+  std::vector<double> best[3];  // by instruction set
+};
+
+void row(const FamilyCase &family, const oprj_test::Projection &projection, bool forward,
+         const std::vector<Oprj_Point> &in, int repetitions, Ratios &ratios) {
+  const auto count = static_cast<int32_t>(in.size());
+  std::vector<Oprj_Point> out(in.size()), peerPoints(in.size());
+  const Oprj_MapProjection *object = projection.object();
+  std::vector<Job> jobs;
+  for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set) {
+    jobs.push_back({kSets[set], count, [&, set] {
+                      orvik::oprj::chooseInstructionSet(set);
+                      (forward ? object->fromLL : object->toLL)(in.data(), object->parameters,
+                                                                out.data(), count, nullptr);
+                    }});
+  }
+  jobs.push_back({"one by one", count / 10, [&] {
+                    orvik::oprj::chooseInstructionSet(orvik::oprj::widestInstructionSet());
+                    for (int32_t i = 0; i < count / 10; ++i)
+                      (forward ? object->fromLL : object->toLL)(
+                          &in[static_cast<size_t>(i)], object->parameters,
+                          &out[static_cast<size_t>(i)], 1, nullptr);
+                  }});
+  std::unique_ptr<PJ, decltype(&proj_destroy)> peer(nullptr, proj_destroy);
+  if (*family.proj) peer.reset(proj_create(nullptr, withAxes(family).c_str()));
+  if (peer) {
+    jobs.push_back({"PROJ", count, [&] {
+                      peerPoints = in;
+                      proj_trans_generic(peer.get(), forward ? PJ_FWD : PJ_INV, &peerPoints[0].x,
+                                         sizeof(Oprj_Point), in.size(), &peerPoints[0].y,
+                                         sizeof(Oprj_Point), in.size(), nullptr, 0, 0, nullptr, 0,
+                                         0);
+                    }});
+  }
+  if (family.gctp >= 0) {
+    double parameters[15] = {family.axes.a, family.axes.b};
+    for (const auto &[index, value] : family.entries) parameters[index] = value;
+    for (const int index : family.angles)
+      parameters[index] = ocvt_Radians2GCTPPackedDMS(parameters[index], nullptr);
+    if (gctp_peer_init(family.gctp, parameters) == 0) {
+      jobs.push_back({"GCTP", count, [&] {
+                        for (size_t i = 0; i < in.size(); ++i)
+                          (forward ? gctp_peer_forward : gctp_peer_inverse)(
+                              family.gctp, in[i].x, in[i].y, &peerPoints[i].x, &peerPoints[i].y);
+                      }});
+    }
+  }
+  const Times times = measure(jobs, repetitions);
+  const char *const reference = times.count("PROJ") ? "PROJ" : "GCTP";
+  std::printf("| %s %s | %s | %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s | %s |\n",
+              family.name, forward ? "fwd" : "inv",
+              (forward ? family.closedForward : family.closedInverse) ? "closed" : "iterative",
+              nanoseconds(times, "PROJ").c_str(), nanoseconds(times, "GCTP").c_str(),
+              nanoseconds(times, "baseline").c_str(), nanoseconds(times, "avx2").c_str(),
+              nanoseconds(times, "avx512").c_str(), ratio(times, "PROJ", "baseline").c_str(),
+              ratio(times, "PROJ", "avx2").c_str(), ratio(times, "PROJ", "avx512").c_str(),
+              ratio(times, "GCTP", "baseline").c_str(), ratio(times, "GCTP", "avx2").c_str(),
+              ratio(times, "GCTP", "avx512").c_str(), nanoseconds(times, "one by one").c_str());
+  std::fflush(stdout);
+  for (int set = 0; set < 3; ++set) {
+    if (times.count(reference) && times.count(kSets[set]))
+      ratios.best[set].push_back(times.at(reference) / times.at(kSets[set]));
+  }
+}
+
+}  // namespace
+
+void benchFamilies(int repetitions, int points, const std::string &only) {
+  std::printf(
+      "Nanoseconds of processor time a point, one core, %d random points, medians of %d "
+      "interleaved runs; "
+      "ratios are how many times faster, baseline / AVX2 / AVX-512.\n\n",
+      points, repetitions);
+  std::printf(
+      "| family | form | PROJ | GCTP | baseline | AVX2 | AVX-512 | x PROJ | x GCTP | one point a "
+      "call |\n");
+  std::printf("|---|---|---|---|---|---|---|---|---|---|\n");
+  Ratios ratios;
+  for (const FamilyCase &family : oprj_test::familyCases()) {
+    if (!only.empty() && std::string(family.name).find(only) == std::string::npos) continue;
+    const oprj_test::Projection projection(family.init, family.number, family.entries, family.axes);
+    const std::vector<Oprj_Point> geographic = randomPoints(family.box, points);
+    std::vector<Oprj_Point> sheet;
+    row(family, projection, true, geographic, repetitions, ratios);
+    projection.forward(geographic, sheet, nullptr);
+    row(family, projection, false, sheet, repetitions, ratios);
+  }
+  std::printf(
+      "\nMedian over families and directions, against PROJ where it has the projection, else "
+      "GCTP:");
+  for (int set = 0; set < 3; ++set)
+    std::printf("%s %s %.1f", set ? "," : "", kSets[set], median(ratios.best[set]));
+  std::printf(".\n\n");
+}
+
+}  // namespace bench

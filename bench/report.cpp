@@ -1,0 +1,78 @@
+#include "report.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace bench {
+namespace {
+
+/// Keeps the medians, prints nothing.
+class Collector : public benchmark::BenchmarkReporter {
+ public:
+  bool ReportContext(const Context &) override { return true; }
+  void ReportRuns(const std::vector<Run> &runs) override {
+    for (const Run &run : runs) {
+      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
+        times[run.run_name.function_name] =
+            run.cpu_accumulated_time / static_cast<double>(run.iterations);
+      if (run.run_type == Run::RT_Iteration)
+        samples[run.run_name.function_name].push_back(run.cpu_accumulated_time /
+                                                      static_cast<double>(run.iterations));
+    }
+  }
+  Times times;
+  std::map<std::string, std::vector<double>> samples;
+};
+
+}  // namespace
+
+double median(std::vector<double> values) {
+  if (values.empty()) return 0.0;
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+Times measure(const std::vector<Job> &jobs, int repetitions) {
+  benchmark::ClearRegisteredBenchmarks();
+  for (const Job &job : jobs) {
+    benchmark::RegisterBenchmark(job.peer.c_str(),
+                                 [run = job.run](benchmark::State &state) {
+                                   for (auto _ : state) run();
+                                 })
+        ->Iterations(1)
+        ->Repetitions(repetitions);
+  }
+  Collector collector;
+  benchmark::RunSpecifiedBenchmarks(&collector);
+  Times times;
+  for (const Job &job : jobs) {
+    for (const auto &[name, samples] : collector.samples) {
+      if (name == job.peer)
+        times[job.peer] = median(samples) * 1e9 / static_cast<double>(job.points);
+    }
+  }
+  return times;
+}
+
+std::string nanoseconds(const Times &times, const std::string &peer) {
+  if (!times.count(peer)) return "-";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", times.at(peer));
+  return text;
+}
+
+std::string ratio(const Times &times, const std::string &slow, const std::string &fast) {
+  if (!times.count(slow) || !times.count(fast)) return "-";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", times.at(slow) / times.at(fast));
+  return text;
+}
+
+std::string millions(const Times &times, const std::string &peer) {
+  if (!times.count(peer)) return "-";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", 1e3 / times.at(peer));
+  return text;
+}
+
+}  // namespace bench

@@ -1,0 +1,39 @@
+// Collects medians of the runs and writes them as a table of points per second and ratios.
+#ifndef OPRJ_BENCH_REPORT_H
+#define OPRJ_BENCH_REPORT_H
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// Times of one job by peer ("avx2", "PROJ", ...): nanoseconds of processor time a point, medians.
+using Times = std::map<std::string, double>;
+
+/// One thing to measure: what a peer does with its points once.
+struct Job {
+  std::string peer;
+  int64_t points;
+  std::function<void()> run;
+};
+
+/// Runs all jobs `repetitions` times in random order and returns the medians.
+Times measure(const std::vector<Job> &jobs, int repetitions);
+
+/// "12.3" and "8.4 x"; "-" for a peer that was not measured.
+std::string nanoseconds(const Times &times, const std::string &peer);
+std::string ratio(const Times &times, const std::string &slow, const std::string &fast);
+/// Millions of points per second.
+std::string millions(const Times &times, const std::string &peer);
+double median(std::vector<double> values);
+
+void benchFamilies(int repetitions, int points, const std::string &only);
+void benchPipeline(int repetitions, int points);
+
+}  // namespace bench
+
+#endif
