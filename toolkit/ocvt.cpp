@@ -334,12 +334,14 @@ const Ocvt_Unit *ocvt_UnitSetByName(const char *name, Oerr_Report **err) {
   if (!name) return e.fail(1, "Invalid input unit name");
   if (const Ocvt_Unit *unit = findUnit(name)) return unit;
   return guarded(e, 3, [&]() -> const Ocvt_Unit * {
-    std::vector<std::string_view> names;
+    std::vector<std::string_view> names, aliases;
     for (const Ocvt_Unit &unit : kUnits) {
       names.emplace_back(unit.name);
-      for (Aliases alias = unit.aliases; *alias; ++alias) names.emplace_back(*alias);
+      for (Aliases alias = unit.aliases; *alias; ++alias) aliases.emplace_back(*alias);
     }
-    return e.fail(2, "Unknown unit \"%s\"%s", name, nearestHint(name, names).c_str());
+    std::string hint = nearestHint(name, names);
+    if (hint.empty()) hint = nearestHint(name, aliases);
+    return e.fail(2, "Unknown unit \"%s\"%s", name, hint.c_str());
   });
 }
 
