@@ -32,6 +32,7 @@ struct Row {
   const char *noCopy = "Error returned from oprj_ProParametersCopy";
   const char *unusable = "Improper parameter";
   bool stopsBeyondPoles = true;  ///< a latitude beyond +-90 degrees cannot be projected
+  Oprj_PointFunction3D fromLL3D = nullptr, toLL3D = nullptr;
 };
 
 /// What is reported for a stop: the family's code and text (with "point # %ld:  %lf, %lf" where the

@@ -103,6 +103,8 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
   object->parameters = block.release();
   object->toLL = family.inverse;
   object->fromLL = family.forward;
+  object->toLL3D = family.row.toLL3D;
+  object->fromLL3D = family.row.fromLL3D;
   object->copyParameters = family.copy;
   object->proParametersEqual = family.test;
   return object;

@@ -1,0 +1,138 @@
+// Oblique Mercator (Hotine), with the false origin at the projection centre. [Snyder87] p. 71-75,
+// eqs. 9-11 to 9-44; u_c after [EPSG7-2], Hotine variant B.
+//
+// Reads entries 2 (scale factor at the centre), 5 (latitude of the centre), 6 and 7 (false easting
+// and northing at the centre) and 12: not 0, the central line has the azimuth of entry 3 at
+// longitude 4; 0, it runs through the points 8 (longitude), 9 (latitude) and 10, 11. The sheet is
+// turned by the central line's azimuth at the centre. Domain: all points but the two poles of the
+// oblique system, which project into infinity; scale grows with the distance from the central line.
+// Formulation: everything is multiplied by 2 q, and with [Snyder87]'s S, T, U, V
+//   (T U)² + M² + cos²(B dlon) = T², M = S cos g0 + V sin g0,
+// so that v = -(A/B) sign(U) ln((T + |T U|) / hypot(M, cos(B dlon))) keeps its digits everywhere,
+// as does the latitude backwards, where the same holds with M = S cos g0 - V sin g0. Kept:
+// "projectes" in the stop's text.
+#include <cmath>
+
+#include "projections/auxiliary_latitude.h"
+#include "projections/family.h"
+
+namespace orvik::oprj::OPRJ_SET {
+
+struct ObliqueMercatorBlock {
+  double a, e, es;
+  double k0, azimuth, lonCentre, lat0, falseEast, falseNorth, form;
+  double lon0;                // where the central line crosses the aposphere's equator
+  double A, B, E, uCentre;    // 9-12, 9-11, 9-16; u of the centre
+  double sinGamma, cosGamma;  // azimuth of the central line at lon0
+  double sinAlpha, cosAlpha;  // and at the centre
+  double D;                   // 9-14
+};
+static_assert(sizeof(ObliqueMercatorBlock) == 20 * sizeof(double));
+
+struct ObliqueMercatorRun : ObliqueMercatorBlock {
+  double radius, lnE;  // A / B
+  ConformalLatitude conformal;
+  explicit ObliqueMercatorRun(const ObliqueMercatorBlock &b)
+      : ObliqueMercatorBlock(b),
+        radius(b.A / b.B),
+        lnE(std::log(b.E)),
+        conformal(conformalLatitudeOf(b.e, b.es)) {}
+};
+
+struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
+  using ForwardRun = ObliqueMercatorRun;
+  using InverseRun = ObliqueMercatorRun;
+  static constexpr Row row{.number = 20, .minimum = 12, .compared = entries(2, 12)};
+  static constexpr const char *checks[] = {"Invalid scale factor", "Improper parameter"};
+  static constexpr int32_t checkCount = 2;
+  enum Stop : int32_t { kInfinite, kPhi2 };
+  static constexpr StopText stops[] = {
+      {4, "Point projectes into infinity"},
+      {4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations},
+  };
+
+  static int32_t refuse(const Entries &p, const Ellipsoid &) {
+    if (p[2] == 0.0) return 0;
+    if (atPole(p[5])) return 1;
+    // A line on the equator has no centre there; one that runs backwards would come out mirrored.
+    if (p[12] != 0.0) return std::fabs(p[5]) <= kClose || std::cos(p[3]) < -kClose ? 1 : -1;
+    return std::fabs(p[9] - p[11]) <= kClose || std::fabs(p[9]) <= kClose || atPole(p[9]) ? 1 : -1;
+  }
+
+  static bool derive(const Entries &p, const Ellipsoid &s, ObliqueMercatorBlock &b) {
+    b = {s.a, s.e, s.es, p[2], p[3], p[4], p[5], p[6], p[7], p[12], 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    const double sin0 = std::sin(b.lat0), cos0 = std::cos(b.lat0);
+    const double n0 = 1.0 - s.es * sin0 * sin0, rootEs = std::sqrt(1.0 - s.es);
+    b.B = std::sqrt(1.0 + s.es * cos0 * cos0 * cos0 * cos0 / (1.0 - s.es));
+    b.A = s.a * b.B * b.k0 * rootEs / n0;
+    b.D = std::fmax(b.B * rootEs / (cos0 * std::sqrt(n0)), 1.0);
+    const double root = rootEs * sin0 / (cos0 * std::sqrt(n0));  // ±sqrt(D² - 1), exact near 0
+    b.E = std::exp(std::asinh(root)) * powerOfT(b, b.lat0);
+    double gamma, alpha;
+    if (b.form != 0.0) {
+      alpha = b.azimuth;
+      gamma = arcsine(std::sin(alpha) / b.D);
+      // asin(root tan gamma), as an angle whose cosine is cos alpha over cos gamma
+      b.lon0 = b.lonCentre - std::atan2(root * std::sin(gamma), std::cos(alpha)) / b.B;
+    } else {
+      const double lon1 = p[8], lon2 = lon1 + std::remainder(p[10] - lon1, kTwoPi);
+      const double h = powerOfT(b, p[9]), l = powerOfT(b, p[11]);
+      const double f = b.E / h, j = (b.E * b.E - l * h) / (b.E * b.E + l * h);
+      const double across = j * std::tan(0.5 * b.B * (lon1 - lon2)) * (l + h) / (l - h);
+      b.lon0 = 0.5 * (lon1 + lon2) - std::atan(across) / b.B;
+      const double fromLine = std::sin(b.B * std::remainder(lon1 - b.lon0, kTwoPi));
+      gamma = std::atan(fromLine / (0.5 * (f - 1.0 / f)));
+      alpha = arcsine(b.D * std::sin(gamma));
+    }
+    b.lon0 = adjustLongitude(adjustLongitude(b.lon0));
+    b.sinGamma = std::sin(gamma);
+    b.cosGamma = std::cos(gamma);
+    b.sinAlpha = std::sin(alpha);
+    b.cosAlpha = std::cos(alpha);
+    b.uCentre = std::copysign(b.A / b.B * std::atan2(std::fabs(root), b.cosAlpha), b.lat0);
+    return true;
+  }
+
+  template <class V>
+  static Projected<V> forward(const ForwardRun &b, V lon, V lat, Stops<V> &stop) {
+    const SinCos<V> along = sincos(b.B * adjustLongitude(lon - V(b.lon0)));
+    const V q = exp(fma(V(b.B), isometricLatitude(b.conformal, sincos(lat)), V(b.lnE)));
+    const V q2 = q * q, twoQ = q + q;
+    const V t = q2 + V(1.0), s = q2 - V(1.0), v = twoQ * along.sin;
+    const V tu = fma(V(b.sinGamma), s, -b.cosGamma * v);
+    const V m = fma(V(b.cosGamma), s, b.sinGamma * v), c = twoQ * along.cos;
+    stop.when(abs(abs(tu) - t) <= kClose * t, kInfinite);
+    const V acrossLine = copysign(V(b.radius), -tu) * log((t + abs(tu)) / sqrt(fma(m, m, c * c)));
+    const V alongLine = fma(V(b.radius), atan2(m, c), V(-b.uCentre));
+    return {fma(V(b.cosAlpha), acrossLine, fma(V(b.sinAlpha), alongLine, V(b.falseEast))),
+            fma(V(b.cosAlpha), alongLine, fma(V(-b.sinAlpha), acrossLine, V(b.falseNorth)))};
+  }
+
+  template <class V>
+  static Geographic<V> inverse(const InverseRun &b, V x, V y, Stops<V> &stop) {
+    const V east = x - V(b.falseEast), north = y - V(b.falseNorth);
+    const V acrossLine = fma(V(b.cosAlpha), east, -b.sinAlpha * north);
+    const V alongLine = fma(V(b.cosAlpha), north, fma(V(b.sinAlpha), east, V(b.uCentre)));
+    const SinCos<V> along = sincos(alongLine / V(b.radius));
+    const V q = exp(-acrossLine / V(b.radius));
+    const V q2 = q * q, twoQ = q + q;
+    const V t = q2 + V(1.0), s = q2 - V(1.0), v = twoQ * along.sin;
+    const V tu = fma(V(b.sinGamma), s, b.cosGamma * v);
+    const V m = fma(V(b.cosGamma), s, -b.sinGamma * v), c = twoQ * along.cos;
+    const V psi = copysign(log((t + abs(tu)) / sqrt(fma(m, m, c * c))), tu);
+    const Solved<V> lat = latitudeOfIsometric(b.conformal, (psi - V(b.lnE)) / V(b.B));
+    stop.when(~lat.converged, kPhi2);
+    return {adjustLongitude(b.lon0 - atan2(m, c) / V(b.B)), lat.phi};
+  }
+
+ private:
+  static bool atPole(double lat) { return std::fabs(std::fabs(lat) - kHalfPi) <= kClose; }
+  static double arcsine(double x) { return oprj_Asin(x, nullptr); }
+  static double powerOfT(const ObliqueMercatorBlock &b, double lat) {
+    return std::pow(oprj_Tsfn(b.e, lat, std::sin(lat), nullptr), b.B);
+  }
+};
+
+}  // namespace orvik::oprj::OPRJ_SET
+
+OPRJ_FAMILY(ObliqueMercator, ObliqueMercator)
