@@ -1,0 +1,235 @@
+// The dialogue on standard input and output.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+
+#include "tests/tables_support.h"
+
+namespace {
+
+using namespace orvik::test;
+
+constexpr double kDegree = 3.14159265358979323846 / 180;
+
+/// Gives the process other standard input while it lives.
+class Input {
+ public:
+  explicit Input(const std::string &text) : saved_(dup(STDIN_FILENO)) {
+    std::FILE *file = std::tmpfile();
+    std::fputs(text.c_str(), file);
+    std::rewind(file);
+    dup2(fileno(file), STDIN_FILENO);
+    std::fclose(file);
+    restart();
+  }
+  ~Input() {
+    dup2(saved_, STDIN_FILENO);
+    close(saved_);
+    restart();
+  }
+  Input(const Input &) = delete;
+  Input &operator=(const Input &) = delete;
+
+ private:
+  static void restart() {
+    std::fflush(stdin);  // drops what stdio has read ahead
+    std::clearerr(stdin);
+  }
+  int saved_;
+};
+
+class Dialogue : public SmallTables {
+ protected:
+  /// Asks the questions of the projection `name`; what was printed stays in `shown_`.
+  ParametersPtr ask(const char *name, const std::string &answers, Slot &slot,
+                    Oprj_ProParameters *record = nullptr) {
+    const Input input(answers);
+    ParametersPtr made;
+    shown_ = printed([&] {
+      made.reset(oprj_ProParametersQuery(toolkit(), oprj_QueryByName(toolkit(), name, nullptr),
+                                         record, slot));
+    });
+    return made;
+  }
+  std::string shown_;
+};
+
+TEST_F(Dialogue, SelectsAProjection) {
+  const Input input("Nowhere\n  Everything \r\n");
+  const Oprj_Query *query = nullptr;
+  EXPECT_EQ(printed([&] { query = oprj_QuerySelect(toolkit(), nullptr); }),
+            "Enter name of projection: Invalid name. Enter again!\nEnter name of projection: ");
+  ASSERT_NE(query, nullptr);
+  EXPECT_STREQ(query->name, "Everything");
+}
+
+TEST_F(Dialogue, EndOfInputIsReported) {
+  Slot slot;
+  const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
+  printed([&] {
+    const Input input("Nowhere\n");
+    EXPECT_EQ(oprj_QuerySelect(toolkit(), slot), nullptr);
+  });
+  expectReport(slot, "oprj_QuerySelect", 3, "End of input");
+  printed([&] {
+    const Input input("Ball\n");
+    EXPECT_EQ(oprj_SpheroidSelect(toolkit(), spheroid.get(), slot), nullptr);
+  });
+  expectReport(slot, "oprj_SpheroidSelect", 4, "End of input");
+  EXPECT_EQ(spheroid->a, 0.0);
+  EXPECT_EQ(ask("Outside", "no number\n", slot), nullptr);
+  expectReport(slot, "oprj_ProParametersQuery", 10, "End of input");
+  EXPECT_EQ(shown_, "Only slot: Invalid value. Enter again!\nOnly slot: ");
+}
+
+TEST_F(Dialogue, SelectsASpheroidAndItsDatum) {
+  const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
+  Slot slot;
+  EXPECT_EQ(printed([&] {
+              const Input input("C66\nShifted");
+              oprj_SpheroidSelect(toolkit(), spheroid.get(), slot);
+            }),
+            "Enter name of spheroid: Enter name of datum: ");
+  expectNoReport(slot);
+  EXPECT_STREQ(spheroid->sphereName.data, "Clarke 1866");
+  EXPECT_STREQ(spheroid->datum->datumname.data, "Shifted");
+  printed([&] {
+    const Input input("Cube\nShifted\n");
+    oprj_SpheroidSelect(toolkit(), spheroid.get(), slot);
+  });
+  expectReport(slot, "oprj_SpheroidSelect", 5, "Error returned from oprj_SpheroidByName");
+  printed([&] {
+    // Characters beyond the fiftieth do not count.
+    const Input input("Ball" + std::string(46, ' ') + "not read\n\n");
+    oprj_SpheroidSelect(toolkit(), spheroid.get(), slot);
+  });
+  expectNoReport(slot);
+  EXPECT_STREQ(spheroid->sphereName.data, "Ball");
+  EXPECT_STREQ(spheroid->datum->datumname.data, "Undefined");
+}
+
+TEST_F(Dialogue, AsksEveryKindOfQuestion) {
+  directory_.write("spheroid.tab",
+                   "\"Clarke 1866\" { 0 6378206.4 6356583.8 \"NAD27\" regression\n"
+                   "  \"Clarke 1866\" regression }\n"
+                   "\"GRS 1980\" { 8 6378137 6356752.3 \"NAD83\" regression }");
+  reload();
+  Slot slot;
+  const ParametersPtr record = ask("Everything",
+                                   "Cube\nGRS 1980\nNAD28\nNAD83\n"  // spheroid, datum
+                                   "0\n61\n5.5\n17\n"                // UTM zone
+                                   "102\n-5101\n"                    // State Plane zone
+                                   "0,9996\n0.9996\n"                // number
+                                   "12:60:0\n-12:30:36\n"            // angle in degrees
+                                   "1.25\n"                          // angle in radians
+                                   "1000\n-5e5\n"                    // feet, metres
+                                   "4\nnad27\n"                      // NAD code
+                                   "2\nTWO\n3\n1\n-0.5\n"            // condition and its branch
+                                   "2.5\n7\n",                       // integer
+                                   slot);
+  ASSERT_NE(record, nullptr) << slot.chain();
+  EXPECT_EQ(record->proNumber, 41);
+  EXPECT_STREQ(record->proName.data, "Everything");
+  EXPECT_EQ(record->proZone, -5101);  // both zones are asked here; the last answer stands
+  ASSERT_EQ(record->proParams.count, 12);
+  const double expected[] = {1, 0,    0.9996, -12.51 * kDegree, 1.25, 304.8, -5e5, 7, -1.5,
+                             1, -0.5, 3};
+  for (int i = 0; i < 12; ++i) EXPECT_DOUBLE_EQ(record->proParams.data[i], expected[i]) << i;
+  // The NAD code came last and set its own pair.
+  EXPECT_STREQ(record->proSpheroid->sphereName.data, "Clarke 1866");
+  EXPECT_STREQ(record->proSpheroid->datum->datumname.data, "NAD27");
+  const std::string again = "Invalid value. Enter again!\n";
+  EXPECT_EQ(shown_, "Spheroid: " + again + "Spheroid: Enter name of datum: " + again +
+                        "Enter name of datum: UTM zone: " + again + "UTM zone: " + again +
+                        "UTM zone: " + again + "UTM zone: State zone: " + again +
+                        "State zone: Scale: " + again + "Scale: Latitude: " + again +
+                        "Latitude: Azimuth: Easting: Northing: Datum: " + again +
+                        "Datum: 0: One\n-1.5: Two\nForm: " + again +
+                        "Form: Path: 1: In\nDeeper: " + "Row: Count: " + again + "Count: ");
+}
+
+TEST_F(Dialogue, NadCodeSetsItsPairAndReportsWhenItCannot) {
+  directory_.write("mapprojections.dat", "\"N\" { Internal 2 \"D\" <0:nadcode> }");
+  directory_.write("spheroid.tab",
+                   "\"Clarke 1866\" { 0 6378206.4 6356583.8 \"NAD27\" grid \"absent.grd\" }\n"
+                   "\"GRS 1980\" { 8 6378137 6356752.3 \"HARN\" regression }");
+  reload();
+  Slot slot;
+  const struct {
+    const char *answer;
+    double code;
+    const char *spheroid, *datum;
+  } cases[] = {{"harn\n", 3, "GRS 1980", "HARN"},
+               {"3\n", 3, "GRS 1980", "HARN"},
+               {"1\n", 1, "Clarke 1866", "NAD27"}};
+  for (const auto &c : cases) {
+    ParametersPtr record;
+    const std::string complaint = complained([&] { record = ask("N", c.answer, slot); });
+    ASSERT_NE(record, nullptr) << slot.chain();
+    EXPECT_EQ(record->proParams.data[0], c.code);
+    EXPECT_STREQ(record->proSpheroid->sphereName.data, c.spheroid);
+    EXPECT_STREQ(record->proSpheroid->datum->datumname.data, c.datum);
+    // A missing grid file is told, but describes nothing less.
+    EXPECT_EQ(complaint.find("datafileOpen") != std::string::npos, c.code == 1) << complaint;
+  }
+  EXPECT_EQ(ask("N", "NAD83\n", slot), nullptr);
+  expectReport(slot, "oprj_ProParametersQuery", 12, "Error returned from oprj_DatumByName.");
+}
+
+TEST_F(Dialogue, SpheroidByNameIsSetUnasked) {
+  directory_.write("mapprojections.dat",
+                   "\"B\" { Internal 5 \"never shown\" <spheroidname \"Clarke 1866\"> }\n"
+                   "\"C\" { Internal 6 \"x\" <spheroidname \"Cube\"> }");
+  reload();
+  Slot slot;
+  const ParametersPtr record = ask("B", "Shifted\n", slot);
+  ASSERT_NE(record, nullptr) << slot.chain();
+  EXPECT_EQ(shown_, "Enter name of datum: ");
+  EXPECT_STREQ(record->proSpheroid->sphereName.data, "Clarke 1866");
+  EXPECT_STREQ(record->proSpheroid->datum->datumname.data, "Shifted");
+  EXPECT_EQ(record->proParams.count, 0);
+  EXPECT_EQ(ask("C", "", slot), nullptr);
+  expectReport(slot, "oprj_ProParametersQuery", 11, "Error returned from oprj_SpheroidByName");
+}
+
+TEST_F(Dialogue, FillsARecordOfTheCallersOnlyWhenItEnds) {
+  const ParametersPtr record(oprj_ProParametersCreateByName(toolkit(), "Everything", nullptr));
+  record->proZone = 5;
+  Slot slot;
+  EXPECT_EQ(ask("Outside", "", slot, record.get()), nullptr);
+  EXPECT_EQ(record->proNumber, 41);
+  EXPECT_EQ(record->proParams.count, 12);
+  EXPECT_EQ(ask("Outside", "2.5\n", slot, record.get()).release(), record.get());
+  expectNoReport(slot);
+  EXPECT_EQ(record->proType, OPRJ_EXTERNAL);
+  EXPECT_STREQ(record->proExeName.data, "helper");
+  ASSERT_EQ(record->proParams.count, 2);
+  EXPECT_EQ(record->proParams.data[1], 2.5);
+  EXPECT_EQ(record->proZone, 5);  // not asked, so kept
+  EXPECT_EQ(oprj_ProParametersQuery(toolkit(), nullptr, nullptr, slot), nullptr);
+  expectReport(slot, "oprj_ProParametersQuery", 3, "Invalid input Oprj_Query");
+}
+
+TEST_F(Dialogue, EveryAllocationMayFail) {
+  printed([&] {
+    forEachAllocationFailure([&](Oerr_Report **err) {
+      const Input input("C66\nShifted\n");
+      const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
+      if (!spheroid) {
+        *err = oerr_CreateErrorReport("test", 1, OERR_SEVERITY_ERROR, nullptr, "not under test");
+        return false;
+      }
+      return oprj_SpheroidSelect(toolkit(), spheroid.get(), err) != nullptr;
+    });
+    forEachAllocationFailure([&](Oerr_Report **err) {
+      const Input input("C66\nShifted\n17\n101\n1\n2\n3\n4\n5\nnad27\n0\n7\n");
+      return ParametersPtr(oprj_ProParametersQuery(
+                 toolkit(), oprj_QueryByName(toolkit(), "Geographic", nullptr), nullptr, err)) !=
+             nullptr;
+    });
+  });
+}
+
+}  // namespace

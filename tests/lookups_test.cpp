@@ -1,0 +1,536 @@
+// Lookups in the reference tables, and what the installed tables must hold.
+#include <gtest/gtest.h>
+#include <oprj/projection.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <set>
+
+#include "tests/tables_support.h"
+
+namespace {
+
+using namespace orvik::test;
+
+using Lookup = SmallTables;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Every lookup, called with sound arguments.
+struct LookupCase {
+  const char *function;
+  std::function<bool(Oint_Toolkit *, Oerr_Report **)> call;
+};
+std::vector<LookupCase> everyLookup() {
+  static const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
+  static const ParametersPtr record(oprj_ProParametersCreate(nullptr));
+  static Oprj_CharStr text = {};
+  static double parms[15] = {19};
+  static const Oprj_DblArray array = {15, parms};
+  return {
+      {"oprj_InitDataGet", [](auto tk, auto err) { return oprj_InitDataGet(tk, err); }},
+      {"oprj_SpheroidByName",
+       [](auto tk, auto err) { return oprj_SpheroidByName(tk, "Ball", spheroid.get(), err); }},
+      {"oprj_SpheroidByNum",
+       [](auto tk, auto err) { return oprj_SpheroidByNum(tk, 19, spheroid.get(), err); }},
+      {"oprj_SpheroidByAxes",
+       [](auto tk, auto err) { return oprj_SpheroidByAxes(tk, 2, 1, spheroid.get(), err); }},
+      {"oprj_SpheroidByParms",
+       [](auto tk, auto err) { return oprj_SpheroidByParms(tk, &array, spheroid.get(), err); }},
+      {"oprj_SpheroidEntryByName",
+       [](auto tk, auto err) { return oprj_SpheroidEntryByName(tk, "Ball", err); }},
+      {"oprj_SpheroidEntryByNumber",
+       [](auto tk, auto err) { return oprj_SpheroidEntryByNumber(tk, 19, err); }},
+      {"oprj_SpheroidNumberByName",
+       [](auto tk, auto err) { return oprj_SpheroidNumberByName(tk, "Ball", err); }},
+      {"oprj_DatumByName",
+       [](auto tk, auto err) {
+         return oprj_DatumByName(tk, "Clarke 1866", "Shifted", spheroid->datum, err);
+       }},
+      {"oprj_GetSpheroidNameByAxes",
+       [](auto tk, auto err) {
+         return TextPtr(oprj_GetSpheroidNameByAxes(tk, 6370997, 6370997, err)) != nullptr;
+       }},
+      {"oprj_GetSpheroidNameByAxesWithTolerance",
+       [](auto tk, auto err) {
+         return TextPtr(oprj_GetSpheroidNameByAxesWithTolerance(tk, 6370990, 6370990, 8, err)) !=
+                nullptr;
+       }},
+      {"oprj_GetSpheroidNameByDatumName",
+       [](auto tk, auto err) {
+         return TextPtr(oprj_GetSpheroidNameByDatumName(tk, "Egg datum", err)) != nullptr;
+       }},
+      {"oprj_QueryByName", [](auto tk, auto err) { return oprj_QueryByName(tk, "Outside", err); }},
+      {"oprj_QueryByNumber", [](auto tk, auto err) { return oprj_QueryByNumber(tk, 41, err); }},
+      {"oprj_QueryByExample",
+       [](auto tk, auto err) { return oprj_QueryByExample(tk, record.get(), err); }},
+      {"oprj_ProjName",
+       [](auto tk, auto err) {
+         const bool found = oprj_ProjName(tk, 41, &text, err);
+         oprj_CharStrFree(&text);
+         return found;
+       }},
+      {"oprj_ProParametersCreateByName",
+       [](auto tk, auto err) {
+         return ParametersPtr(oprj_ProParametersCreateByName(tk, "outside", err)) != nullptr;
+       }},
+      {"oprj_SPEntryByNames",
+       [](auto tk, auto err) { return oprj_SPEntryByNames(tk, "ALPHA", "north", 2, err); }},
+      {"oprj_SPEntryByZoneNumber",
+       [](auto tk, auto err) { return oprj_SPEntryByZoneNumber(tk, 101, 2, err); }},
+  };
+}
+
+TEST_F(Lookup, EveryLookupNeedsAToolkitAndTables) {
+  for (const auto &lookup : everyLookup()) {
+    Slot slot;
+    EXPECT_FALSE(lookup.call(nullptr, slot)) << lookup.function;
+    expectReport(slot, lookup.function, 1, "Toolkit has not been initialized");
+    EXPECT_TRUE(lookup.call(toolkit(), slot)) << slot.chain();
+    expectNoReport(slot);
+    EXPECT_TRUE(lookup.call(toolkit(), nullptr)) << lookup.function << " without a slot";
+  }
+  breakAndUnload();
+  for (const auto &lookup : everyLookup()) {
+    Slot slot;
+    EXPECT_FALSE(lookup.call(toolkit(), slot)) << lookup.function;
+    const bool byName = std::strcmp(lookup.function, "oprj_QueryByName") == 0;
+    expectReport(slot, lookup.function, 2,
+                 byName ? "oprj_Init failed" : "Error returned from oprj_Init");
+    expectReport(oerr_CauseGet(slot.get()), "oprj_Init", 1, "Failed to initialize toolkit");
+  }
+  repair();
+}
+
+TEST_F(Lookup, EveryAllocationMayFail) {
+  for (const auto &lookup : everyLookup()) {
+    SCOPED_TRACE(lookup.function);
+    forEachAllocationFailure([&](Oerr_Report **err) { return lookup.call(toolkit(), err); });
+  }
+  const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+  for (const char *datum : {"Shifted", "Regressed", "Undefined"}) {
+    SCOPED_TRACE(datum);
+    forEachAllocationFailure([&](Oerr_Report **err) {
+      const bool found = oprj_DatumByName(toolkit(), "C66", datum, target->datum, err);
+      oprj_DatumInit(&target->datum, nullptr);  // back to as many blocks as before
+      return found;
+    });
+  }
+}
+
+TEST_F(Lookup, TellsWhatWasNotFound) {
+  const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
+  const ParametersPtr record(oprj_ProParametersCreate(nullptr));
+  record->proNumber = 999;
+  double few[14] = {-1}, bad[15] = {-1}, huge[15] = {1e10}, unknown[15] = {kNaN};
+  const Oprj_DblArray fourteen = {14, few}, noAxes = {15, bad}, tooBig = {15, huge},
+                      notANumber = {15, unknown};
+  Oprj_CharStr text = {};
+  const auto tk = toolkit();
+  const struct {
+    std::function<bool(Oerr_Report **)> call;
+    const char *chain;
+  } cases[] = {
+      {[&](auto err) { return oprj_SpheroidByName(tk, nullptr, spheroid.get(), err); },
+       "oprj_SpheroidByName: Invalid spheroid name (3)"},
+      {[&](auto err) { return oprj_SpheroidByName(tk, "Ball", nullptr, err); },
+       "oprj_SpheroidByName: Invalid output Oprj_Spheroid (4)"},
+      {[&](auto err) { return oprj_SpheroidByName(tk, "ball", spheroid.get(), err); },
+       "oprj_SpheroidByName: Error returned from oprj_SpheroidEntryByName (5) < "
+       "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)"},
+      {[&](auto err) { return oprj_SpheroidEntryByName(tk, "", err); },
+       "oprj_SpheroidEntryByName: Invalid input spheroid name (3)"},
+      {[&](auto err) { return oprj_SpheroidByNum(tk, 20, spheroid.get(), err); },
+       "oprj_SpheroidByNum: Error returned from oprj_SpheroidEntryByNumber (4) < "
+       "oprj_SpheroidEntryByNumber: Spheroid number not found in Spheroid table (3)"},
+      {[&](auto err) { return oprj_SpheroidNumberByName(tk, "none", err); },
+       "oprj_SpheroidNumberByName: Error returned from oprj_SpheroidEntryByName (3) < "
+       "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)"},
+      {[&](auto err) { return oprj_SpheroidByParms(tk, nullptr, spheroid.get(), err); },
+       "oprj_SpheroidByParms: Invalid input Oprj_DblArrayPtr (3)"},
+      {[&](auto err) { return oprj_SpheroidByParms(tk, &fourteen, spheroid.get(), err); },
+       "oprj_SpheroidByParms: Insufficient projection parameters (5)"},
+      {[&](auto err) { return oprj_SpheroidByParms(tk, &noAxes, spheroid.get(), err); },
+       "oprj_SpheroidByParms: Invalid spheroid axes (7)"},
+      {[&](auto err) { return oprj_SpheroidByParms(tk, &tooBig, spheroid.get(), err); },
+       "oprj_SpheroidByParms: Invalid spheroid number (6)"},
+      {[&](auto err) { return oprj_SpheroidByParms(tk, &notANumber, spheroid.get(), err); },
+       "oprj_SpheroidByParms: Invalid spheroid number (6)"},
+      {[&](auto err) { return oprj_DatumByName(tk, "Ball", "Shifted", nullptr, err); },
+       "oprj_DatumByName: Invalid output Oprj_Datum (3)"},
+      {[&](auto err) { return oprj_DatumByName(tk, "Cube", "Shifted", spheroid->datum, err); },
+       "oprj_DatumByName: Error returned from oprj_SpheroidEntryByName (5) < "
+       "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)"},
+      {[&](auto err) { return oprj_DatumByName(tk, "Ball", "Shifted", spheroid->datum, err); },
+       "oprj_DatumByName: Datum name not found in Spheroid table (6)"},
+      {[&](auto err) { return oprj_GetSpheroidNameByAxes(tk, 1, 1, err); },
+       "oprj_GetSpheroidNameByAxes: Error returned from "
+       "oprj_GetSpheroidNameByAxesWithTolerance (3) < oprj_GetSpheroidNameByAxesWithTolerance: "
+       "Spheroid name not found in Spheroid table (3)"},
+      {[&](auto err) { return oprj_GetSpheroidNameByDatumName(tk, "", err); },
+       "oprj_GetSpheroidNameByDatumName: The input datum name is not valid (3)"},
+      {[&](auto err) { return oprj_GetSpheroidNameByDatumName(tk, "shifted", err); },
+       "oprj_GetSpheroidNameByDatumName: Spheroid name not found based on the given datum name "
+       "(4)"},
+      {[&](auto err) { return oprj_QueryByName(tk, "geographic", err); },
+       "oprj_QueryByName: Projection name not found in query list (3)"},
+      {[&](auto err) { return oprj_QueryByNumber(tk, 42, err); },
+       "oprj_QueryByNumber: Projection number not found in query list (3)"},
+      {[&](auto err) { return oprj_QueryByExample(tk, nullptr, err); },
+       "oprj_QueryByExample: Invalid input Oprj_ProParameters (3)"},
+      {[&](auto err) { return oprj_QueryByExample(tk, record.get(), err); },
+       "oprj_QueryByExample: Projection number not found in query list (4)"},
+      {[&](auto err) { return oprj_ProjName(tk, 0, nullptr, err); },
+       "oprj_ProjName: Invalid output Oprj_CharStrPtr (3)"},
+      {[&](auto err) { return oprj_ProjName(tk, 999, &text, err); },
+       "oprj_ProjName: Error returned from oprj_QueryByNumber (4) < "
+       "oprj_QueryByNumber: Projection number not found in query list (3)"},
+      {[&](auto err) { return oprj_ProParametersCreateByName(tk, nullptr, err); },
+       "oprj_ProParametersCreateByName: Invalid Projection Name (3)"},
+      {[&](auto err) { return oprj_SPEntryByNames(tk, "Alpha", "South", 1, err); },
+       "oprj_SPEntryByNames: State name and Zone name not found in State Plane table (3)"},
+      {[&](auto err) { return oprj_SPEntryByZoneNumber(tk, 3601, 1, err); },
+       "oprj_SPEntryByZoneNumber: Zone number not found in State Plane table (3)"},
+      {[&](auto err) { return oprj_ProjectionDescribe(nullptr, record.get(), err); },
+       "oprj_ProjectionDescribe: Toolkit has not been initialized (1)"},
+      {[&](auto err) { return oprj_ProjectionDescribe(tk, nullptr, err); },
+       "oprj_ProjectionDescribe: Invalid input Oprj_ProParameters (3)"},
+  };
+  for (const auto &c : cases) {
+    Slot slot;
+    EXPECT_FALSE(c.call(slot)) << c.chain;
+    EXPECT_EQ(slot.chain(), c.chain);
+  }
+}
+
+// --- spheroids ---
+
+TEST_F(Lookup, SpheroidByNameAndNumber) {
+  const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+  oprj_CharStrCreate("stale", &target->datum->datumname, nullptr);
+  ASSERT_NE(oprj_SpheroidByName(toolkit(), "clrk66", target.get(), nullptr), nullptr);
+  EXPECT_STREQ(target->sphereName.data, "Clarke 1866");  // an alias finds the entry's own name
+  EXPECT_EQ(target->a, 6378206.4);
+  EXPECT_STREQ(target->datum->datumname.data, "stale");  // the datum stays
+  ASSERT_NE(oprj_SpheroidByNum(toolkit(), -3, target.get(), nullptr), nullptr);
+  EXPECT_STREQ(target->sphereName.data, "Egg");
+  EXPECT_LT(target->eSquared, 0.0);
+  EXPECT_EQ(oprj_SpheroidNumberByName(toolkit(), "Ball", nullptr), 19);
+  Slot slot;
+  EXPECT_EQ(oprj_SpheroidNumberByName(toolkit(), "C66", slot), 0);
+  expectNoReport(slot);
+}
+
+TEST_F(Lookup, DerivedNumbersOfTheSpheroid) {
+  const struct {
+    const char *source;
+    double a, b, eSquared, radius, eTolerance, radiusTolerance;
+  } cases[] = {{"[TR8350.2] table 3.3: WGS 84", 6378137.0, 6356752.3142, 6.69437999014e-3,
+                6371007.1809, 5e-14, 5e-4},
+               {"[Moritz2000]: GRS 80", 6378137.0, 6356752.3141, 6.69438002290e-3, 6371007.1810,
+                5e-14, 5e-4},
+               {"[Snyder87] p. 13 and 16: Clarke 1866", 6378206.4, 6356583.8, 0.00676866, 6370997,
+                5e-9, 0.5},
+               {"a sphere", 6370997.0, 6370997.0, 0.0, 6370997.0, 0.0, 0.0}};
+  const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+  for (const auto &c : cases) {
+    ASSERT_NE(oprj_SpheroidByAxes(toolkit(), c.a, c.b, target.get(), nullptr), nullptr);
+    // The axes above carry four decimals: e² is good to 2 (db/a) b/a = 2e-11.
+    EXPECT_NEAR(target->eSquared, c.eSquared, c.eTolerance + (c.eTolerance > 0 ? 2e-11 : 0))
+        << c.source;
+    EXPECT_NEAR(target->radius, c.radius, c.radiusTolerance) << c.source;
+    EXPECT_EQ(target->sphereName.data, nullptr);
+  }
+  // The area over 4π, by the other closed form: the polar radius leads, with the eccentricity of
+  // the meridian ellipse seen from its longer axis.
+  const auto areaRadius = [](double a, double b) {
+    const double e = std::sqrt(std::fabs((a - b) * (a + b))) / std::max(a, b);
+    const double cap = a > b ? b * b / (a * e) * std::log((1 + e) / std::sqrt((1 - e) * (1 + e)))
+                             : b / e * std::asin(e);
+    return std::sqrt((a * a + a * cap) / 2);
+  };
+  for (const double ratio : {1e-3, 0.5, 0.9, 0.9966, 1.003, 1.5, 40.0}) {
+    const double a = 6378137.0, b = a * ratio;
+    oprj_SpheroidByAxes(toolkit(), a, b, target.get(), nullptr);
+    EXPECT_NEAR(target->radius, areaRadius(a, b), 1e-13 * std::max(a, b)) << ratio;
+  }
+  oprj_SpheroidByAxes(toolkit(), 1.0, std::nextafter(1.0, 0.0), target.get(), nullptr);
+  EXPECT_NEAR(target->radius, 1.0, 1e-15);
+  oprj_SpheroidByAxes(toolkit(), 1.0, 1e-12, target.get(), nullptr);  // a disk: two faces
+  EXPECT_NEAR(target->radius, std::sqrt(0.5), 1e-12);
+}
+
+TEST_F(Lookup, UnusableAxesLeaveTheTargetAlone) {
+  const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+  target->a = 7.0;
+  for (const auto &[a, b] : {std::pair{0.0, 1.0},
+                             {1.0, 0.0},
+                             {-1.0, 1.0},
+                             {kNaN, 1.0},
+                             {1.0, kNaN},
+                             {kInfinity, 1.0},
+                             {1.0, kInfinity}}) {
+    Slot slot;
+    EXPECT_EQ(oprj_SpheroidByAxes(toolkit(), a, b, target.get(), slot), nullptr);
+    expectReport(slot, "oprj_SpheroidByAxes", 4, "Invalid spheroid axes");
+    EXPECT_EQ(target->a, 7.0);
+  }
+}
+
+TEST_F(Lookup, SpheroidByParms) {
+  const struct {
+    double number, major, minor;
+    const char *name;
+    double a, b;
+    int32_t params;
+  } cases[] = {{-1, 6370997, 0, "Unknown", 6370997, 6370997, 7},
+               {-0.5, 6370997, -3, "Unknown", 6370997, 6370997, 7},
+               {-1, 6378206.4, 6356583.8, "Unknown", 6378206.4, 6356583.8, 7},
+               {19.9, 1, 1, "Ball", 6370997, 6370997, 0},
+               {-0.0, 1, 1, "Clarke 1866", 6378206.4, 6356583.8, 0}};
+  for (const auto &c : cases) {
+    double values[16] = {c.number};
+    values[13] = c.major;
+    values[14] = c.minor;
+    const Oprj_DblArray parms = {16, values};
+    const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+    Oprj_Datum *datum = target->datum;
+    oprj_CharStrCreate("NAD27", &datum->datumname, nullptr);
+    datum->type = OPRJ_DATUM_GRID;
+    Slot slot;
+    ASSERT_EQ(oprj_SpheroidByParms(toolkit(), &parms, target.get(), slot), target.get())
+        << slot.chain();
+    EXPECT_STREQ(target->sphereName.data, c.name);
+    EXPECT_EQ(target->a, c.a);
+    EXPECT_EQ(target->b, c.b);
+    EXPECT_EQ(target->eSquared == 0.0, c.a == c.b);
+    EXPECT_EQ(target->datum, datum);
+    EXPECT_STREQ(datum->datumname.data, "Undefined");
+    EXPECT_EQ(datum->type, OPRJ_DATUM_NONE);
+    EXPECT_EQ(datum->params.count, c.params);
+  }
+}
+
+TEST_F(Lookup, NamesByAxesUseAStrictTolerance) {
+  const struct {
+    double a, b, tolerance;
+    const char *name;
+  } cases[] = {{6370997 + 9e-6, 6370997, 1e-5, "Ball"},
+               {6370998, 6370997, 1, nullptr},
+               {6370998, 6370997, 1.5, "Ball"},
+               {6370997, 6370997, 0, nullptr},
+               {6378206.4, 6356583.8, 1e9, "Clarke 1866"},
+               {kNaN, 6370997, 1e9, nullptr}};
+  for (const auto &c : cases) {
+    const TextPtr name(
+        oprj_GetSpheroidNameByAxesWithTolerance(toolkit(), c.a, c.b, c.tolerance, nullptr));
+    EXPECT_STREQ(name.get(), c.name);
+  }
+  EXPECT_STREQ(TextPtr(oprj_GetSpheroidNameByAxes(toolkit(), 6000000, 6500000, nullptr)).get(),
+               "Egg");
+  EXPECT_STREQ(TextPtr(oprj_GetSpheroidNameByDatumName(toolkit(), "Drawn", nullptr)).get(),
+               "Clarke 1866");
+}
+
+// --- datums ---
+
+TEST_F(Lookup, DatumByNameFillsByType) {
+  const SpheroidPtr holder(oprj_SpheroidCreate(nullptr));
+  Oprj_Datum *target = holder->datum;
+  Slot slot;
+  ASSERT_EQ(oprj_DatumByName(toolkit(), "Clarke 1866", "Shifted", target, slot), target);
+  EXPECT_EQ(target->type, OPRJ_DATUM_PARAMETRIC);
+  ASSERT_EQ(target->params.count, 7);
+  EXPECT_EQ(target->params.data[1], 160.5);
+  ASSERT_EQ(oprj_DatumByName(toolkit(), "C66", "Regressed", target, slot), target);
+  EXPECT_EQ(target->type, OPRJ_DATUM_REGRESSION);
+  EXPECT_STREQ(target->datumname.data, "Regressed");
+  EXPECT_EQ(target->params.count, 0);
+  // An empty name or "Undefined", in any case, leaves it undefined.
+  const std::pair<const char *, const char *> undefined[] = {
+      {"Clarke 1866", ""}, {"", "Shifted"}, {nullptr, nullptr}, {"Clarke 1866", "undefINED"}};
+  for (const auto &[spheroid, datum] : undefined) {
+    oprj_DatumByName(toolkit(), "C66", "Shifted", target, nullptr);
+    EXPECT_EQ(oprj_DatumByName(toolkit(), spheroid, datum, target, slot), target);
+    expectNoReport(slot);
+    EXPECT_STREQ(target->datumname.data, "Undefined");
+    EXPECT_EQ(target->type, OPRJ_DATUM_NONE);
+    EXPECT_EQ(target->params.count, 0);
+  }
+}
+
+TEST_F(Lookup, MissingGridFileLeavesTheDatumNamed) {
+  const SpheroidPtr holder(oprj_SpheroidCreate(nullptr));
+  Slot slot;
+  EXPECT_EQ(oprj_DatumByName(toolkit(), "Clarke 1866", "Gridded", holder->datum, slot), nullptr);
+  expectReport(slot, "oprj_DatumByName", 10, "Error returned from datafileOpen");
+  EXPECT_NE(oerr_CauseGet(slot.get()), nullptr);
+  EXPECT_STREQ(holder->datum->datumname.data, "Gridded");
+  EXPECT_EQ(holder->datum->type, OPRJ_DATUM_GRID);
+  EXPECT_STREQ(holder->datum->gridname.data, "no-such-file.grd");
+  EXPECT_EQ(holder->datum->gridData, nullptr);
+}
+
+// --- projections ---
+
+TEST_F(Lookup, RecordsByName) {
+  Slot slot;
+  const ParametersPtr internal(oprj_ProParametersCreateByName(toolkit(), "eVERYTHING", slot));
+  ASSERT_NE(internal, nullptr) << slot.chain();
+  EXPECT_EQ(internal->proType, OPRJ_INTERNAL);
+  EXPECT_EQ(internal->proNumber, 41);
+  EXPECT_STREQ(internal->proName.data, "Everything");
+  EXPECT_EQ(internal->proName.count, 11);
+  EXPECT_EQ(internal->proParams.count, 12);  // slot 11 is asked in a branch
+  for (int i = 0; i < 12; ++i) EXPECT_EQ(internal->proParams.data[i], 0.0);
+  EXPECT_STREQ(internal->proSpheroid->sphereName.data, "Clarke 1866");
+  EXPECT_STREQ(internal->proSpheroid->datum->datumname.data, "Clarke 1866");
+  EXPECT_EQ(internal->proSpheroid->datum->type, OPRJ_DATUM_PARAMETRIC);
+
+  const ParametersPtr external(oprj_ProParametersCreateByName(toolkit(), "OUTSIDE", slot));
+  EXPECT_EQ(external->proType, OPRJ_EXTERNAL);
+  EXPECT_EQ(external->proNumber, 0);
+  EXPECT_STREQ(external->proExeName.data, "helper");
+  EXPECT_EQ(external->proExeName.count, 6);  // kept: without the terminating zero
+  EXPECT_EQ(external->proParams.count, 2);
+
+  const ParametersPtr none(oprj_ProParametersCreateByName(toolkit(), "geographic", slot));
+  EXPECT_EQ(none->proParams.count, 0);
+}
+
+TEST_F(Lookup, QueriesByNumberNameAndExample) {
+  directory_.write(
+      "mapprojections.dat",
+      "\"Ext\" { External \"five\" } \"First\" { Internal 5 } \"Twin\" { Internal 5 }\n"
+      "\"Other\" { External \"5\" }");
+  reload();
+  const Oprj_Query *first = oprj_QueryByName(toolkit(), "First", nullptr);
+  EXPECT_EQ(oprj_QueryByNumber(toolkit(), 5, nullptr), first);
+  const ParametersPtr record(oprj_ProParametersCreate(nullptr));
+  record->proNumber = 5;
+  const auto example = [&](int32_t type, const char *name, const char *executable) {
+    record->proType = type;
+    oprj_CharStrCreate(name, &record->proName, nullptr);
+    oprj_CharStrCreate(executable, &record->proExeName, nullptr);
+    const Oprj_Query *query = oprj_QueryByExample(toolkit(), record.get(), nullptr);
+    return query ? query->name : "none";
+  };
+  EXPECT_STREQ(example(0, "anything", "5"), "First");
+  EXPECT_STREQ(example(0, "tWIN", ""), "Twin");
+  EXPECT_STREQ(example(0, nullptr, nullptr), "First");
+  EXPECT_STREQ(example(1, "First", "5"), "Other");
+  EXPECT_STREQ(example(1, "Ext", "five"), "Ext");
+  EXPECT_STREQ(example(1, "Ext", "six"), "none");
+  EXPECT_STREQ(example(3, "Ext", "five"), "none");
+
+  Oprj_CharStr name = {};
+  EXPECT_EQ(oprj_ProjName(toolkit(), 5, &name, nullptr), &name);
+  EXPECT_STREQ(name.data, "First");
+  oprj_CharStrFree(&name);
+}
+
+TEST_F(Lookup, ZonesByNamesNumberAndFips) {
+  const auto *first = oprj_InitDataGet(toolkit(), nullptr)->statePlaneTable;
+  EXPECT_EQ(oprj_SPEntryByNames(toolkit(), "alpha", "NORTH", 1, nullptr), first);
+  EXPECT_EQ(oprj_SPEntryByNames(toolkit(), "alpha", "NORTH", 2, nullptr), first->next);
+  EXPECT_EQ(oprj_SPEntryByNames(toolkit(), nullptr, nullptr, 1, nullptr), nullptr);
+  EXPECT_EQ(oprj_SPEntryByZoneNumber(toolkit(), 101, 1, nullptr), first);
+  EXPECT_EQ(oprj_SPEntryByZoneNumber(toolkit(), -5101, 2, nullptr), first->next);
+  EXPECT_EQ(oprj_SPEntryByZoneNumber(toolkit(), 5101, 2, nullptr), nullptr);
+  EXPECT_EQ(oprj_SPEntryByZoneNumber(toolkit(), -101, 2, nullptr), nullptr);
+}
+
+TEST_F(Lookup, Descriptions) {
+  const ParametersPtr record(oprj_ProParametersCreate(nullptr));
+  oprj_CharStrCreate("The Name", &record->proName, nullptr);
+  oprj_DblArrayCreate(1, &record->proParams, nullptr);
+  const auto describe = [&](int32_t number, int32_t zone, double nad, int32_t type = 0) {
+    record->proType = type;
+    record->proNumber = number;
+    record->proZone = zone;
+    record->proParams.data[0] = nad;
+    Slot slot;
+    const TextPtr text(oprj_ProjectionDescribe(toolkit(), record.get(), slot));
+    expectNoReport(slot);
+    return std::string(text ? text.get() : "nothing");
+  };
+  EXPECT_EQ(describe(1, 17, 0), "UTM, Zone 17");
+  EXPECT_EQ(describe(2, -3601, 0), "State Plane, FIPS Zone 3601");
+  EXPECT_EQ(describe(2, std::numeric_limits<int32_t>::min(), 0),
+            "State Plane, FIPS Zone 2147483648");
+  EXPECT_EQ(describe(2, 101, 1), "State Plane, Zone 101 (FIPS Zone 5101)");
+  EXPECT_EQ(describe(2, 3601, 2), "State Plane, Zone 3601 (FIPS Zone 3601)");
+  EXPECT_EQ(describe(9, 4, 0), "The Name");
+  EXPECT_EQ(describe(1, 17, 0, OPRJ_EXTERNAL), "The Name");
+  std::string text;
+  const std::string complaint = complained([&] { text = describe(2, 3601, 1); });
+  EXPECT_EQ(text, "State Plane, Zone 3601");
+  EXPECT_NE(complaint.find("Zone number not found in State Plane table"), std::string::npos);
+  oprj_CharStrCreate(nullptr, &record->proName, nullptr);
+  EXPECT_EQ(describe(9, 4, 0), "");
+  forEachAllocationFailure([&](Oerr_Report **err) {
+    return TextPtr(oprj_ProjectionDescribe(toolkit(), record.get(), err)) != nullptr;
+  });
+}
+
+// --- the installed tables ---
+
+TEST(InstalledTables, HoldWhatTheLibraryAsksFor) {
+  const auto tk = toolkit();
+  Slot slot;
+  ASSERT_EQ(oprj_Init(tk, slot), nullptr) << slot.chain();
+  EXPECT_NE(oprj_SpheroidEntryByName(tk, "Sphere of Nominal Radius of Earth", slot), nullptr);
+  const std::pair<const char *, const char *> datums[] = {
+      {"Clarke 1866", "Clarke 1866"}, {"GRS 1980", "NAD83"}, {"GRS 1980", "HARN"},
+      {"GRS 1980", "NAD83 (DMA)"},    {"WGS 84", "WGS 84"},  {"Clarke 1866", "NAD27"}};
+  for (const auto &[spheroid, datum] : datums) {
+    const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+    oprj_DatumByName(tk, spheroid, datum, target->datum, slot);  // the grid may be missing
+    EXPECT_STREQ(target->datum->datumname.data, datum) << slot.chain();
+  }
+  for (const char *name : {"Geographic", "UTM", "State Plane", "Transverse Mercator",
+                           "Lambert Conformal Conic", "Polyconic", "Oblique Mercator (Hotine)"})
+    EXPECT_NE(oprj_QueryByName(tk, name, slot), nullptr) << name;
+}
+
+TEST(InstalledTables, NamesAndNumbersAreUnique) {
+  const Oprj_InitData *data = oprj_InitDataGet(toolkit(), nullptr);
+  ASSERT_NE(data, nullptr);
+  std::set<std::string> spheroids, datums, projections, zones;
+  std::set<int32_t> numbers;
+  for (const auto *entry = data->spheroidTable; entry; entry = entry->next) {
+    EXPECT_TRUE(spheroids.insert(entry->name).second) << entry->name;
+    EXPECT_TRUE(numbers.insert(entry->number).second) << entry->name;
+    for (const auto *alias = entry->aliases; alias; alias = alias->next)
+      EXPECT_TRUE(spheroids.insert(alias->name).second) << alias->name;
+    for (const auto *datum = entry->datums; datum; datum = datum->next)
+      EXPECT_TRUE(datums.insert(datum->name).second) << datum->name;
+  }
+  for (const auto *query = data->queryTable; query; query = query->next)
+    EXPECT_TRUE(projections.insert(query->name).second) << query->name;
+  for (const auto *zone = data->statePlaneTable; zone; zone = zone->next) {
+    const std::string nad = " nad" + std::to_string(zone->nadCode);
+    EXPECT_TRUE(zones.insert(std::to_string(zone->zoneNumber) + nad).second) << zone->zoneName;
+    EXPECT_TRUE(zones.insert(std::string(zone->stateName) + zone->zoneName + nad).second);
+    EXPECT_TRUE(zone->projectionNumber >= 1 && zone->projectionNumber <= 4) << zone->zoneName;
+    EXPECT_LT(zone->fipsCode, 0);
+  }
+}
+
+TEST(InstalledTables, EveryProjectionMakesARecordLongEnoughForItsFamily) {
+  const Oprj_InitData *data = oprj_InitDataGet(toolkit(), nullptr);
+  for (const auto *query = data->queryTable; query; query = query->next) {
+    Slot slot;
+    const ParametersPtr record(oprj_ProParametersCreateByName(toolkit(), query->name, slot));
+    ASSERT_NE(record, nullptr) << slot.chain();
+    Oprj_MapProjectionEx *handle = nullptr;
+    oprj_ProjectionInit(toolkit(), record.get(), &handle, slot);
+    oprj_ProjectionFree(&handle);
+    // All zeros may be refused for their values, but not for their number.
+    EXPECT_EQ(slot.chain().find("Insufficient"), std::string::npos) << slot.chain();
+  }
+}
+
+}  // namespace
