@@ -112,10 +112,9 @@ TEST_F(Lookup, EveryAllocationMayFail) {
   const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
   for (const char *datum : {"Shifted", "Regressed", "Undefined"}) {
     SCOPED_TRACE(datum);
+    oprj_DatumInit(&target->datum, nullptr);
     forEachAllocationFailure([&](Oerr_Report **err) {
-      const bool found = oprj_DatumByName(toolkit(), "C66", datum, target->datum, err);
-      oprj_DatumInit(&target->datum, nullptr);  // back to as many blocks as before
-      return found;
+      return oprj_DatumByName(toolkit(), "C66", datum, target->datum, err) != nullptr;
     });
   }
 }
