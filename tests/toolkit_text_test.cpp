@@ -4,8 +4,8 @@
 #include <oprj/ostr.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support.h"
@@ -56,7 +56,6 @@ TEST(Text, CopiesAndComparisons) {
 }
 
 TEST(Text, NumbersAreWholeTexts) {
-  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
   struct Case {
     const char *text;
     double value;
@@ -75,53 +74,34 @@ TEST(Text, NumbersAreWholeTexts) {
                         {"1e-400", 0.0},
                         {"-1e-400", -0.0},
                         {"4.9e-324", 4.9e-324},
-                        {"179769313486231570000e288", 1.7976931348623157e308},
-                        {"", kNone},
-                        {" ", kNone},
-                        {"+", kNone},
-                        {"-", kNone},
-                        {".", kNone},
-                        {"+-5", kNone},
-                        {"++5", kNone},
-                        {"- 5", kNone},
-                        {"5 6", kNone},
-                        {"5x", kNone},
-                        {"1e", kNone},
-                        {"1e400", kNone},
-                        {"-1e400", kNone},
-                        {"0x10", kNone},
-                        {"inf", kNone},
-                        {"-nan", kNone},
-                        {"1,5", kNone},
-                        {"1d3", kNone}}) {
+                        {"179769313486231570000e288", 1.7976931348623157e308}}) {
     double value = 77.0;
-    const int32_t read = ostr_ToDouble(c.text, &value);
-    EXPECT_EQ(read, std::isnan(c.value) ? 0 : 1) << c.text;
-    EXPECT_EQ(value, read ? c.value : 77.0) << c.text;
-    EXPECT_EQ(std::signbit(value), read && std::signbit(c.value)) << c.text;
-    EXPECT_EQ(ostr_ToDouble(c.text, nullptr), read) << c.text;
+    EXPECT_EQ(ostr_ToDouble(c.text, &value), 1) << c.text;
+    EXPECT_EQ(value, c.value) << c.text;
+    EXPECT_EQ(std::signbit(value), std::signbit(c.value)) << c.text;
+    EXPECT_EQ(ostr_ToDouble(c.text, nullptr), 1) << c.text;
+  }
+  for (const char *text : {"", " ", "+", "-", ".", "+-5", "++5", "- 5", "5 6", "5x", "1e", "1e400",
+                           "-1e400", "0x10", "inf", "-nan", "1,5", "1d3"}) {
+    double value = 77.0;
+    EXPECT_EQ(ostr_ToDouble(text, &value), 0) << text;
+    EXPECT_EQ(value, 77.0) << text;
   }
   EXPECT_EQ(ostr_ToDouble(nullptr, nullptr), 0);
 
-  struct IntegerCase {
-    const char *text;
-    int64_t value;  // beyond 32 bits: not a number
-  };
-  constexpr int64_t kNoInteger = int64_t{1} << 40;
-  for (const IntegerCase &c : {IntegerCase{"2147483647", INT32_MAX},
-                               {"-2147483648", INT32_MIN},
-                               {" +17 ", 17},
-                               {"2147483648", kNoInteger},
-                               {"-2147483649", kNoInteger},
-                               {"1.0", kNoInteger},
-                               {"", kNoInteger},
-                               {"+-1", kNoInteger},
-                               {"1e2", kNoInteger},
-                               {"0x1", kNoInteger}}) {
+  const std::pair<const char *, int32_t> integers[] = {
+      {"2147483647", INT32_MAX}, {"-2147483648", INT32_MIN}, {" +17 ", 17}};
+  for (const auto &[text, expected] : integers) {
     int32_t value = 77;
-    EXPECT_EQ(ostr_ToInt32(c.text, &value), c.value != kNoInteger) << c.text;
-    EXPECT_EQ(value, c.value == kNoInteger ? 77 : c.value) << c.text;
+    EXPECT_EQ(ostr_ToInt32(text, &value), 1) << text;
+    EXPECT_EQ(value, expected);
   }
+  for (const char *text : {"2147483648", "-2147483649", "1.0", "", "+-1", "1e2", "0x1"}) {
+    int32_t value = 77;
+    EXPECT_EQ(ostr_ToInt32(text, &value), 0) << text;
+    EXPECT_EQ(value, 77) << text;
+  }
+  EXPECT_EQ(ostr_ToInt32(nullptr, nullptr), 0);
 }
 
 /// A locale with a decimal comma for the process: an installed one, or one made on the spot.
