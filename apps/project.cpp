@@ -33,8 +33,7 @@ struct Options {
 /// Bytes to a file or standard output; failures end the program.
 class Output {
  public:
-  explicit Output(const std::string &path) {
-    buffer_.reserve(kBufferSize + 4096);
+  explicit Output(const std::string &path) : buffer_(kBufferSize) {
     if (path.empty() || path == "-") return;
     name_ = path;
     descriptor_ = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -46,20 +45,26 @@ class Output {
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
-  void put(std::string_view text) {
-    buffer_.append(text);
-    if (buffer_.size() >= kBufferSize) flush();
+  /// Room for `size` bytes; `filled` tells where writing ended.
+  char *room(size_t size) {
+    if (buffer_.size() - used_ < size) flush();
+    if (buffer_.size() < size) buffer_.resize(size);
+    return buffer_.data() + used_;
   }
-  void put(char c) { buffer_ += c; }
+  void filled(const char *end) { used_ = static_cast<size_t>(end - buffer_.data()); }
+  void put(std::string_view text) {
+    char *to = room(text.size());
+    filled(std::copy(text.begin(), text.end(), to));
+  }
   void flush() {
     size_t done = 0;
-    while (done < buffer_.size()) {
-      const ssize_t written = write(descriptor_, buffer_.data() + done, buffer_.size() - done);
+    while (done < used_) {
+      const ssize_t written = write(descriptor_, buffer_.data() + done, used_ - done);
       if (written < 0 && errno == EINTR) continue;
       if (written < 0) fail("cannot write to");
       done += static_cast<size_t>(written);
     }
-    buffer_.clear();
+    used_ = 0;
   }
   void finish() {
     flush();
@@ -71,7 +76,9 @@ class Output {
   [[noreturn]] void fail(const char *what) const {
     throw Stop(kInputOutput, std::string(what) + " " + name_ + ": " + std::strerror(errno));
   }
-  std::string buffer_, name_ = "standard output";
+  std::vector<char> buffer_;
+  size_t used_ = 0;
+  std::string name_ = "standard output";
   int descriptor_ = STDOUT_FILENO;
 };
 
@@ -342,53 +349,54 @@ class TextJob {
     count_ = 0;
   }
 
-  void write(const Line &line, Oprj_Point result) {
-    char x[64], y[64];
-    const std::string_view xText(x, format(x, result.x)), yText(y, format(y, result.y));
-    writeReplaced(line, xText, yText);
-  }
-
-  /// The line with its two columns replaced; columns that it lacks are added.
-  void writeReplaced(const Line &line, std::string_view x, std::string_view y) {
+  /// The line with its two columns replaced by what `putX` and `putY` write (at most kResult bytes
+  /// each); columns that it lacks are added.
+  template <class PutX, class PutY>
+  void writeReplaced(const Line &line, PutX putX, PutY putY) {
     const bool xFirst = xColumn_ < yColumn_;
-    const std::string_view first = xFirst ? line.at.x : line.at.y,
-                           second = xFirst ? line.at.y : line.at.x;
-    const std::string_view firstText = xFirst ? x : y, secondText = xFirst ? y : x;
+    const std::string_view first = xFirst ? line.at.x : line.at.y;
+    const std::string_view second = xFirst ? line.at.y : line.at.x;
+    const auto putFirst = [&](char *to) { return xFirst ? putX(to) : putY(to); };
+    const auto putSecond = [&](char *to) { return xFirst ? putY(to) : putX(to); };
+    const int32_t firstColumn = std::min(xColumn_, yColumn_);
+    const int32_t secondColumn = std::max(xColumn_, yColumn_);
     const char *p = line.text.data(), *const end = p + line.text.size();
-    int32_t fields = line.at.fields;
-    if (first.data() && !(fields == 1 && delimiter_.blanks() && line.text.empty())) {
-      output_.put({p, static_cast<size_t>(first.data() - p)});
-      output_.put(firstText);
+    char *to = output_.room(line.text.size() + 2 * kResult + static_cast<size_t>(secondColumn) + 3);
+    if (first.data()) {
+      to = putFirst(std::copy(p, first.data(), to));
       p = first.data() + first.size();
     }
     if (second.data()) {
-      output_.put({p, static_cast<size_t>(second.data() - p)});
-      output_.put(secondText);
+      to = putSecond(std::copy(p, second.data(), to));
       p = second.data() + second.size();
     }
-    output_.put({p, static_cast<size_t>(end - p)});
+    to = std::copy(p, end, to);
     if (!second.data()) {
-      const int32_t firstColumn = std::min(xColumn_, yColumn_),
-                    secondColumn = std::max(xColumn_, yColumn_);
-      for (; fields <= secondColumn; ++fields) {
-        if (fields > 0) output_.put(delimiter_.character);
-        if (fields == firstColumn) output_.put(firstText);
-        if (fields == secondColumn) output_.put(secondText);
+      for (int32_t field = line.at.fields; field <= secondColumn; ++field) {
+        if (field > 0) *to++ = delimiter_.character;
+        if (field == firstColumn) to = putFirst(to);
+        if (field == secondColumn) to = putSecond(to);
       }
     }
-    if (line.carriageReturn) output_.put('\r');
-    if (line.lineFeed) output_.put('\n');
+    if (line.carriageReturn) *to++ = '\r';
+    if (line.lineFeed) *to++ = '\n';
+    output_.filled(to);
   }
 
-  size_t format(char *text, double value) const {
-    if (std::isnan(value)) return static_cast<size_t>(std::copy_n("nan", 3, text) - text);
-    if (options_.dms && geographicOut_) return formatDms(text, value);
-    const auto end = options_.digits < 0 ? std::to_chars(text, text + 64, value)
-                                         : std::to_chars(text, text + 64, value,
-                                                         std::chars_format::fixed, options_.digits);
-    if (end.ec != std::errc())
-      return static_cast<size_t>(std::to_chars(text, text + 64, value).ptr - text);
-    return static_cast<size_t>(end.ptr - text);
+  void write(const Line &line, Oprj_Point result) {
+    writeReplaced(
+        line, [&](char *to) { return format(to, result.x); },
+        [&](char *to) { return format(to, result.y); });
+  }
+
+  /// Longest result: the widest double with 17 digits behind the point.
+  static constexpr size_t kResult = 340;
+
+  char *format(char *to, double value) const {
+    if (std::isnan(value)) return std::copy_n("nan", 3, to);
+    if (options_.dms && geographicOut_) return to + formatDms(to, value);
+    if (options_.digits < 0) return std::to_chars(to, to + kResult, value).ptr;
+    return std::to_chars(to, to + kResult, value, std::chars_format::fixed, options_.digits).ptr;
   }
 
   /// d:mm:ss.s with a sign in front; the rounding carries.
@@ -432,8 +440,11 @@ class TextJob {
     if (!header) return false;
     const Line line{text, findCoordinates(text, delimiter_, xColumn_, yColumn_), carriageReturn,
                     lineFeed};
-    writeReplaced(line, geographicOut_ ? "longitude" : "easting",
-                  geographicOut_ ? "latitude" : "northing");
+    const std::string_view x = geographicOut_ ? "longitude" : "easting";
+    const std::string_view y = geographicOut_ ? "latitude" : "northing";
+    writeReplaced(
+        line, [x](char *to) { return std::copy(x.begin(), x.end(), to); },
+        [y](char *to) { return std::copy(y.begin(), y.end(), to); });
     return true;
   }
 
