@@ -36,6 +36,12 @@ inline void fillSineSeries(double c1, double c2, double c3, double c4, double c5
   p[4] = 16 * c5;
 }
 
+/// The value of such a series at a.
+template <class V>
+OPRJ_INLINE V sineSeries(SinCos<V> a, const double (&p)[kSeriesOrder]) {
+  return 2.0 * a.sin * a.cos * polynomial(fma(-2.0 * a.sin, a.sin, V(1.0)), p);
+}
+
 /// The third flattening n = (a - b) / (a + b).
 inline double thirdFlattening(double es) {
   const double root = __builtin_sqrt(1.0 - es);
@@ -84,10 +90,16 @@ OPRJ_INLINE V expOfWave(const ConformalLatitude &c, V x) {
   return exp(x);
 }
 
+/// atanh(sin phi), the isometric latitude of the sphere.
+template <class V>
+OPRJ_INLINE V sphericalIsometric(SinCos<V> p) {
+  return copysign(log((1.0 + abs(p.sin)) / p.cos), p.sin);
+}
+
 /// Isometric latitude psi = atanh s - e atanh(e s) = -ln t, [Snyder87] eq. 7-7.
 template <class V>
 OPRJ_INLINE V isometricLatitude(const ConformalLatitude &c, SinCos<V> p) {
-  return copysign(log((1.0 + abs(p.sin)) / p.cos), p.sin) - eAtanh(c, p.sin);
+  return sphericalIsometric(p) - eAtanh(c, p.sin);
 }
 
 /// t = tan(pi/4 - phi/2) / ((1 - e s)/(1 + e s))^(e/2), [Snyder87] eq. 15-9.
@@ -96,6 +108,13 @@ OPRJ_INLINE V conformalT(const ConformalLatitude &c, SinCos<V> p) {
   const Truth<V> north = p.sin >= V(0.0);
   const V s = 1.0 + abs(p.sin);
   return select(north, p.cos, s) / select(north, s, p.cos) * expOfWave(c, eAtanh(c, p.sin));
+}
+
+/// Sine and cosine of the conformal latitude of t: tan(pi/4 - chi/2) = t.
+template <class V>
+OPRJ_INLINE SinCos<V> conformalOfT(V t) {
+  const V scale = 1.0 / fma(t, t, V(1.0));
+  return {fma(-t, t, V(1.0)) * scale, 2.0 * t * scale};
 }
 
 inline constexpr int kPhi2Iterations = 15;
@@ -107,9 +126,7 @@ template <class V>
 OPRJ_INLINE Solved<V> northernLatitudeOfT(const ConformalLatitude &c, V t) {
   V u = t, v(1.0);
   if (c.earthLike != 0.0) {
-    const V scale = 1.0 / fma(t, t, V(1.0));
-    const V sinChi = fma(-t, t, V(1.0)) * scale, cosChi = 2.0 * t * scale;
-    const V d = 2.0 * sinChi * cosChi * polynomial(fma(-2.0 * sinChi, sinChi, V(1.0)), c.start);
+    const V d = sineSeries(conformalOfT(t), c.start);
     const V tau = d * polynomial(d * d, 1.0 / 2, 1.0 / 24, 1.0 / 240);  // tan(d/2), |d| < 0.008
     u = t - tau;
     v = fma(t, tau, V(1.0));
@@ -199,7 +216,7 @@ OPRJ_INLINE Solved<V> latitudeOfQ(const AuthalicLatitude &c, V q) {
   const V magnitude = abs(q), w = c.qPole - magnitude;
   SinCos<V> at{sinXi, sqrt(max(w, V(0.0)) * (c.qPole + magnitude)) / V(c.qPole)};
   if (c.earthLike != 0.0) {
-    const V d = 2.0 * at.sin * at.cos * polynomial(fma(-2.0 * at.sin, at.sin, V(1.0)), c.start);
+    const V d = sineSeries(at, c.start);
     phi = phi + d;
     at = turned(at, d);
   }

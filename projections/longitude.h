@@ -22,12 +22,6 @@ OPRJ_INLINE Truth<V> atPole(V lat) {
   return abs(lat) >= V(kHalfPi - kClose);
 }
 
-/// A latitude that rounding may have pushed beyond a pole.
-template <class V>
-OPRJ_INLINE V atMostPole(V lat) {
-  return select(abs(lat) > V(kHalfPi), copysign(V(kHalfPi), lat), lat);
-}
-
 /// The longitude `east` radians east of lon0 on a sheet that repeats: up to a full turn is wrapped,
 /// farther out there is no place on the globe.
 template <class V>
