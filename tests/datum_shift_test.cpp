@@ -1,0 +1,685 @@
+// Parametric datum shifts: published examples, PROJ as peer over the whole datum table, the polar
+// blend, special points, reports, instruction sets.
+#include <gtest/gtest.h>
+#include <oprj/datum_shift.h>
+#include <oprj/ofio.h>
+#include <oprj/tables.h>
+#include <proj.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <thread>
+
+#include "datum/parametric.h"
+#include "tests/support.h"
+
+namespace orvik::oprj {
+namespace baseline {
+extern const ParametricKernels parametricKernels;
+}
+namespace avx2 {
+extern const ParametricKernels parametricKernels;
+}
+namespace avx512 {
+extern const ParametricKernels parametricKernels;
+}
+}  // namespace orvik::oprj
+
+namespace {
+
+using namespace orvik::test;
+using Points = std::vector<Oprj_Point>;
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kDeg = kPi / 180;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+/// 1e-15 rad is 6 nm on the ground.
+constexpr double kRounding = 1e-15;
+
+double dms(double degrees, double minutes, double seconds) {
+  return (degrees + minutes / 60 + seconds / 3600) * kDeg;
+}
+
+/// A spheroid with a datum, on the stack.
+struct System {
+  std::string sphere, name;
+  std::vector<double> params;
+  Oprj_Datum datum{};
+  Oprj_Spheroid spheroid{};
+
+  System(double a, double b, const char *datumName, std::vector<double> values,
+         int32_t type = OPRJ_DATUM_PARAMETRIC)
+      : sphere("some spheroid"), name(datumName), params(std::move(values)) {
+    params.resize(7);
+    datum.datumname = {static_cast<int32_t>(name.size() + 1), name.data()};
+    datum.type = type;
+    datum.params = {7, params.data()};
+    spheroid.sphereName = {static_cast<int32_t>(sphere.size() + 1), sphere.data()};
+    spheroid.a = a;
+    spheroid.b = b;
+    spheroid.eSquared = (a - b) * (a + b) / (a * a);
+    spheroid.datum = &datum;
+  }
+  System(const System &) = delete;
+  System &operator=(const System &) = delete;
+};
+
+constexpr double kInternationalA = 6378388.0, kInternationalB = 6356911.946127946;
+constexpr double kWgs84A = 6378137.0, kWgs84B = 6356752.314245179;
+constexpr double kClarkeA = 6378206.4, kClarkeB = 6356583.8;
+
+/// Mode 2 between far apart datums: the European 1950 seven parameters, and three of another.
+const std::vector<double> kSevenParameters = {-102, -102, -129, 2.0e-6, -8.9e-7, 1.9e-6, 2.4664e-6};
+const std::vector<double> kThreeParameters = {-87, -98, -121};
+
+Points shifted(const Points &in, const System &from, const System &to) {
+  Points out(in.size());
+  Slot slot;
+  oprj_DatumShiftParametric(in.data(), &from.spheroid, out.data(), &to.spheroid,
+                            static_cast<int32_t>(in.size()), slot);
+  expectNoReport(slot);
+  return out;
+}
+Oprj_Point shifted(Oprj_Point in, const System &from, const System &to) {
+  return shifted(Points{in}, from, to)[0];
+}
+
+Points grid(double west, double east, double south, double north, double step) {
+  Points points;
+  for (double lat = south; lat <= north; lat += step)
+    for (double lon = west; lon <= east; lon += step) points.push_back({lon * kDeg, lat * kDeg});
+  return points;
+}
+
+/// Radians on the ground between two points; longitudes count modulo 360 degrees.
+double apart(Oprj_Point p, Oprj_Point q) {
+  return std::hypot(std::remainder(p.x - q.x, 2 * kPi) * std::cos(q.y), p.y - q.y);
+}
+double worst(const Points &points, const Points &expected) {
+  double largest = 0.0;
+  for (size_t i = 0; i < points.size(); ++i) {
+    const double d = apart(points[i], expected[i]);
+    if (!(d <= largest)) largest = d;  // NaN too
+  }
+  return largest;
+}
+
+bool sameBits(const Points &first, const Points &second) {
+  return first.size() == second.size() &&
+         std::memcmp(first.data(), second.data(), first.size() * sizeof first[0]) == 0;
+}
+
+// --- published examples ---
+
+// The examples of [EPSG7-2]: methods 9602 (geographic/geocentric), 9603 (geocentric translations)
+// and 9606, 9607 (seven parameters, WGS 72 to WGS 84).
+TEST(Parametric, StepsGiveThePublishedFigures) {
+  const double f = 1 / 298.2572236, eSquared = f * (2 - f);
+  double x, y, z, lon, lat, h;
+  oprj_Geog2Geoc(6378137.0, eSquared, dms(2, 7, 46.380), dms(53, 48, 33.820), 73.0, &x, &y, &z);
+  EXPECT_NEAR(x, 3771793.968, 6e-4);
+  EXPECT_NEAR(y, 140253.342, 6e-4);
+  EXPECT_NEAR(z, 5124304.349, 6e-4);
+  oprj_Geoc2Geog(6378137.0, eSquared, 0.0, 3771793.968, 140253.342, 5124304.349, &lon, &lat, &h);
+  EXPECT_NEAR(lon, dms(2, 7, 46.380), 2e-10);
+  EXPECT_NEAR(lat, dms(53, 48, 33.820), 2e-10);
+  EXPECT_NEAR(h, 73.0, 1e-3);
+
+  Oprj_ShiftParameters p{};
+  Slot slot;
+  p.mode = 2;
+  p.dZ = 4.5;
+  p.rZ = -0.554 / 3600 * kDeg;
+  p.scale = 1 + 0.219e-6;
+  oprj_Geoc2Geoc(&p, 3657660.66, 255768.55, 5201382.11, &x, &y, &z, slot);
+  expectNoReport(slot);
+  EXPECT_NEAR(x, 3657660.78, 6e-3);
+  EXPECT_NEAR(y, 255778.43, 6e-3);
+  EXPECT_NEAR(z, 5201387.75, 6e-3);
+
+  // WGS 84 to ED 50 in the North Sea: 53 48 36.565 N, 2 07 51.477 E, h 28.02 geocentrically.
+  p = {6378137.0,     f,       84.87, 96.49, 116.95, 0, 0, 0, 1.0, 1, kInternationalA - 6378137.0,
+       1 / 297.0 - f, eSquared};
+  oprj_Molod(&p, dms(2, 7, 46.380), dms(53, 48, 33.820), 73.0, &lon, &lat, &h);
+  const double second = kDeg / 3600;
+  EXPECT_NEAR(lon / second, 51.477 - 46.380, 0.002);
+  EXPECT_NEAR(lat / second, 36.565 - 33.820, 0.002);
+  EXPECT_NEAR(h, 28.02 - 73.0, 0.02);
+  // outputs that are not wanted, a block that is not there
+  oprj_Molod(&p, 0.1, 0.2, 0.0, nullptr, nullptr, nullptr);
+  oprj_Geog2Geoc(1.0, 0.0, 0.1, 0.2, 0.0, nullptr, nullptr, nullptr);
+  oprj_Geoc2Geog(1.0, 0.0, 0.0, 1.0, 1.0, 1.0, nullptr, nullptr, nullptr);
+  oprj_Molod(nullptr, 0.1, 0.2, 0.0, &lon, &lat, nullptr);
+  EXPECT_TRUE(std::isnan(lon) && std::isnan(lat));
+}
+
+TEST(Parametric, SevenParameterStepFollowsItsMode) {
+  Oprj_ShiftParameters p{1, 0, 10, 20, 30, 0.1, 0.2, 0.3, 2.0, 0, 0, 0, 0};
+  struct Case {
+    int32_t mode;
+    double x, y, z;
+  };
+  // coordinate frame: X + rZ Y - rY Z, Y - rZ X + rX Z, Z + rY X - rX Y
+  for (const Case &c : {Case{0, 1, 2, 3}, {1, 11, 22, 33}, {2, 12, 24, 36}}) {
+    p.mode = c.mode;
+    double x, y, z;
+    Slot slot;
+    oprj_Geoc2Geoc(&p, 1, 2, 3, &x, &y, &z, slot);
+    expectNoReport(slot);
+    EXPECT_NEAR(x, c.mode == 2 ? 2 * (1 + 0.6 - 0.6) + 10 : c.x, 1e-12);
+    EXPECT_NEAR(y, c.mode == 2 ? 2 * (2 - 0.3 + 0.3) + 20 : c.y, 1e-12);
+    EXPECT_NEAR(z, c.mode == 2 ? 2 * (3 + 0.2 - 0.2) + 30 : c.z, 1e-12);
+  }
+  Slot slot;
+  double x = 7;
+  for (const int32_t mode : {-1, 3}) {
+    p.mode = mode;
+    oprj_Geoc2Geoc(&p, 1, 2, 3, &x, nullptr, nullptr, slot);
+    expectReport(slot, "oprj_Geoc2Geoc", 2, "Invalid transformation mode");
+  }
+  oprj_Geoc2Geoc(nullptr, 1, 2, 3, &x, nullptr, nullptr, slot);
+  expectReport(slot, "oprj_Geoc2Geoc", 1, "Invalid input Oprj_ShiftParameters");
+  EXPECT_EQ(x, 7);
+}
+
+// --- PROJ over the whole table ---
+
+struct Peer {
+  explicit Peer(const std::string &definition) : pj(proj_create(nullptr, definition.c_str())) {
+    EXPECT_NE(pj, nullptr) << definition;
+  }
+  ~Peer() { proj_destroy(pj); }
+  Peer(const Peer &) = delete;
+  Peer &operator=(const Peer &) = delete;
+  Points operator()(const Points &in) const {
+    Points out;
+    for (const Oprj_Point &p : in) {
+      const PJ_COORD c = proj_trans(pj, PJ_FWD, proj_coord(p.x, p.y, 0, 0));
+      out.push_back({c.v[0], c.v[1]});
+    }
+    return out;
+  }
+  PJ *pj;
+};
+
+std::string text(const char *format, auto... values) {
+  char buffer[1000];
+  std::snprintf(buffer, sizeof buffer, format, values...);
+  return buffer;
+}
+
+/// The standard Molodensky formulas as PROJ runs them; `sign` -1: from WGS 84 to the datum.
+Points projMolodensky(const Points &in, double a, double b, double a2, double b2, const double *d,
+                      int sign) {
+  const double f = 1 - b / a, f2 = 1 - b2 / a2;
+  return Peer(
+      text("+proj=molodensky +a=%.17g +b=%.17g +dx=%.17g +dy=%.17g +dz=%.17g +da=%.17g "
+           "+df=%.17g",
+           a, b, sign * d[0], sign * d[1], sign * d[2], a2 - a, f2 - f))(in);
+}
+
+Points projHelmert(const Points &in, double a, double b, double a2, double b2, const double *d) {
+  const double second = kDeg / 3600;
+  return Peer(text(
+      "+proj=pipeline +step +proj=cart +a=%.17g +b=%.17g +step +proj=helmert "
+      "+convention=coordinate_frame +x=%.17g +y=%.17g +z=%.17g +rx=%.17g +ry=%.17g "
+      "+rz=%.17g +s=%.17g +step +inv +proj=cart +a=%.17g +b=%.17g",
+      a, b, d[0], d[1], d[2], d[3] / second, d[4] / second, d[5] / second, d[6] * 1e6, a2, b2))(in);
+}
+
+TEST(Parametric, AgreesWithProjOverTheWholeDatumTable) {
+  Slot slot;
+  const Oprj_InitData *tables = oprj_InitDataGet(oint_InitToolkit(nullptr), slot);
+  ASSERT_NE(tables, nullptr) << slot.chain();
+  const Points world = grid(-180, 180, -88, 88, 22);
+  const System wgs84(kWgs84A, kWgs84B, "WGS 84", {});
+  int translations = 0, rotations = 0;
+  double worstTranslation = 0, worstRotation = 0;
+  for (auto *s = tables->spheroidTable; s; s = s->next) {
+    for (auto *d = s->datums; d; d = d->next) {
+      if (d->type != OPRJ_DATUM_PARAMETRIC || std::strcmp(d->name, "WGS 84") == 0) continue;
+      SCOPED_TRACE(d->name);
+      const System local(s->a, s->b, d->name, {d->params, d->params + 7});
+      const Points there = shifted(world, local, wgs84);
+      if (d->params[3] == 0 && d->params[4] == 0 && d->params[5] == 0 && d->params[6] == 0) {
+        ++translations;
+        const Points back = shifted(world, wgs84, local);
+        for (const double difference :
+             {worst(there, projMolodensky(world, s->a, s->b, kWgs84A, kWgs84B, d->params, 1)),
+              worst(back, projMolodensky(world, kWgs84A, kWgs84B, s->a, s->b, d->params, -1))}) {
+          EXPECT_LE(difference, kRounding);
+          worstTranslation = std::max(worstTranslation, difference);
+        }
+      } else {
+        ++rotations;
+        const double difference =
+            worst(there, projHelmert(world, s->a, s->b, kWgs84A, kWgs84B, d->params));
+        EXPECT_LE(difference, 2 * kRounding);  // PROJ goes through arc-seconds
+        worstRotation = std::max(worstRotation, difference);
+      }
+    }
+  }
+  EXPECT_GE(translations, 228);  // the rows of TR 8350.2
+  EXPECT_GE(rotations, 3);
+  std::printf("%d translations within %.1e rad, %d with rotations within %.1e rad of PROJ\n",
+              translations, worstTranslation, rotations, worstRotation);
+}
+
+// --- against the documented steps, one by one ---
+
+/// The documented algorithm by the public single steps.
+Oprj_Point stepByStep(Oprj_Point p, const Oprj_ShiftParameters &block, const Oprj_Spheroid &to) {
+  double lon = 0, lat = 0, x, y, z;
+  const double size = std::fabs(p.y), from = 1.55247, until = 1.55422;
+  const bool geocentric = block.mode == 2 || size > from;
+  if (geocentric) {
+    oprj_Geog2Geoc(block.a, block.eSquared, p.x, p.y, 0.0, &x, &y, &z);
+    oprj_Geoc2Geoc(&block, x, y, z, &x, &y, &z, nullptr);
+    oprj_Geoc2Geog(to.a, to.eSquared, 0.0, x, y, z, &lon, &lat, nullptr);
+  }
+  if (block.mode != 2 && size < until) {
+    double dLon, dLat;
+    oprj_Molod(&block, p.x, p.y, 0.0, &dLon, &dLat, nullptr);
+    const double w1 = size - from, w2 = until - size;
+    if (geocentric) {
+      lon = p.x + dLon + std::remainder(lon - (p.x + dLon), 2 * kPi);
+      lon = (w1 * lon + w2 * (p.x + dLon)) / (w1 + w2);
+      lat = (w1 * lat + w2 * (p.y + dLat)) / (w1 + w2);
+    } else {
+      lon = p.x + dLon;
+      lat = p.y + dLat;
+    }
+  }
+  if (lat > kPi / 2) {
+    lat = kPi - lat;
+    lon += kPi;
+  } else if (lat + kPi / 2 < 0) {
+    lat = -lat - kPi;
+    lon += kPi;
+  }
+  if (lon + kPi < 0) {
+    lon += 2 * kPi;
+  } else if (lon > kPi) {
+    lon -= 2 * kPi;
+  }
+  return {lon, lat};
+}
+
+Oprj_ShiftParameters blockOf(const System &s, const System &d) {
+  Oprj_ShiftParameters p{};
+  p.a = s.spheroid.a;
+  p.f = 1 - s.spheroid.b / s.spheroid.a;
+  double *fields[] = {&p.dX, &p.dY, &p.dZ, &p.rX, &p.rY, &p.rZ};
+  for (size_t i = 0; i < 6; ++i) *fields[i] = s.params[i] - d.params[i];
+  p.scale = s.params[6] == d.params[6] ? 1.0 : (1 + s.params[6]) / (1 + d.params[6]);
+  p.mode = p.rX != 0 || p.rY != 0 || p.rZ != 0 || p.scale != 1.0 ? 2
+           : p.dX != 0 || p.dY != 0 || p.dZ != 0                 ? 1
+                                                                 : 0;
+  p.da = d.spheroid.a - s.spheroid.a;
+  p.df = 1 - d.spheroid.b / d.spheroid.a - p.f;
+  p.eSquared = s.spheroid.eSquared;
+  return p;
+}
+
+/// Points of every kind: the globe, the polar zone with its borders, the antimeridian, longitudes
+/// up to two turns off, latitudes beyond the poles.
+Points pointsOfEveryKind() {
+  Points points = grid(-180, 180, -88, 88, 8);
+  std::mt19937_64 random(20240817);
+  const auto between = [&](double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random);
+  };
+  for (int i = 0; i < 400; ++i) {
+    const double sign = i % 2 ? 1 : -1, lon = between(-kPi, kPi);
+    points.push_back({lon, sign * between(1.552, 1.5547)});
+    points.push_back({lon, sign * between(1.554, kPi / 2)});
+    points.push_back({sign * (kPi - between(0, 1e-4)), between(-1.5, 1.5)});
+    points.push_back({sign * between(kPi, 3 * kPi), between(-1.5, 1.5)});
+    points.push_back({sign * between(3 * kPi, 5 * kPi), between(-1.5, 1.5)});
+    points.push_back({lon, sign * between(kPi / 2, 2.5)});
+  }
+  for (const double lat : {1.55247, 1.55422, kPi / 2})
+    for (const double sign : {-1.0, 1.0})
+      for (const double nudge : {-1e-16, 0.0, 1e-16})
+        points.push_back({0.7, sign * lat * (1 + 2 * nudge)});
+  return points;
+}
+
+struct Pair {
+  const char *what;
+  System from, to;
+};
+
+TEST(Parametric, FollowsTheStepsForPointsOfEveryKind) {
+  const Points points = pointsOfEveryKind();
+  const Pair pairs[] = {
+      {"spheroid only", {kClarkeA, kClarkeB, "A", {1, 2, 3}}, {kWgs84A, kWgs84B, "B", {1, 2, 3}}},
+      {"translation",
+       {kInternationalA, kInternationalB, "A", kThreeParameters},
+       {kWgs84A, kWgs84B, "B", {}}},
+      {"rotation and scale",
+       {kInternationalA, kInternationalB, "A", kSevenParameters},
+       {kClarkeA, kClarkeB, "B", kThreeParameters}},
+      {"seven parameters on both sides",
+       {kWgs84A, kWgs84B, "A", kThreeParameters},
+       {kInternationalA, kInternationalB, "B", kSevenParameters}},
+      {"rotation of half a radian, scale 2, shift by a tenth of the radius",
+       {kWgs84A, kWgs84B, "A", {6e5, -3e5, 2e5, 0.5, -0.3, 0.2, 1.0}},
+       {kClarkeA, kClarkeB, "B", {}}},
+      {"translation by a tenth of the radius, which folds over the poles",
+       {kWgs84A, kWgs84B, "A", {6e5, -3e5, 2e5}},
+       {kClarkeA, kClarkeB, "B", {}}},
+      {"spheres", {6370997, 6370997, "A", {5}}, {6371000, 6371000, "B", {}}},
+      {"flat as Saturn", {60268000, 54364000, "A", {100}}, {60268000, 54364000, "B", {}}},
+      {"longer than wide", {6356752, 6378137, "A", {100, 9}}, {6356800, 6378137, "B", {0}}},
+  };
+  for (const Pair &pair : pairs) {
+    SCOPED_TRACE(pair.what);
+    const Oprj_ShiftParameters block = blockOf(pair.from, pair.to);
+    const Points result = shifted(points, pair.from, pair.to);
+    int wrong = 0;
+    for (size_t i = 0; i < points.size() && wrong < 5; ++i) {
+      const Oprj_Point expected = stepByStep(points[i], block, pair.to.spheroid);
+      const double difference = apart(result[i], expected);
+      // Rounding of the input counts where longitudes are several turns off; the plain formulas
+      // lose a few digits when the shift is as large as the globe.
+      const bool huge = std::fabs(block.dX) > 1e5;
+      const double allowed = kRounding * (huge ? 20 : 2) * (1 + std::fabs(points[i].x));
+      if (difference <= allowed && std::fabs(result[i].y) <= kPi / 2) continue;
+      ++wrong;
+      ADD_FAILURE() << text("(%.17g, %.17g): (%.17g, %.17g), expected (%.17g, %.17g), %.1e off",
+                            points[i].x, points[i].y, result[i].x, result[i].y, expected.x,
+                            expected.y, difference);
+    }
+  }
+}
+
+TEST(Parametric, BlendIsContinuousAndAlikeAtBothPoles) {
+  const System from(kInternationalA, kInternationalB, "A", {-87, -98, -121});
+  const System mirrored(kInternationalA, kInternationalB, "M", {-87, -98, 121});
+  const System to(kWgs84A, kWgs84B, "B", {});
+  const System alone(kInternationalA, kInternationalB, "G", {-87, -98, -121, 1e-30});  // mode 2
+  for (const double border : {1.55247, 1.55422}) {
+    constexpr double kStep = 1e-13;
+    for (const double lon : {-3.1415, -1.0, 0.3, 3.1415}) {
+      const Oprj_Point below = shifted({lon, border - kStep}, from, to);
+      const Oprj_Point above = shifted({lon, border + kStep}, from, to);
+      EXPECT_LE(apart(below, above), 3 * kStep) << border << " " << lon;
+    }
+  }
+  // At 88.9 degrees Molodensky, at 89.1 the geocentric result, at 89 something between that is
+  // neither: the two are some millimetres apart.
+  const auto at = [&](double degrees, const System &s) {
+    return shifted({0.3, degrees * kDeg}, s, to);
+  };
+  Oprj_ShiftParameters block = blockOf(from, to);
+  double dLon, dLat;
+  oprj_Molod(&block, 0.3, 88.9 * kDeg, 0, &dLon, &dLat, nullptr);
+  EXPECT_LE(apart(at(88.9, from), {0.3 + dLon, 88.9 * kDeg + dLat}), kRounding);
+  EXPECT_LE(apart(at(89.1, from), at(89.1, alone)), kRounding);
+  oprj_Molod(&block, 0.3, 89 * kDeg, 0, &dLon, &dLat, nullptr);
+  const Oprj_Point molodensky{0.3 + dLon, 89 * kDeg + dLat}, geocentric = at(89, alone);
+  const double whole = apart(molodensky, geocentric);
+  EXPECT_GT(whole, 1e-10);
+  EXPECT_NEAR(apart(at(89, from), geocentric) + apart(at(89, from), molodensky), whole, 1e-14);
+  EXPECT_GT(apart(at(89, from), geocentric), whole / 10);
+  EXPECT_GT(apart(at(89, from), molodensky), whole / 10);
+
+  for (const double lat : {20.0, 88.9, 89.0, 89.1, 90.0}) {
+    const Oprj_Point north = shifted({0.3, lat * kDeg}, from, to);
+    const Oprj_Point south = shifted({0.3, -lat * kDeg}, mirrored, to);
+    EXPECT_EQ(north.x, south.x) << lat;
+    EXPECT_EQ(north.y, -south.y) << lat;
+  }
+}
+
+TEST(Parametric, NamesDecideAboutCopying) {
+  const Points in = {{0.1, 0.2}, {kNaN, 1.0}, {7.0, 2.0}, {-0.0, -0.0}};
+  const System from(kInternationalA, kInternationalB, "Same", {-87, -98, -121});
+  const System to(kWgs84A, kWgs84B, "Same", {});
+  EXPECT_TRUE(sameBits(shifted(in, from, to), in));
+  const System otherCase(kWgs84A, kWgs84B, "same", {});
+  EXPECT_GT(apart(shifted({0.1, 0.2}, from, otherCase), {0.1, 0.2}), 1e-6);
+  System nameless(kInternationalA, kInternationalB, "", {-87});
+  System namelessToo(kWgs84A, kWgs84B, "", {});
+  nameless.datum.datumname = namelessToo.datum.datumname = {0, nullptr};
+  EXPECT_TRUE(sameBits(shifted(in, nameless, namelessToo), in));
+  EXPECT_GT(apart(shifted({0.1, 0.2}, nameless, to), {0.1, 0.2}), 1e-6);
+}
+
+TEST(Parametric, ParametersThatAreMissingAreZeroAndSemiMinorAxesPass) {
+  const Points in = grid(-170, 170, -89, 89, 17);
+  System full(kInternationalA, kInternationalB, "A", {-87, -98});
+  System shortArray(kInternationalA, kInternationalB, "A", {-87, -98, 1e9});
+  shortArray.datum.params.count = 2;
+  System none(kWgs84A, kWgs84B, "B", {}), absent(kWgs84A, kWgs84B, "B", {1});
+  absent.datum.params = {0, nullptr};
+  const Points expected = shifted(in, full, none);
+  EXPECT_TRUE(sameBits(shifted(in, shortArray, absent), expected));
+  none.spheroid.eSquared = none.spheroid.b;
+  full.spheroid.eSquared = full.spheroid.b;
+  EXPECT_LE(worst(shifted(in, full, none), expected), kRounding);
+}
+
+TEST(Parametric, WhatIsNoNumberBecomesAPairOfNaN) {
+  const System from(kInternationalA, kInternationalB, "A", kThreeParameters);
+  const System turned(kInternationalA, kInternationalB, "T", kSevenParameters);
+  const System to(kWgs84A, kWgs84B, "B", {});
+  const Points bad = {{kNaN, 0.5}, {0.5, kNaN}, {kInfinity, 0.5}, {0.5, -kInfinity}};
+  for (const System *source : {&from, &turned}) {
+    for (int filler = 0; filler < 40; ++filler) {
+      Points in(static_cast<size_t>(filler), {0.5, 0.5});
+      in.insert(in.end(), bad.begin(), bad.end());
+      in.push_back({0.5, 0.5});
+      const Points out = shifted(in, *source, to);
+      const Oprj_Point good = shifted({0.5, 0.5}, *source, to);
+      for (size_t i = 0; i < in.size(); ++i) {
+        const bool number = in[i].x == 0.5 && in[i].y == 0.5;
+        ASSERT_EQ(std::isnan(out[i].x), !number);
+        ASSERT_EQ(std::isnan(out[i].y), !number);
+        if (number) {
+          ASSERT_TRUE(out[i].x == good.x && out[i].y == good.y);
+        }
+      }
+    }
+  }
+}
+
+// --- reports ---
+
+TEST(Parametric, RefusalsAreExact) {
+  const Points in(3, {0.1, 0.2});
+  Points out(3);
+  const System good(kWgs84A, kWgs84B, "A", {}), other(kClarkeA, kClarkeB, "B", {1});
+  const System gridType(kClarkeA, kClarkeB, "B", {}, OPRJ_DATUM_GRID);
+  const System none(kClarkeA, kClarkeB, "B", {}, OPRJ_DATUM_NONE);
+  System noDatum(kClarkeA, kClarkeB, "B", {});
+  noDatum.spheroid.datum = nullptr;
+  const System noAxes(0, 0, "B", {}), hollow(kWgs84A, kNaN, "B", {});
+  System disk(kWgs84A, kWgs84B, "B", {});
+  disk.spheroid.eSquared = 1.0;
+  const System noNumber(kWgs84A, kWgs84B, "B", {0, 0, kNaN});
+  const System noScale(kWgs84A, kWgs84B, "B", {0, 0, 0, 0, 0, 0, -1.0});
+  const Oprj_Spheroid *a = &good.spheroid;
+  struct Case {
+    const Oprj_Point *in;
+    const Oprj_Spheroid *from;
+    Oprj_Point *out;
+    const Oprj_Spheroid *to;
+    int32_t count, code;
+    const char *message;
+  };
+  Oprj_Point *o = out.data();
+  const Oprj_Point *i = in.data();
+  const Case cases[] = {
+      {nullptr, a, o, &other.spheroid, 3, 1, "Empty argument(s)."},
+      {i, nullptr, o, &other.spheroid, 3, 1, "Empty argument(s)."},
+      {i, a, nullptr, &other.spheroid, 3, 1, "Empty argument(s)."},
+      {i, a, o, nullptr, 3, 1, "Empty argument(s)."},
+      {i, a, o, &other.spheroid, 0, 1, "Empty argument(s)."},
+      {i, a, o, &gridType.spheroid, -5, 1, "Empty argument(s)."},
+      {i, a, o, &gridType.spheroid, 3, 2, "Wrong datum types."},
+      {i, &none.spheroid, o, &noAxes.spheroid, 3, 2, "Wrong datum types."},
+      {i, a, o, &noDatum.spheroid, 3, 2, "Wrong datum types."},
+      {i, a, o, &noAxes.spheroid, 3, 3, "Invalid spheroid axes"},
+      {i, &hollow.spheroid, o, a, 3, 3, "Invalid spheroid axes"},
+      {i, a, o, &disk.spheroid, 3, 3, "Invalid spheroid axes"},
+      {i, a, o, &noNumber.spheroid, 3, 4, "Invalid datum parameters"},
+      {i, a, o, &noScale.spheroid, 3, 4, "Invalid datum parameters"},
+  };
+  for (const Case &c : cases) {
+    const LeakCheck leaks;
+    Slot slot;
+    oprj_DatumShiftParametric(c.in, c.from, c.out, c.to, c.count, slot);
+    expectReport(slot, "oprj_DatumShiftParametric", c.code, c.message);
+    oprj_DatumShiftParametric(c.in, c.from, c.out, c.to, c.count, nullptr);
+    if (c.from && c.to && c.to->datum && c.to->datum->type != OPRJ_DATUM_PARAMETRIC) continue;
+    // through the dispatcher: the same below one report of its own
+    const Oerr_Report *returned = oprj_DatumShift(c.in, c.from, c.out, c.to, c.count, slot);
+    expectReport(slot, "oprj_DatumShift", 10, "Datum Shift Failed.");
+    expectReport(oerr_CauseGet(slot.get()), "oprj_DatumShiftParametric", c.code, c.message);
+    EXPECT_EQ(returned, slot.get());
+  }
+  for (const Oprj_Point &p : out) EXPECT_TRUE(p.x == 0.0 && p.y == 0.0);
+}
+
+TEST(Dispatcher, ParametricPairsNeedNoMemory) {
+  const System from(kInternationalA, kInternationalB, "A", kThreeParameters);
+  const System to(kWgs84A, kWgs84B, "B", {});
+  const Points in = pointsOfEveryKind();
+  Points out(in.size());
+  const int64_t allocations = forEachAllocationFailure([&](Oerr_Report **err) {
+    return !oprj_DatumShift(in.data(), &from.spheroid, out.data(), &to.spheroid,
+                            static_cast<int32_t>(in.size()), err);
+  });
+  EXPECT_EQ(allocations, 0);
+  EXPECT_TRUE(sameBits(out, shifted(in, from, to)));
+  // in place
+  out = in;
+  oprj_DatumShift(out.data(), &from.spheroid, out.data(), &to.spheroid,
+                  static_cast<int32_t>(in.size()), nullptr);
+  EXPECT_TRUE(sameBits(out, shifted(in, from, to)));
+}
+
+TEST(Dispatcher, AMissingGridNamesFilePlacesAndVariable) {
+  const TemporaryDirectory first, second;
+  const ScopedEnvironment places("ORVIK_DATUMS_PATH", (first.path() + ":" + second.path()).c_str());
+  Slot slot;
+  EXPECT_EQ(oprj_DatumGridFileOpen("nad27.dat", slot), nullptr);
+  expectReport(slot, "oprj_DatumGridFileOpen", 3, "nad27.dat:  File not found");
+  const std::string why = oerr_MessageGet(oerr_CauseGet(slot.get()));
+  for (const std::string &part :
+       {std::string("nad27.dat"), first.path(), second.path(), std::string("ORVIK_DATUMS_PATH")})
+    EXPECT_NE(why.find(part), std::string::npos) << why;
+  EXPECT_EQ(oprj_DatumGridFileOpen(nullptr, slot), nullptr);
+  expectReport(slot, "oprj_DatumGridFileOpen", 2, "Error returned from ofio_Which");
+  forEachAllocationFailure([](Oerr_Report **err) {
+    // not found is this operation's success here
+    oprj_DatumGridFileOpen("nad27.dat", err);
+    const bool asExpected = oerr_CodeGet(*err) == 3;
+    if (asExpected) oerr_DeleteErrorReport(err);
+    return asExpected;
+  });
+}
+
+// --- instruction sets ---
+
+/// What the kernels draw from the documented block (datum/parametric.h says what each is).
+orvik::oprj::ParametricBlock derivedBlock(const System &from, const System &to) {
+  const Oprj_ShiftParameters p = blockOf(from, to);
+  const double ratio = 1 - p.f, squared = 1 - p.eSquared;
+  const double es = to.spheroid.eSquared, root = std::sqrt(1 - es);
+  return {p,
+          1 / p.a,
+          1 / p.a / squared,
+          (p.da * p.eSquared / p.a + p.df * ratio) / squared,
+          p.df / ratio,
+          1 - es,
+          to.spheroid.a * es / root,
+          to.spheroid.a * es * root * root * root};
+}
+
+struct Set {
+  const char *name;
+  const orvik::oprj::ParametricKernels *kernels;
+  bool supported;
+};
+
+TEST(ParametricLanes, PointsDependOnNothingButThemselves) {
+  using namespace orvik::oprj;
+  __builtin_cpu_init();
+  const bool has2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+  const bool has5 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                    __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw");
+  const Set sets[] = {{"baseline", &baseline::parametricKernels, true},
+                      {"AVX2", &avx2::parametricKernels, has2},
+                      {"AVX-512", &avx512::parametricKernels, has5}};
+  const System three(kInternationalA, kInternationalB, "A", kThreeParameters);
+  const System seven(kInternationalA, kInternationalB, "B", kSevenParameters);
+  const System to(kWgs84A, kWgs84B, "C", {});
+  Points points = pointsOfEveryKind();
+  std::shuffle(points.begin(), points.end(), std::mt19937_64(5));
+  points.insert(points.begin() + 100, {{kNaN, 1.0}, {1e300, 0.3}, {0.3, kInfinity}});
+  const auto count = static_cast<int32_t>(points.size());
+  for (const System *from : {&three, &seven}) {
+    const ParametricBlock block = derivedBlock(*from, to);
+    const auto kernel = [&](const Set &set) {
+      return block.shift.mode == 2 ? set.kernels->geocentric : set.kernels->molodensky;
+    };
+    Points wide;
+    for (const Set &set : sets) {
+      SCOPED_TRACE(set.name);
+      if (!set.supported) {
+        std::printf("%s is not compared: this processor lacks it\n", set.name);
+        continue;
+      }
+      Points all(points.size());
+      kernel(set)(block, points.data(), all.data(), count);
+      // any place, any count, any neighbours, in place
+      Points single(points.size());
+      for (int32_t i = 0; i < count; ++i) kernel(set)(block, &points[i], &single[i], 1);
+      EXPECT_TRUE(sameBits(all, single));
+      for (int32_t length = 2; length < 40; ++length) {
+        Points part(points.begin() + length, points.begin() + 2 * length);
+        kernel(set)(block, part.data(), part.data(), length);
+        EXPECT_TRUE(sameBits(part, {all.begin() + length, all.begin() + 2 * length})) << length;
+      }
+      if (set.kernels == &baseline::parametricKernels) {
+        const Points library = shifted(points, *from, to);
+        for (size_t i = 0; i < points.size(); ++i) {
+          if (std::isnan(library[i].x)) {
+            EXPECT_TRUE(std::isnan(all[i].x) && std::isnan(all[i].y));
+          } else {
+            EXPECT_LE(apart(all[i], library[i]), 2 * kRounding * (1 + std::fabs(points[i].x)));
+          }
+        }
+      } else {
+        if (wide.empty()) wide = all;
+        EXPECT_TRUE(sameBits(wide, all));
+      }
+    }
+  }
+}
+
+TEST(Dispatcher, CallsRunAtOnceOnSeveralThreads) {
+  const System from(kInternationalA, kInternationalB, "A", kThreeParameters);
+  const System to(kWgs84A, kWgs84B, "B", {});
+  const Points in = pointsOfEveryKind(), expected = shifted(in, from, to);
+  std::vector<Points> results(4, Points(in.size()));
+  std::vector<std::thread> threads;
+  for (Points &out : results)
+    threads.emplace_back([&] {
+      for (int i = 0; i < 50; ++i)
+        oprj_DatumShift(in.data(), &from.spheroid, out.data(), &to.spheroid,
+                        static_cast<int32_t>(in.size()), nullptr);
+    });
+  for (std::thread &thread : threads) thread.join();
+  for (const Points &out : results) EXPECT_TRUE(sameBits(out, expected));
+}
+
+}  // namespace
