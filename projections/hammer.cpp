@@ -1,5 +1,5 @@
 // Hammer, often called Hammer-Aitoff: Lambert's azimuthal equal-area projection of the globe with
-// halved longitudes, stretched twofold. [SnyderVoxland89] p. 232.
+// halved longitudes, stretched twofold. [SnyderVoxland89].
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). A sphere of radius a.
 // Domain: the whole globe; the inverse takes the ellipse with semi-axes 2 sqrt(2) a and sqrt(2) a.
@@ -8,7 +8,7 @@
 // the sphere; two arctangents keep all digits at the poles and on the outline.
 // Kept: sqrt(2) to nine places, in both directions so that the inverse closes; against the exact
 // root the sheet is up to 5 mm smaller.
-#include "projections/family.h"
+#include "projections/longitude.h"
 #include "projections/outline.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -23,13 +23,13 @@ struct Hammer : FamilyBase<HammerBlock> {
   static constexpr double kRootOfTwo = 1.414213562;
 
   static bool derive(const Entries &p, const Ellipsoid &s, HammerBlock &b) {
-    b = {s.a, s.e, s.es, p[4], p[6], p[7]};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
     return true;
   }
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
-    const SinCos<V> l = sincos(0.5 * adjustLongitude(lon - V(b.lon0)));
+    const SinCos<V> l = sincos(0.5 * wrapDifference(lon - V(b.lon0)));
     const SinCos<V> p = sincos(lat);
     const V scale = b.a * kRootOfTwo / sqrt(fma(p.cos, l.cos, V(1.0)));
     return {2.0 * scale * p.cos * l.sin + b.falseEast, scale * p.sin + b.falseNorth};
@@ -43,7 +43,7 @@ struct Hammer : FamilyBase<HammerBlock> {
     stop.when(outline.off, kInputData);
     const V d = max(-outline.excess, V(0.0)), k = sqrt(1.0 + d);
     const V east = across * k;
-    return {adjustLongitude(b.lon0 + 2.0 * atan2(east, d)),
+    return {wrapDifference(b.lon0 + 2.0 * atan2(east, d)),
             atan2(up * k, sqrt(fma(d, d, east * east)))};
   }
 };

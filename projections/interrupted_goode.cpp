@@ -1,6 +1,6 @@
 // Interrupted Goode homolosine: the sinusoidal projection between the parallels of 40°44'11.8",
 // where both have the same scale, and Mollweide's towards the poles, on two northern and four
-// southern lobes. [Goode25]; [SnyderVoxland89] p. 221-222.
+// southern lobes. [Goode25]; [SnyderVoxland89].
 //
 // Reads no entries: the sheet is centred on Greenwich without offsets. A sphere of radius a.
 // Domain: the whole globe; the inverse takes the lobes. A point on the edge of two lobes belongs to

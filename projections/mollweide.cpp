@@ -3,7 +3,7 @@
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). A sphere of radius a.
 // Domain: the whole globe; the inverse takes the ellipse with semi-axes 2 sqrt(2) a and sqrt(2) a.
 // Constants: 2 sqrt(2)/pi and sqrt(2) to twelve and thirteen digits (at most 0.02 mm).
-#include "projections/family.h"
+#include "projections/longitude.h"
 #include "projections/mollweide_angle.h"
 #include "projections/outline.h"
 
@@ -24,13 +24,13 @@ struct Mollweide : FamilyBase<MollweideBlock> {
   };
 
   static bool derive(const Entries &p, const Ellipsoid &s, MollweideBlock &b) {
-    b = {s.a, s.e, s.es, p[4], p[6], p[7]};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
     return true;
   }
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
-    const V dLon = adjustLongitude(lon - V(b.lon0));
+    const V dLon = wrapDifference(lon - V(b.lon0));
     const Parallel<V> parallel = mollweideParallel(lat, sin(0.5 * (kHalfPi - abs(lat))));
     stop.when(~parallel.converged, kIterations);
     return {b.a * kMollweideWidth * dLon * parallel.width + b.falseEast,
@@ -43,9 +43,9 @@ struct Mollweide : FamilyBase<MollweideBlock> {
     const V side = (x - V(b.falseEast)) * (1.0 / (b.a * kMollweideWidth));
     stop.when(testEllipse(side * (1.0 / kPi), height).off, kInputData);
     const MollweideLatitude<V> at = mollweideLatitude(clampToUnit(height));
-    const V edge = kPi * at.width;
-    const V dLon = select(abs(side) < edge, side / at.width, copysign(V(kPi), side));
-    return {adjustLongitude(b.lon0 + select(at.width > V(0.0), dLon, V(0.0))), at.lat};
+    return {
+        wrapDifference(b.lon0 + select(at.width > V(0.0), clampTo(side / at.width, kPi), V(0.0))),
+        at.lat};
   }
 };
 

@@ -9,7 +9,7 @@
 // Accuracy: the inverse solves the parabola in closed form. Scales are the published 0.8487 and
 // 1.3523; the Package's sheet is larger (0.9858, pi/2), of the same shape. Other interpolations of
 // the table (cubics) differ by some hundred metres between the nodes.
-#include "projections/family.h"
+#include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -79,13 +79,13 @@ struct Robinson : FamilyBase<RobinsonBlock> {
   static constexpr StopText stops[] = {{4, "Computation error"}};
 
   static bool derive(const Entries &p, const Ellipsoid &s, RobinsonBlock &b) {
-    b = {s.a, s.e, s.es, p[4], p[6], p[7]};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
     return true;
   }
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
-    const V dLon = adjustLongitude(lon - V(b.lon0));
+    const V dLon = wrapDifference(lon - V(b.lon0));
     const V nodes = abs(lat) * (1.0 / kInterval);
     const V index = max(floor(nodes - kClose), V(0.0));  // nodes belong to the interval before them
     const Interval<V> interval = intervalAt(index);
@@ -110,8 +110,7 @@ struct Robinson : FamilyBase<RobinsonBlock> {
     const V length = interval.length.at(p);
     stop.when(abs(side) > fma(V(kPi), length, V(kClose / kEast)), kOffTheSheet);
     const V dLon = side / length;
-    return {adjustLongitude(b.lon0 + select(abs(dLon) > V(kPi), copysign(V(kPi), dLon), dLon)),
-            copysign((index + p) * kInterval, north)};
+    return {wrapDifference(b.lon0 + clampTo(dLon, kPi)), copysign((index + p) * kInterval, north)};
   }
 };
 

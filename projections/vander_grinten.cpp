@@ -11,7 +11,7 @@
 // The root is sought by Halley's method under the caps and tolerance of oprj_Phi5 and oprj_Phi6 and
 // reported in their name; it agrees with theirs within their tolerance but takes three steps at
 // most, everywhere (Phi5 diverges beyond 79 degrees).
-#include "projections/family.h"
+#include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -36,13 +36,13 @@ struct VanDerGrinten : FamilyBase<VanDerGrintenBlock> {
   };
 
   static bool derive(const Entries &p, const Ellipsoid &s, VanDerGrintenBlock &b) {
-    b = {s.a, s.e, s.es, p[4], p[6], p[7]};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
     return true;
   }
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
-    const V dLon = adjustLongitude(lon - V(b.lon0));
+    const V dLon = wrapDifference(lon - V(b.lon0));
     const V l = abs(dLon) * (1.0 / kPi), m = (1.0 - l) * (1.0 + l);
     const V s = abs(lat) * (1.0 / kHalfPi);
     const V c = sqrt((kHalfPi - abs(lat)) * (1.0 / kHalfPi) * (1.0 + s));  // cos(theta)
@@ -94,7 +94,7 @@ struct VanDerGrinten : FamilyBase<VanDerGrintenBlock> {
     const V inside = max(fma(down, 1.0 + up, -x2), V(0.0));  // 1 - X² - Y²
     const V scale = inside + sqrt(fma(inside, inside, 4.0 * x2));
     const V dLon = select(scale > V(0.0), kTwoPi * across / scale, V(0.0));
-    return {adjustLongitude(b.lon0 + copysign(dLon, x - V(b.falseEast))),
+    return {wrapDifference(b.lon0 + copysign(dLon, x - V(b.falseEast))),
             copysign(phi, y - V(b.falseNorth))};
   }
 };

@@ -1,16 +1,16 @@
 // Wagner IV: Mollweide's projection of latitudes within about 65 degrees, stretched so that areas
-// stay true and poles become lines. [SnyderVoxland89] p. 223.
+// stay true and poles become lines. [SnyderVoxland89].
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). A sphere of radius a.
 // Domain: the whole globe; the inverse takes the sheet between the two pole lines.
 // Formulation: the parameter theta of theta + sin(theta) = C sin(phi) is Mollweide's angle with
 // another constant, u = pi - theta (mollweide_angle.h).
-// Accuracy: 1e-8 m forward. The parallels crowd at the pole lines, where the sheet holds the latitude
-// to 2e-16/psi rad only, psi the distance from the pole in radians, and to 1e-8 rad at the pole.
-// Kept: the constants C = 2.9604205062, 1.56548 and 0.8631 to that many places.
+// Accuracy: 1e-8 m forward. The parallels crowd at the pole lines, where the sheet holds the
+// latitude to 2e-16/psi rad only, psi the distance from the pole in radians, and to 1e-8 rad at the
+// pole. Kept: the constants C = 2.9604205062, 1.56548 and 0.8631 to that many places.
 #include <cmath>
 
-#include "projections/family.h"
+#include "projections/longitude.h"
 #include "projections/mollweide_angle.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -35,13 +35,13 @@ struct WagnerIV : FamilyBase<WagnerIVBlock> {
 
   static bool derive(const Entries &p, const Ellipsoid &s, WagnerIVBlock &b) {
     const AuxiliaryAngle<double> pole = auxiliaryAngle(kPi - kC, kMaxIterations);
-    b = {s.a, s.e, s.es, p[4], p[6], p[7], pole.half.cos};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7], pole.half.cos};
     return pole.converged.value;
   }
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
-    const V dLon = adjustLongitude(lon - V(b.lon0));
+    const V dLon = wrapDifference(lon - V(b.lon0));
     const V halfColatitude = sin(0.5 * (kHalfPi - abs(lat)));
     const AuxiliaryAngle<V> u =
         auxiliaryAngle(fma(2.0 * kC * halfColatitude, halfColatitude, V(kPi - kC)), kMaxIterations);
@@ -57,12 +57,11 @@ struct WagnerIV : FamilyBase<WagnerIVBlock> {
     const V height = min(abs(north), V(b.poleHeight));
     stop.when(abs(north) > V(b.poleHeight + kClose / kHeight), kInputData);
     const V width = sqrt((1.0 - height) * (1.0 + height));
-    const V edge = kPi * width;
-    stop.when(abs(side) > edge + kClose / kWidth, kInputData);
-    const V dLon = select(abs(side) < edge, side / width, copysign(V(kPi), side));
+    stop.when(abs(side) > fma(V(kPi), width, V(kClose / kWidth)), kInputData);
     const V k = max(excessOfHalf(atan2(width, height)) - (kPi - kC), V(0.0));
     const V colatitude = 2.0 * asin(sqrt(k * (0.5 / kC)));
-    return {adjustLongitude(b.lon0 + dLon), copysign(kHalfPi - colatitude, north)};
+    return {wrapDifference(b.lon0 + clampTo(side / width, kPi)),
+            copysign(kHalfPi - colatitude, north)};
   }
 };
 

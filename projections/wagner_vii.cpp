@@ -1,12 +1,12 @@
 // Wagner VII: Lambert's azimuthal equal-area projection of a part of the globe (latitudes within 65
-// degrees, a third of the longitudes), stretched. [SnyderVoxland89] p. 233.
+// degrees, a third of the longitudes), stretched. [SnyderVoxland89].
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). A sphere of radius a.
 // Domain: the whole globe; the poles are curved lines. The inverse takes the projected globe.
-// Accuracy: 1e-8 m forward. The parallels crowd at the pole lines, where the sheet holds the latitude
-// to 2e-16/psi rad only, psi the distance from the pole in radians, and to 1e-8 rad at the pole.
-// Kept: sin 65 degrees and the two scales to five places (0.90631, 2.66723, 1.24104).
-#include "projections/family.h"
+// Accuracy: 1e-8 m forward. The parallels crowd at the pole lines, where the sheet holds the
+// latitude to 2e-16/psi rad only, psi the distance from the pole in radians, and to 1e-8 rad at the
+// pole. Kept: sin 65 degrees and the two scales to five places (0.90631, 2.66723, 1.24104).
+#include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -21,13 +21,13 @@ struct WagnerVII : FamilyBase<WagnerVIIBlock> {
   static constexpr double kEast = 2.66723, kNorth = 1.24104;
 
   static bool derive(const Entries &p, const Ellipsoid &s, WagnerVIIBlock &b) {
-    b = {s.a, s.e, s.es, p[4], p[6], p[7]};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
     return true;
   }
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
-    const Projected<V> p = onUnitSphere(adjustLongitude(lon - V(b.lon0)), sin(lat));
+    const Projected<V> p = onUnitSphere(wrapDifference(lon - V(b.lon0)), sin(lat));
     return {b.a * p.x + b.falseEast, b.a * p.y + b.falseNorth};
   }
 
@@ -44,12 +44,12 @@ struct WagnerVII : FamilyBase<WagnerVIIBlock> {
     if (any(beyond)) {
       // off the sheet when the nearest place on its outline is too far away
       sine = clampToUnit(sine);
-      dLon = select(abs(dLon) > V(kPi), copysign(V(kPi), dLon), dLon);
+      dLon = clampTo(dLon, kPi);
       const Projected<V> edge = onUnitSphere(dLon, sine);
       const Truth<V> near = square(edge.x - east) + square(edge.y - north) <= V(kClose * kClose);
       stop.when(beyond & ~near, kInputData);
     }
-    return {adjustLongitude(b.lon0 + dLon), asin(sine)};
+    return {wrapDifference(b.lon0 + dLon), asin(sine)};
   }
 
  private:
