@@ -257,7 +257,7 @@ Omif_Design *oprj_ElevationInfoDesignDefine(Omif_Dictionary *dictionary, Oerr_Re
 
 Omif_Dictionary *oprj_InitDictionaryCreate(Oprj_InitData *data, Oerr_Report **err) {
   ErrorScope e("oprj_InitDictionaryCreate", err);
-  if (!data) return e.fail(18, "Invalid input Oprj_InitData");
+  if (!data) return e.fail(21, "Invalid input Oprj_InitData");
   // One guard around all: once shared, other threads make their designs in the dictionary too.
   const Guard guard;
   DictionaryOwner dictionary(omif_NewDictionary(e.cause()));
@@ -269,7 +269,7 @@ Omif_Dictionary *oprj_InitDictionaryCreate(Oprj_InitData *data, Oerr_Report **er
     return e.fail(3, "Error returned from oprj_SpheroidDesignDefine");
   const auto *proParameters = oprj_ProParametersDesignDefine(dictionary.get(), e.cause());
   if (!proParameters) return e.fail(4, "Error returned from oprj_ProParametersDesignDefine");
-  if (!share(dictionary.get())) return e.fail(17, "Error allocating shared dictionary");
+  if (!share(dictionary.get())) return e.fail(20, "Error allocating shared dictionary");
   // Kept: the number of the datum's design.
   const auto *elevationInfo = oprj_ElevationInfoDesignDefine(dictionary.get(), e.cause());
   if (!elevationInfo) return e.fail(2, "Error returned from oprj_ElevationInfoDesignDefine");
@@ -283,9 +283,11 @@ Omif_Dictionary *oprj_InitDictionaryCreate(Oprj_InitData *data, Oerr_Report **er
     data->mapInfoDesign = mapInfo;
     return dictionary.release();
   };
+  // The wrapper's embedded designs stand beside it, wherever they were made first.
   int32_t code = 8;
-  for (const auto fetchDesign : {projectionObject830Design, earthModel830Design,
-                                 mapProjection830Design, mapProjection842Design}) {
+  for (const auto fetchDesign :
+       {projectionObject830Design, earthModel830Design, mapProjection830Design, omifStringDesign,
+        omifMIFObjectDesign, mapProjection842Design}) {
     const auto *design = fetchDesign(e.cause());
     if (!design) {
       e.fail(code, "OMIF_DESIGN_FETCH failed");

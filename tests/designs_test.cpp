@@ -1,0 +1,221 @@
+// The designs of the records. The program holds designs.cpp itself: fetches are not exported.
+#include <oprj/designs.h>
+
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "interchange/shared_designs.h"
+#include "support.h"
+#include "toolkit/heap.h"
+
+namespace {
+
+using namespace orvik::oprj;
+using namespace orvik::test;
+using orvik::toolkit::HeapBlock;
+
+// Text forms: kinds, counts and names in the order in which files store them.
+constexpr const char *kString = "{0:pcstring,}Omif_String,";
+constexpr const char *kObject =
+    "{1:x{0:pcstring,}Omif_String,type,0:pcMIFDictionary,0:pCMIFObject,}Omif_MIFObject,";
+constexpr const char *kElevation =
+    "{1:*oOprj_Datum,verticalDatum,0:pcelevationUnit,1:e3:OPRJ_ELEVATION_TYPE_HEIGHT,"
+    "OPRJ_ELEVATION_TYPE_DEPTH,OPRJ_ELEVATION_TYPE_UNKNOWN,elevationType,}Oprj_ElevationInfo,";
+const std::string kStart =
+    std::string(
+        "{0:pcdatumname,1:e4:OPRJ_DATUM_PARAMETRIC,OPRJ_DATUM_GRID,OPRJ_DATUM_REGRESSION,"
+        "OPRJ_DATUM_SURFACE,type,0:pdparams,0:pcgridname,}Oprj_Datum,"
+        "{0:pcsphereName,1:da,1:db,1:deSquared,1:dradius,}Oprj_Spheroid,"
+        "{1:e2:OPRJ_INTERNAL,OPRJ_EXTERNAL,proType,1:lproNumber,0:pcproExeName,0:pcproName,"
+        "1:lproZone,0:pdproParams,1:*oOprj_Spheroid,proSpheroid,}Oprj_ProParameters,") +
+    kElevation +
+    "{1:e2:OPRJ_INTERNAL,OPRJ_EXTERNAL,proType,1:lproNumber,0:pcproExeName,0:pcproName,"
+    "1:lproZone,0:pdproParams,}Oprj_ProjectionObject830,"
+    "{1:*oOprj_Spheroid,proSpheroid,1:*oOprj_Datum,datum,}Oprj_EarthModel830,"
+    "{1:*oOprj_ProjectionObject830,projectionObject,1:*oOprj_EarthModel830,earthModel,}"
+    "Oprj_MapProjection830," +
+    kString + kObject + "{1:x" + std::string(kObject) + "projection,1:x" + kString +
+    "title,}Oprj_MapProjection842,"
+    "{1:dx,1:dy,}Oprj_Coordinate,"
+    "{1:dwidth,1:dheight,}Oprj_Size,"
+    "{0:pcproName,1:*oOprj_Coordinate,upperLeftCenter,1:*oOprj_Coordinate,lowerRightCenter,"
+    "1:*oOprj_Size,pixelSize,0:pcunits,}Oprj_MapInfo,.";
+
+std::string encode(const Omif_Dictionary *dictionary) {
+  const HeapBlock<char> text(omif_DictionaryEncodeToString(dictionary, nullptr));
+  return text ? text.get() : "";
+}
+
+TEST(Designs, StartBuildsEveryDesignAndKeepsFour) {
+  Oprj_InitData data{}, again{};
+  Slot err;
+  const Omif_Dictionary *dictionary = oprj_InitDictionaryCreate(&data, err);
+  ASSERT_NE(dictionary, nullptr) << err.chain();
+  expectNoReport(err);
+  EXPECT_EQ(encode(dictionary), kStart);
+  const std::pair<const Omif_Design *, const char *> kept[] = {
+      {data.datumDesign, "Oprj_Datum"},
+      {data.proParametersDesign, "Oprj_ProParameters"},
+      {data.elevationInfoDesign, "Oprj_ElevationInfo"},
+      {data.mapInfoDesign, "Oprj_MapInfo"}};
+  for (const auto &[design, name] : kept)
+    EXPECT_EQ(design, omif_DictionarySearchByName(dictionary, name, nullptr)) << name;
+
+  const Omif_Dictionary *second = oprj_InitDictionaryCreate(&again, err);
+  ASSERT_NE(second, nullptr) << err.chain();
+  EXPECT_NE(second, dictionary);
+  EXPECT_EQ(encode(second), kStart);
+  EXPECT_NE(again.datumDesign, data.datumDesign);
+
+  EXPECT_EQ(oprj_InitDictionaryCreate(nullptr, err), nullptr);
+  expectReport(err, "oprj_InitDictionaryCreate", 21, "Invalid input Oprj_InitData");
+}
+
+TEST(Designs, FetchedDesignsAreMadeOnceWhateverTheThread) {
+  using Fetch = const Omif_Design *(*)(Oerr_Report **);
+  const std::pair<Fetch, std::string> fetches[] = {
+      {peCoordsysDesign, std::string("{1:x") + kString + "coordSys,}PE_COORDSYS,"},
+      {coordinateSystemDesign,
+       "{1:*oOprj_MapProjection830,projectionObject,0:pchorizontalUnits,1:*oOprj_ElevationInfo,"
+       "verticalCSObject,}Oprj_CoordinateSystem,"},
+      {elevationInfoDesign, kElevation},
+      {omifMIFObjectDesign, kObject}};
+  Oprj_InitData data{};
+  Omif_Dictionary *start = oprj_InitDictionaryCreate(&data, nullptr);  // what the designs point to
+  for (const auto &[fetch, text] : fetches) {
+    std::vector<const Omif_Design *> seen(8);
+    std::vector<std::thread> threads;
+    for (auto &design : seen)
+      threads.emplace_back([&design, fetch = fetch] { design = fetch(nullptr); });
+    for (auto &thread : threads) thread.join();
+    for (const auto *design : seen) EXPECT_EQ(design, seen.front());
+    ASSERT_NE(seen.front(), nullptr) << text;
+    omif_DictionaryAddDesign(start, seen.front(), nullptr);
+    EXPECT_NE(encode(start).find(text), std::string::npos) << text << "\n" << encode(start);
+  }
+}
+
+TEST(Designs, DefinitionsReportADifferentDesignOfTheirName) {
+  using Define = Omif_Design *(*)(Omif_Dictionary *, Oerr_Report **);
+  struct Row {
+    Define define;
+    const char *operation, *design;
+    int32_t code;
+    const char *message;
+  };
+  constexpr const char *kDefine = "Error returned from omif_DefineObject";
+  const Row rows[] = {
+      {oprj_DatumDesignDefine, "oprj_DatumDesignDefine", "Oprj_Datum", 1, kDefine},
+      {oprj_SpheroidDesignDefine, "oprj_SpheroidDesignDefine", "Oprj_Spheroid", 1, kDefine},
+      {oprj_ProParametersDesignDefine, "oprj_ProParametersDesignDefine", "Oprj_ProParameters", 1,
+       kDefine},
+      {oprj_CoordinateDesignDefine, "oprj_CoordinateDesignDefine", "Oprj_Coordinate", 1, kDefine},
+      {oprj_SizeDesignDefine, "oprj_SizeDesignDefine", "Oprj_Size", 1, kDefine},
+      {oprj_MapInfoDesignDefine, "oprj_MapInfoDesignDefine", "Oprj_MapInfo", 1, kDefine},
+      {oprj_ElevationInfoDesignDefine, "oprj_ElevationInfoDesignDefine", "Oprj_ElevationInfo", 3,
+       "omif_AddDesignToDictionary failed: Failed to add Oprj_ElevationInfo design to dictionary"}};
+  ASSERT_NE(elevationInfoDesign(nullptr), nullptr);
+  for (const auto &row : rows) {
+    const LeakCheck leaks;
+    Slot err;
+    Omif_Dictionary *dictionary = omif_NewDictionary(nullptr);
+    omif_DesignCreate(dictionary, row.design, nullptr, OMIF_INT32, "other", OMIF_END);
+    EXPECT_EQ(row.define(dictionary, err), nullptr);
+    expectReport(err, row.operation, row.code, row.message);
+    EXPECT_NE(oerr_CauseGet(err.get()), nullptr);
+    omif_DictionaryFree(&dictionary);
+  }
+}
+
+TEST(Designs, ElevationInfoIsACopyOfItsOwn) {
+  const auto *shared = elevationInfoDesign(nullptr);
+  const LeakCheck leaks;
+  Slot err;
+  Omif_Design *copy = oprj_ElevationInfoDesignDefine(nullptr, err);
+  expectNoReport(err);
+  EXPECT_NE(copy, shared);
+  EXPECT_TRUE(omif_DesignsEqual(copy, shared));
+  omif_DesignFree(&copy);
+
+  Omif_Dictionary *dictionary = omif_NewDictionary(nullptr);
+  const auto *own = oprj_ElevationInfoDesignDefine(dictionary, err);
+  EXPECT_EQ(own, omif_DictionarySearchByName(dictionary, "Oprj_ElevationInfo", nullptr));
+  EXPECT_EQ(oprj_ElevationInfoDesignDefine(dictionary, err), own) << "an equal one was there";
+  EXPECT_EQ(omif_DictionaryDesignCount(dictionary), 1);
+  omif_DictionaryFree(&dictionary);
+}
+
+/// The messages of a dictionary built again and again, each allocation failing in turn. What a call
+/// that returns nothing leaves behind are designs shared by all; once they are made, nothing.
+std::set<std::string> buildShortOfMemory(bool designsAreMade) {
+  std::set<std::string> told;
+  for (int64_t n = 1;; ++n) {
+    Oprj_InitData data{};
+    Slot slot;
+    Oerr_Report **err = slot;
+    const int64_t before = omsc_HeapBlockCount();
+    omsc_HeapFailNth(n);
+    const Omif_Dictionary *dictionary = oprj_InitDictionaryCreate(&data, err);
+    const int64_t made = omsc_HeapFailNth(0);
+    if (!slot.get()) {
+      EXPECT_LT(made, n) << "a failure was not told";
+      EXPECT_EQ(encode(dictionary), kStart);
+      return told;
+    }
+    const int32_t code = oerr_CodeGet(slot.get());
+    told.insert(oerr_MessageGet(slot.get()));
+    // Only the versioned designs may be missing, and then the dictionary is there all the same.
+    const bool versioned = code >= 8 && code < 20;
+    EXPECT_EQ(dictionary != nullptr, versioned) << slot.chain();
+    EXPECT_EQ(data.datumDesign != nullptr, versioned) << slot.chain();
+    if (designsAreMade && !dictionary) {
+      EXPECT_EQ(omsc_HeapBlockCount(), before) << slot.chain();
+    }
+  }
+}
+
+/// What a fetch tells when each allocation fails in turn, until it succeeds.
+std::set<std::string> fetchShortOfMemory() {
+  std::set<std::string> told;
+  for (int64_t n = 1;; ++n) {
+    Slot slot;
+    Oerr_Report **err = slot;
+    omsc_HeapFailNth(n);
+    const auto *design = peCoordsysDesign(err);
+    omsc_HeapFailNth(0);
+    if (design) return told;
+    for (const auto *report = slot.get(); report; report = oerr_CauseGet(report))
+      told.insert(std::string(oerr_FunctionGet(report)) + ": " + oerr_MessageGet(report));
+  }
+}
+
+void expectAll(const std::set<std::string> &told, const std::vector<const char *> &wanted) {
+  for (const char *message : wanted) EXPECT_TRUE(told.count(message)) << "never told: " << message;
+}
+
+// In a process of its own, where no design has been made yet.
+void shortOfMemoryFromTheStart() {
+  expectAll(fetchShortOfMemory(), {"PE_COORDSYS_Design: Error returned from Omif_String_Design",
+                                   "Omif_String_Design: Dictionary create fail",
+                                   "Omif_String_Design: Design create failed",
+                                   "PE_COORDSYS_Design: Design create failed"});
+  expectAll(buildShortOfMemory(false),
+            {"Error returned from omif_NewDictionary", "Error returned from oprj_DatumDesignDefine",
+             "Error returned from oprj_SpheroidDesignDefine",
+             "Error returned from oprj_ProParametersDesignDefine",
+             "Error returned from oprj_ElevationInfoDesignDefine", "OMIF_DESIGN_FETCH failed",
+             "Error returned from oprj_CoordinateDesignDefine",
+             "Error returned from oprj_SizeDesignDefine",
+             "Error returned from oprj_MapInfoDesignDefine"});
+  expectAll(buildShortOfMemory(true), {"omif_DictionaryAddDesign failed"});
+  exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+TEST(DesignsDeathTest, EveryFailedAllocationIsToldAndLeaksNothing) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(shortOfMemoryFromTheStart(), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
