@@ -1,31 +1,16 @@
 // Equality of parameter records, decided by the projection family, and the check before projecting.
-#include <oprj/ostr.h>
 #include <oprj/project.h>
 
-#include <cstring>
 #include <string_view>
 
 #include "core/function_sets.h"
-#include "toolkit/error_scope.h"
 
 using namespace orvik::oprj;
-using orvik::toolkit::ErrorScope;
-using orvik::toolkit::Owner;
 
 namespace {
 
-using HandleOwner = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
-
-/// The text itself: records hold it with or without its terminating zero counted.
-std::string_view textOf(const Oprj_CharStr &text) {
-  if (!text.data || text.count <= 0) return {};
-  return {text.data, strnlen(text.data, static_cast<size_t>(text.count))};
-}
-
-bool isDatumUndefined(const Oprj_Spheroid &spheroid) {
-  const auto *datum = spheroid.datum;
-  return !datum || !datum->datumname.data ||
-         ostr_EqualIgnoringCase(datum->datumname.data, "Undefined");
+bool sameText(const Oprj_CharStr &first, const Oprj_CharStr &second) {
+  return std::string_view(textOf(first)) == textOf(second);
 }
 
 }  // namespace
@@ -38,7 +23,7 @@ int32_t oprj_ProParametersEqualWithProjection(const Oprj_ProParameters *first,
   if (!first || !second) return e.fail(1, "Invalid input parmArray");
   if (!projection) return e.fail(2, "Invalid input Map Projection structure");
   if (first->proType != second->proType) return 0;
-  if (first->proType == OPRJ_EXTERNAL ? textOf(first->proExeName) != textOf(second->proExeName)
+  if (first->proType == OPRJ_EXTERNAL ? !sameText(first->proExeName, second->proExeName)
                                       : first->proNumber != second->proNumber)
     return 0;
 
@@ -68,7 +53,7 @@ int32_t oprj_ProParametersEqual2(const Oprj_ProParameters *first, const Oprj_Pro
   ErrorScope e("oprj_ProParametersEqual2", err);
   Oprj_MapProjectionEx *made = nullptr;
   oprj_ProjectionInit(nullptr, first, &made, e.cause());
-  const HandleOwner handle(made);
+  const OwnedHandle handle(made);
   if (!handle) return e.fail(1, "Error returned from oprj_ProjectionInit");
 
   const bool native = sameTitle(handle->title, OPRJ_TITLE_NATIVE);
@@ -82,7 +67,7 @@ int32_t oprj_ProParametersEqual2(const Oprj_ProParameters *first, const Oprj_Pro
   }
 
   oprj_ProjectionInit(nullptr, second, &made, e.cause());
-  const HandleOwner other(made);
+  const OwnedHandle other(made);
   if (!other) return e.fail(3, "Error returned from oprj_ProjectionInit");
   const int32_t equal = oprj_MapProjectionEqual(handle.get(), other.get(), e.cause());
   if (e.calleeFailed()) return e.fail(4, "Error returned from oprj_MapProjectionEqual");
@@ -97,7 +82,7 @@ int32_t oprj_ProjectionsOKToProject(const Oprj_ProParameters *first,
     if (!record->proSpheroid || !(record->proSpheroid->a > 0)) return e.fail(2, "Empty spheroid.");
 
   const auto &source = *first->proSpheroid, &target = *second->proSpheroid;
-  if (!isDatumUndefined(source) && !isDatumUndefined(target)) return 1;
+  if (!isUndefined(source.datum) && !isUndefined(target.datum)) return 1;
   const int32_t equal = oprj_SpheroidsEqual(&source, &target, e.cause());
   if (e.calleeFailed()) return e.fail(3, "Error returned from oprj_SpheroidsEqual");
   if (!equal) {

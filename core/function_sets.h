@@ -7,7 +7,11 @@
 
 #include <cstring>
 
+#include "core/records.h"
+
 namespace orvik::oprj {
+
+using OwnedHandle = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
 
 /// Titled OPRJ_TITLE_NATIVE: the data is an Oprj_MapProjection.
 extern const Oprj_MapProjectionFunctions kNativeSet;

@@ -1,22 +1,14 @@
 // Handles: making, copying, converting and releasing them, and the operations that go through their
 // function set.
 #include <oprj/families.h>
-#include <oprj/omsc.h>
 
 #include <utility>
 
 #include "core/function_sets.h"
-#include "toolkit/error_scope.h"
-#include "toolkit/heap.h"
 
 using namespace orvik::oprj;
-using orvik::toolkit::ErrorScope;
-using orvik::toolkit::HeapBlock;
-using orvik::toolkit::Owner;
 
 namespace {
-
-using HandleOwner = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
 
 struct TitledSet {
   const char *title;
@@ -83,7 +75,7 @@ int32_t oprj_ProjectionInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *rec
   void *data = nullptr;
   const auto *functions = &kNativeSet;
   if (asksForEngine(*record)) {
-    const HeapBlock<char> text(oprj_CharStrToString(&record->proExeName));
+    const OwnedText text(oprj_CharStrToString(&record->proExeName));
     data = text ? kEngineSet.fromString(text.get(), e.cause()) : nullptr;
     if (!data) return e.fail(1599, "pe_coordsys_from_string failed");
     title = OPRJ_TITLE_PE;
@@ -103,7 +95,7 @@ int32_t oprj_ProjectionInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *rec
 Oprj_MapProjectionEx *oprj_ProjectionInitInternal(const char *title, void *data,
                                                   Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionInitInternal", err);
-  HandleOwner handle(static_cast<Oprj_MapProjectionEx *>(omsc_HeapMalloc(sizeof *handle)));
+  OwnedHandle handle(allocateRecord<Oprj_MapProjectionEx>());
   if (!handle) return e.fail(1517, "Insufficient memory");
   if (!oprj_ProjectionSet(handle.get(), title, data, e.cause()))
     return e.fail(1520, "oprj_ProjectionSet failed");

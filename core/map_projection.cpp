@@ -1,19 +1,15 @@
 // The inner object of the native set: copy, quit and release.
-#include <oprj/map_projection.h>
-#include <oprj/omsc.h>
-
 #include <utility>
 
-#include "toolkit/error_scope.h"
+#include "core/records.h"
 
-using orvik::toolkit::ErrorScope;
-using orvik::toolkit::Owner;
+using namespace orvik::oprj;
 
 Oprj_MapProjection *oprj_ProjectionPre842Copy(const Oprj_MapProjection *projection,
                                               Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionPre842Copy", err);
   if (!projection) return e.fail(1, "Invalid input Map Projection structure");
-  Owner<Oprj_MapProjection, oprj_ProjectionPre842Free> copy(oprj_ProjectionCreate(e.cause()));
+  OwnedMapProjection copy(oprj_ProjectionCreate(e.cause()));
   if (!copy) return e.fail(2, "Error returned from oprj_ProjectionCreate");
   copy->proParameters = oprj_ProParametersCopy(projection->proParameters, nullptr, e.cause());
   if (!copy->proParameters) return e.fail(3, "Error returned from oprj_ProParametersCopy");

@@ -3,14 +3,9 @@
 #include <oprj/datum_shift.h>
 
 #include "core/function_sets.h"
-#include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
 namespace {
-
-using toolkit::ErrorScope;
-using toolkit::Failed;
-using toolkit::Owner;
 
 const Oprj_MapProjection *objectOf(const void *data) {
   return static_cast<const Oprj_MapProjection *>(data);
@@ -171,8 +166,7 @@ void nativeGCSTransform(const void *sourceGCS, const void *targetGCS, int32_t co
     return;
   }
   if (!due) return;
-  const Owner<Oprj_Point, oprj_PointsFree> shifted(
-      oprj_PointsCreate(arrayLength(count), e.cause()));
+  const OwnedPoints shifted(oprj_PointsCreate(arrayLength(count), e.cause()));
   if (!shifted) {
     e.fail(16346, "oprj_PointsCreate failed");
     return;

@@ -1,18 +1,15 @@
 // Projection pairs: an input and an output handle.
-#include <oprj/omsc.h>
 #include <oprj/projection.h>
 
-#include "toolkit/error_scope.h"
+#include "core/function_sets.h"
 
-using orvik::toolkit::ErrorScope;
-using orvik::toolkit::Owner;
+using namespace orvik::oprj;
 
 using PairOwner = Owner<Oprj_ProjectionPair, oprj_ProjectionPairFree>;
-using HandleOwner = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
 
 Oprj_ProjectionPair *oprj_ProjectionPairCreate(Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionPairCreate", err);
-  auto *pair = static_cast<Oprj_ProjectionPair *>(omsc_HeapMalloc(sizeof(Oprj_ProjectionPair)));
+  auto *pair = allocateRecord<Oprj_ProjectionPair>();
   if (!pair) return e.fail(1, "Error allocating Projection Pair");
   return pair;
 }
@@ -47,9 +44,9 @@ Oprj_ProjectionPair *oprj_ProjectionPairCopy(const Oprj_ProjectionPair *source,
                                              Oprj_ProjectionPair *target, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionPairCopy", err);
   if (!source) return e.fail(1, "Invalid input Oprj_ProjectionPair");
-  HandleOwner in(source->in ? oprj_ProjectionCopy(source->in, nullptr, e.cause()) : nullptr);
+  OwnedHandle in(source->in ? oprj_ProjectionCopy(source->in, nullptr, e.cause()) : nullptr);
   if (source->in && !in) return e.fail(2, "Error returned from oprj_ProjectionCopy");
-  HandleOwner out(source->out ? oprj_ProjectionCopy(source->out, nullptr, e.cause()) : nullptr);
+  OwnedHandle out(source->out ? oprj_ProjectionCopy(source->out, nullptr, e.cause()) : nullptr);
   if (source->out && !out) return e.fail(3, "Error returned from oprj_ProjectionCopy");
   if (!target) target = oprj_ProjectionPairCreate(e.cause());
   if (!target) return e.fail(4, "Error returned from oprj_ProjectionPairCreate");

@@ -12,20 +12,14 @@
 #include <algorithm>
 
 #include "core/function_sets.h"
-#include "toolkit/error_scope.h"
 
 using namespace orvik::oprj;
-using orvik::toolkit::ErrorScope;
-using orvik::toolkit::Failed;
-using orvik::toolkit::Owner;
 
 namespace {
 
 // 16 KB a tile: input, output and the spare tile fit a first-level cache of 48 KB, and the price of
 // a call through a handle vanishes.
 constexpr int32_t kTilePoints = 1024;
-
-using PointsOwner = Owner<Oprj_Point, oprj_PointsFree>;
 
 /// The caller's output array, or a new one that goes again unless the call succeeds.
 class Result {
@@ -41,7 +35,7 @@ class Result {
   }
 
  private:
-  PointsOwner made_;
+  OwnedPoints made_;
   Oprj_Point *points_;
 };
 
@@ -183,7 +177,7 @@ Oprj_Point *projectInUnits(ErrorScope &e, Route &route, bool found, const Oprj_P
     return result.done();
 
   const Oprj_Point *points = in;
-  PointsOwner converted;
+  OwnedPoints converted;
   if (inUnit.name) {
     converted.reset(oprj_PointsCopy(in, nullptr, arrayLength(count), e.cause()));
     if (!converted) return e.fail(4, "oprj_PointsCopy failed");
@@ -315,7 +309,8 @@ Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const char *inUn
   Route route;
   route.in = handle;
   return projectInUnits(
-      e, route, handle->applyInverse, in, {inUnit, isGeographic(*record)}, out, {outUnit, true}, count,
+      e, route, handle->applyInverse, in, {inUnit, isGeographic(*record)}, out, {outUnit, true},
+      count,
       [&](const Oprj_Point *points, Oprj_Point *projected, Oerr_Report **cause) {
         return oprj_ProjectToLatLon(points, handle, projected, count, cause);
       },

@@ -4,10 +4,9 @@
 
 #include <cmath>
 
-#include "toolkit/error_scope.h"
+#include "core/records.h"
 
-using orvik::toolkit::ErrorScope;
-using orvik::toolkit::Owner;
+using namespace orvik::oprj;
 
 int32_t oprj_PointsConvertByUnitName(Oprj_Point *points, int32_t count, const char *inUnit,
                                      const char *outUnit, Oerr_Report **err) {
@@ -37,7 +36,7 @@ constexpr const char *kNominalSphere = "Sphere of Nominal Radius of Earth";
 /// 0.0 with a report when that cannot be found.
 double sizeRadius(ErrorScope &e, Oint_Toolkit *toolkit, const Oprj_ProParameters *record) {
   if (record && record->proSpheroid) return record->proSpheroid->radius;
-  const Owner<Oprj_Spheroid, oprj_SpheroidFree> nominal(oprj_SpheroidCreate(e.cause()));
+  const OwnedSpheroid nominal(oprj_SpheroidCreate(e.cause()));
   if (!nominal) return e.fail(1, "Error returned from oprj_SpheroidCreate");
   if (!oprj_SpheroidByName(toolkit, kNominalSphere, nominal.get(), e.cause()))
     return e.fail(2, "Error returned from oprj_SpheroidByName");
