@@ -41,10 +41,17 @@ inline bool sameTitle(const char *first, const char *second) {
   return first == second || (first && second && std::strcmp(first, second) == 0);
 }
 
-/// 1 when points must be shifted between the two geographic systems: both spheroids and both datums
-/// are named, neither datum is of the undefined type and the datum names differ, case included. 0
-/// otherwise, with a report when the comparison failed (`err` is required).
-int32_t datumShiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target, Oerr_Report **err);
+/// The spheroid and its datum are named, and the datum is not of the undefined type.
+inline bool hasDatum(const Oprj_Spheroid *spheroid) {
+  return spheroid && *textOf(spheroid->sphereName) && spheroid->datum &&
+         *textOf(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
+}
+
+/// What a shift between two geographic systems needs; it is due when the datum names differ, case
+/// included.
+inline bool haveDatums(const Oprj_Spheroid *source, const Oprj_Spheroid *target) {
+  return hasDatum(source) && hasDatum(target);
+}
 
 /// A point count as an array length.
 inline uint32_t arrayLength(int32_t count) { return count > 0 ? static_cast<uint32_t>(count) : 0; }

@@ -160,12 +160,14 @@ void nativeGCSTransform(const void *sourceGCS, const void *targetGCS, int32_t co
   ErrorScope e("nativeGCSTransform", err);
   const auto *source = static_cast<const Oprj_Spheroid *>(sourceGCS);
   const auto *target = static_cast<const Oprj_Spheroid *>(targetGCS);
-  const int32_t due = datumShiftDue(source, target, e.cause());
+  if (!haveDatums(source, target)) return;
+  const int32_t same =
+      oprj_CharStrsEqual(&source->datum->datumname, &target->datum->datumname, e.cause());
   if (e.calleeFailed()) {
     e.fail(16341, "oprj_CharStrsEqual failed");
     return;
   }
-  if (!due) return;
+  if (same) return;
   const OwnedPoints shifted(oprj_PointsCreate(arrayLength(count), e.cause()));
   if (!shifted) {
     e.fail(16346, "oprj_PointsCreate failed");
@@ -180,22 +182,7 @@ void nativeGCSTransform(const void *sourceGCS, const void *targetGCS, int32_t co
     e.fail(16355, "oprj_PointsCopy failed");
 }
 
-bool isNamed(const Oprj_CharStr &name) { return name.count > 0 && name.data && *name.data; }
-
-bool hasDatum(const Oprj_Spheroid *spheroid) {
-  return spheroid && isNamed(spheroid->sphereName) && spheroid->datum &&
-         isNamed(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
-}
-
 }  // namespace
-
-int32_t datumShiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target, Oerr_Report **err) {
-  *err = nullptr;
-  if (!hasDatum(source) || !hasDatum(target)) return 0;
-  const int32_t equal =
-      oprj_CharStrsEqual(&source->datum->datumname, &target->datum->datumname, err);
-  return !*err && !equal;
-}
 
 const Oprj_MapProjectionFunctions kNativeSet = {
     .applyInverse = nativeProjectionApplyInverse,

@@ -5,13 +5,14 @@
 // stage runs over the whole array before the next begins: it decides which of several failures is
 // reported and what the output then holds. Tiles cannot give that; so when a tile fails, the call
 // is run again stage by stage (input arrays are never changed), and that run speaks for it.
-#include <oprj/datum_shift.h>
 #include <oprj/ocvt.h>
 #include <oprj/project.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/function_sets.h"
+#include "datum/shift_plan.h"
 
 using namespace orvik::oprj;
 
@@ -49,68 +50,115 @@ Failed failAtPointOf(ErrorScope &e, const Oprj_Point *in, int32_t count, int32_t
   return e.fail(code, "%s", message);
 }
 
+/// The unit of an array's points: null means the one that the system computes in.
+struct PointUnit {
+  const char *name;
+  bool geographic;
+  const char *computed() const { return geographic ? "radians" : "meters"; }
+};
+
 /// A conversion between two units that is known to work; none until it is prepared.
 class Conversion {
  public:
-  /// False when a unit is unknown or the units do not convert.
-  bool prepare(const char *from, const char *to) {
-    ErrorScope e("Conversion::prepare", nullptr);
-    from_ = ocvt_UnitSetByName(from, e.cause());
-    to_ = from_ ? ocvt_UnitSetByName(to, e.cause()) : nullptr;
-    if (!to_) return false;
-    ocvt_UnitsConvert(0.0, from_, to_, e.cause());
-    return !e.calleeFailed();
-  }
+  /// From the unit that points come in, or to the one that they leave in. False when the unit is
+  /// unknown or not one of that kind.
+  bool prepareInput(PointUnit unit) { return prepare(unit, from_, to_); }
+  bool prepareOutput(PointUnit unit) { return prepare(unit, to_, from_); }
   bool needed() const { return from_ != to_; }
   void apply(Oprj_Point *points, int32_t count) const {
     ocvt_UnitsConvertArray(&points->x, 2 * static_cast<size_t>(count), from_, to_, nullptr);
   }
 
  private:
+  static bool prepare(PointUnit unit, const Ocvt_Unit *&named, const Ocvt_Unit *&computed) {
+    static const Ocvt_Unit *const kMetres = ocvt_UnitSetByName("meters", nullptr);
+    static const Ocvt_Unit *const kRadians = ocvt_UnitSetByName("radians", nullptr);
+    if (!unit.name) return true;
+    ErrorScope e("Conversion::prepare", nullptr);
+    named = ocvt_UnitSetByName(unit.name, e.cause());
+    computed = unit.geographic ? kRadians : kMetres;
+    ocvt_UnitsConvert(0.0, named, computed, e.cause());
+    return !e.calleeFailed();
+  }
+
   const Ocvt_Unit *from_ = nullptr, *to_ = nullptr;
 };
 
-/// The stages that the points of a call pass. What is null or not needed is left out.
+/// A handle as tiles use it: a native one is reached past its set, for the sake of single points.
+class Leg {
+ public:
+  Leg() = default;
+  explicit Leg(const Oprj_MapProjectionEx *handle) : handle_(handle) {
+    if (!handle || handle->functions != &kNativeSet || !handle->ownedData ||
+        handle->applyInverse != kNativeSet.applyInverse || handle->apply != kNativeSet.apply)
+      return;
+    const auto *object = static_cast<const Oprj_MapProjection *>(handle->ownedData);
+    if (object->toLL && object->fromLL && object->proParameters) native_ = object;
+  }
+
+  explicit operator bool() const { return handle_; }
+  const Oprj_MapProjectionEx *operator->() const { return handle_; }
+
+  /// False when there is no handle, or its set lacks an operation that a projection needs.
+  bool complete() const {
+    return native_ || (handle_ && handle_->applyInverse && handle_->apply && handle_->functions &&
+                       handle_->functions->gcsrGet && handle_->functions->gcsTransform);
+  }
+  const void *geographicSystem(Oerr_Report **err) const {
+    return native_ ? native_->proParameters->proSpheroid
+                   : handle_->functions->gcsrGet(handle_->ownedData, handle_->title, err);
+  }
+  void inverse(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err) const {
+    if (native_) native_->toLL(in, native_->parameters, out, count, err);
+    else handle_->applyInverse(handle_->ownedData, in, out, count, err);
+  }
+  void forward(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err) const {
+    if (native_) native_->fromLL(in, native_->parameters, out, count, err);
+    else handle_->apply(handle_->ownedData, in, out, count, err);
+  }
+
+  /// True only for native systems of different projections; false says nothing.
+  friend bool differAtSight(const Leg &first, const Leg &second) {
+    if (!first.native_ || !second.native_) return false;
+    const auto &record = *first.native_->proParameters, &other = *second.native_->proParameters;
+    return record.proType != other.proType ||
+           (record.proType == OPRJ_INTERNAL && record.proNumber != other.proNumber);
+  }
+
+ private:
+  const Oprj_MapProjectionEx *handle_ = nullptr;
+  const Oprj_MapProjection *native_ = nullptr;
+};
+
+/// The stages that the points of a call pass. What is absent or not needed is left out.
 struct Route {
   Conversion inUnit;
-  const Oprj_MapProjectionEx *in = nullptr;
-  const void *sourceGCS = nullptr, *targetGCS = nullptr;
-  const Oprj_MapProjectionEx *out = nullptr;
+  Leg in;
+  const void *source = nullptr, *target = nullptr;  ///< geographic systems
+  Leg out;
   Conversion outUnit;
 };
 
-/// False for a handle whose set lacks an operation that both legs need.
-bool canProject(const Oprj_MapProjectionEx &handle) {
-  return handle.applyInverse && handle.apply && handle.functions && handle.functions->gcsrGet &&
-         handle.functions->gcsTransform;
-}
-
-/// Leads a route from one handle to another that differs from it; 0 with a report when they cannot
+/// Leads a route from one system to another that differs from it; 0 with a report when they cannot
 /// be combined.
-int32_t leadBetween(ErrorScope &e, const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
-                    Route &route) {
-  if (!in || !out || !sameTitle(in->title, out->title) || !canProject(*in) || !canProject(*out))
+int32_t leadBetween(ErrorScope &e, const Leg &in, const Leg &out, Route &route) {
+  if (!in.complete() || !out.complete() || !sameTitle(in->title, out->title))
     return e.fail(10187, "Unimplemented");
-  route.sourceGCS = in->functions->gcsrGet(in->ownedData, in->title, e.cause());
+  route.source = in.geographicSystem(e.cause());
   if (e.calleeFailed()) return e.fail(10192, "ProjectionGCSRGet failed");
-  route.targetGCS = out->functions->gcsrGet(out->ownedData, out->title, e.cause());
+  route.target = out.geographicSystem(e.cause());
   if (e.calleeFailed()) return e.fail(10196, "ProjectionGCSRGet failed");
   route.in = in;
   route.out = out;
   return 1;
 }
 
-/// Runs the route tile by tile. False when a stage failed: which one, and how far the points got,
-/// is for the run stage by stage to say.
-bool runTiles(const Route &route, const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+/// Runs the stages tile by tile; `shift` is null when the geographic systems share their datum.
+bool runTiles(const Route &route, ShiftPlan *shift, const Oprj_Point *in, Oprj_Point *out,
+              int32_t count) {
   ErrorScope e("runTiles", nullptr);
-  const bool shifts = route.in && route.out;
-  const bool shiftsNatively = shifts && route.in->functions == &kNativeSet;
-  const auto *source = static_cast<const Oprj_Spheroid *>(route.sourceGCS);
-  const auto *target = static_cast<const Oprj_Spheroid *>(route.targetGCS);
-  const bool shiftDue = shiftsNatively && datumShiftDue(source, target, e.cause());
-  if (e.calleeFailed()) return false;
-
+  // Sets other than the native one transform in place.
+  const bool transforms = route.in && route.out && route.in->functions != &kNativeSet;
   Oprj_Point spare[kTilePoints];
   for (int32_t start = 0, tile = 0; start < count; start += tile) {
     tile = std::min(kTilePoints, count - start);
@@ -122,21 +170,20 @@ bool runTiles(const Route &route, const Oprj_Point *in, Oprj_Point *out, int32_t
       now = spare;
     }
     if (route.in) {
-      Oprj_Point *to = shiftDue ? spare : end;
-      route.in->applyInverse(route.in->ownedData, now, to, tile, e.cause());
+      Oprj_Point *to = shift ? spare : end;
+      route.in.inverse(now, to, tile, e.cause());
       if (e.calleeFailed()) return false;
       now = to;
     }
-    if (shiftDue) {
-      oprj_DatumShift(now, source, end, target, tile, e.cause());
-      if (e.calleeFailed()) return false;
+    if (shift) {
+      if (!shift->run(now, end, tile, e.cause())) return false;
       now = end;
-    } else if (shifts && !shiftsNatively) {
-      route.in->functions->gcsTransform(source, target, tile, end, e.cause());
+    } else if (transforms) {
+      route.in->functions->gcsTransform(route.source, route.target, tile, end, e.cause());
       if (e.calleeFailed()) return false;
     }
     if (route.out) {
-      route.out->apply(route.out->ownedData, now, end, tile, e.cause());
+      route.out.forward(now, end, tile, e.cause());
       if (e.calleeFailed()) return false;
       now = end;
     }
@@ -146,12 +193,27 @@ bool runTiles(const Route &route, const Oprj_Point *in, Oprj_Point *out, int32_t
   return true;
 }
 
-/// The unit of an array's points: null means the one that the system computes in.
-struct PointUnit {
-  const char *name;
-  bool geographic;
-  const char *computed() const { return geographic ? "radians" : "meters"; }
-};
+/// The same with a datum shift, its preparations made once for all tiles.
+bool runShifted(const Route &route, const Oprj_Spheroid *source, const Oprj_Spheroid *target,
+                const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+  ErrorScope e("runShifted", nullptr);
+  ShiftPlan shift;
+  return shift.prepare(source, target, e.cause()) && runTiles(route, &shift, in, out, count);
+}
+
+/// Runs the whole route in tiles. False when a stage failed: which one, and how far the points got,
+/// is for the run stage by stage to say.
+bool run(const Route &route, const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+  if (count < 1 || !in) return false;
+  if (route.in && route.out && route.in->functions == &kNativeSet) {
+    const auto *source = static_cast<const Oprj_Spheroid *>(route.source);
+    const auto *target = static_cast<const Oprj_Spheroid *>(route.target);
+    if (haveDatums(source, target) &&
+        std::strcmp(textOf(source->datum->datumname), textOf(target->datum->datumname)) != 0)
+      return runShifted(route, source, target, in, out, count);
+  }
+  return runTiles(route, nullptr, in, out, count);
+}
 
 /// The parameter record of a handle, borrowed.
 const Oprj_ProParameters *recordOf(ErrorScope &e, const Oprj_MapProjectionEx *handle) {
@@ -170,10 +232,8 @@ Oprj_Point *projectInUnits(ErrorScope &e, Route &route, bool found, const Oprj_P
                            Project project, const char *projectFailed) {
   Result result(out, count, e.cause());
   if (!result) return e.fail(3, "oprj_PointsCreate failed");
-  if (found && count > 0 && in &&
-      (!inUnit.name || route.inUnit.prepare(inUnit.name, inUnit.computed())) &&
-      (!outUnit.name || route.outUnit.prepare(outUnit.computed(), outUnit.name)) &&
-      runTiles(route, in, result.points(), count))
+  if (found && route.inUnit.prepareInput(inUnit) && route.outUnit.prepareOutput(outUnit) &&
+      run(route, in, result.points(), count))
     return result.done();
 
   const Oprj_Point *points = in;
@@ -210,7 +270,9 @@ Oprj_Point *oprj_Project(const Oprj_Point *in, const Oprj_MapProjectionEx *inHan
                          Oprj_Point *out, const Oprj_MapProjectionEx *outHandle, int32_t count,
                          Oerr_Report **err) {
   ErrorScope e("oprj_Project", err);
-  const int32_t equal = oprj_MapProjectionEqual(inHandle, outHandle, e.cause());
+  const Leg from(inHandle), to(outHandle);
+  const int32_t equal =
+      !differAtSight(from, to) && oprj_MapProjectionEqual(inHandle, outHandle, e.cause());
   if (e.calleeFailed()) return e.fail(10146, "oprj_MapProjectionEqual failed");
   if (equal) {
     Oprj_Point *copy = oprj_PointsCopy(in, out, arrayLength(count), e.cause());
@@ -220,13 +282,12 @@ Oprj_Point *oprj_Project(const Oprj_Point *in, const Oprj_MapProjectionEx *inHan
   Result result(out, count, e.cause());
   if (!result) return e.fail(10163, "oprj_PointsCreate failed");
   Route route;
-  if (!leadBetween(e, inHandle, outHandle, route)) return nullptr;
-  if (count > 0 && in && runTiles(route, in, result.points(), count)) return result.done();
+  if (!leadBetween(e, from, to, route)) return nullptr;
+  if (run(route, in, result.points(), count)) return result.done();
 
   inHandle->applyInverse(inHandle->ownedData, in, result.points(), count, e.cause());
   if (e.calleeFailed()) return failAtPointOf(e, in, count, 10205, "ProjectionApplyInverse failed");
-  inHandle->functions->gcsTransform(route.sourceGCS, route.targetGCS, count, result.points(),
-                                    e.cause());
+  inHandle->functions->gcsTransform(route.source, route.target, count, result.points(), e.cause());
   if (e.calleeFailed()) return failAtPointOf(e, in, count, 10212, "GCSTransform failed");
   outHandle->apply(outHandle->ownedData, result.points(), result.points(), count, e.cause());
   if (e.calleeFailed()) return failAtPointOf(e, in, count, 10220, "ProjectionApply failed");
@@ -245,8 +306,8 @@ Oprj_Point *oprj_ProjectWithUnits(const Oprj_Point *in, const Oprj_MapProjection
   Route route;  // equal systems: only the units change
   ErrorScope unheard("oprj_ProjectWithUnits", nullptr);
   const int32_t equal = oprj_MapProjectionEqual(inHandle, outHandle, unheard.cause());
-  const bool found =
-      !unheard.calleeFailed() && (equal || leadBetween(unheard, inHandle, outHandle, route));
+  const bool found = !unheard.calleeFailed() &&
+                     (equal || leadBetween(unheard, Leg(inHandle), Leg(outHandle), route));
   return projectInUnits(
       e, route, found, in, {inUnit, isGeographic(*inRecord)}, out,
       {outUnit, isGeographic(*outRecord)}, count,
@@ -307,7 +368,7 @@ Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const char *inUn
   const auto *record = recordOf(e, handle);
   if (!record) return nullptr;
   Route route;
-  route.in = handle;
+  route.in = Leg(handle);
   return projectInUnits(
       e, route, handle->applyInverse, in, {inUnit, isGeographic(*record)}, out, {outUnit, true},
       count,
@@ -324,7 +385,7 @@ Oprj_Point *oprj_ProjectFromLatLonWithUnits(const Oprj_Point *in, const char *in
   const auto *record = recordOf(e, handle);
   if (!record) return nullptr;
   Route route;
-  route.out = handle;
+  route.out = Leg(handle);
   return projectInUnits(
       e, route, handle->apply, in, {inUnit, true}, out, {outUnit, isGeographic(*record)}, count,
       [&](const Oprj_Point *points, Oprj_Point *projected, Oerr_Report **cause) {

@@ -184,14 +184,12 @@ constexpr char folded(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-constexpr bool sameName(std::string_view first, std::string_view second) {
-  if (first.size() != second.size()) return false;
-  for (size_t i = 0; i < first.size(); ++i)
-    if (folded(first[i]) != folded(second[i])) return false;
-  return true;
+constexpr bool sameName(const char *first, const char *second) {
+  while (*first && folded(*first) == folded(*second)) ++first, ++second;
+  return !*first && !*second;
 }
 
-constexpr const Ocvt_Unit *findUnit(std::string_view name) {
+constexpr const Ocvt_Unit *findUnit(const char *name) {
   for (const Ocvt_Unit &unit : kUnits) {
     if (sameName(unit.name, name)) return &unit;
     for (Aliases alias = unit.aliases; *alias; ++alias)
