@@ -1,0 +1,616 @@
+// UTM and State Plane: zones, records of the projections under them, every State Plane zone against
+// its EPSG definition, comparison, exact errors, and the angles of 15-entry arrays.
+#include <gtest/gtest.h>
+#include <oprj/oprj.h>
+#include <proj.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "family_support.h"
+#include "support.h"
+
+namespace {
+
+using namespace oprj_test;
+using orvik::test::expectNoReport;
+using orvik::test::expectReport;
+using orvik::test::forEachAllocationFailure;
+using orvik::test::LeakCheck;
+using orvik::test::Slot;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kSurveyFoot = 1200.0 / 3937.0;  // metres
+
+Oint_Toolkit *toolkit() { return oint_InitToolkit(nullptr); }
+
+struct FreeObject {
+  void operator()(Oprj_MapProjection *object) const { oprj_ProjectionPre842Free(&object); }
+};
+using ObjectPtr = std::unique_ptr<Oprj_MapProjection, FreeObject>;
+struct FreeParameters {
+  void operator()(Oprj_ProParameters *record) const { oprj_ProParametersFree(&record); }
+};
+using ParametersPtr = std::unique_ptr<Oprj_ProParameters, FreeParameters>;
+
+/// A UTM or State Plane record.
+struct ZoneRecord : Record {
+  ZoneRecord(int32_t number, int32_t zone, EntryList entries, Axes axes = kClarke1866,
+             int32_t count = 4)
+      : Record(number, entries, axes, count) {
+    get()->proZone = zone;
+  }
+};
+
+ObjectPtr build(const Oprj_ProParameters *record) {
+  Slot err;
+  ObjectPtr object(oprj_ProjectionPre842Init(toolkit(), record, err));
+  EXPECT_NE(object, nullptr) << err.chain();
+  return object;
+}
+
+Oprj_Point forward(const Oprj_MapProjection &object, Oprj_Point geog) {
+  Slot err;
+  object.fromLL(&geog, object.parameters, &geog, 1, err);
+  expectNoReport(err);
+  return geog;
+}
+Oprj_Point inverse(const Oprj_MapProjection &object, Oprj_Point sheet) {
+  Slot err;
+  object.toLL(&sheet, object.parameters, &sheet, 1, err);
+  expectNoReport(err);
+  return sheet;
+}
+
+// --- UTM ---
+
+TEST(Utm, ZoneOfALongitude) {
+  struct {
+    double degrees;
+    int32_t zone;
+  } const rows[] = {{-180, 1},  {-177, 1},  {-173, 2},   {-81, 17},    {-75, 18},
+                    {-6.5, 29}, {-5.9, 31}, {-3, 31},    {-0.001, 31}, {0, 31},
+                    {3, 31},    {9, 32},    {174.5, 60}, {179, 60},    {180, 1},
+                    {183, 1},   {540, 1},   {-183, 60},  {-363, 30}};
+  for (const auto &row : rows) {
+    Slot err;
+    EXPECT_EQ(oprj_UTMZoneFromLongitude(row.degrees * kDeg, err), row.zone) << row.degrees;
+    expectNoReport(err);
+  }
+  // Between the multiples of 6 degrees: the usual zone; kept: 31 instead of 30 west of Greenwich.
+  for (double lon = -179.9; lon < 180; lon += 0.25) {
+    const int32_t usual = static_cast<int32_t>(std::floor((lon + 180) / 6)) + 1;
+    EXPECT_EQ(oprj_UTMZoneFromLongitude(lon * kDeg, nullptr), usual == 30 ? 31 : usual) << lon;
+  }
+  for (const double bad : {kNaN, kInfinity, -kInfinity}) {
+    Slot err;
+    EXPECT_EQ(oprj_UTMZoneFromLongitude(bad, err), 0);
+    EXPECT_EQ(err.chain(),
+              "Oprj_UTMZoneFromLongitude: Failed to find UTM zone (1) < "
+              "figureUTMzone: Illegal zone number (4)");
+  }
+  EXPECT_NE(oprj_UTMZoneFromLongitude(1e300, nullptr), 0);  // far, but a longitude
+}
+
+TEST(Utm, EveryZoneMatchesProj) {
+  for (int zone = 1; zone <= 60; ++zone) {
+    for (const bool south : {false, true}) {
+      const ZoneRecord record(1, zone, {{3, south ? -1.0 : 0.0}}, kGRS80);
+      const ObjectPtr object = build(record.get());
+      ASSERT_NE(object, nullptr);
+      const std::string text =
+          "+proj=utm +ellps=GRS80 +zone=" + std::to_string(zone) + (south ? " +south" : "");
+      std::unique_ptr<PJ, decltype(&proj_destroy)> peer(proj_create(nullptr, text.c_str()),
+                                                        proj_destroy);
+      for (const double lat : {0.0, 37.0, 80.0}) {
+        const Oprj_Point p{(zone * 6 - 183 + 2.5) * kDeg, (south ? -lat : lat) * kDeg};
+        const PJ_COORD c = proj_trans(peer.get(), PJ_FWD, proj_coord(p.x, p.y, 0, 0));
+        const Oprj_Point q = forward(*object, p);
+        EXPECT_LT(std::hypot(q.x - c.xy.x, q.y - c.xy.y), 0.001) << text << " " << lat;
+        const Oprj_Point back = inverse(*object, q);
+        EXPECT_NEAR(std::remainder(back.x - p.x, 2 * M_PI), 0, 1e-10);
+        EXPECT_NEAR(back.y, p.y, 1e-10);
+      }
+    }
+  }
+}
+
+TEST(Utm, ObjectKeepsTheRecordOfUtm) {
+  LeakCheck leaks;
+  // Zone 0: from the longitude in entry 2; -3 degrees is zone 31 with the meridian 3 degrees east.
+  const ZoneRecord record(1, 0, {{2, -3 * kDeg}, {3, -0.5}});
+  const ObjectPtr object = build(record.get());
+  ASSERT_NE(object, nullptr);
+  EXPECT_EQ(object->proParameters->proNumber, 1);
+  EXPECT_EQ(object->proParameters->proParams.count, 4);
+  EXPECT_EQ(object->proParametersEqual, oprj_UTMProParametersEqual);
+  EXPECT_EQ(object->fromLL, oprj_TransverseMercatorFromLL);
+  EXPECT_EQ(object->toLL, oprj_TransverseMercatorToLL);
+  EXPECT_EQ(object->copyParameters, oprj_TransverseMercatorCopyParameters);
+  EXPECT_EQ(object->toLL3D, nullptr);
+  const double expected[] = {0.9996, 3 * kDeg, 0, 500000, 10000000};
+  for (size_t i = 0; i < std::size(expected); ++i)
+    EXPECT_DOUBLE_EQ(object->parameters[3 + i], expected[i]) << i;
+
+  const ParametersPtr details(oprj_UTMDetailsGet(toolkit(), record.get(), nullptr));
+  ASSERT_NE(details, nullptr);
+  EXPECT_STREQ(details->proName.data, "Transverse Mercator");
+  EXPECT_EQ(details->proNumber, 9);
+  EXPECT_EQ(details->proParams.count, 8);
+  EXPECT_EQ(details->proSpheroid->a, kClarke1866.a);
+  const Oprj_Point p{5 * kDeg, -40 * kDeg};
+  const Oprj_Point direct = forward(*object, p), detailed = forward(*build(details.get()), p);
+  EXPECT_EQ(std::memcmp(&direct, &detailed, sizeof direct), 0);
+}
+
+TEST(Utm, Comparison) {
+  struct Side {
+    int32_t zone;
+    double lon, hemisphere;
+    Axes axes;
+  };
+  struct {
+    Side first, second;
+    int32_t equal;
+  } const rows[] = {
+      {{17, 0, 0, kGRS80}, {17, 0, 5, kGRS80}, 1},
+      {{17, 0, 0, kGRS80}, {17, 0, -0.5, kGRS80}, 0},
+      {{17, 0, 0, kGRS80}, {17, 0, -0.0, kGRS80}, 1},
+      {{17, 0, -1, kGRS80}, {17, 0, -2, kGRS80}, 1},
+      {{17, 0, 0, kGRS80}, {18, 0, 0, kGRS80}, 0},
+      {{17, 0.3, 0, kGRS80}, {17, 0.7, 0, kGRS80}, 1},
+      {{31, 0, 0, kGRS80}, {0, -3 * kDeg, 0, kGRS80}, 1},
+      {{17, 0, 0, kGRS80}, {17, 0, 0, kClarke1866}, 0},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(std::to_string(&row - rows));
+    const ZoneRecord first(1, row.first.zone, {{2, row.first.lon}, {3, row.first.hemisphere}},
+                           row.first.axes);
+    const ZoneRecord second(1, row.second.zone, {{2, row.second.lon}, {3, row.second.hemisphere}},
+                            row.second.axes);
+    Slot err;
+    EXPECT_EQ(oprj_UTMProParametersEqual(first.get(), second.get(), err), row.equal);
+    EXPECT_EQ(oprj_UTMProParametersEqual(second.get(), first.get(), err), row.equal);
+    expectNoReport(err);
+  }
+}
+
+TEST(Utm, ExactErrors) {
+  LeakCheck leaks;
+  const ZoneRecord good(1, 17, {}), shorter(1, 17, {}, kClarke1866, 3), high(1, 61, {}),
+      negative(1, -1, {}), nowhere(1, 0, {{2, kNaN}}), other(9, 17, {});
+  const auto init = [](const Oprj_ProParameters *record, Slot &err) {
+    return oprj_UTMInit(toolkit(), record, err);
+  };
+  const std::string illegal = " < figureUTMzone: Illegal zone number (4)";
+  struct {
+    const Oprj_ProParameters *record;
+    std::string chain;
+  } const rows[] = {
+      {nullptr, "oprj_UTMInit: Invalid projection parameters (1)"},
+      {shorter.get(), "oprj_UTMInit: Insufficient projection parameters (2)"},
+      {high.get(), "oprj_UTMInit: Error returned from figureUTMzone (3)" + illegal},
+      {negative.get(), "oprj_UTMInit: Error returned from figureUTMzone (3)" + illegal},
+      {nowhere.get(), "oprj_UTMInit: Error returned from figureUTMzone (3)" + illegal},
+  };
+  for (const auto &row : rows) {
+    Slot err;
+    EXPECT_EQ(init(row.record, err), nullptr);
+    EXPECT_EQ(err.chain(), row.chain);
+  }
+  struct {
+    const Oprj_ProParameters *first, *second;
+    std::string chain;
+  } const comparisons[] = {
+      {nullptr, good.get(), "oprj_UTMProParametersEqual: Invalid input parmArray (1)"},
+      {good.get(), nullptr, "oprj_UTMProParametersEqual: Invalid input parmArray (1)"},
+      {good.get(), other.get(), ""},
+      {shorter.get(), good.get(),
+       "oprj_UTMProParametersEqual: Too few parameters in input parmArray (2)"},
+      {high.get(), good.get(),
+       "oprj_UTMProParametersEqual: Error returned from figureUTMzone for zone1 (3)" + illegal},
+      {good.get(), high.get(),
+       "oprj_UTMProParametersEqual: Error returned from figureUTMzone for zone2 (3)" + illegal},
+  };
+  for (const auto &row : comparisons) {
+    Slot err;
+    EXPECT_EQ(oprj_UTMProParametersEqual(row.first, row.second, err), 0);
+    EXPECT_EQ(err.chain(), row.chain);
+  }
+  struct {
+    const Oprj_ProParameters *record;
+    std::string chain;
+  } const details[] = {
+      {nullptr, "oprj_UTMDetailsGet: Invalid projection parameters (1)"},
+      {shorter.get(), "oprj_UTMDetailsGet: Insufficient projection parameters (2)"},
+      {other.get(), "oprj_UTMDetailsGet: Expected UTM projection parameters (3)"},
+      {high.get(), "oprj_UTMDetailsGet: Error returned from figureUTMzone (4)" + illegal},
+  };
+  for (const auto &row : details) {
+    Slot err;
+    EXPECT_EQ(oprj_UTMDetailsGet(toolkit(), row.record, err), nullptr);
+    EXPECT_EQ(err.chain(), row.chain);
+  }
+  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
+              return ObjectPtr(oprj_UTMInit(toolkit(), good.get(), err)) != nullptr;
+            }),
+            10);
+  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
+              return ParametersPtr(oprj_UTMDetailsGet(toolkit(), good.get(), err)) != nullptr;
+            }),
+            5);
+}
+
+// --- State Plane ---
+
+struct Zone {
+  std::string state, name;
+  int32_t number, nadCode, kind;
+  double a, b;
+  int epsg;
+  double unit;  // metres
+  double west, south, east, north;
+};
+
+/// The zones with the EPSG code of the same definition and its area of use.
+std::vector<Zone> zones() {
+  std::ifstream file(OPRJ_SOURCE_DIR "/data/generate/stateplane-zones.csv");
+  EXPECT_TRUE(file);
+  std::vector<Zone> all;
+  std::string line;
+  std::getline(file, line);
+  while (std::getline(file, line)) {
+    std::vector<std::string> cells;
+    std::istringstream cut(line);
+    for (std::string cell; std::getline(cut, cell, ',');) cells.push_back(cell);
+    const auto number = [&](size_t column) { return std::stod(cells.at(column)); };
+    all.push_back({cells[0], cells[1], std::stoi(cells[2]), cells[3] == "nad83" ? 2 : 1,
+                   std::stoi(cells[4]), number(6), number(7), std::stoi(cells[15]),
+                   cells[16] == "m" ? 1.0 : kSurveyFoot, number(17), number(18), number(19),
+                   number(20)});
+  }
+  return all;
+}
+
+/// The middle of the area of use and four points at its 20/80 % by 25/75 % marks, radians.
+std::vector<Oprj_Point> pointsOf(const Zone &zone) {
+  const double width = zone.east - zone.west + (zone.east < zone.west ? 360 : 0);
+  std::vector<Oprj_Point> points;
+  for (const auto &[x, y] :
+       {std::pair{0.5, 0.5}, {0.2, 0.25}, {0.8, 0.25}, {0.2, 0.75}, {0.8, 0.75}}) {
+    const double lon = zone.west + x * width;
+    points.push_back({(lon > 180 ? lon - 360 : lon) * kDeg,
+                      (zone.south + y * (zone.north - zone.south)) * kDeg});
+  }
+  return points;
+}
+
+TEST(StatePlane, EveryZoneMatchesItsEpsgDefinition) {
+  struct Exception {
+    const char *reason;
+    double metres;
+  };
+  const std::map<std::pair<int, int>, Exception> exceptions = {
+      {{1, 3800}, {"EPSG rounds the scale 1 - 1/160000 to 0.9999938", 0.0042}},
+      {{1, 5400}, {"EPSG has Guam's own projection, the table a Polyconic", 0.0017}},
+      {{1, 5001}, {"EPSG rounds 5000000 m to 16404166.67 ft", 0.0015}},
+  };
+  const std::vector<Zone> all = zones();
+  ASSERT_EQ(all.size(), 259u);
+  std::array<int, 5> kinds{};
+  for (const Zone &zone : all) {
+    SCOPED_TRACE(zone.state + " " + zone.name + " " + std::to_string(zone.number));
+    ++kinds.at(static_cast<size_t>(zone.kind));
+    const ZoneRecord record(2, zone.number, {{0, zone.nadCode}});
+    const ObjectPtr object = build(record.get());
+    ASSERT_NE(object, nullptr);
+    std::unique_ptr<PJ, decltype(&proj_destroy)> system(
+        proj_create(nullptr, ("EPSG:" + std::to_string(zone.epsg)).c_str()), proj_destroy),
+        base(proj_crs_get_geodetic_crs(nullptr, system.get()), proj_destroy),
+        both(proj_create_crs_to_crs_from_pj(nullptr, base.get(), system.get(), nullptr, nullptr),
+             proj_destroy),
+        peer(proj_normalize_for_visualization(nullptr, both.get()), proj_destroy);
+    ASSERT_NE(peer, nullptr);
+    const auto exception = exceptions.find({zone.nadCode, zone.number});
+    const double bound = exception == exceptions.end() ? 0.001 : exception->second.metres;
+    double worst = 0;
+    for (const Oprj_Point &p : pointsOf(zone)) {
+      const PJ_COORD c = proj_trans(peer.get(), PJ_FWD, proj_coord(p.x / kDeg, p.y / kDeg, 0, 0));
+      const Oprj_Point theirs{c.xy.x * zone.unit, c.xy.y * zone.unit};
+      const Oprj_Point ours = forward(*object, p), back = inverse(*object, theirs);
+      worst = std::fmax(worst, std::hypot(ours.x - theirs.x, ours.y - theirs.y));
+      EXPECT_NEAR(std::remainder(back.x - p.x, 2 * M_PI), 0, bound / 2e6);
+      EXPECT_NEAR(back.y, p.y, bound / 5e6);
+    }
+    EXPECT_LT(worst, bound);
+    if (exception != exceptions.end()) {
+      EXPECT_GT(worst, 0.001) << "no exception any more: " << exception->second.reason;
+    }
+  }
+  EXPECT_EQ(kinds, (std::array<int, 5>{0, 112, 144, 1, 2}));
+}
+
+TEST(StatePlane, DetailsProjectAlike) {
+  LeakCheck leaks;
+  const struct {
+    const char *name;
+    int32_t number, count;
+  } kinds[] = {{"Transverse Mercator", 9, 8},
+               {"Lambert Conformal Conic", 4, 8},
+               {"Polyconic", 7, 8},
+               {"Oblique Mercator (Hotine)", 20, 13}};
+  for (const Zone &zone : zones()) {
+    SCOPED_TRACE(zone.state + " " + zone.name + " " + std::to_string(zone.number));
+    const ZoneRecord record(2, zone.number, {{0, zone.nadCode}});
+    oprj_CharStrCreate("Clarke 1866", &record->proSpheroid->sphereName, nullptr);
+    oprj_CharStrCreate("my datum", &record->proSpheroid->datum->datumname, nullptr);
+    Slot err;
+    const ParametersPtr details(oprj_StatePlaneDetailsGet(toolkit(), record.get(), err));
+    ASSERT_NE(details, nullptr) << err.chain();
+    const auto &kind = kinds[zone.kind - 1];
+    EXPECT_STREQ(details->proName.data, kind.name);
+    EXPECT_EQ(details->proNumber, kind.number);
+    EXPECT_EQ(details->proParams.count, kind.count);
+    // The zone's axes with the record's datum; the name only while it is the same body.
+    const Oprj_Spheroid &body = *details->proSpheroid;
+    EXPECT_EQ(body.a, zone.a);
+    EXPECT_EQ(body.b, zone.b);
+    EXPECT_NEAR(body.eSquared, 1 - zone.b * zone.b / (zone.a * zone.a), 1e-15);
+    EXPECT_GT(body.radius, 6370000);
+    EXPECT_STREQ(body.datum->datumname.data, "my datum");
+    EXPECT_STREQ(body.sphereName.data, zone.a == kClarke1866.a ? "Clarke 1866" : "Unknown");
+
+    const ObjectPtr direct = build(record.get()), detailed = build(details.get());
+    ASSERT_TRUE(direct && detailed);
+    for (const Oprj_Point &p : pointsOf(zone)) {
+      const Oprj_Point first = forward(*direct, p), second = forward(*detailed, p);
+      EXPECT_NEAR(first.x, second.x, 1e-6);
+      EXPECT_NEAR(first.y, second.y, 1e-6);
+    }
+  }
+}
+
+TEST(StatePlane, ObjectKeepsTheRecordOfTheZone) {
+  LeakCheck leaks;
+  const ZoneRecord record(2, 101, {{0, 2}}, kNominalSphere, 1);
+  oprj_SpheroidFree(&record->proSpheroid);  // the zone brings its own
+  const ObjectPtr object = build(record.get());
+  ASSERT_NE(object, nullptr);
+  EXPECT_EQ(object->proParameters->proNumber, 2);
+  EXPECT_EQ(object->proParameters->proZone, 101);
+  EXPECT_EQ(object->proParameters->proParams.count, 1);
+  EXPECT_EQ(object->proParametersEqual, oprj_StatePlaneProParametersEqual);
+  // Alabama East: bit by bit the Transverse Mercator of its constants.
+  const Record mapped(9, {{2, 0.99996}, {4, dms(-85, 50, 0) * kDeg}, {5, 30.5 * kDeg}, {6, 200000}},
+                      kGRS80);
+  mapped->proSpheroid->eSquared = kGRS80.b;
+  const ObjectPtr transverse = build(mapped.get());
+  EXPECT_EQ(object->fromLL, transverse->fromLL);
+  EXPECT_EQ(object->toLL, transverse->toLL);
+  EXPECT_EQ(object->copyParameters, transverse->copyParameters);
+  for (int i = 0; i < 14; ++i)
+    EXPECT_DOUBLE_EQ(object->parameters[i], transverse->parameters[i]) << i;
+  const ParametersPtr details(oprj_StatePlaneDetailsGet(toolkit(), record.get(), nullptr));
+  ASSERT_NE(details, nullptr);
+  EXPECT_STREQ(details->proSpheroid->sphereName.data, "Unknown");
+}
+
+TEST(StatePlane, NadCode) {
+  const struct {
+    double entry;
+    const char *datum;
+    int32_t code;
+  } rows[] = {{2, "", 2},          {3, "", 2},         {3.9, "", 2},
+              {2.999, "NAD27", 2}, {1, "NAD83", 1},    {4, "NAD83", 1},
+              {1.999, "", 1},      {-2, "NAD83", 1},   {0, "NAD83", 2},
+              {-0.0, "nad83", 2},  {0, "NAD27", 1},    {0, "NAD83(HARN)", 1},
+              {0.5, "NAD83", 1},   {kNaN, "NAD83", 1}, {kInfinity, "NAD83", 1},
+              {1e300, "", 1}};
+  for (const auto &row : rows) {
+    const ZoneRecord record(2, 101, {{0, row.entry}});
+    oprj_CharStrCreate(row.datum, &record->proSpheroid->datum->datumname, nullptr);
+    EXPECT_EQ(oprj_NADCodeGet(record.get()), row.code) << row.entry << " " << row.datum;
+  }
+  EXPECT_EQ(oprj_NADCodeGet(nullptr), 1);
+  const ZoneRecord bare(2, 101, {}, kClarke1866, 0);
+  EXPECT_EQ(oprj_NADCodeGet(bare.get()), 1);
+  oprj_CharStrCreate("Nad83", &bare->proSpheroid->datum->datumname, nullptr);
+  EXPECT_EQ(oprj_NADCodeGet(bare.get()), 2);
+  bare->proNumber = 1;
+  EXPECT_EQ(oprj_NADCodeGet(bare.get()), 1);
+  bare->proNumber = 2;
+  bare->proType = OPRJ_EXTERNAL;
+  EXPECT_EQ(oprj_NADCodeGet(bare.get()), 1);
+  bare->proType = OPRJ_INTERNAL;
+  oprj_SpheroidFree(&bare->proSpheroid);
+  EXPECT_EQ(oprj_NADCodeGet(bare.get()), 1);
+}
+
+TEST(StatePlane, Comparison) {
+  struct Side {
+    int32_t zone;
+    double nad;
+    Axes axes;
+  };
+  struct {
+    Side first, second;
+    int32_t equal;
+  } const rows[] = {
+      {{101, 2, kGRS80}, {101, 3, kClarke1866}, 1},  // the spheroids are not compared
+      {{101, 2, kGRS80}, {-101, 2, kGRS80}, 1},      // a FIPS code
+      {{101, 2, kGRS80}, {101, 1, kGRS80}, 0},      {{101, 2, kGRS80}, {102, 2, kGRS80}, 0},
+      {{101, 0, kGRS80}, {101, 1, kGRS80}, 1},  // no datum of that name: NAD27
+  };
+  for (const auto &row : rows) {
+    const ZoneRecord first(2, row.first.zone, {{0, row.first.nad}}, row.first.axes);
+    const ZoneRecord second(2, row.second.zone, {{0, row.second.nad}}, row.second.axes);
+    Slot err;
+    EXPECT_EQ(oprj_StatePlaneProParametersEqual(first.get(), second.get(), err), row.equal)
+        << row.second.zone << " " << row.second.nad;
+    expectNoReport(err);
+  }
+}
+
+TEST(StatePlane, ExactErrors) {
+  LeakCheck leaks;
+  const ZoneRecord good(2, 101, {{0, 2}}), bare(2, 101, {}, kGRS80, 0), unknown(2, 9999, {{0, 2}}),
+      lowest(2, std::numeric_limits<int32_t>::min(), {{0, 2}}), other(9, 101, {{0, 2}});
+  const std::string missing =
+      " < oprj_SPEntryByZoneNumber: Zone number not found in State Plane table (3)";
+  const struct {
+    const Oprj_ProParameters *record;
+    std::string init, details;
+  } rows[] = {
+      {nullptr, "Invalid projection parameters (1)", "Invalid projection parameters (1)"},
+      {bare.get(), "Insufficient projection parameters (2)",
+       "Insufficient projection parameters (2)"},
+      {unknown.get(), "Error returned from oprj_SPEntryByZoneNumber (3)" + missing,
+       "Error returned from oprj_SPEntryByZoneNumber (4)" + missing},
+      {lowest.get(), "Error returned from oprj_SPEntryByZoneNumber (3)" + missing,
+       "Error returned from oprj_SPEntryByZoneNumber (4)" + missing},
+  };
+  for (const auto &row : rows) {
+    Slot err;
+    EXPECT_EQ(oprj_StatePlaneInit(toolkit(), row.record, err), nullptr);
+    EXPECT_EQ(err.chain(), "oprj_StatePlaneInit: " + row.init);
+    EXPECT_EQ(oprj_StatePlaneDetailsGet(toolkit(), row.record, err), nullptr);
+    EXPECT_EQ(err.chain(), "oprj_StatePlaneDetailsGet: " + row.details);
+  }
+  Slot err;
+  EXPECT_EQ(oprj_StatePlaneDetailsGet(toolkit(), other.get(), err), nullptr);
+  expectReport(err, "oprj_StatePlaneDetailsGet", 3, "Expected a State Plane projection");
+
+  const struct {
+    const Oprj_ProParameters *first, *second;
+    std::string chain;
+  } comparisons[] = {
+      {nullptr, good.get(), "Invalid input parmArray (1)"},
+      {good.get(), nullptr, "Invalid input parmArray (1)"},
+      {bare.get(), good.get(), "Too few parameters in input parmArray (2)"},
+      {good.get(), bare.get(), "Too few parameters in input parmArray (2)"},
+      {unknown.get(), good.get(),
+       "Error returned from oprj_SPEntryByZoneNumber for parmArray1 (3)" + missing},
+      {good.get(), unknown.get(),
+       "Error returned from oprj_SPEntryByZoneNumber for parmArray2 (4)" + missing},
+  };
+  for (const auto &row : comparisons) {
+    EXPECT_EQ(oprj_StatePlaneProParametersEqual(row.first, row.second, err), 0);
+    EXPECT_EQ(err.chain(), "oprj_StatePlaneProParametersEqual: " + row.chain);
+  }
+  EXPECT_EQ(oprj_StatePlaneProParametersEqual(other.get(), bare.get(), err), 0);
+  expectNoReport(err);
+
+  // A zone of the table that no projection can be made of.
+  auto *zone = const_cast<Oprj_SPTableEntry *>(oprj_SPEntryByZoneNumber(toolkit(), 101, 2, err));
+  ASSERT_NE(zone, nullptr);
+  const auto refused = [&](int32_t initCode, int32_t detailsCode, const char *message) {
+    EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
+    expectReport(err, "oprj_StatePlaneInit", initCode, message);
+    EXPECT_EQ(oprj_StatePlaneDetailsGet(toolkit(), good.get(), err), nullptr);
+    expectReport(err, "oprj_StatePlaneDetailsGet", detailsCode, message);
+  };
+  zone->parameters.count = 8;
+  refused(4, 5, "Insufficient parameters in spEntry");
+  zone->parameters.count = 9;
+  for (const int32_t kind : {0, 5, -1}) {
+    zone->projectionNumber = kind;
+    refused(9, 6, "Invalid projection parameters");
+  }
+  zone->projectionNumber = 1;
+  const double scale = zone->parameters.data[3], meridian = zone->parameters.data[2];
+  zone->parameters.data[3] = 0.0;
+  EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
+  EXPECT_EQ(err.chain(),
+            "oprj_StatePlaneInit: Error returned from called projection initialization (7) < "
+            "oprj_TransverseMercatorInit: Invalid scale factor (3)");
+  zone->parameters.data[3] = scale;
+  zone->parameters.data[2] = 61000.0 + 99;  // 61 minutes
+  EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
+  EXPECT_NE(err.chain().find("called projection initialization (7) < "
+                             "oprj_GCTPProParamsConvert: "),
+            std::string::npos)
+      << err.chain();
+  zone->parameters.data[2] = meridian;
+}
+
+TEST(StatePlane, EveryAllocationFailing) {
+  LeakCheck leaks;
+  const ZoneRecord record(2, 5001, {{0, 2}});
+  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
+              return ObjectPtr(oprj_StatePlaneInit(toolkit(), record.get(), err)) != nullptr;
+            }),
+            10);
+  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
+              return ParametersPtr(oprj_StatePlaneDetailsGet(toolkit(), record.get(), err)) !=
+                     nullptr;
+            }),
+            5);
+}
+
+// --- angles of 15-entry arrays ---
+
+struct Array15 : Oprj_DblArray {
+  explicit Array15(double value, int32_t length = 15) : Oprj_DblArray{} {
+    oprj_DblArrayCreate(length, this, nullptr);
+    for (int32_t i = 0; i < length; ++i) data[i] = value + i;
+  }
+  ~Array15() { oprj_DblArrayFree(this); }
+  Array15(const Array15 &) = delete;
+  Array15 &operator=(const Array15 &) = delete;
+};
+
+TEST(GctpAngles, ConvertTheEntriesThatAreAngles) {
+  for (int32_t number = 0; number <= 69; ++number) {
+    const int32_t first = number == 9 || number == 15 || number == 20 ? 3 : 2;
+    Array15 array(30015000.0);  // 30° 15' and i seconds
+    Slot err;
+    EXPECT_EQ(oprj_GCTPProParams2Radians(&array, number, err), 1);
+    expectNoReport(err);
+    for (int32_t i = 0; i < 15; ++i) {
+      const double packed = 30015000.0 + i;
+      if (i < first || i > 5) {
+        EXPECT_EQ(array.data[i], packed) << number << " " << i;
+      } else {
+        EXPECT_NEAR(array.data[i], dms(30, 15, i) * kDeg, 1e-15) << number << " " << i;
+      }
+    }
+    EXPECT_EQ(oprj_Radians2GCTPProParams(&array, number, err), 1);
+    for (int32_t i = 0; i < 15; ++i) EXPECT_NEAR(array.data[i], 30015000.0 + i, 1e-6);
+  }
+}
+
+TEST(GctpAngles, AllOrNothing) {
+  Slot err;
+  EXPECT_EQ(oprj_GCTPProParams2Radians(nullptr, 4, err), 0);
+  EXPECT_EQ(err.chain(),
+            "oprj_GCTPProParamsConvert: Incorrect number of projection parameters (1)");
+  for (const int32_t length : {0, 14, 16}) {
+    Array15 array(1.0, length);
+    EXPECT_EQ(oprj_Radians2GCTPProParams(&array, 4, err), 0) << length;
+    expectReport(err, "oprj_GCTPProParamsConvert", 1, "Incorrect number of projection parameters");
+  }
+  Array15 array(10000000.0);
+  for (const double bad : {361000000.0, 10061000.0, kNaN, kInfinity}) {
+    array.data[5] = bad;
+    EXPECT_EQ(oprj_GCTPProParams2Radians(&array, 4, err), 0) << bad;
+    ASSERT_NE(err.get(), nullptr);
+    EXPECT_EQ(oerr_CodeGet(err.get()), 2);
+    EXPECT_STREQ(oerr_MessageGet(err.get()), "Error returned from ocvt_GCTPPackedDMS2Radians");
+    EXPECT_EQ(array.data[2], 10000002.0) << "changed although a later entry is bad";
+  }
+  array.data[5] = kNaN;
+  EXPECT_EQ(oprj_Radians2GCTPProParams(&array, 4, err), 0);
+  EXPECT_STREQ(oerr_MessageGet(err.get()), "Error returned from ocvt_Radians2GCTPPackedDMS");
+  EXPECT_EQ(oerr_CodeGet(err.get()), 3);
+}
+
+}  // namespace
