@@ -4,8 +4,9 @@
 // a. Domain: the whole globe, the poles are lines at y = +-2.30 a; eastward the sheet repeats: the
 // inverse wraps longitudes up to a turn from the central meridian and accepts 1e-10 rad (0.6 mm)
 // beyond the edges.
-// Formulation: y = 1.25 a ln tan(pi/4 + 0.4 phi) = 1.25 a atanh(sin(0.8 phi)), inverse
-// phi = 2.5 atan(exp(0.8 y/a)) - 5 pi/8, taken of |y|: both are odd to the last bit.
+// Accuracy: 2e-8 m, back to 1e-13 degrees.
+// Formulation: y = 1.25 a ln tan(pi/4 + 0.4 phi) = 0.625 a ln((1 + s)/(1 - s)), s = sin(0.8 phi),
+// inverse phi = 2.5 atan(exp(0.8 y/a)) - 5 pi/8, both of the magnitude: odd to the last bit.
 #include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -28,7 +29,8 @@ struct MillerCylindrical : FamilyBase<MillerCylindricalBlock> {
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
     const V dLon = wrapDifference(lon - V(b.lon0));
-    const V height = 1.25 * atanh(sin(0.8 * lat));
+    const V s = sin(0.8 * lat), north = abs(s);
+    const V height = copysign(0.625 * log((1.0 + north) / (1.0 - north)), s);
     return {fma(V(b.a), dLon, V(b.falseEast)), fma(V(b.a), height, V(b.falseNorth))};
   }
 
