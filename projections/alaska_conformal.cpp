@@ -1,6 +1,6 @@
 // Alaska Conformal: a modified stereographic conformal map of the ellipsoid. [Snyder87] p. 203-212,
-// eqs. 26-1 to 26-12 with table 33 (Snyder 1984, sixth order): an oblique stereographic map from
-// 64 degrees N, 152 degrees W, bent by a complex polynomial.
+// eqs. 26-1 to 26-12, sixth order: an oblique stereographic map from 64 degrees N, 152 degrees W,
+// bent by a complex polynomial.
 //
 // Reads entries 6 and 7 (false easting and northing). Eccentricity (Clarke 1866), centre and
 // coefficients are fixed; a comes from the spheroid. Domain: Alaska and 38 degrees around the
