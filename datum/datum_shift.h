@@ -1,5 +1,6 @@
-/* Horizontal datum shifts. Points are longitude, latitude in radians, `in` and `out` separate
-   arrays of `count`; heights are not carried: every shift works at ellipsoidal height 0. */
+/* Horizontal datum shifts (docs/datum-shifts.md). Points are longitude, latitude in radians, `in`
+   and `out` separate arrays of `count`; oprj_DatumShift, oprj_DatumShiftNew and the parametric
+   shift also work in place. Heights are not carried: every shift works at ellipsoidal height 0. */
 #ifndef OPRJ_DATUM_SHIFT_H
 #define OPRJ_DATUM_SHIFT_H
 

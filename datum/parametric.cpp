@@ -5,10 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "core/records.h"
 #include "projections/kernels.h"
-#include "toolkit/error_scope.h"
-
-using orvik::toolkit::ErrorScope;
 
 namespace orvik::oprj {
 
@@ -34,8 +32,9 @@ bool sameName(const Oprj_Datum &first, const Oprj_Datum &second) {
 }
 
 /// Parameter `index` of a datum; missing ones are 0.
-double parameterOf(const Oprj_Datum &datum, int32_t index) {
-  return datum.params.data && index < datum.params.count ? datum.params.data[index] : 0.0;
+double parameterOf(const Oprj_Datum &datum, size_t index) {
+  const auto values = elementsOf(datum.params);
+  return index < values.size() ? values[index] : 0.0;
 }
 
 /// e² of a spheroid; as in the projections, a number above 1 is a semi-minor axis.
@@ -56,7 +55,7 @@ bool hasShape(const Oprj_Spheroid &spheroid) {
 Oprj_ShiftParameters parametersBetween(const Oprj_Spheroid &source,
                                        const Oprj_Spheroid &destination) {
   double d[6];
-  for (int32_t i = 0; i < 6; ++i)
+  for (size_t i = 0; i < 6; ++i)
     d[i] = parameterOf(*source.datum, i) - parameterOf(*destination.datum, i);
   const double from = parameterOf(*source.datum, 6), to = parameterOf(*destination.datum, 6);
   const double scale = from == to ? 1.0 : (1.0 + from) / (1.0 + to);

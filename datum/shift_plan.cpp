@@ -11,8 +11,6 @@
 
 namespace orvik::oprj {
 
-using toolkit::ErrorScope;
-
 namespace {
 
 /// Points between two legs stay in cache: 16 KB of them at a time.
@@ -127,7 +125,6 @@ constexpr ShiftRoute kNewRoutes[2][2] = {
 const char *datumName(const Oprj_Spheroid *spheroid) {
   return spheroid && spheroid->datum ? spheroid->datum->datumname.data : nullptr;
 }
-const char *shown(const char *name) { return name ? name : ""; }
 
 void fillWithNaN(Oprj_Point *points, int32_t count) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -170,7 +167,7 @@ bool ShiftPlan::takeEnds(const Oprj_Spheroid *source, const Oprj_Spheroid *desti
   for (const ShiftEnd end : {kSource, kDestination}) {
     const Oprj_Spheroid *given = at(end);
     if (classOf(given) == kGridDatum &&
-        !fetch(end, shown(given->sphereName.data), shown(datumName(given)), true, e))
+        !fetch(end, textOf(given->sphereName), textOf(datumName(given)), true, e))
       return false;
   }
   return true;
@@ -220,7 +217,7 @@ bool ShiftPlan::follow(const ShiftRoute &route, ErrorScope &e) {
         classOf(at(regional)) == kRegressionDatum && !hasRegression(datumName(at(regional))))
       oerr_LogMessage(
           "oprj_DatumShift: datum \"%s\" has no regression equations, points become NaN",
-          shown(datumName(at(regional))));
+          textOf(datumName(at(regional))));
   }
   route_ = &route;
   return true;
@@ -296,7 +293,7 @@ bool ShiftPlan::runLeg(const ShiftLeg &leg, const Oprj_Point *in, Oprj_Point *ou
   if (classOf(regional) != kRegressionDatum) {
     ErrorScope e("oprj_DatumShift", err);
     return e.fail(kNotRegression, "Datum \"%s\" is not a regression datum",
-                  shown(datumName(regional)));
+                  textOf(datumName(regional)));
   }
   // An unknown name leaves the array as it was.
   fillWithNaN(out, count);
@@ -309,7 +306,7 @@ void ShiftPlan::tellDropped(const Oerr_Report *report) {
   if (told_) return;
   told_ = true;
   oerr_LogMessage("oprj_DatumShift: the shift from surface datum \"%s\" failed, points become NaN",
-                  shown(datumName(at(kSource))));
+                  textOf(datumName(at(kSource))));
   for (; report; report = oerr_CauseGet(report))
     oerr_LogMessage("  %s: %s (code %d)", oerr_FunctionGet(report), oerr_MessageGet(report),
                     static_cast<int>(oerr_CodeGet(report)));

@@ -11,10 +11,8 @@
 #ifndef OPRJ_DATUM_SHIFT_PLAN_H
 #define OPRJ_DATUM_SHIFT_PLAN_H
 
-#include <oprj/values.h>
-
+#include "core/records.h"
 #include "datum/parametric.h"
-#include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
 
@@ -54,8 +52,6 @@ class ShiftPlan {
   bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err);
 
  private:
-  using ErrorScope = toolkit::ErrorScope;
-
   bool takeEnds(const Oprj_Spheroid *source, const Oprj_Spheroid *destination, ErrorScope &e);
   bool fetch(ShiftEnd end, const char *spheroidName, const char *datumName, bool datumFirst,
              ErrorScope &e);
@@ -71,12 +67,12 @@ class ShiftPlan {
 
   const ShiftRoute *route_ = nullptr;
   const Oprj_Spheroid *ends_[kShiftEnds] = {};
-  toolkit::Owner<Oprj_Spheroid, oprj_SpheroidFree> fetched_[kShiftEnds];
-  toolkit::Owner<Oprj_Point, oprj_PointsFree> between_;  ///< points between two legs
-  ParametricShift parametric_;                           ///< no route has more than one such leg
-  bool asNew_ = false;                                   ///< reports as oprj_DatumShiftNew only
-  bool throughNew_ = false;  ///< the dispatcher hands the points to oprj_DatumShiftNew
-  bool silent_ = false;      ///< a surface source: failures are told, not reported
+  OwnedSpheroid fetched_[kShiftEnds];
+  OwnedPoints between_;         ///< points between two legs
+  ParametricShift parametric_;  ///< no route has more than one such leg
+  bool asNew_ = false;          ///< reports as oprj_DatumShiftNew only
+  bool throughNew_ = false;     ///< the dispatcher hands the points to oprj_DatumShiftNew
+  bool silent_ = false;         ///< a surface source: failures are told, not reported
   bool told_ = false;
 };
 

@@ -567,6 +567,7 @@ TEST(Dispatcher, ParametricPairsNeedNoMemory) {
 }
 
 TEST(Dispatcher, AMissingGridNamesFilePlacesAndVariable) {
+  ASSERT_NE(oprj_InitDataGet(oint_InitToolkit(nullptr), nullptr), nullptr);
   const TemporaryDirectory first, second;
   const ScopedEnvironment places("ORVIK_DATUMS_PATH", (first.path() + ":" + second.path()).c_str());
   Slot slot;
@@ -576,6 +577,18 @@ TEST(Dispatcher, AMissingGridNamesFilePlacesAndVariable) {
   for (const std::string &part :
        {std::string("nad27.dat"), first.path(), second.path(), std::string("ORVIK_DATUMS_PATH")})
     EXPECT_NE(why.find(part), std::string::npos) << why;
+  // the same through the dispatcher, which fetches grid datums anew by the real lookups
+  System local(kClarkeA, kClarkeB, "NAD27", {}, OPRJ_DATUM_GRID);
+  local.sphere = "Clarke 1866";
+  local.spheroid.sphereName = {12, local.sphere.data()};
+  const System wgs84(kWgs84A, kWgs84B, "WGS 84", {});
+  Oprj_Point point{-1.5, 0.7}, out;
+  oprj_DatumShift(&point, &local.spheroid, &out, &wgs84.spheroid, 1, slot);
+  EXPECT_EQ(slot.chain(),
+            "oprj_DatumShift: Cannot get datum by name (3) < oprj_DatumByName: Error returned from "
+            "datafileOpen (10) < oprj_DatumGridFileOpen: nad27.dat:  File not found (3) < "
+            "ofio_Which: " +
+                why + " (2)");
   EXPECT_EQ(oprj_DatumGridFileOpen(nullptr, slot), nullptr);
   expectReport(slot, "oprj_DatumGridFileOpen", 2, "Error returned from ofio_Which");
   forEachAllocationFailure([](Oerr_Report **err) {
