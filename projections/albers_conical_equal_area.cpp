@@ -1,5 +1,5 @@
-// Albers Conical Equal Area. [Snyder87] p. 101-102: eqs. 14-1 to 14-6, 14-8 to 14-11, 14-12 to
-// 14-14, 14-19, 3-12, 3-16; EPSG guidance note 7-2, Albers Equal Area.
+// Albers Conical Equal Area. [Snyder87] p. 101-102, eqs. 14-1 to 14-21 with q by eq. 3-12;
+// [EPSG7-2], Albers Equal Area.
 //
 // Reads entries 2 and 3 (standard parallels), 4 (central meridian), 5 (latitude of origin), 6 and 7
 // (false easting and northing). Domain: the globe.

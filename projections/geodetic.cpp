@@ -215,14 +215,15 @@ double oprj_Phi6(double start, double p, double q, double r, Oerr_Report **err) 
         const double chord2 = radius * radius - p * p;
         const double chord = chord2 > 0.0 ? std::sqrt(chord2) : 0.0;
         const double y = t + p * p / (radius + chord);
+        if (std::isnan(y)) return y;
         const double dk = ((s - 1.0) * w / (d * d) - a * c) / s - k * c / s;
         const double slope = (radius * (1.0 + t * t) / 2.0 - dk * p * p / (radius + chord)) / chord;
         const double step = kHalfPi * c * (q - y) / slope;
         if (q > y) low = phi;
         else high = phi;
         const double next = phi + step;
-        // a chord of 0 (or a NaN) takes the middle; the limits themselves are allowed
-        if (!(chord > 0.0) || !(next > low && next < high)) return 0.5 * (low + high) - phi;
+        // a chord of 0 takes the middle; the limits themselves are allowed
+        if (!(chord > 0.0) || !(next >= low && next <= high)) return 0.5 * (low + high) - phi;
         return step;
       },
       within(kTolerance));

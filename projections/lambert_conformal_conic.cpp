@@ -1,5 +1,5 @@
 // Lambert Conformal Conic with two standard parallels. [Snyder87] p. 107-109, eqs. 15-1 to 15-11;
-// EPSG guidance note 7-2, Lambert Conic Conformal (2SP).
+// [EPSG7-2], Lambert Conic Conformal (2SP).
 //
 // Reads entries 2 and 3 (standard parallels), 4 (central meridian), 5 (latitude of origin), 6 and 7
 // (false easting and northing). Domain: all but the pole opposite to the apex. A parallel at a pole

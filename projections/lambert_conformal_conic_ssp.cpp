@@ -1,11 +1,10 @@
 // Lambert Conformal Conic with a single standard parallel and a scale factor. [Snyder87] p.
-// 107-109, eqs. 15-1 to 15-11 with n = sin phi0; EPSG guidance note 7-2, Lambert Conic Conformal
-// (1SP).
+// 107-109, eqs. 15-1 to 15-11 with n = sin phi0; [EPSG7-2], Lambert Conic Conformal (1SP).
 //
 // Reads entries 2 (latitude of natural origin), 3 (its longitude), 4 (scale factor there), 5 and 6
 // (false easting and northing), in the order of the EPSG note. Domain: all but the pole opposite to
 // the apex. A natural origin at a pole is unusable (that is Polar Stereographic); one at the
-// equator is refused (that is Mercator).
+// equator is refused (that is Mercator). Accuracy: as with two parallels.
 #include "projections/conformal_cone.h"
 #include "projections/family.h"
 

@@ -1,5 +1,5 @@
 // Mercator. [Snyder87] p. 44-45: eqs. 7-6, 7-7 (forward, with the scale of p. 44), 7-9, 7-10
-// (inverse); EPSG guidance note 7-2, Mercator variant B.
+// (inverse); [EPSG7-2], Mercator variant B.
 //
 // Reads entries 4 (central meridian), 5 (latitude of true scale, not an origin: y counts from the
 // equator), 6 and 7 (false easting and northing). Domain: all but the poles; the sheet repeats, and

@@ -1,12 +1,14 @@
-// Mercator variant A: scale factor at the equator. EPSG guidance note 7-2 (method 9804), [Snyder87]
-// eqs. 7-6, 7-7 (forward), 3-5, 7-10, 7-13 (inverse).
+// Mercator variant A: scale factor at the equator. [EPSG7-2] (method 9804), [Snyder87] eqs. 7-6,
+// 7-7 (forward), 3-5, 7-10, 7-13 (inverse).
 //
 // Reads entries 2 (scale factor at the natural origin), 4 (its longitude), 6 and 7 (false easting
 // and northing). Domain: all but the poles; the sheet repeats, and inverse points up to a full turn
-// from the central meridian are wrapped. The inverse is the closed series to e^8: within 1e-10
-// degrees on Earth-like spheroids, coarser with e^10 beyond them. Kept: the comparison asks both
-// records for number 5 (Mercator), so that two records of this number never compare equal; it reads
-// entries 3 and 5 as well, which no formula does.
+// from the central meridian are wrapped.
+// Accuracy: forward as Mercator. The inverse is the closed series to e^8: within 1.2e-10 degrees on
+// the Earth, coarser with e^10 beyond.
+//
+// Kept: the comparison asks both records for number 5 (Mercator), so that two records of this
+// number never compare equal; it reads entries 3 and 5 as well, which no formula does.
 #include "projections/auxiliary_latitude.h"
 #include "projections/family.h"
 #include "projections/longitude.h"

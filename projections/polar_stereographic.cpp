@@ -1,5 +1,5 @@
 // Polar Stereographic. [Snyder87] p. 161-162: eqs. 21-30 to 21-34 (forward), 21-36 to 21-40, 20-16
-// to 20-18 (inverse); EPSG guidance note 7-2, variants A (scale 1 only) and B.
+// to 20-18 (inverse); [EPSG7-2], variants A (scale 1 only) and B.
 //
 // Reads entries 4 (longitude that points down from the pole in the north, up in the south), 5
 // (latitude of true scale; its sign picks the pole, 0 is north, +-90 degrees gives scale 1 at the

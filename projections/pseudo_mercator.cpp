@@ -1,5 +1,5 @@
 // Pseudo Mercator: the sphere's Mercator with radius a, fed with the geodetic latitude as it is.
-// EPSG guidance note 7-2, Popular Visualisation Pseudo Mercator.
+// [EPSG7-2], Popular Visualisation Pseudo Mercator.
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). Domain: all but the
 // poles; the sheet repeats, and inverse points up to a full turn from the central meridian are
