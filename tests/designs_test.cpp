@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "interchange/shared_designs.h"
-#include "support.h"
+#include "tests/support.h"
 #include "toolkit/heap.h"
 
 namespace {
