@@ -65,14 +65,14 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     const double n0 = 1.0 - s.es * sin0 * sin0, rootEs = std::sqrt(1.0 - s.es);
     b.B = std::sqrt(1.0 + s.es * cos0 * cos0 * cos0 * cos0 / (1.0 - s.es));
     b.A = s.a * b.B * b.k0 * rootEs / n0;
-    b.D = std::fmax(b.B * rootEs / (cos0 * std::sqrt(n0)), 1.0);
-    const double root = rootEs * sin0 / (cos0 * std::sqrt(n0));  // ±sqrt(D² - 1), exact near 0
+    const double root = rootEs * sin0 / (cos0 * std::sqrt(n0));  // ±sqrt(D² - 1), 9-14
+    b.D = std::hypot(1.0, root);
     b.E = std::exp(std::asinh(root)) * powerOfT(b, b.lat0);
     double gamma, alpha;
     if (b.form != 0.0) {
       alpha = b.azimuth;
-      gamma = arcsine(std::sin(alpha) / b.D);
-      // asin(root tan gamma), as an angle whose cosine is cos alpha over cos gamma
+      // Arcsines as angles whose cosines are known: near 90 degrees they keep their digits.
+      gamma = std::atan2(std::sin(alpha), std::hypot(root, std::cos(alpha)));
       b.lon0 = b.lonCentre - std::atan2(root * std::sin(gamma), std::cos(alpha)) / b.B;
     } else {
       const double lon1 = p[8], lon2 = lon1 + std::remainder(p[10] - lon1, kTwoPi);
@@ -82,7 +82,7 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
       b.lon0 = 0.5 * (lon1 + lon2) - std::atan(across) / b.B;
       const double fromLine = std::sin(b.B * std::remainder(lon1 - b.lon0, kTwoPi));
       gamma = std::atan(fromLine / (0.5 * (f - 1.0 / f)));
-      alpha = arcsine(b.D * std::sin(gamma));
+      alpha = oprj_Asin(b.D * std::sin(gamma), nullptr);
     }
     b.lon0 = adjustLongitude(adjustLongitude(b.lon0));
     b.sinGamma = std::sin(gamma);
@@ -127,7 +127,6 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
 
  private:
   static bool atPole(double lat) { return std::fabs(std::fabs(lat) - kHalfPi) <= kClose; }
-  static double arcsine(double x) { return oprj_Asin(x, nullptr); }
   static double powerOfT(const ObliqueMercatorBlock &b, double lat) {
     return std::pow(oprj_Tsfn(b.e, lat, std::sin(lat), nullptr), b.B);
   }
