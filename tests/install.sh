@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# install.sh SOURCE BUILD: installs into an empty folder, builds an example outside of the tree against the
+# CMake package and against the pkg-config file, and runs it and the installed program.
+set -eu
+source=$1 build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cmake --install "$build" --prefix "$work/usr" > "$work/log"
+cmake -S "$source/examples/link" -B "$work/example" -DCMAKE_PREFIX_PATH="$work/usr" > "$work/log"
+cmake --build "$work/example" > "$work/log"
+libdir=$(dirname "$(find "$work/usr" -name 'liboPrj.so' | head -n 1)")
+export LD_LIBRARY_PATH=$libdir ORVIK_PROJECTIONS_PATH=$work/usr/share/oPrj ORVIK_DATUMS_PATH=$work/usr/share/oPrj
+first=$("$work/example/project_a_point")
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/examples/link/project_a_point.c" -o "$work/second" \
+  $(pkg-config --cflags --libs oprj)
+second=$("$work/second")
+unset LD_LIBRARY_PATH ORVIK_PROJECTIONS_PATH ORVIK_DATUMS_PATH
+program=$(echo "-77.03524 38.889468" |
+  "$work/usr/bin/oprj" project --from "geographic; datum=WGS 84" --to "utm; zone=18; datum=WGS 84" --digits 3)
+echo "$first / $second / $program"
+[ "$first" = "$second" ] && [ "$first" = "$program" ] && [ "$first" = "323479.797 4306484.131" ]

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# symbols.sh BUILD: what leaves the libraries, and what the wide objects share.
+# 1. liboPrj exports oprj_… and the classes of OrvikDatum and orvik::oprj alone.
+# 2. Objects of the AVX2 and AVX-512 sets hold no weak symbol outside of their own namespace: the linker could
+#    take wide code for the whole library.
+set -u
+build=$1 bad=0
+foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | awk '{$1="";$2="";print}' | sed 's/^ *//' |
+  grep -vE '^(oprj_|OrvikDatum::|(typeinfo|vtable|typeinfo name) for OrvikDatum::)')
+[ -z "$foreign" ] || { echo "liboPrj exports:"; echo "$foreign"; bad=1; }
+foreign=$(nm -D --defined-only "$build/lib/liboPrjToolkit.so" | awk '{print $3}' |
+  grep -vE '^(omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif)_')
+[ -z "$foreign" ] || { echo "liboPrjToolkit exports:"; echo "$foreign"; bad=1; }
+for set in avx2 avx512; do
+  objects=$(find "$build" -path "*_$set.dir*" -name '*.o')
+  [ -n "$objects" ] || { echo "no objects of the set $set in $build"; bad=1; continue; }
+  weak=$(nm -C $objects | grep -E '^[0-9a-f]* *[WVu] ' | grep -v "orvik::oprj::$set::" | sort -u)
+  [ -z "$weak" ] || { echo "weak symbols of $set outside of its namespace:"; echo "$weak"; bad=1; }
+done
+[ $bad = 0 ] && echo "symbols are as they should be"
+exit $bad
