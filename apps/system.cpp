@@ -176,12 +176,16 @@ int32_t findZone(const Oprj_InitData &data, const std::string &text, int32_t nad
   int32_t number;
   if (ostr_ToInt32(text.c_str(), &number)) return number;
   std::vector<std::string> names;
-  // "California Zone 5", "California 5" and "California, 5" mean the zone that the table calls "5"
   // or "Zone 5".
+  // "California Zone 5", "California 5" and "California V" mean the same.
   const auto squeezed = [](std::string_view name) {
-    std::string result;
-    std::string word;
+    static constexpr const char *kRoman[] = {"i",  "ii",  "iii",  "iv", "v",
+                                             "vi", "vii", "viii", "ix", "x"};
+    std::string result, word;
     const auto finish = [&] {
+      for (size_t i = 0; i < std::size(kRoman); ++i) {
+        if (word == kRoman[i]) word = std::to_string(i + 1);
+      }
       if (!word.empty() && word != "zone") result += word + " ";
       word.clear();
     };

@@ -17,6 +17,7 @@ configure_package_config_file(cmake/oPrjConfig.cmake.in ${CMAKE_BINARY_DIR}/oPrj
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/oPrjConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/oPrjConfig.cmake ${CMAKE_BINARY_DIR}/oPrjConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/oPrj)
+file(RELATIVE_PATH OPRJ_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/oprj.pc.in ${CMAKE_BINARY_DIR}/oprj.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/oprj.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

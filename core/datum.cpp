@@ -1,8 +1,8 @@
-#include <oprj/datum_shift.h>
 #include <oprj/omsc.h>
 #include <oprj/ostr.h>
 
 #include "core/records.h"
+#include "core/upward.h"
 
 using namespace orvik::oprj;
 

@@ -1,12 +1,12 @@
 // Projections out of the dictionary: entries by name, number and example, records made from them,
 // and descriptions.
-#include <oprj/families.h>
 #include <oprj/ostr.h>
 
 #include <cstring>
 
 #include "core/reference_data.h"
 #include "core/table_records.h"
+#include "core/upward.h"
 
 namespace {
 

@@ -1,4 +1,3 @@
-#include <oprj/datum_shift.h>
 #include <oprj/omsc.h>
 
 #include <algorithm>
@@ -7,6 +6,7 @@
 #include <utility>
 
 #include "core/records.h"
+#include "core/upward.h"
 
 namespace orvik::oprj {
 

@@ -1,5 +1,4 @@
 // Spheroids and datums out of the reference tables.
-#include <oprj/datum_shift.h>
 #include <oprj/ostr.h>
 
 #include <algorithm>
@@ -7,9 +6,9 @@
 #include <cstring>
 #include <limits>
 
-#include "core/datum_search.h"
 #include "core/reference_data.h"
 #include "core/table_records.h"
+#include "core/upward.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <unordered_set>
 #include <utility>
 
-#include "core/datum_search.h"
 #include "core/table_records.h"
+#include "core/upward.h"
 
 namespace orvik::oprj {
 

@@ -35,8 +35,8 @@ struct Kernels {
 /// ("baseline", "avx2", "avx512") asks for if the processor has it.
 extern const int32_t &instructionSet;
 inline constexpr int32_t kInstructionSets = 3;
-/// The widest set of this processor; and, for tests and benchmarks, another choice (not while points are
-/// being projected).
+/// The widest set of this processor; and, for tests and benchmarks, another choice (not while
+/// points are being projected).
 int32_t widestInstructionSet();
 void chooseInstructionSet(int32_t set);
 

@@ -61,8 +61,8 @@ Record::Record(int32_t number, EntryList entries, Axes axes, int32_t count)
 Projection::Projection(Initialiser init, int32_t number, EntryList entries, Axes axes)
     : Projection(init, number, std::vector<std::pair<int, double>>(entries), axes) {}
 
-Projection::Projection(Initialiser init, int32_t number, const std::vector<std::pair<int, double>> &entries,
-                       Axes axes) {
+Projection::Projection(Initialiser init, int32_t number,
+                       const std::vector<std::pair<int, double>> &entries, Axes axes) {
   const Record record(number, {}, axes);
   for (const auto &[index, value] : entries) record->proParams.data[index] = value;
   Slot err;

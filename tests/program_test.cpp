@@ -2,7 +2,8 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <chrono>
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -192,7 +193,7 @@ TEST_F(Program, AMissingGridIsFatalOnlyWhenAShiftNeedsIt) {
       run("project --digits 2 --from 'geographic; datum=NAD27' --to 'utm; zone=18; datum=NAD27'",
           "-75 40\n");
   EXPECT_EQ(notNeeded.status, 0) << notNeeded.err;
-  EXPECT_EQ(notNeeded.out, "500000.00 4427549.83\n");
+  EXPECT_EQ(notNeeded.out, "500000.00 4427547.18\n");
 }
 
 TEST_F(Program, TellsASkippedShift) {
@@ -264,14 +265,14 @@ TEST_F(Program, ReadsSeveralFilesInOrderAndStandardInputBetween) {
   const std::string a = write("a", "-75 40\n"), b = write("b", "-75 40\n");
   const Outcome outcome = run(kFromTo + std::string("--digits 0 ") + a + " - " + b, "-74 40\n");
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, "500034 4427759\n585393 4428195\n500034 4427759\n");
+  EXPECT_EQ(outcome.out, "500034 4427759\n585397 4428237\n500034 4427759\n");
 }
 
 TEST_F(Program, GeographicResultsInDegreesMinutesSeconds) {
   const std::string command =
       "project --from 'utm; zone=18; datum=WGS 84' --to 'geographic; datum=WGS 84' --dms ";
   EXPECT_EQ(run(command + "--digits 3", "500000 0\n").out, "-75:00:00.000 0:00:00.000\n");
-  EXPECT_EQ(run(command, "500000 4427757.2187\n").out.substr(0, 27), "-75:00:00.00000 40:00:00.00");
+  EXPECT_EQ(run(command + "--digits 2", "500000 4427757.2187\n").out, "-75:00:00.00 40:00:00.00\n");
 }
 
 TEST_F(Program, TheSamePointByEveryWayToNameAZone) {

@@ -1,11 +1,23 @@
-// What the tables need from the datum model, which is a room above them: declared here, defined
-// there.
-#ifndef OPRJ_CORE_DATUM_SEARCH_H
-#define OPRJ_CORE_DATUM_SEARCH_H
+// What records and tables need from the rooms above them: declared here, defined there.
+#ifndef OPRJ_CORE_UPWARD_H
+#define OPRJ_CORE_UPWARD_H
 
 #include <oprj/ofio.h>
 #include <oprj/parameters.h>
 #include <oprj/tables.h>
+
+extern "C" {
+
+// datum/datum_shift.h
+Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err);
+void oprj_DatumGridFileClose(Oprj_GridData **grid);
+Oprj_ShiftSurface *oprj_ShiftSurfaceDuplicate(const Oprj_ShiftSurface *surface, Oerr_Report **err);
+void oprj_ShiftSurfaceFree(Oprj_ShiftSurface **surface);
+
+// projections/families.h
+int32_t oprj_NADCodeGet(const Oprj_ProParameters *record);
+
+}  // extern "C"
 
 namespace OrvikDatum {
 
