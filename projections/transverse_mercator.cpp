@@ -8,6 +8,7 @@
 // Formulation: the series is multiplied out so that neither the tangent nor a division by the
 // cosine of the latitude occurs forward (t = tan² appears only with powers of cos² in front).
 #include "projections/family.h"
+#include "projections/longitude.h"
 #include "projections/meridian.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -45,7 +46,7 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   static int32_t refuse(const Entries &p, const Ellipsoid &) { return p[2] == 0.0 ? 0 : -1; }
 
   static bool derive(const Entries &p, const Ellipsoid &s, TransverseMercatorBlock &b) {
-    b = {s.a, s.e, s.es, p[2], p[4], p[5], p[6], p[7], 1.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+    b = {s.a, s.e, s.es, p[2], meridianOf(p[4]), p[5], p[6], p[7], 1.0, 0.0, 0.0, 0.0, 0.0, 0.0};
     if (s.es > 0.0) {
       b.e0 = oprj_E0fn(s.es, nullptr);
       b.e1 = oprj_E1fn(s.es, nullptr);
@@ -61,7 +62,7 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
-    const V dLon = adjustLongitude(lon - V(b.lon0));
+    const V dLon = wrapDifference(lon - V(b.lon0));
     const SinCos<V> p = sincos(lat);
     if (b.e < kSphereBelow) return forwardSphere(b, dLon, lat, p, stop);
 
