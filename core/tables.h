@@ -146,14 +146,17 @@ typedef struct {
 
 /* --- start --- */
 
-/** Loads the reference data anew into the toolkit's record (null: the process's own). Returns the
-   report in the slot, or null. */
+/** Loads the reference data anew into the toolkit's record (null: the process's own); not while
+   other threads use the tables. Returns the report in the slot, or null; without a slot the report
+   is the caller's to delete. */
 OPRJ_API Oerr_Report *oprj_Init(Oint_Toolkit *toolkit, Oerr_Report **err);
 
 /** The loaded reference data of the toolkit's record (borrowed), loading it when the slot is empty;
    null with 1 "Toolkit has not been initialized" or 2 "Error returned from oprj_Init". */
 OPRJ_API const Oprj_InitData *oprj_InitDataGet(Oint_Toolkit *toolkit, Oerr_Report **err);
 
+/** New reference data from files (null: the default ones). A table that cannot be read stays empty:
+   the data is returned all the same, beside the report of the last step that failed. */
 OPRJ_API Oprj_InitData *oprj_InitProjectionData(const char *dictionaryFile,
                                                 const char *spheroidFile,
                                                 const char *statePlaneFile, Oerr_Report **err);
@@ -163,7 +166,8 @@ OPRJ_API void oprj_InitDataFree(Oprj_InitData **data);
 /** Builds the dictionary of record designs and keeps four of them in `data`. */
 OPRJ_API Omif_Dictionary *oprj_InitDictionaryCreate(Oprj_InitData *data, Oerr_Report **err);
 
-/* --- files to lists --- */
+/* --- files to lists: Parse takes a text or else a file (both null: the default files) and returns
+   a new list; Read appends it to the data's table and returns that --- */
 
 OPRJ_API Oprj_Query *oprj_QueryTableRead(Oprj_InitData *data, const char *fileName,
                                          Oerr_Report **err);
@@ -171,6 +175,9 @@ OPRJ_API Oprj_Query *oprj_QueryTableParse(const char *text, const char *fileName
                                           Oerr_Report **err);
 OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, const char *fileName,
                                                          Oerr_Report **err);
+/** The list is the process's one table of all spheroids read so far, and the caller one more user
+   of it: release it with oprj_SpheroidTableEntryFree. Syntax errors are printed, and what was read
+   before them stays. */
 OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const char *text, const char *fileName,
                                                           Oerr_Report **err);
 OPRJ_API Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const char *fileName,
@@ -205,6 +212,7 @@ OPRJ_API void oprj_QueryFree(Oprj_Query **list);
 OPRJ_API void oprj_QueryEntryFree(Oprj_QueryEntry **list);
 OPRJ_API void oprj_CondQueryEntryFree(Oprj_CondQueryEntry **list);
 OPRJ_API void oprj_SPTableEntryFree(Oprj_SPTableEntry **list);
+/** Releases the process's table, which empties with its last user. */
 OPRJ_API void oprj_SpheroidTableEntryFree(Oprj_SpheroidTableEntry **list);
 
 /* Printers write the files' own language to standard output. */

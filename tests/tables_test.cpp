@@ -60,6 +60,7 @@ TEST_F(Start, OneFailedTableKeepsTheSlotEmptyAndEveryLookupTriesAgain) {
 }
 
 TEST_F(Start, DataComesBackBesideTheReportOfTheLastFailedStep) {
+  const LogCapture log;  // the datums are known to the process already
   Slot slot;
   InitDataPtr data(oprj_InitProjectionData("absent.dat", nullptr, nullptr, slot));
   expectReport(slot, "oprj_InitProjectionData", 2, "Error returned from oprj_QueryTableRead");
@@ -212,6 +213,7 @@ TEST_F(Start, EveryAllocationOfTheDirectoryWalkMayFail) {
 }
 
 TEST_F(Start, InitProjectionDataSurvivesEveryAllocationFailure) {
+  const LogCapture log;  // the datums are known to the process already
   // Dictionaries of designs live as long as the process, so blocks are not counted here.
   complained([&] {
     for (int64_t n = 1;; ++n) {
