@@ -8,9 +8,9 @@
 #include <numbers>
 #include <string>
 
-#include "core/number_text.h"
 #include "core/reference_data.h"
 #include "core/table_records.h"
+#include "toolkit/c_locale.h"
 
 namespace {
 
@@ -189,8 +189,11 @@ class Questions {
 
   /// The values that select a branch are shown with their labels; either is an answer.
   bool askCondition(const Oprj_QueryEntry &entry) {
-    for (const auto *branch = entry.conditionalList; branch; branch = branch->next)
-      std::printf("%s: %s\n", NumberText::general(branch->value).c_str(), textOf(branch->label));
+    {
+      const orvik::toolkit::ClassicLocale points;
+      for (const auto *branch = entry.conditionalList; branch; branch = branch->next)
+        std::printf("%lg: %s\n", branch->value, textOf(branch->label));
+    }
     const Oprj_CondQueryEntry *chosen = nullptr;
     const bool answered = repeat(entry, [&](const Answer &answer) {
       double value = 0.0;

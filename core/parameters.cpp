@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "core/number_text.h"
 #include "core/records.h"
+#include "toolkit/c_locale.h"
 
 using namespace orvik::oprj;
 
@@ -66,6 +66,7 @@ void oprj_ProParametersPrint(const Oprj_ProParameters *record, Oerr_Report **err
     e.fail(1, "Invalid input Oprj_ProParameters");
     return;
   }
+  const orvik::toolkit::ClassicLocale points;  // decimal points, whatever the process's locale
   if (record->proType == OPRJ_INTERNAL) {
     std::printf("Internal projection\n");
     std::printf("Projection number = %ld\n", static_cast<long>(record->proNumber));
@@ -80,15 +81,14 @@ void oprj_ProParametersPrint(const Oprj_ProParameters *record, Oerr_Report **err
   std::printf("Projection parameters\n");
   long index = 0;
   for (const double value : elementsOf(record->proParams))
-    std::printf("%ld = %s\n", index++, NumberText::fixed(value).c_str());
+    std::printf("%ld = %f\n", index++, value);
   const Oprj_Spheroid unset = {};
   const Oprj_Spheroid &spheroid = record->proSpheroid ? *record->proSpheroid : unset;
   std::printf("Spheroid name = %s\n", textOf(spheroid.sphereName));
-  std::printf("Semi-major axis of spheroid = %s\n", NumberText::fixed(spheroid.a).c_str());
-  std::printf("Semi-minor axis of spheroid = %s\n", NumberText::fixed(spheroid.b).c_str());
-  std::printf("Eccentricity-squared of spheroid = %s\n",
-              NumberText::fixed(spheroid.eSquared).c_str());
-  std::printf("Radius of sphere = %s\n", NumberText::fixed(spheroid.radius).c_str());
+  std::printf("Semi-major axis of spheroid = %f\n", spheroid.a);
+  std::printf("Semi-minor axis of spheroid = %f\n", spheroid.b);
+  std::printf("Eccentricity-squared of spheroid = %f\n", spheroid.eSquared);
+  std::printf("Radius of sphere = %f\n", spheroid.radius);
 }
 
 int32_t oprj_Proj7xNumber(int32_t number, Oerr_Report **err) {

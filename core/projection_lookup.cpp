@@ -29,8 +29,11 @@ bool isExample(const Oprj_Query &query, const Oprj_ProParameters &record) {
 
 /// "State Plane, Zone …" with what the table knows of the zone.
 char *describeZone(Oint_Toolkit *toolkit, const Oprj_ProParameters &record, ErrorScope &e) {
-  if (record.proZone < 0)  // negated as unsigned, because the lowest integer has no positive twin
-    return ostr_Format("State Plane, FIPS Zone %u", 0u - static_cast<uint32_t>(record.proZone));
+  if (record.proZone < 0) {
+    // Negated as unsigned: the lowest integer has no positive twin and stays what it is.
+    const auto fips = static_cast<int32_t>(0u - static_cast<uint32_t>(record.proZone));
+    return ostr_Format("State Plane, FIPS Zone %d", fips);
+  }
   const auto *zone =
       oprj_SPEntryByZoneNumber(toolkit, record.proZone, oprj_NADCodeGet(&record), e.cause());
   if (zone)

@@ -3,8 +3,8 @@
 
 #include <cstdio>
 
-#include "core/number_text.h"
 #include "core/records.h"
+#include "toolkit/c_locale.h"
 
 using namespace orvik::oprj;
 
@@ -85,9 +85,9 @@ void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
 }
 
 void oprj_CondQueryEntryListPrint(const Oprj_CondQueryEntry *list) {
+  const orvik::toolkit::ClassicLocale points;  // decimal points, whatever the process's locale
   for (const Oprj_CondQueryEntry *branch = list; branch; branch = branch->next) {
-    std::printf("\t\t%s:\"%s\": {\n", NumberText::general(branch->value).c_str(),
-                textOf(branch->label));
+    std::printf("\t\t%lg:\"%s\": {\n", branch->value, textOf(branch->label));
     oprj_QueryEntryListPrint(branch->queryEntryList);
     std::printf("\t\t}\n");
   }

@@ -458,7 +458,7 @@ TEST_F(Lookup, Descriptions) {
   EXPECT_EQ(describe(1, 17, 0), "UTM, Zone 17");
   EXPECT_EQ(describe(2, -3601, 0), "State Plane, FIPS Zone 3601");
   EXPECT_EQ(describe(2, std::numeric_limits<int32_t>::min(), 0),
-            "State Plane, FIPS Zone 2147483648");
+            "State Plane, FIPS Zone -2147483648");
   EXPECT_EQ(describe(2, 101, 1), "State Plane, Zone 101 (FIPS Zone 5101)");
   EXPECT_EQ(describe(2, 3601, 2), "State Plane, Zone 3601 (FIPS Zone 3601)");
   EXPECT_EQ(describe(9, 4, 0), "The Name");
