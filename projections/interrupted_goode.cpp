@@ -71,19 +71,19 @@ struct InterruptedGoode : FamilyBase<InterruptedGoodeBlock> {
     const V along = x * perMetre, up = abs(y) * perMetre;
     stop.when(up > V(kTop + kClose), kOutside);
     const V north = min(up, V(kTop));
-    V lat = min(north, V(kJoint)), width = cos(lat), widthBelow = width;
+    V lat = min(north, V(kJoint)), width = cos(lat), edgeWidth = width;
     const Truth<V> polar = north >= V(kJointHeight);
     if (any(polar)) {
       const V height = min((north + kShift) * (1.0 / kMollweideHeight), V(1.0));
       const MollweideLatitude<V> p = mollweideLatitude(height);
       lat = select(polar, p.lat, lat);
       width = select(polar, kMollweideWidth * p.width, width);
-      widthBelow =
+      edgeWidth =
           select(north - kClose >= V(kJointHeight),
-                 kMollweideWidth * mollweideWidth(height - kClose / kMollweideHeight), widthBelow);
+                 kMollweideWidth * mollweideWidth(height - kClose / kMollweideHeight), edgeWidth);
     }
     const OnLobe<V> at =
-        onLobe(lobeAt(kLobes, along, y >= V(0.0)), along, width, widthBelow, kClose);
+        onLobe(lobeAt(kLobes, along, y >= V(0.0)), along, width, edgeWidth, kClose);
     stop.when(at.inGap, kGap);
     stop.when(at.outside, kOutside);
     return {at.longitude, copysign(lat, y)};

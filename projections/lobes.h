@@ -54,16 +54,17 @@ struct OnLobe {
   Truth<V> outside;  ///< beyond the edge of the sheet
 };
 
-/// Undoes the narrowing. A point beyond an edge still counts as on it when it is no more than
-/// `tolerance` away sideways, or when the parallel that far down, of the width `widthBelow`,
-/// reaches it: at a pole the edges run flat and rounding in y alone moves them by metres.
+/// Undoes the narrowing. A point counts as on the sheet up to `tolerance` beyond the edge of the
+/// parallel of the width `edgeWidth`: the one that far nearer to the equator, because at a pole the
+/// edges run flat and rounding in y alone moves them by metres.
 template <class V>
-OPRJ_INLINE OnLobe<V> onLobe(Lobe<V> lobe, V abscissa, V width, V widthBelow, double tolerance) {
+OPRJ_INLINE OnLobe<V> onLobe(Lobe<V> lobe, V abscissa, V width, V edgeWidth, double tolerance) {
   const V d = abscissa - lobe.meridian;
   const V toEast = lobe.east - lobe.meridian, toWest = lobe.west - lobe.meridian;
-  const Truth<V> beyondEast = d > max(fma(toEast, width, V(tolerance)), toEast * widthBelow);
-  const Truth<V> beyondWest = d < min(fma(toWest, width, V(-tolerance)), toWest * widthBelow);
-  const Truth<V> facesEast = lobe.east<V(kPi), facesWest = lobe.west> V(-kPi);
+  const Truth<V> beyondEast = d > fma(toEast, edgeWidth, V(tolerance));
+  const Truth<V> beyondWest = d < fma(toWest, edgeWidth, V(-tolerance));
+  const Truth<V> facesEast = lobe.east < V(kPi);
+  const Truth<V> facesWest = lobe.west > V(-kPi);
   const V within = min(max(d / width, toWest), toEast);
   const V turn = select(width > V(0.0), within, V(0.0));
   // edges come back exactly
