@@ -105,7 +105,7 @@ Oprj_Point3D toLocal(const Block &b, const Oprj_Point3D &geog) {
 }
 
 /// The way back, not finite when there is none: Bowring's formula [Bowring76] for the latitude,
-/// repeated until it stands still. Within 45 km of the Earth's centre, where a point lies on
+/// repeated until it stands still. Within 43 km of the Earth's centre, where a point lies on
 /// several normals, it may not.
 Oprj_Point3D toGeographic(const Block &b, const Oprj_Point3D &local) {
   const double east = local.x - b.falseEast, north = local.y - b.falseNorth;

@@ -1,0 +1,261 @@
+// Anchored LSR: the published example, PROJ's topocentric coordinates in three dimensions, the
+// two-dimensional functions as their part of height 0, the horizon and the outline.
+#include <gtest/gtest.h>
+#include <proj.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
+
+#include "family_support.h"
+#include "support.h"
+
+namespace {
+
+using namespace oprj_test;
+using orvik::test::expectNoReport;
+using orvik::test::expectReport;
+using orvik::test::Slot;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr const char *kForwardText = "Point cannot be projected, point # %ld:  %lf, %lf";
+constexpr const char *kInverseText = "Input data error, point # %ld:  %lf, %lf";
+
+Projection anchoredAt(double lon, double lat, Axes axes = kWGS84, double east = 0,
+                      double north = 0) {
+  return Projection(oprj_AnchoredLSRInit, 53,
+                    {{4, lon * kDeg}, {5, lat * kDeg}, {6, east}, {7, north}}, axes);
+}
+
+Oprj_Point3D through(const Projection &projection, bool forward, Oprj_Point3D p) {
+  const Oprj_MapProjection *object = projection.object();
+  Slot err;
+  (forward ? object->fromLL3D : object->toLL3D)(&p, object->parameters, &p, 1, err);
+  expectNoReport(err);
+  return p;
+}
+
+TEST(AnchoredLSR, WorkedExample) {
+  // [EPSG7-2], topocentric conversion; its origin lies 200 m above the ellipsoid, ours on it.
+  const Projection ours = anchoredAt(5, 55);
+  const Oprj_Point3D geog{dms(2, 7, 46.38) * kDeg, dms(53, 48, 33.82) * kDeg, 73};
+  const Oprj_Point3D local = through(ours, true, geog);
+  EXPECT_NEAR(local.x, -189013.869, 0.0006);
+  EXPECT_NEAR(local.y, -128642.040, 0.0006);
+  EXPECT_NEAR(local.z - 200, -4220.171, 0.0006);
+  const Oprj_Point3D back = through(ours, false, {-189013.869, -128642.040, -4220.171 + 200});
+  EXPECT_NEAR(back.x, geog.x, 1e-10);
+  EXPECT_NEAR(back.y, geog.y, 1e-10);
+  EXPECT_NEAR(back.z, 73, 0.001);
+}
+
+TEST(AnchoredLSR, ThreeDimensionsMatchProj) {
+  const struct {
+    double lon, lat;
+  } anchors[] = {{5, 55}, {-100, 0}, {179.9, -33}, {20, 90}, {0, -89.99}};
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> lon(-180, 180), sine(-1, 1);
+  for (const auto &anchor : anchors) {
+    const Projection ours = anchoredAt(anchor.lon, anchor.lat, kWGS84, 5000, -7000);
+    char text[300];
+    std::snprintf(text, sizeof text,
+                  "+proj=pipeline +step +proj=cart +ellps=WGS84 +step +proj=topocentric "
+                  "+ellps=WGS84 +lon_0=%.17g +lat_0=%.17g +h_0=0",
+                  anchor.lon, anchor.lat);
+    std::unique_ptr<PJ, decltype(&proj_destroy)> peer(proj_create(nullptr, text), proj_destroy);
+    ASSERT_NE(peer, nullptr);
+    // From deep below the surface to beyond the geostationary satellites, all round.
+    for (const double height : {-4e6, -1e4, 0.0, 9e3, 8e5, 4.2e7}) {
+      for (int i = 0; i < 200; ++i) {
+        const Oprj_Point3D geog{lon(random) * kDeg, std::asin(sine(random)), height};
+        const PJ_COORD c = proj_trans(peer.get(), PJ_FWD, proj_coord(geog.x, geog.y, geog.z, 0));
+        const Oprj_Point3D local = through(ours, true, geog);
+        const double metres = 1e-15 * (2e7 + 2 * std::fabs(height));
+        EXPECT_NEAR(local.x - 5000, c.xyz.x, metres);
+        EXPECT_NEAR(local.y + 7000, c.xyz.y, metres);
+        EXPECT_NEAR(local.z, c.xyz.z, metres);
+        const Oprj_Point3D back = through(ours, false, local);
+        EXPECT_NEAR(std::remainder(back.x - geog.x, 2 * M_PI) * std::cos(geog.y), 0, 1e-14);
+        EXPECT_NEAR(back.y, geog.y, 1e-14);
+        EXPECT_NEAR(back.z, height, metres);
+      }
+    }
+  }
+}
+
+/// The two-dimensional functions are east and north of height 0, over the whole visible side.
+TEST(AnchoredLSR, TwoDimensionsAreHeightNought) {
+  const Axes flat{6378137, 6378137 * 0.9};
+  for (const Axes axes : {kWGS84, kNominalSphere, flat}) {
+    for (const double lat0 : {0.0, 51.0, -80.0, 90.0}) {
+      const Projection ours = anchoredAt(170, lat0, axes, 100, 200);
+      int projected = 0;
+      for (const Oprj_Point &g : Grid{-180, 180, -90, 90, 4.5}.points()) {
+        const double up = std::sin(g.y) * std::sin(lat0 * kDeg) +
+                          std::cos(g.y) * std::cos(lat0 * kDeg) * std::cos(g.x - 170 * kDeg);
+        if (std::fabs(up) < 1e-9) continue;  // on the horizon but for rounding
+        Oprj_Point p = g;
+        Slot err;
+        ours.object()->fromLL(&p, ours.object()->parameters, &p, 1, err);
+        EXPECT_EQ(err.get() == nullptr, up > 0) << g.x / kDeg << " " << g.y / kDeg;
+        if (up <= 0) continue;
+        ++projected;
+        const Oprj_Point3D solid = through(ours, true, {g.x, g.y, 0});
+        EXPECT_NEAR(p.x, solid.x, 1e-8);
+        EXPECT_NEAR(p.y, solid.y, 1e-8);
+        const Oprj_Point back = ours.inverse(p.x, p.y);
+        // Near the horizon a metre on the sheet is many on the ground.
+        const double tolerance = 1e-13 / up;
+        EXPECT_NEAR(std::remainder(back.x * kDeg - g.x, 2 * M_PI) * std::cos(g.y), 0, tolerance);
+        EXPECT_NEAR(back.y * kDeg, g.y, tolerance);
+      }
+      EXPECT_GT(projected, 1000);
+    }
+  }
+}
+
+TEST(AnchoredLSR, StopsAndContract) {
+  const Projection ours = anchoredAt(0, 0);
+  const double a = kWGS84.a, b = kWGS84.b;
+  checkStops(ours, {0.2, 0.3},
+             {{"the horizon", true, {90 * kDeg + 1e-12, 0}, 20, kForwardText},
+              {"the pole, on the horizon", true, {0, 90.0000001 * kDeg}, 20, kForwardText},
+              {"behind", true, {3, 0.1}, 20, kForwardText},
+              {"infinite longitude", true, {kInfinity, 0.1}, 20, kForwardText},
+              {"outside, east", false, {a * (1 + 1.1e-10), 0}, 20, kInverseText},
+              {"outside, south", false, {0, -b * (1 + 1.1e-10)}, 20, kInverseText},
+              {"far outside", false, {1e300, 0}, 20, kInverseText},
+              {"infinite", false, {0, kInfinity}, 20, kInverseText}});
+  // A hair outside is the outline.
+  EXPECT_NEAR(ours.inverse(a * (1 + 5e-11), 0).x, 90, 1e-3);
+  EXPECT_NEAR(ours.inverse(0, b * (1 + 5e-11)).y, 90, 1e-3);
+  checkContract(ours, "AnchoredLSR", {0.2, 0.3});
+  checkRefusals(oprj_AnchoredLSRInit, "oprj_AnchoredLSRInit", 53, kWGS84,
+                {{"seven entries", {}, 7, 2, "Insufficient projection parameters"},
+                 {"no anchor", {{5, kNaN}}, 8, 6, "Improper parameter"},
+                 {"infinite offset", {{6, -kInfinity}}, 8, 6, "Improper parameter"}});
+  checkCompared(oprj_AnchoredLSRProParametersEqual, 53, {4, 5, 6, 7});
+}
+
+TEST(AnchoredLSR, ThreeDimensionalContract) {
+  const Projection ours = anchoredAt(10, 50);
+  const Oprj_MapProjection &object = *ours.object();
+  ASSERT_EQ(object.fromLL3D, oprj_AnchoredLSRFromLL3D);
+  ASSERT_EQ(object.toLL3D, oprj_AnchoredLSRToLL3D);
+  const struct {
+    bool forward;
+    const char *function, *in, *out, *stop;
+    Oprj_Point3D good;
+    std::initializer_list<Oprj_Point3D> bad;
+  } directions[] = {
+      {true,
+       "oprj_AnchoredLSRFromLL3D",
+       "Invalid input geog points",
+       "Invalid input projected points",
+       kForwardText,
+       {0.2, 0.9, 100},
+       {{0.2, 90.001 * kDeg, 0}, {kInfinity, 0.5, 0}, {0.2, -kInfinity, 0}, {0.2, 0.5, kInfinity}}},
+      {false,
+       "oprj_AnchoredLSRToLL3D",
+       "Invalid input projected points",
+       "Invalid input geog points",
+       kInverseText,
+       {1000, 2000, 300},
+       {{kInfinity, 0, 0}, {0, -kInfinity, 0}, {0, 0, kInfinity}}},
+  };
+  for (const auto &d : directions) {
+    SCOPED_TRACE(d.function);
+    const Oprj_PointFunction3D function = d.forward ? object.fromLL3D : object.toLL3D;
+    const double *block = object.parameters;
+    Oprj_Point3D out{-77, -77, -77};
+    Slot err;
+    function(&d.good, nullptr, &out, 1, err);
+    expectReport(err, d.function, 1, "Invalid input parameters");
+    function(nullptr, block, &out, 1, err);
+    expectReport(err, d.function, 2, d.in);
+    function(&d.good, block, nullptr, 1, err);
+    expectReport(err, d.function, 3, d.out);
+    for (const int32_t count : {0, -3}) {
+      function(&d.good, block, &out, count, err);
+      expectNoReport(err);
+      EXPECT_EQ(out.x, -77);
+    }
+    // A NaN anywhere gives three, and the others go on; in place.
+    const Oprj_Point3D alone = through(ours, d.forward, d.good);
+    Oprj_Point3D points[] = {d.good,
+                             {kNaN, d.good.y, d.good.z},
+                             {d.good.x, kNaN, d.good.z},
+                             {d.good.x, d.good.y, kNaN},
+                             d.good};
+    function(points, block, points, 5, err);
+    expectNoReport(err);
+    for (size_t i = 0; i < 5; ++i) {
+      if (i == 0 || i == 4) {
+        EXPECT_EQ(std::memcmp(&points[i], &alone, sizeof alone), 0) << i;
+      } else {
+        EXPECT_TRUE(std::isnan(points[i].x) && std::isnan(points[i].y) && std::isnan(points[i].z));
+      }
+    }
+    for (const Oprj_Point3D &bad : d.bad) {
+      const Oprj_Point3D in[] = {d.good, bad, d.good};
+      Oprj_Point3D result[3] = {{-77, -77, -77}, {-77, -77, -77}, {-77, -77, -77}};
+      function(in, block, result, 3, err);
+      char expected[400];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+      std::snprintf(expected, sizeof expected, d.stop, 1L, bad.x, bad.y);
+#pragma GCC diagnostic pop
+      expectReport(err, d.function, 20, expected);
+      int64_t index = -1;
+      double x = 0, y = 0;
+      EXPECT_TRUE(oerr_PointGet(err.get(), &index, &x, &y));
+      EXPECT_EQ(index, 1);
+      EXPECT_EQ(x, bad.x);
+      EXPECT_EQ(y, bad.y);
+      EXPECT_EQ(std::memcmp(&result[0], &alone, sizeof alone), 0);
+      EXPECT_EQ(result[1].x, -77);
+      EXPECT_EQ(result[2].z, -77);
+    }
+  }
+}
+
+/// Within 43 km of the centre a point lies on several normals: what is found is one of them, or is
+/// reported; outside all is found.
+TEST(AnchoredLSR, TheEarthsCentre) {
+  const Projection ours = anchoredAt(0, 0);
+  const Oprj_MapProjection &object = *ours.object();
+  std::mt19937_64 random(2);
+  std::normal_distribution<double> any;
+  for (const double radius : {1.0, 1e3, 2e4, 4.2e4, 4.3e4, 6e4, 1e6}) {
+    int stops = 0;
+    for (int i = 0; i < 500; ++i) {
+      const double x = any(random), y = any(random), z = any(random);
+      const double scale = radius / std::sqrt(x * x + y * y + z * z);
+      const Oprj_Point3D p{x * scale, y * scale, z * scale - kWGS84.a};
+      Oprj_Point3D geog;
+      Slot err;
+      object.toLL3D(&p, object.parameters, &geog, 1, err);
+      if (err.get()) {
+        ++stops;
+        continue;
+      }
+      const Oprj_Point3D again = through(ours, true, geog);
+      EXPECT_NEAR(again.x, p.x, 1e-8);
+      EXPECT_NEAR(again.y, p.y, 1e-8);
+      EXPECT_NEAR(again.z, p.z, 1e-8);
+    }
+    if (radius >= 4.3e4) {
+      EXPECT_EQ(stops, 0) << radius;
+    }
+  }
+  const Oprj_Point3D centre{0, 0, -kWGS84.a};
+  Oprj_Point3D geog;
+  Slot err;
+  object.toLL3D(&centre, object.parameters, &geog, 1, err);
+  EXPECT_NE(err.get(), nullptr);
+}
+
+}  // namespace
