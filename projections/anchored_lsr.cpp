@@ -11,7 +11,7 @@
 //   B = 1/n + north sin phi0 cos phi0 e² / (1 - e²), C = east² + north² (A with phi0 + 90 degrees).
 #include <cmath>
 
-#include "projections/family.h"
+#include "projections/longitude.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -32,7 +32,8 @@ struct AnchoredLSR : FamilyBase<AnchoredLSRBlock> {
                            .toLL3D = oprj_AnchoredLSRToLL3D};
 
   static bool derive(const Entries &p, const Ellipsoid &s, AnchoredLSRBlock &b) {
-    b = {s.a, s.e, s.es, p[4], p[5], p[6], p[7], std::sin(p[5]), std::cos(p[5]), 0, 0, 0};
+    b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7], std::sin(p[5]), std::cos(p[5]),
+         0,   0,   0};
     const double n = std::sqrt(1.0 - s.es * b.sin0 * b.sin0);
     b.rho0 = b.cos0 / n;
     b.z0 = (1.0 - s.es) * b.sin0 / n;
@@ -65,7 +66,7 @@ struct AnchoredLSR : FamilyBase<AnchoredLSRBlock> {
     const V up = -constant / (linear + sqrt(max(inside, V(0.0))));
     const V rho = fma(V(b.cos0), up, fma(V(-b.sin0), north, V(b.rho0)));
     const V z = fma(V(b.sin0), up, fma(V(b.cos0), north, V(b.z0)));
-    return {adjustLongitude(adjustLongitude(b.lon0 + atan2(east, rho))),
+    return {wrapDifference(b.lon0 + atan2(east, rho)),
             atan2(z, oneEs * sqrt(fma(rho, rho, east * east)))};
   }
 };
@@ -123,7 +124,7 @@ Oprj_Point3D toGeographic(const Block &b, const Oprj_Point3D &local) {
   if (!(std::fabs(correction) <= kLatitudeTolerance) || std::cos(phi) < 0.0) return kNowhere;
   const double s = std::sin(phi), c = std::cos(phi);
   const double lon = b.lon0 + std::atan2(east, outward);
-  return {OPRJ_SET::adjustLongitude(OPRJ_SET::adjustLongitude(lon)), phi,
+  return {OPRJ_SET::wrapDifference(lon), phi,
           rho * c + z * s - b.a * std::sqrt(1.0 - b.es * s * s)};
 }
 

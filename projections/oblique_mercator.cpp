@@ -14,7 +14,7 @@
 #include <cmath>
 
 #include "projections/auxiliary_latitude.h"
-#include "projections/family.h"
+#include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -84,7 +84,7 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
       gamma = std::atan(fromLine / (0.5 * (f - 1.0 / f)));
       alpha = oprj_Asin(b.D * std::sin(gamma), nullptr);
     }
-    b.lon0 = adjustLongitude(adjustLongitude(b.lon0));
+    b.lon0 = meridianOf(b.lon0);
     b.sinGamma = std::sin(gamma);
     b.cosGamma = std::cos(gamma);
     b.sinAlpha = std::sin(alpha);
@@ -95,7 +95,7 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
 
   template <class V>
   static Projected<V> forward(const ForwardRun &b, V lon, V lat, Stops<V> &stop) {
-    const SinCos<V> along = sincos(b.B * adjustLongitude(lon - V(b.lon0)));
+    const SinCos<V> along = sincos(b.B * wrapDifference(lon - V(b.lon0)));
     const V q = exp(fma(V(b.B), isometricLatitude(b.conformal, sincos(lat)), V(b.lnE)));
     const V q2 = q * q, twoQ = q + q;
     const V t = q2 + V(1.0), s = q2 - V(1.0), v = twoQ * along.sin;
@@ -122,7 +122,7 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     const V psi = copysign(log((t + abs(tu)) / sqrt(fma(m, m, c * c))), tu);
     const Solved<V> lat = latitudeOfIsometric(b.conformal, (psi - V(b.lnE)) / V(b.B));
     stop.when(~lat.converged, kPhi2);
-    return {adjustLongitude(b.lon0 - atan2(m, c) / V(b.B)), lat.phi};
+    return {wrapDifference(b.lon0 - atan2(m, c) / V(b.B)), lat.phi};
   }
 
  private:

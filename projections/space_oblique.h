@@ -18,7 +18,7 @@
 
 #include <cmath>
 
-#include "projections/family.h"
+#include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -64,7 +64,7 @@ inline SpaceObliqueOrbit orbitOf(double es, double p, double inclination, double
   o.sinI = std::sin(inclination);
   o.cosI = std::cos(inclination);
   if (std::fabs(o.cosI) < kLeastCosine) o.cosI = kLeastCosine;
-  o.lon0 = adjustLongitude(adjustLongitude(lon0));
+  o.lon0 = meridianOf(lon0);
   o.endOfPath = endOfPath;
   const double oneEs = 1.0 - es, e2s = es * o.sinI * o.sinI, e2c = es * o.cosI * o.cosI;
   o.q = e2s / oneEs;

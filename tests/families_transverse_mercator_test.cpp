@@ -110,6 +110,22 @@ TEST(TransverseMercator, RoundTripsWithinItsDomain) {
   }
 }
 
+/// A central meridian of 279 degrees is 81 west, for the points on both sides of it.
+TEST(TransverseMercator, CentralMeridianOfTheOtherTurn) {
+  const Projection west(oprj_TransverseMercatorInit, 9, kUtm17, kGRS80);
+  const Projection east(oprj_TransverseMercatorInit, 9, {{2, 0.9996}, {4, 279 * kDeg}, {6, 500000}},
+                        kGRS80);
+  for (const double lon : {-83.0, -81.0000001, -81.0, -79.0, 277.0, 281.0, 639.5}) {
+    const double shortest = std::remainder(lon, 360);
+    const Oprj_Point expected = west.forward(shortest, 35);
+    for (const Oprj_Point &p : {east.forward(lon, 35), west.forward(lon, 35)}) {
+      EXPECT_NEAR(p.x, expected.x, 1e-7) << lon;
+      EXPECT_NEAR(p.y, expected.y, 1e-7) << lon;
+    }
+    EXPECT_NEAR(east.inverse(expected.x, expected.y).x, shortest, 1e-8);
+  }
+}
+
 TEST(TransverseMercator, PolesAndBeyond) {
   const Projection ours(oprj_TransverseMercatorInit, 9, kUtm17, kGRS80);
   const double quarter = 10001965.7293;  // GRS 80, metres
