@@ -19,7 +19,8 @@ inline bool oppositeParallels(double phi1, double phi2) { return std::fabs(phi1 
 /// Parallels this close are one: n is then the sine of the latitude.
 inline bool oneParallel(double phi1, double phi2) { return std::fabs(phi1 - phi2) < kClose; }
 
-inline bool entryAtPole(double phi) { return std::fabs(std::cos(phi)) <= kClose; }
+/// False for poles and for entries that mean no latitude (degrees given for radians, say).
+inline bool betweenPoles(double phi) { return std::cos(phi) > kClose; }
 
 /// sin b - sin a without cancellation.
 inline double sineDifference(double a, double b) {

@@ -32,19 +32,19 @@ struct LambertConformalConic : FamilyBase<LambertConformalConicBlock> {
 
   static bool derive(const Entries &p, const Ellipsoid &s, LambertConformalConicBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], meridianOf(p[4]), p[5], p[6], p[7], {}};
-    if (entryAtPole(b.phi1) || entryAtPole(b.phi2)) return false;
+    if (!betweenPoles(b.phi1) || !betweenPoles(b.phi2)) return false;
     ConformalCone &c = b.cone;
     setReference(c, s, b.phi1);
     c.n = coneConstant(s, b.phi1, b.phi2);
     c.scale = s.a;
     c.lon0 = b.lon0;
     c.east = b.falseEast;
-    // from the reference parallel to the origin's
+    // from the reference parallel to the origin's; an origin at the apex has rho 0
+    const SinCos<double> origin{std::sin(b.lat0), std::cos(b.lat0)};
     double growth = -1.0;
-    if (!entryAtPole(b.lat0)) {
-      const SinCos<double> origin{std::sin(b.lat0), std::cos(b.lat0)};
+    if (std::fabs(origin.cos) > kClose) {
       growth = std::expm1(-c.n * (isometricLatitude(c.conformal, origin) - c.psi1));
-    } else if (b.lat0 * c.n <= 0.0) {
+    } else if (origin.sin * c.n < 0.0) {
       return false;
     }
     c.north = b.falseNorth + s.a * c.r1 / c.n * growth;

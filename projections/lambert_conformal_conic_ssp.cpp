@@ -38,7 +38,7 @@ struct LambertConformalConicSSP : FamilyBase<LambertConformalConicSSPBlock> {
 
   static bool derive(const Entries &p, const Ellipsoid &s, LambertConformalConicSSPBlock &b) {
     b = {s.a, s.e, s.es, p[2], meridianOf(p[3]), p[4], p[5], p[6], {}};
-    if (entryAtPole(b.phi0)) return false;
+    if (!betweenPoles(b.phi0)) return false;
     setReference(b.cone, s, b.phi0);
     b.cone.n = std::sin(b.phi0);
     b.cone.scale = s.a * b.k0;

@@ -185,7 +185,8 @@ Difference againstProj(const Projection &projection, const std::string &definiti
   return worst;
 }
 
-Difference againstGctp(const Projection &projection, int32_t system, Axes axes, EntryList entries,
+Difference againstGctp(const Projection &projection, int32_t system, Axes axes,
+                       const std::vector<std::pair<int, double>> &entries,
                        std::initializer_list<int> angles, const Grid &grid) {
   double parameters[15] = {axes.a, axes.b};
   for (const auto &[index, value] : entries) parameters[index] = value;

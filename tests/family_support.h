@@ -108,7 +108,8 @@ Difference againstProj(const Projection &projection, const std::string &definiti
 /// The same against libgctp: `system` is its projection code (Robinson 21, SOM 22, ... ),
 /// parameters 0-based with angles in radians at the places listed in `angles`. A sphere-only system
 /// takes its radius from entry 0.
-Difference againstGctp(const Projection &projection, int32_t system, Axes axes, EntryList entries,
+Difference againstGctp(const Projection &projection, int32_t system, Axes axes,
+                       const std::vector<std::pair<int, double>> &entries,
                        std::initializer_list<int> angles, const Grid &grid);
 
 /// Largest difference in degrees of inverse(forward(p)) from p over the grid, longitudes times
