@@ -44,11 +44,13 @@ struct PolarStereographic : FamilyBase<PolarStereographicBlock> {
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
-    stop.when(b.pole * lat <= V(kClose - kHalfPi), kCannotProject);
+    const V towardsPole = b.pole * lat;
+    stop.when(towardsPole <= V(kClose - kHalfPi), kCannotProject);
     SinCos<V> p = sincos(lat);
     p.sin = b.pole * p.sin;
     const SinCos<V> l = sincos(wrapDifference(lon - V(b.lon0)));
-    const V rho = b.scale * conformalT(b.conformal, p);
+    // the pole's cosine is not 0 in doubles: rho would be 0.4 nm
+    const V rho = select(towardsPole >= V(kHalfPi), V(0.0), b.scale * conformalT(b.conformal, p));
     return {fma(rho, l.sin, V(b.falseEast)), fma(-b.pole * rho, l.cos, V(b.falseNorth))};
   }
 
