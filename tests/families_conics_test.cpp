@@ -110,7 +110,7 @@ struct System {
   const char *proj;
   Grid grid;
   double metres, degrees;  ///< bounds against PROJ
-  bool package = true;     ///< compared with libgctp too
+  bool gctp = true;        ///< compared with libgctp too
 };
 
 std::vector<System> systems() {
@@ -141,7 +141,7 @@ std::vector<System> systems() {
        1e-6, 1e-11, false},
       {"Lambert with a scale factor, south", kSingle, singleParallel(-30, 20, 1.01), kClarke1866,
        "+proj=lcc +lat_1=-30 +lat_0=-30 +k_0=1.01 +lon_0=20", kSouth, 1e-6, 1e-11, false},
-      // Ours and the package's meridian series stop behind e^6, PROJ's does not.
+      // Our meridian series stops behind e^6, like that of libgctp; that of PROJ does not.
       {"Equidistant", kEquidistant, conic(29.5, 45.5, -96, 23, 5e5, -1e6), kGRS80,
        "+proj=eqdc +lat_1=29.5 +lat_2=45.5 +lon_0=-96 +lat_0=23 +x_0=500000 +y_0=-1000000",
        kNorthAmerica, 1e-3, 1e-8},
@@ -171,12 +171,12 @@ TEST(Conics, AgreeWithPeers) {
     const Difference proj = againstProj(ours, s.proj, s.grid);
     EXPECT_LE(proj.forward, s.metres);
     EXPECT_LE(proj.inverseDeg, s.degrees);
-    if (!s.package) continue;
-    // The package iterates to coarser tolerances and has no answer in places.
-    const Difference package =
+    if (!s.gctp) continue;
+    // libgctp iterates to coarser tolerances and has no answer in places.
+    const Difference gctp =
         againstGctp(ours, s.family.number, s.axes, s.entries, {2, 3, 4, 5}, s.grid);
-    EXPECT_LE(package.forward, 1e-3);
-    EXPECT_LE(package.inverseDeg, s.family.number == 7 ? 1e-7 : 1e-8);
+    EXPECT_LE(gctp.forward, 1e-3);
+    EXPECT_LE(gctp.inverseDeg, s.family.number == 7 ? 1e-7 : 1e-8);
   }
 }
 

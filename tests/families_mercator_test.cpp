@@ -81,7 +81,7 @@ struct System {
   const char *proj;
   Grid grid;
   double degrees;  ///< bound of the inverse
-  bool package;    ///< compared with libgctp too
+  bool gctp;       ///< compared with libgctp too
 };
 
 std::vector<System> systems() {
@@ -120,10 +120,10 @@ TEST(Mercators, AgreeWithPeers) {
     const Difference proj = againstProj(ours, s.proj, s.grid);
     EXPECT_LE(proj.forward, 1e-7);
     EXPECT_LE(proj.inverseDeg, s.degrees);
-    if (!s.package) continue;
-    const Difference package = againstGctp(ours, s.family.number, s.axes, s.list, {4, 5}, s.grid);
-    EXPECT_LE(package.forward, 1e-3);
-    EXPECT_LE(package.inverseDeg, 1e-8);
+    if (!s.gctp) continue;
+    const Difference gctp = againstGctp(ours, s.family.number, s.axes, s.list, {4, 5}, s.grid);
+    EXPECT_LE(gctp.forward, 1e-3);
+    EXPECT_LE(gctp.inverseDeg, 1e-8);
   }
 }
 
@@ -174,7 +174,7 @@ TEST(Mercators, TrueScale) {
     const Oprj_Point w = polar.forward(-90, lat), e = polar.forward(90, lat);
     EXPECT_NEAR(e.x - w.x, parallel(lat) / kDeg, 1e-7) << lat;
   }
-  // Seamless towards the pole, where the package changes its formula.
+  // Seamless towards the pole, where libgctp changes its formula.
   for (const double side : {-1.0, 1.0}) {
     const double exact = make(kPolar, entries(0, side * 90), kGRS80).forward(90, side * 60).x;
     for (double psi = 1e-4; psi > 1e-13; psi /= 10) {
