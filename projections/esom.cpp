@@ -1,5 +1,5 @@
 // ESOM: Space Oblique Mercator with the orbit of the later Landsat satellites (inclination 98.2
-// degrees, period 98.8841202 minutes, 233 paths), whatever the satellite. [Snyder87] p. 214-221;
+// degrees, period 98.8841202 minutes, 233 paths), whatever the satellite. [Snyder87] p. 214-225;
 // formulas in space_oblique.h.
 //
 // Reads entries 4 (satellite, only checked), 5 (path), both truncated, 6 and 7 (false easting and

@@ -1,5 +1,5 @@
 // Space Oblique Mercator, generic: a satellite's path by number, or a circular orbit by its
-// elements. [Snyder87] p. 214-221; formulas in space_oblique.h.
+// elements. [Snyder87] p. 214-225; formulas in space_oblique.h.
 //
 // Reads entries 12 (not 0: path form) and 6, 7 (false easting and northing). Path form: 2
 // (satellite) and 3 (path), truncated; satellites 1 to 3 have 251 paths, later ones 233. Orbit

@@ -1,5 +1,5 @@
 // Space Oblique Mercator: the formulas that the families of satellite orbits share. [Snyder87]
-// p. 214-221, eqs. 27-1 to 27-43 (ellipsoid, circular orbit).
+// p. 214-225, ellipsoid and circular orbit, whose letters the constants keep.
 //
 // The sheet unrolls the ground track of one revolution: x runs along the track, y across it, to the
 // left of the satellite's way. A point's transformed longitude lam (the angle along the orbit) and
@@ -27,8 +27,8 @@ struct SpaceObliqueOrbit {
   double p;                  // revolutions a day, inverted
   double sinI, cosI;         // inclination
   double lon0;               // of the ascending node at lam = 0
-  double q, t, u, w, j;      // [Snyder87] 27-25, 27-26, 27-28, 27-27, 27-29
-  double b, a2, a4, c1, c3;  // Fourier coefficients, 27-19 to 27-24
+  double q, t, u, w, j;      // of e² and the inclination
+  double b, a2, a4, c1, c3;  // Fourier coefficients of the track
   double endOfPath;          // not 0: points of the northern hemisphere belong to the path's end
 };
 
@@ -111,7 +111,7 @@ OPRJ_INLINE V orbitStep(V substitution, V slope) {
   return substitution / select(isNewton(slope), 1.0 - slope, V(1.0));
 }
 
-/// S of 27-30 over J from the sine and cosine of lam.
+/// S over J from the sine and cosine of lam.
 template <class V>
 OPRJ_INLINE V skewOf(const SpaceObliqueOrbit &o, SinCos<V> lam) {
   const V s2 = lam.sin * lam.sin;
@@ -197,7 +197,7 @@ Geographic<V> spaceObliqueInverse(const SpaceObliqueOrbit &o, double es, V x, V 
     const SinCos<V> now = sincos(lam);
     const V c2 = fma(-2.0 * now.sin, now.sin, V(1.0));
     const V skew = skewOf(o, now), across = y - trackOffset(o, now);
-    // The slope takes 27-30 without its square root and leaves A4 and C3 out: within 1 %.
+    // The slope takes S without its square root and leaves A4 and C3 out: within 1 %.
     const V slope =
         -((o.p * o.sinI / o.j) * now.sin * across + 2.0 * o.a2 * c2 + skew * o.c1 * now.cos) /
         V(o.b);

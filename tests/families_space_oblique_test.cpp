@@ -26,7 +26,7 @@ constexpr const char *kInverseText =
     "Too many iterations for SOM inverse transformation, point # %ld:  %lf, %lf";
 constexpr double kPathStart = 0.5201612903225806 * 180;  // degrees along the orbit
 
-/// An orbit with the printed formulas of [Snyder87] p. 214-220.
+/// An orbit with the printed formulas of [Snyder87] p. 214-225.
 struct Orbit {
   double p, i, node;  // days, rad, rad
   double es = 1 - kClarke1866.b * kClarke1866.b / (kClarke1866.a * kClarke1866.a);
@@ -48,7 +48,7 @@ struct Orbit {
   }
   double j() const { return std::pow(1 - es, 3); }
 
-  /// 27-12 to 27-24: the track's x and y as integrals, by a fine trapezium rule.
+  /// The track's x and y as integrals, by a fine trapezium rule.
   Oprj_Point track(double lam) const {
     constexpr int kSteps = 360;
     const double e1 = 1 - es, q = es * std::pow(std::sin(i), 2) / e1;
@@ -79,7 +79,7 @@ struct Orbit {
     return {std::remainder(lon, 2 * M_PI),
             std::atan2(y * std::sin(i) + z * std::cos(i), (1 - es) * std::hypot(x, turned))};
   }
-  /// Its place on the sheet over a, 27-1 to 27-4, the transformed longitude (27-37) iterated from a
+  /// Its place on the sheet over a, the transformed longitude iterated from a
   /// value within half a turn of it.
   Oprj_Point sheet(const Oprj_Point &g, double near) const {
     double lam = near, lt = 0;
