@@ -6,6 +6,7 @@
 #include <oprj/geodetic.h>
 
 #include "projections/kernels.h"
+#include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
 
@@ -69,15 +70,36 @@ struct Family {
   const StopText *stops;
   int32_t (*refuse)(const Entries &, const Ellipsoid &);  ///< number of the check that fails, or -1
   bool (*derive)(const Entries &, const Ellipsoid &, double *);  ///< false: unusable values
-  const Kernels *sets[kInstructionSets];
 };
 
 Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *record,
                                Oerr_Report **err);
+/// Reports the point that stopped a run under the operation of `e`.
+void reportStop(toolkit::ErrorScope &e, const Family &family, PointStop where,
+                const Oprj_Point *in);
+/// The body of a family's forward function. `run` is the point loop of the instruction set in use,
+/// reached by direct calls: an indirect one can cost a tenth of a single point.
+template <class Run>
 void familyFromLL(const Family &family, const Oprj_Point *geog, const double *block,
-                  Oprj_Point *proj, int32_t count, Oerr_Report **err);
+                  Oprj_Point *proj, int32_t count, Oerr_Report **err, Run run) {
+  toolkit::ErrorScope e(family.fromLL, err);
+  if (!block) return void(e.fail(1, "Invalid input parameters"));
+  if (!geog) return void(e.fail(2, "Invalid input geog points"));
+  if (!proj) return void(e.fail(3, "Invalid input projected points"));
+  const PointStop stop = run(block, geog, proj, count);
+  if (stop.index >= 0) reportStop(e, family, stop, geog);
+}
+/// The body of its inverse function.
+template <class Run>
 void familyToLL(const Family &family, const Oprj_Point *proj, const double *block, Oprj_Point *geog,
-                int32_t count, Oerr_Report **err);
+                int32_t count, Oerr_Report **err, Run run) {
+  toolkit::ErrorScope e(family.toLL, err);
+  if (!block) return void(e.fail(1, "Invalid input parameters"));
+  if (!proj) return void(e.fail(2, "Invalid input projected points"));
+  if (!geog) return void(e.fail(3, "Invalid input geog points"));
+  const PointStop stop = run(block, proj, geog, count);
+  if (stop.index >= 0) reportStop(e, family, stop, proj);
+}
 /// The equality test under the name `operation`, by what the row compares.
 int32_t recordsEqual(const char *operation, const Row &row, const Oprj_ProParameters *first,
                      const Oprj_ProParameters *second, Oerr_Report **err);

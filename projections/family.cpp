@@ -20,35 +20,6 @@ constexpr double kNominalRadius = 6370997.0;
 /// Codes of the common stops.
 constexpr int32_t kCommonStopCode = 20;
 
-void reportStop(ErrorScope &e, const Family &family, PointStop where, const Oprj_Point *in) {
-  const Oprj_Point &p = in[where.index];
-  const long index = where.index;
-  if (where.stop == kCannotProject) {
-    e.failAtPoint(index, p.x, p.y, kCommonStopCode,
-                  "Point cannot be projected, point # %ld:  %lf, %lf", index, p.x, p.y);
-    return;
-  }
-  if (where.stop == kInputData) {
-    e.failAtPoint(index, p.x, p.y, kCommonStopCode, "Input data error, point # %ld:  %lf, %lf",
-                  index, p.x, p.y);
-    return;
-  }
-  const StopText &text = family.stops[where.stop];
-  if (text.solver) {
-    *e.cause() = oerr_CreateErrorReport(text.solver, 1, OERR_SEVERITY_ERROR, nullptr,
-                                        "Latitude failed to converge after %ld iterations",
-                                        static_cast<long>(text.iterations));
-  }
-  if (std::strchr(text.text, '%')) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    e.failAtPoint(index, p.x, p.y, text.code, text.text, index, p.x, p.y);
-#pragma GCC diagnostic pop
-  } else {
-    e.failAtPoint(index, p.x, p.y, text.code, "%s", text.text);
-  }
-}
-
 bool usable(const double *block, int32_t length) {
   for (int32_t i = 0; i < length; ++i) {
     if (!std::isfinite(block[i])) return false;
@@ -110,24 +81,34 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
   return object;
 }
 
-void familyFromLL(const Family &family, const Oprj_Point *geog, const double *block,
-                  Oprj_Point *proj, int32_t count, Oerr_Report **err) {
-  ErrorScope e(family.fromLL, err);
-  if (!block) return void(e.fail(1, "Invalid input parameters"));
-  if (!geog) return void(e.fail(2, "Invalid input geog points"));
-  if (!proj) return void(e.fail(3, "Invalid input projected points"));
-  const PointStop stop = family.sets[instructionSet]->forward(block, geog, proj, count);
-  if (stop.index >= 0) reportStop(e, family, stop, geog);
-}
-
-void familyToLL(const Family &family, const Oprj_Point *proj, const double *block, Oprj_Point *geog,
-                int32_t count, Oerr_Report **err) {
-  ErrorScope e(family.toLL, err);
-  if (!block) return void(e.fail(1, "Invalid input parameters"));
-  if (!proj) return void(e.fail(2, "Invalid input projected points"));
-  if (!geog) return void(e.fail(3, "Invalid input geog points"));
-  const PointStop stop = family.sets[instructionSet]->inverse(block, proj, geog, count);
-  if (stop.index >= 0) reportStop(e, family, stop, proj);
+void reportStop(toolkit::ErrorScope &e, const Family &family, PointStop where,
+                const Oprj_Point *in) {
+  const Oprj_Point &p = in[where.index];
+  const long index = where.index;
+  if (where.stop == kCannotProject) {
+    e.failAtPoint(index, p.x, p.y, kCommonStopCode,
+                  "Point cannot be projected, point # %ld:  %lf, %lf", index, p.x, p.y);
+    return;
+  }
+  if (where.stop == kInputData) {
+    e.failAtPoint(index, p.x, p.y, kCommonStopCode, "Input data error, point # %ld:  %lf, %lf",
+                  index, p.x, p.y);
+    return;
+  }
+  const StopText &text = family.stops[where.stop];
+  if (text.solver) {
+    *e.cause() = oerr_CreateErrorReport(text.solver, 1, OERR_SEVERITY_ERROR, nullptr,
+                                        "Latitude failed to converge after %ld iterations",
+                                        static_cast<long>(text.iterations));
+  }
+  if (std::strchr(text.text, '%')) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    e.failAtPoint(index, p.x, p.y, text.code, text.text, index, p.x, p.y);
+#pragma GCC diagnostic pop
+  } else {
+    e.failAtPoint(index, p.x, p.y, text.code, "%s", text.text);
+  }
 }
 
 double *copyBlock(const char *operation, int32_t length, const double *block, double *old,

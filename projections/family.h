@@ -154,56 +154,106 @@ OPRJ_INLINE int32_t projectGroup(const RunOf<F, kForward> &run, const Oprj_Point
   return -1;
 }
 
+/// What a direction is handed, made from the block: a reference to the block itself when that is
+/// it.
+template <class Run, class Block>
+struct MadeFrom {
+  const Run run;
+  explicit MadeFrom(const Block &block) : run(block) {}
+};
+template <class Block>
+struct MadeFrom<Block, Block> {
+  const Block &run;
+  explicit MadeFrom(const Block &block) : run(block) {}
+};
+template <class F, bool kForward>
+using RunFrom = MadeFrom<RunOf<F, kForward>, typename F::Block>;
+
 /// Below this many points one by one is faster than a padded group.
 inline constexpr int32_t kWorthPadding = 3;
 
+/// Point by point: for few points, without the large frame of the groups.
 template <class F, bool kForward>
-PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *out, int32_t count) {
-  const RunOf<F, kForward> run(*reinterpret_cast<const typename F::Block *>(block));
+[[gnu::noinline]] PointStop projectFew(const double *block, const Oprj_Point *in, Oprj_Point *out,
+                                       int32_t first, int32_t count) {
+  const RunFrom<F, kForward> made(*reinterpret_cast<const typename F::Block *>(block));
+  for (int32_t i = first; i < count; ++i) {
+    const int32_t stop = projectPoint<F, kForward>(made.run, in[i], out + i);
+    if (stop != kNoStop) return {i, stop};
+  }
+  return {};
+}
+
+template <class F, bool kForward>
+[[gnu::noinline]] PointStop projectMany(const double *block, const Oprj_Point *in, Oprj_Point *out,
+                                        int32_t count) {
+  const RunFrom<F, kForward> made(*reinterpret_cast<const typename F::Block *>(block));
   int32_t done = 0, stop = kNoStop;
   for (; count - done >= kLanes; done += kLanes) {
-    const int32_t place = projectGroup<F, kForward>(run, in + done, out + done, &stop);
+    const int32_t place = projectGroup<F, kForward>(made.run, in + done, out + done, &stop);
     if (place >= 0) [[unlikely]]
       return {done + place, stop};
   }
   const int32_t rest = count - done;
-  if (rest >= kWorthPadding) {
-    Oprj_Point padded[kLanes];
-    for (int32_t k = 0; k < kLanes; ++k) padded[k] = in[done + (k < rest ? k : 0)];
-    int32_t place = projectGroup<F, kForward>(run, padded, padded, &stop);
-    const int32_t good = place >= 0 ? place : rest;
-    for (int32_t k = 0; k < good; ++k) out[done + k] = padded[k];
-    if (place >= 0) return {done + place, stop};
-  } else {
-    for (; done < count; ++done) {
-      stop = projectPoint<F, kForward>(run, in[done], out + done);
-      if (stop != kNoStop) return {done, stop};
-    }
-  }
+  if (rest < kWorthPadding) return projectFew<F, kForward>(block, in, out, done, count);
+  Oprj_Point padded[kLanes];
+  for (int32_t k = 0; k < kLanes; ++k) padded[k] = in[done + (k < rest ? k : 0)];
+  const int32_t place = projectGroup<F, kForward>(made.run, padded, padded, &stop);
+  const int32_t good = place >= 0 ? place : rest;
+  for (int32_t k = 0; k < good; ++k) out[done + k] = padded[k];
+  if (place >= 0) return {done + place, stop};
   return {};
+}
+
+template <class F, bool kForward>
+PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+  return count < kWorthPadding ? projectFew<F, kForward>(block, in, out, 0, count)
+                               : projectMany<F, kForward>(block, in, out, count);
 }
 
 }  // namespace orvik::oprj::OPRJ_SET
 
 // --- OPRJ_FAMILY ---
 
-#define OPRJ_FAMILY_KERNELS(NAME, TYPE)                                                           \
+/// The point loops of one instruction set under names of their own.
+#define OPRJ_FAMILY_LOOPS(NAME, TYPE)                                                             \
   namespace orvik::oprj::OPRJ_SET {                                                               \
   static_assert(sizeof(TYPE::Block) % sizeof(double) == 0 && __is_standard_layout(TYPE::Block) && \
                 __is_trivially_copyable(TYPE::Block));                                            \
-  extern const Kernels NAME##Kernels;                                                             \
-  const Kernels NAME##Kernels = {projectPoints<TYPE, true>, projectPoints<TYPE, false>};          \
+  OPRJ_DECLARE_LOOPS(NAME)                                                                        \
+  PointStop NAME##Forward(const double *block, const Oprj_Point *in, Oprj_Point *out,             \
+                          int32_t count) {                                                        \
+    return projectPoints<TYPE, true>(block, in, out, count);                                      \
+  }                                                                                               \
+  PointStop NAME##Inverse(const double *block, const Oprj_Point *in, Oprj_Point *out,             \
+                          int32_t count) {                                                        \
+    return projectPoints<TYPE, false>(block, in, out, count);                                     \
+  }                                                                                               \
+  }
+#define OPRJ_DECLARE_LOOPS(NAME)                                                      \
+  PointStop NAME##Forward(const double *block, const Oprj_Point *in, Oprj_Point *out, \
+                          int32_t count);                                             \
+  PointStop NAME##Inverse(const double *block, const Oprj_Point *in, Oprj_Point *out, \
+                          int32_t count);
+
+/// The loop of the instruction set in use.
+#define OPRJ_RUN(LOOP)                                                            \
+  [](const double *block, const Oprj_Point *in, Oprj_Point *out, int32_t count) { \
+    using namespace orvik::oprj;                                                  \
+    if (instructionSet == 2) return avx512::LOOP(block, in, out, count);          \
+    if (instructionSet == 1) return avx2::LOOP(block, in, out, count);            \
+    return OPRJ_SET::LOOP(block, in, out, count);                                 \
   }
 
 #if OPRJ_FLAT
 #define OPRJ_FAMILY(NAME, TYPE)                                                                   \
-  OPRJ_FAMILY_KERNELS(NAME, TYPE)                                                                 \
+  OPRJ_FAMILY_LOOPS(NAME, TYPE)                                                                   \
   namespace orvik::oprj {                                                                         \
   namespace avx2 {                                                                                \
-  extern const Kernels NAME##Kernels;                                                             \
+  OPRJ_DECLARE_LOOPS(NAME)                                                                        \
   }                                                                                               \
   namespace avx512 {                                                                              \
-  extern const Kernels NAME##Kernels;                                                             \
+  OPRJ_DECLARE_LOOPS(NAME)                                                                        \
   }                                                                                               \
   static const Family NAME##Family = {                                                            \
       OPRJ_SET::TYPE::row,                                                                        \
@@ -223,8 +273,7 @@ PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *o
       OPRJ_SET::TYPE::refuse,                                                                     \
       [](const Entries &p, const Ellipsoid &s, double *block) {                                   \
         return OPRJ_SET::TYPE::derive(p, s, *reinterpret_cast<OPRJ_SET::TYPE::Block *>(block));   \
-      },                                                                                          \
-      {&OPRJ_SET::NAME##Kernels, &avx2::NAME##Kernels, &avx512::NAME##Kernels}};                  \
+      }};                                                                                         \
   }                                                                                               \
   Oprj_MapProjection *oprj_##NAME##Init(Oint_Toolkit *, const Oprj_ProParameters *record,         \
                                         Oerr_Report **err) {                                      \
@@ -232,11 +281,13 @@ PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *o
   }                                                                                               \
   void oprj_##NAME##FromLL(const Oprj_Point *geog, const double *parameters, Oprj_Point *proj,    \
                            int32_t count, Oerr_Report **err) {                                    \
-    orvik::oprj::familyFromLL(orvik::oprj::NAME##Family, geog, parameters, proj, count, err);     \
+    orvik::oprj::familyFromLL(orvik::oprj::NAME##Family, geog, parameters, proj, count, err,      \
+                              OPRJ_RUN(NAME##Forward));                                           \
   }                                                                                               \
   void oprj_##NAME##ToLL(const Oprj_Point *proj, const double *parameters, Oprj_Point *geog,      \
                          int32_t count, Oerr_Report **err) {                                      \
-    orvik::oprj::familyToLL(orvik::oprj::NAME##Family, proj, parameters, geog, count, err);       \
+    orvik::oprj::familyToLL(orvik::oprj::NAME##Family, proj, parameters, geog, count, err,        \
+                            OPRJ_RUN(NAME##Inverse));                                             \
   }                                                                                               \
   double *oprj_##NAME##CopyParameters(const double *parameters, double *old, Oerr_Report **err) { \
     return orvik::oprj::copyBlock(orvik::oprj::NAME##Family.copyParameters,                       \
@@ -248,7 +299,7 @@ PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *o
                                      orvik::oprj::NAME##Family.row, first, second, err);          \
   }
 #else
-#define OPRJ_FAMILY(NAME, TYPE) OPRJ_FAMILY_KERNELS(NAME, TYPE)
+#define OPRJ_FAMILY(NAME, TYPE) OPRJ_FAMILY_LOOPS(NAME, TYPE)
 #endif
 
 #endif

@@ -49,8 +49,7 @@ Oprj_MapProjection *oprj_GeographicInit(Oint_Toolkit *, const Oprj_ProParameters
       [](const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &s, double *block) {
         *reinterpret_cast<GeographicBlock *>(block) = {s.a, s.e, s.es};
         return true;
-      },
-      {}};
+      }};
   Oprj_MapProjection *object = orvik::oprj::familyInit(kGeographic, record, err);
   if (object) object->geographic = oprj_GeographicFromLL;
   return object;

@@ -20,15 +20,6 @@ inline constexpr int32_t kNoStop = -1;
 inline constexpr int32_t kCannotProject = -2;
 inline constexpr int32_t kInputData = -3;
 
-/// Runs a formula over `count` points; `in` and `out` may be the same array.
-using Kernel = PointStop (*)(const double *block, const Oprj_Point *in, Oprj_Point *out,
-                             int32_t count);
-
-/// A family's two directions for one instruction set.
-struct Kernels {
-  Kernel forward, inverse;
-};
-
 /// Index of the instruction set in use: 0 baseline, 1 AVX2 with FMA, 2 AVX-512. Chosen once when
 /// the library is loaded: the widest that the processor has, or what the environment variable
 /// OPRJ_ISA
