@@ -59,7 +59,7 @@ void row(const FamilyCase &family, const oprj_test::Projection &projection, bool
                   }});
   std::unique_ptr<PJ, decltype(&proj_destroy)> peer(nullptr, proj_destroy);
   if (*family.proj) peer.reset(proj_create(nullptr, withAxes(family).c_str()));
-  if (peer) {
+  if (peer && (forward || proj_pj_info(peer.get()).has_inverse)) {
     jobs.push_back({"PROJ", count, [&] {
                       peerPoints = in;
                       proj_trans_generic(peer.get(), forward ? PJ_FWD : PJ_INV, &peerPoints[0].x,

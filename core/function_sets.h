@@ -16,6 +16,12 @@ using OwnedHandle = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
 /// Titled OPRJ_TITLE_NATIVE: the data is an Oprj_MapProjection.
 extern const Oprj_MapProjectionFunctions kNativeSet;
 
+/// Its two point operations, for callers that know the set: single points save an indirect call.
+void nativeProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                                  Oerr_Report **err);
+void nativeProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                           Oerr_Report **err);
+
 /// Every operation reports "Unimplemented": what a further set starts from. No title reaches it.
 extern const Oprj_MapProjectionFunctions kDefaultSet;
 

@@ -23,6 +23,8 @@ const Oprj_ProParameters *recordForTitle(ErrorScope &e, const void *data, const 
   return recordOf(data);
 }
 
+}  // namespace
+
 void nativeProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
                                   Oerr_Report **err) {
   ErrorScope e("nativeProjectionApplyInverse", err);
@@ -46,6 +48,8 @@ void nativeProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, in
   projection->fromLL(in, projection->parameters, out, count, e.cause());
   if (e.calleeFailed()) e.fail(1, "fromLL failed");
 }
+
+namespace {
 
 void nativeProjectionApplyInverse3D(void *data, const Oprj_Point3D *in, Oprj_Point3D *out,
                                     int32_t count, Oerr_Report **err) {

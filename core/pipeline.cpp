@@ -345,7 +345,9 @@ Oprj_Point *oprj_ProjectToLatLon(const Oprj_Point *in, const Oprj_MapProjectionE
   if (!handle || !handle->applyInverse) return e.fail(1, "Invalid input projection");
   Result result(out, count, e.cause());
   if (!result) return e.fail(2, "oprj_PointsCreate failed");
-  handle->applyInverse(handle->ownedData, in, result.points(), count, e.cause());
+  if (handle->applyInverse == nativeProjectionApplyInverse)
+    nativeProjectionApplyInverse(handle->ownedData, in, result.points(), count, e.cause());
+  else handle->applyInverse(handle->ownedData, in, result.points(), count, e.cause());
   if (e.calleeFailed()) return e.fail(3, "ProjectionApplyInverse failed");
   return result.done();
 }
@@ -356,7 +358,9 @@ Oprj_Point *oprj_ProjectFromLatLon(const Oprj_Point *in, const Oprj_MapProjectio
   if (!handle || !handle->apply) return e.fail(1, "Invalid input projection");
   Result result(out, count, e.cause());
   if (!result) return e.fail(2, "oprj_PointsCreate failed");
-  handle->apply(handle->ownedData, in, result.points(), count, e.cause());
+  if (handle->apply == nativeProjectionApply)
+    nativeProjectionApply(handle->ownedData, in, result.points(), count, e.cause());
+  else handle->apply(handle->ownedData, in, result.points(), count, e.cause());
   if (e.calleeFailed()) return e.fail(3, "ProjectionApply failed");
   return result.done();
 }
