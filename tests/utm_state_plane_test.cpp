@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "family_support.h"
+#include "loaded_tables.h"
 #include "support.h"
 
 namespace {
