@@ -1,0 +1,423 @@
+// Arrays of points from system to system: the same results for every count, exact reports, what
+// the output holds after a failure, units, sizes, threads, memory.
+#include <proj.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "tests/objects_support.h"
+
+namespace {
+
+using namespace orvik::test;
+using Points = std::vector<Oprj_Point>;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr int32_t kCount = 3000;  // two whole tiles and a part
+constexpr Oprj_Point kUntouched{-77, -78};
+
+bool same(const Oprj_Point *first, const Oprj_Point *second, size_t count) {
+  return std::memcmp(first, second, count * sizeof *first) == 0;
+}
+
+/// Easting and northing around the zone's middle, or longitude and latitude around 9 E.
+Points spread(bool projected) {
+  Points points(kCount);
+  for (int32_t i = 0; i < kCount; ++i)
+    points[static_cast<size_t>(i)] =
+        projected
+            ? Oprj_Point{500000 + 70.0 * (i % 997 - 500), 2e6 + 1500.0 * (i % 1009)}
+            : Oprj_Point{(9 + 0.002 * (i % 997 - 500)) * kDegree, 0.05 * (i % 1511) * kDegree};
+  return points;
+}
+
+TEST(Pipeline, ResultsDependOnThePointAlone) {
+  struct Job {
+    const char *what;
+    RecordPtr in, out;
+    bool projected;
+  };
+  const Job jobs[] = {
+      {"same datum", transverseMercator(9), transverseMercator(12), true},
+      {"translation", transverseMercator(9, "International 1909", "European 1950 (Mean)"),
+       makeRecord(1, {0, 0, 0, 0}, "WGS 84", "WGS 84", 33), true},
+      {"seven parameters",
+       geographic("Airy",
+                  "Ordnance Survey of Great Britain 1936 (Mean, 7 "
+                  "parameters)"),
+       transverseMercator(9), false}};
+  for (const auto &job : jobs) {
+    SCOPED_TRACE(job.what);
+    const auto pair = makePair(job.in, job.out);
+    const Points in = spread(job.projected);
+    Points one(kCount), out(kCount);
+    Slot err;
+    for (size_t i = 0; i < kCount; ++i) {
+      ASSERT_EQ(oprj_ProjectPair(pair.get(), &in[i], &one[i], 1, err), &one[i]) << err.chain();
+    }
+    for (const int32_t count : {1, 2, 7, 1023, 1024, 1025, 2047, 2048, 2049, kCount}) {
+      out.assign(kCount, kUntouched);
+      const int64_t blocks = omsc_HeapBlockCount();
+      omsc_HeapFailNth(1);  // nothing is allocated but an output array
+      ASSERT_EQ(oprj_Project(in.data(), pair->in, out.data(), pair->out, count, err), out.data())
+          << err.chain();
+      EXPECT_EQ(omsc_HeapFailNth(0), 0);
+      EXPECT_EQ(omsc_HeapBlockCount(), blocks);
+      EXPECT_TRUE(same(out.data(), one.data(), static_cast<size_t>(count))) << count;
+      if (count < kCount) {
+        EXPECT_EQ(out[static_cast<size_t>(count)].x, kUntouched.x) << count;
+      }
+    }
+    // Both legs alone give the same where no shift comes between.
+    if (std::strcmp(job.what, "same datum") == 0) {
+      Points middle(kCount);
+      oprj_ProjectToLatLon(in.data(), pair->in, middle.data(), kCount, err);
+      oprj_ProjectFromLatLon(middle.data(), pair->out, out.data(), kCount, err);
+      EXPECT_TRUE(same(out.data(), one.data(), kCount));
+    }
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+      threads.emplace_back([&] {
+        for (int run = 0; run < 20; ++run) {
+          Oprj_Point *made = oprj_ProjectPair(pair.get(), in.data(), nullptr, kCount, nullptr);
+          EXPECT_TRUE(made && same(made, one.data(), kCount));
+          oprj_PointsFree(&made);
+        }
+      });
+    for (auto &thread : threads) thread.join();
+    forEachAllocationFailure([&](Oerr_Report **slot) {
+      Oprj_Point *made = oprj_ProjectPair(pair.get(), in.data(), nullptr, kCount, slot);
+      const bool done = made;
+      oprj_PointsFree(&made);
+      return done;
+    });
+  }
+}
+
+// The whole way against PROJ: signs and order of inverse, shift and forward.
+TEST(Pipeline, AgreesWithProj) {
+  const auto pair = makePair(transverseMercator(9, "International 1909", "European 1950 (Mean)"),
+                             makeRecord(1, {0, 0, 0, 0}, "WGS 84", "WGS 84", 32));
+  const std::unique_ptr<PJ, PJ *(*)(PJ *)> peer(
+      proj_create(nullptr,
+                  "+proj=pipeline "
+                  "+step +inv +proj=tmerc +approx +lon_0=9 +k=0.9996 +x_0=500000 +ellps=intl "
+                  "+step +proj=molodensky +ellps=intl +da=-251 +df=-1.41927026e-05 "
+                  "+dx=-87 +dy=-98 +dz=-121 "
+                  "+step +proj=utm +approx +zone=32 +ellps=WGS84"),
+      proj_destroy);
+  ASSERT_NE(peer, nullptr);
+  const Points in = spread(true);
+  Points out(kCount);
+  Slot err;
+  oprj_ProjectPair(pair.get(), in.data(), out.data(), kCount, err);
+  expectNoReport(err);
+  double worst = 0;
+  for (size_t i = 0; i < kCount; ++i) {
+    const PJ_COORD p = proj_trans(peer.get(), PJ_FWD, proj_coord(in[i].x, in[i].y, 0, 0));
+    worst = std::max({worst, std::abs(p.xy.x - out[i].x), std::abs(p.xy.y - out[i].y)});
+  }
+  EXPECT_LT(worst, 1e-5);
+  EXPECT_GT(std::abs(out[0].x - in[0].x), 50) << "the shift is there";
+}
+
+TEST(Pipeline, StageByStageDecidesWhatIsReportedAndWritten) {
+  struct Row {
+    const char *what;
+    int32_t stopInverse, stopForward;  ///< index of the point that a leg stops at, or -1
+    bool stopShift;
+    int32_t code;
+    const char *cause;
+    int32_t inverted, projected;  ///< points that end as geographic, as projected ones
+  };
+  const Row rows[] = {
+      {"inverse late, forward early", 2500, 10, false, 10205,
+       "nativeProjectionApplyInverse: toLL failed (1) < markedToLL: stopped (4)", 2500, 0},
+      {"inverse first", 0, -1, false, 10205,
+       "nativeProjectionApplyInverse: toLL failed (1) < markedToLL: stopped (4)", 0, 0},
+      {"shift before forward", -1, 10, true, 10212,
+       "nativeGCSTransform: oprj_DatumShift failed (16350) < oprj_DatumShift: ", kCount, 0},
+      {"inverse before shift", 2900, -1, true, 10205,
+       "nativeProjectionApplyInverse: toLL failed (1) < markedToLL: stopped (4)", 2900, 0},
+      {"forward in a later tile", -1, 2047, false, 10220,
+       "nativeProjectionApply: fromLL failed (1) < markedFromLL: stopped (4)", kCount, 2047}};
+  Points in(kCount);
+  for (int32_t i = 0; i < kCount; ++i) in[static_cast<size_t>(i)] = {2000.0 * i, -2000.0 * i};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.what);
+    const auto record = geographic(), target = geographic();
+    if (row.stopShift) {  // a datum that no table holds
+      target->proSpheroid->datum->type = OPRJ_DATUM_GRID;
+      oprj_CharStrCreate("nowhere", &target->proSpheroid->datum->datumname, nullptr);
+    }
+    record->proNumber = 1000;
+    target->proNumber = 1001;
+    const LeakCheck leaks;
+    const auto from = marked::handle(record, {0, kNaN, 2000.0 * row.stopInverse});
+    const auto to = marked::handle(target, {5, 1000.0 * row.stopForward, kNaN});
+    const int32_t stopped = row.code == 10205   ? row.stopInverse
+                            : row.code == 10220 ? row.stopForward
+                                                : -1;
+    for (const bool units : {false, true}) {
+      Points out(kCount, kUntouched), given = in;
+      if (units)
+        for (auto &p : given) p = {p.x / 1000, p.y / 1000};
+      const Points before = given;
+      Slot err;
+      const auto project = [&](Oprj_Point *result) {
+        return units ? oprj_ProjectWithUnits(given.data(), from.get(), "kilometers", result,
+                                             to.get(), "meters", kCount, err)
+                     : oprj_Project(given.data(), from.get(), result, to.get(), kCount, err);
+      };
+      EXPECT_EQ(project(out.data()), nullptr);
+      const std::string chain = err.chain();
+      const std::string head =
+          std::string(units ? "oprj_ProjectWithUnits: Error returned from oprj_Project (6) < "
+                            : "") +
+          "oprj_Project: " +
+          (row.code == 10205   ? "ProjectionApplyInverse failed (10205) < "
+           : row.code == 10212 ? "GCSTransform failed (10212) < "
+                               : "ProjectionApply failed (10220) < ") +
+          row.cause;
+      EXPECT_EQ(chain.substr(0, head.size()), head) << chain;
+      int64_t index = -1;
+      double x = 0, y = 0;
+      EXPECT_EQ(oerr_PointGet(err.get(), &index, &x, &y), stopped >= 0);
+      EXPECT_EQ(index, stopped);
+      if (stopped >= 0) {
+        EXPECT_EQ(x, given[static_cast<size_t>(stopped)].x) << "as the caller gave it";
+        EXPECT_EQ(y, given[static_cast<size_t>(stopped)].y);
+      }
+      for (int32_t i = 0; i < kCount; ++i) {
+        const double at = i < row.projected  ? 2000.0 * i + 5
+                          : i < row.inverted ? 1000.0 * i
+                                             : kUntouched.x;
+        ASSERT_NEAR(out[static_cast<size_t>(i)].x, at, 1e-9) << i;
+      }
+      EXPECT_TRUE(same(given.data(), before.data(), kCount)) << "input arrays are never changed";
+      EXPECT_EQ(project(nullptr), nullptr);  // and the array made for it is gone again: LeakCheck
+    }
+  }
+}
+
+TEST(Pipeline, EqualSystemsCopyTheirPoints) {
+  const LeakCheck leaks;
+  const auto pair = makePair(transverseMercator(9), transverseMercator(9));
+  Points in = spread(true);
+  in[7] = {kNaN, 1e300};
+  Slot err;
+  Oprj_Point *out = oprj_ProjectPair(pair.get(), in.data(), nullptr, kCount, err);
+  ASSERT_NE(out, nullptr) << err.chain();
+  EXPECT_TRUE(same(in.data(), out, kCount));
+  oprj_PointsFree(&out);
+  out = oprj_Project(in.data(), nullptr, nullptr, nullptr, -5, err);
+  EXPECT_NE(out, nullptr) << "two missing handles are equal, a negative count is none";
+  oprj_PointsFree(&out);
+  EXPECT_EQ(oprj_ProjectPair(pair.get(), nullptr, nullptr, 3, err), nullptr);
+  EXPECT_EQ(err.chain().find("oprj_ProjectPair: Error returned from oprj_Project (1) < "
+                             "oprj_Project: oprj_PointsCopy failed (10152) < oprj_PointsCopy: "),
+            0u);
+}
+
+TEST(Pipeline, ReportsWhatItCannotCombine) {
+  const LeakCheck leaks;
+  const auto mercator = makeHandle(transverseMercator(9)), plain = makeHandle(geographic()),
+             shifted = makeHandle(geographic("Clarke 1866", "Clarke 1866"));
+  const HandlePtr engine(oprj_ProjectionInitInternal(OPRJ_TITLE_PE, nullptr, nullptr)),
+      engine2(oprj_ProjectionInitInternal(OPRJ_TITLE_PE, nullptr, nullptr));
+  const auto record = geographic();
+  const auto bare = marked::handle(record, {});
+  oprj_ProParametersFree(&static_cast<Oprj_MapProjection *>(bare->ownedData)->proParameters);
+  // A handle whose set compares, but has no geographic system to give.
+  Oprj_MapProjectionFunctions lacking = *plain->functions;
+  lacking.gcsrGet = [](const void *, const char *, Oerr_Report **slot) -> const void * {
+    *slot = oerr_CreateErrorReport("test", 1, 2, nullptr, "no system");
+    return nullptr;
+  };
+  Oprj_MapProjectionEx vague = *plain;
+  vague.functions = &lacking;
+  Oprj_Point point{0.1, 0.2}, out{};
+  struct Row {
+    const Oprj_MapProjectionEx *in, *out;
+    int32_t count, code;
+    const char *message;
+  };
+  const Row rows[] = {{plain.get(), nullptr, 1, 10187, "Unimplemented"},
+                      {nullptr, plain.get(), 1, 10187, "Unimplemented"},
+                      {plain.get(), engine.get(), 1, 10187, "Unimplemented"},
+                      {engine.get(), engine2.get(), 1, 10146, "oprj_MapProjectionEqual failed"},
+                      {bare.get(), plain.get(), 1, 10146, "oprj_MapProjectionEqual failed"},
+                      {&vague, mercator.get(), 1, 10192, "ProjectionGCSRGet failed"},
+                      {mercator.get(), &vague, 1, 10196, "ProjectionGCSRGet failed"},
+                      {shifted.get(), mercator.get(), 0, 10212, "GCSTransform failed"},
+                      {shifted.get(), mercator.get(), -1, 10212, "GCSTransform failed"},
+                      {plain.get(), mercator.get(), 0, 0, ""}};
+  for (const auto &row : rows) {
+    Slot err;
+    Oprj_Point *given[] = {&out, nullptr};
+    for (Oprj_Point *result : given) {
+      Oprj_Point *made = oprj_Project(&point, row.in, result, row.out, row.count, err);
+      EXPECT_EQ(made != nullptr, row.code == 0);
+      if (row.code != 0) expectReport(err, "oprj_Project", row.code, row.message);
+      if (!result) oprj_PointsFree(&made);
+    }
+  }
+  Slot err;
+  EXPECT_EQ(oprj_Project(nullptr, plain.get(), &out, mercator.get(), 1, err), nullptr);
+  expectReport(err, "oprj_Project", 10205, "ProjectionApplyInverse failed");
+  for (const auto leg : {oprj_ProjectToLatLon, oprj_ProjectFromLatLon}) {
+    EXPECT_EQ(leg(&point, nullptr, nullptr, 1, err), nullptr);
+    EXPECT_NE(err.chain().find("LatLon: Invalid input projection (1)"), std::string::npos);
+    EXPECT_EQ(leg(nullptr, mercator.get(), nullptr, 1, err), nullptr);
+    EXPECT_EQ(oerr_CodeGet(err.get()), 3) << err.chain();
+  }
+  EXPECT_EQ(oprj_ProjectPair(nullptr, &point, &out, 1, err), nullptr);
+  expectReport(err, "oprj_ProjectPair", 2, "Invalid input Oprj_ProjectionPair");
+
+  // An undefined datum on either side, or a missing name, turns the shift off.
+  Oprj_Point direct{};
+  oprj_ProjectFromLatLon(&point, mercator.get(), &direct, 1, err);
+  for (const int what : {0, 1, 2}) {
+    const auto source = geographic("Clarke 1866", "Clarke 1866");
+    if (what == 0) source->proSpheroid->datum->type = OPRJ_DATUM_NONE;
+    if (what == 1) oprj_CharStrFree(&source->proSpheroid->datum->datumname);
+    if (what == 2) oprj_CharStrFree(&source->proSpheroid->sphereName);
+    oprj_Project(&point, makeHandle(source).get(), &out, mercator.get(), 1, err);
+    expectNoReport(err);
+    EXPECT_TRUE(same(&out, &direct, 1)) << what;
+  }
+}
+
+// --- units ---
+
+TEST(Units, VariantsAreConversionsAroundTheProjection) {
+  const auto pair = makePair(transverseMercator(9), geographic("Clarke 1866", "Clarke 1866"));
+  const Points in = spread(true);
+  Slot err;
+  struct Row {
+    const char *in, *out;
+  };
+  for (const auto &[inUnit, outUnit] : {Row{"us_survey_feet", "degrees"},
+                                        {"meters", "radians"},
+                                        {nullptr, "Minutes"},
+                                        {"kilometers", nullptr},
+                                        {nullptr, nullptr}}) {
+    SCOPED_TRACE(std::string(inUnit ? inUnit : "-") + " to " + (outUnit ? outUnit : "-"));
+    Points metres = in, expected(kCount), out(kCount), given = in;
+    if (inUnit) oprj_PointsConvertByUnitName(metres.data(), kCount, inUnit, "meters", err);
+    oprj_ProjectPair(pair.get(), metres.data(), expected.data(), kCount, err);
+    if (outUnit) oprj_PointsConvertByUnitName(expected.data(), kCount, "radians", outUnit, err);
+    const int64_t blocks = omsc_HeapBlockCount();
+    omsc_HeapFailNth(1);
+    EXPECT_NE(oprj_ProjectPairWithUnits(pair.get(), given.data(), inUnit, out.data(), outUnit,
+                                        kCount, err),
+              nullptr);
+    EXPECT_EQ(omsc_HeapFailNth(0), 0) << "no copies of arrays";
+    EXPECT_EQ(omsc_HeapBlockCount(), blocks);
+    expectNoReport(err);
+    EXPECT_TRUE(same(out.data(), expected.data(), kCount));
+    EXPECT_TRUE(same(given.data(), in.data(), kCount));
+
+    // The legs alone.
+    oprj_ProjectToLatLon(metres.data(), pair->in, expected.data(), kCount, err);
+    if (outUnit) oprj_PointsConvertByUnitName(expected.data(), kCount, "radians", outUnit, err);
+    oprj_ProjectToLatLonWithUnits(in.data(), inUnit, pair->in, out.data(), outUnit, kCount, err);
+    EXPECT_TRUE(same(out.data(), expected.data(), kCount));
+    Points angles = out, back(kCount);
+    if (outUnit) oprj_PointsConvertByUnitName(angles.data(), kCount, outUnit, "radians", err);
+    oprj_ProjectFromLatLon(angles.data(), pair->in, expected.data(), kCount, err);
+    if (inUnit) oprj_PointsConvertByUnitName(expected.data(), kCount, "meters", inUnit, err);
+    oprj_ProjectFromLatLonWithUnits(out.data(), outUnit, pair->in, back.data(), inUnit, kCount,
+                                    err);
+    EXPECT_TRUE(same(back.data(), expected.data(), kCount));
+  }
+  // Between equal systems only the unit changes.
+  Oprj_Point feet{3, 6}, metres{};
+  oprj_ProjectWithUnits(&feet, pair->in, "feet", &metres, pair->in, "meters", 1, err);
+  EXPECT_DOUBLE_EQ(metres.x, 0.9144);
+  EXPECT_DOUBLE_EQ(metres.y, 1.8288);
+}
+
+TEST(Units, FailuresNameTheStageAndTheKindOfPoints) {
+  const LeakCheck leaks;
+  const auto mercator = makeHandle(transverseMercator(9)), plain = makeHandle(geographic());
+  const HandlePtr engine(oprj_ProjectionInitInternal(OPRJ_TITLE_PE, nullptr, nullptr));
+  struct Row {
+    const Oprj_MapProjectionEx *in;
+    const char *inUnit;
+    const Oprj_MapProjectionEx *out;
+    const char *outUnit;
+    int32_t code;
+    const char *message;
+  };
+  const std::string convert = "Error returned from oprj_PointsConvertByUnitName for ";
+  const std::string messages[] = {convert + "input projected points", convert + "input LL",
+                                  convert + "output projected points", convert + "output LL"};
+  const Row rows[] = {
+      {nullptr, "feet", plain.get(), "degrees", 1, "Invalid input projection"},
+      {plain.get(), "feet", nullptr, "degrees", 1, "Invalid input projection"},
+      {plain.get(), "feet", engine.get(), "degrees", 2, "OPRJ_PROPARAMETERS_GET failed"},
+      {mercator.get(), "furlong per fortnight", plain.get(), "?", 5, messages[0].c_str()},
+      {mercator.get(), "degrees", plain.get(), nullptr, 5, messages[0].c_str()},
+      {plain.get(), "feet", mercator.get(), nullptr, 5, messages[1].c_str()},
+      {plain.get(), "degrees", mercator.get(), "degrees", 7, messages[2].c_str()},
+      {mercator.get(), "feet", plain.get(), "other", 7, messages[3].c_str()}};
+  const Oprj_Point point{1, 2};
+  for (const auto &row : rows) {
+    Slot err;
+    EXPECT_EQ(
+        oprj_ProjectWithUnits(&point, row.in, row.inUnit, nullptr, row.out, row.outUnit, 1, err),
+        nullptr);
+    expectReport(err, "oprj_ProjectWithUnits", row.code, row.message);
+  }
+
+  struct ConvertRow {
+    const char *from, *to;
+    int32_t code;
+    const char *message;
+  };
+  for (const auto &row :
+       {ConvertRow{nullptr, "feet", 1, "Error returned from ocvt_UnitSetByName for inUnit"},
+        {"feet", "fet", 2, "Error returned from ocvt_UnitSetByName for outUnit"},
+        {"feet", "degrees", 3, "Error returned from ocvt_UnitsConvert for the x value"}}) {
+    Slot err;
+    Oprj_Point kept = point;
+    EXPECT_EQ(oprj_PointsConvertByUnitName(&kept, 1, row.from, row.to, err), 0);
+    expectReport(err, "oprj_PointsConvertByUnitName", row.code, row.message);
+    EXPECT_TRUE(same(&kept, &point, 1));
+  }
+  Slot err;
+  EXPECT_EQ(oprj_PointsConvertByUnitName(nullptr, 1, "feet", "meters", err), 0);
+  expectReport(err, "oprj_PointsConvertByUnitName", 5, "Invalid input points");
+  EXPECT_EQ(oprj_PointsConvertByUnitName(nullptr, 0, "feet", "meters", err), 1);
+}
+
+TEST(Units, SizesOnTheSphere) {
+  const LeakCheck leaks;
+  Slot err;
+  const auto grs = geographic("GRS 1980", "NAD83 (DMA)");
+  // GRS 1980's authalic radius, 6371007.181 m [Moritz, Geodetic Reference System 1980].
+  const double degree = 6371007.181 * kDegree;
+  EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), grs.get(), 1, err), degree, 1e-3);
+  EXPECT_NEAR(oprj_ConvertLonSizeToMeters(theToolkit(), grs.get(), 2, 60, err), degree, 1e-3);
+  EXPECT_NEAR(oprj_ConvertMetersToLatSize(theToolkit(), grs.get(), degree, err), 1, 1e-9);
+  EXPECT_NEAR(oprj_ConvertMetersToLonSize(theToolkit(), grs.get(), degree, -60, err), 2, 1e-9);
+  // Without a record: the nominal sphere, 6370997 m.
+  EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), nullptr, 1, err), 6370997 * kDegree, 1e-6);
+  EXPECT_NEAR(oprj_ConvertMetersToLonSize(theToolkit(), nullptr, 6370997 * kDegree, 0, err), 1,
+              1e-12);
+  expectNoReport(err);
+  oprj_ConvertLonSizeToMeters(nullptr, nullptr, 1, 0, err);
+  expectReport(err, "oprj_ConvertLonSizeToMeters", 2, "Error returned from oprj_SpheroidByName");
+  oprj_ConvertMetersToLatSize(nullptr, nullptr, 1, err);
+  expectReport(err, "oprj_ConvertMetersToLatSize", 2, "Error returned from oprj_SpheroidByName");
+  forEachAllocationFailure([&](Oerr_Report **slot) {
+    return oprj_ConvertLatSizeToMeters(theToolkit(), nullptr, 1, slot) > 0;
+  });
+}
+
+}  // namespace
