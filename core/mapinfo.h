@@ -14,7 +14,8 @@ typedef struct {
   Oprj_CharStr units;                /**< name of the map unit */
 } Oprj_MapInfo;
 
-/** 1 when both systems are the same: parameters and units; see docs/architecture.md. */
+/** 1 when both systems are the same: parameters when both are given, else projection names, and
+    then units. */
 OPRJ_API int32_t oprj_ProjectionsEqual(const Oprj_MapInfo *firstMapInfo,
                                        const Oprj_ProParameters *first,
                                        const Oprj_MapInfo *secondMapInfo,
