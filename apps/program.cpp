@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -86,42 +85,15 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
-namespace {
-
-/// Levenshtein distance.
-size_t editDistance(std::string_view first, std::string_view second) {
-  std::vector<size_t> row(second.size() + 1);
-  for (size_t j = 0; j <= second.size(); ++j) row[j] = j;
-  for (size_t i = 1; i <= first.size(); ++i) {
-    size_t diagonal = row[0];
-    row[0] = i;
-    for (size_t j = 1; j <= second.size(); ++j) {
-      const size_t above = row[j];
-      row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (first[i - 1] != second[j - 1])});
-      diagonal = above;
-    }
-  }
-  return row[second.size()];
-}
-
-}  // namespace
-
 std::string nearest(std::string_view query, const std::vector<std::string> &names) {
-  const std::string wanted = lower(query);
-  std::vector<std::pair<size_t, const std::string *>> ranked;
-  for (const std::string &name : names) {
-    const std::string candidate = lower(name);
-    size_t distance = editDistance(wanted, candidate);
-    // A name that holds the query (or starts with it) is near however long it is.
-    if (wanted.size() >= 3 && candidate.find(wanted) != std::string::npos)
-      distance = std::min<size_t>(distance, candidate.starts_with(wanted) ? 1 : 2);
-    if (distance <= std::max<size_t>(2, wanted.size() / 3)) ranked.emplace_back(distance, &name);
-  }
-  std::stable_sort(ranked.begin(), ranked.end(),
-                   [](const auto &a, const auto &b) { return a.first < b.first; });
+  std::vector<const char *> texts;
+  for (const std::string &name : names) texts.push_back(name.c_str());
+  const char *found[3];
+  const int32_t count = ostr_NearestNames(std::string(query).c_str(), texts.data(),
+                                          static_cast<int32_t>(texts.size()), found);
   std::string text;
-  for (size_t i = 0; i < std::min<size_t>(3, ranked.size()); ++i)
-    text += (i == 0 ? "" : ", ") + ("\"" + *ranked[i].second + "\"");
+  for (int32_t i = 0; i < count; ++i)
+    text += (i == 0 ? "\"" : ", \"") + std::string(found[i]) + "\"";
   return text;
 }
 

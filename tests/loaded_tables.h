@@ -1,5 +1,6 @@
-// Included by tests that count heap blocks: the reference data, loaded lazily and kept for the life of the
-// process, is there before the first test, so that a test run alone sees only its own blocks.
+// Included by tests that count heap blocks: the reference data, loaded lazily and kept for the life
+// of the process, is there before the first test, so that a test run alone sees only its own
+// blocks.
 #ifndef OPRJ_TESTS_LOADED_TABLES_H
 #define OPRJ_TESTS_LOADED_TABLES_H
 
@@ -16,7 +17,8 @@ class LoadedTables : public testing::Environment {
   }
 };
 
-inline testing::Environment *const kLoadedTables = testing::AddGlobalTestEnvironment(new LoadedTables);
+inline testing::Environment *const kLoadedTables =
+    testing::AddGlobalTestEnvironment(new LoadedTables);
 
 }  // namespace orvik::test
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "toolkit/c_locale.h"
@@ -78,4 +79,16 @@ int32_t ostr_ToInt32(const char *text, int32_t *value) {
   int32_t read = 0;
   const auto result = std::from_chars(number.data(), number.data() + number.size(), read);
   return acceptWhole(number, result, read, value);
+}
+
+int32_t ostr_NearestNames(const char *query, const char *const *names, int32_t count,
+                          const char *found[3]) {
+  using orvik::toolkit::NearestNames;
+  static_assert(NearestNames::kMost == 3);
+  if (!query || !names || count <= 0) return 0;
+  const NearestNames nearest =
+      orvik::toolkit::nearestNames(query, std::span(names, static_cast<size_t>(count)));
+  int32_t stored = 0;
+  for (const std::string_view name : nearest) found[stored++] = name.data();  // whole texts
+  return stored;
 }
