@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "tests/loaded_tables.h"
 #include "tests/support.h"
 #include "toolkit/error_scope.h"
 
