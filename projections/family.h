@@ -174,7 +174,7 @@ inline constexpr int32_t kWorthPadding = 3;
 
 /// Point by point: for few points, without the large frame of the groups.
 template <class F, bool kForward>
-[[gnu::noinline]] PointStop projectFew(const double *block, const Oprj_Point *in, Oprj_Point *out,
+[[gnu::noinline, gnu::flatten]] PointStop projectFew(const double *block, const Oprj_Point *in, Oprj_Point *out,
                                        int32_t first, int32_t count) {
   const RunFrom<F, kForward> made(*reinterpret_cast<const typename F::Block *>(block));
   for (int32_t i = first; i < count; ++i) {
