@@ -16,6 +16,7 @@ void addProject(CLI::App &app, const Console &console, Action &action);
 void addDescribe(CLI::App &app, const Console &console, Action &action);
 void addExplain(CLI::App &app, const Console &console, Action &action);
 void addList(CLI::App &app, const Console &console, Action &action);
+void addDraw(CLI::App &app, const Console &console, Action &action);
 void addDefine(CLI::App &app, const Console &console, Action &action);
 
 }  // namespace program

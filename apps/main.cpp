@@ -24,6 +24,7 @@ int main(int argc, char **argv) {
   addDescribe(app, console, action);
   addExplain(app, console, action);
   addList(app, console, action);
+  addDraw(app, console, action);
   addDefine(app, console, action);
   addManual(app, action);
 

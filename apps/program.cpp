@@ -33,16 +33,25 @@ std::string Slot::rootMessage() const {
   return text;
 }
 
-Oint_Toolkit *startLibrary(const Console &console) {
-  namespace fs = std::filesystem;
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Where reference data lies that no variable names.
+std::vector<fs::path> dataFolders() {
   std::error_code ignored;
   const fs::path program = fs::read_symlink("/proc/self/exe", ignored);
-  const fs::path candidates[] = {program.parent_path().parent_path() / OPRJ_INSTALL_DATA,
-                                 OPRJ_SOURCE_DATA};
+  return {program.parent_path().parent_path() / OPRJ_INSTALL_DATA, OPRJ_SOURCE_DATA};
+}
+
+}  // namespace
+
+Oint_Toolkit *startLibrary(const Console &console) {
+  std::error_code ignored;
   for (const char *variable : {"ORVIK_PROJECTIONS_PATH", "ORVIK_DATUMS_PATH"}) {
     const char *value = std::getenv(variable);
     if (value && *value) continue;
-    for (const fs::path &candidate : candidates) {
+    for (const fs::path &candidate : dataFolders()) {
       if (!fs::is_regular_file(candidate / "mapprojections.dat", ignored)) continue;
       setenv(variable, candidate.c_str(), 1);
       console.detail(std::string(variable) + " is not set; using " + candidate.string());
@@ -61,6 +70,20 @@ const Oprj_InitData &referenceData(Oint_Toolkit *toolkit) {
   const Oprj_InitData *data = oprj_InitDataGet(toolkit, err.get());
   if (!data) throw Stop(kUnusable, "the reference data cannot be loaded: " + err.text());
   return *data;
+}
+
+std::string referenceFile(const char *name) {
+  Slot err;
+  Ofio_SearchList *list = ofio_CreateSLFromEnv("ORVIK_PROJECTIONS_PATH", nullptr, err.get());
+  if (!list) throw Stop(kUnusable, err.text());
+  const OwnedText found(ofio_Which(list, name, err.get()));
+  ofio_SearchListFree(&list);
+  if (found) return found.get();
+  for (const fs::path &folder : dataFolders()) {
+    std::error_code ignored;
+    if (fs::is_regular_file(folder / name, ignored)) return folder / name;
+  }
+  throw Stop(kUnusable, "a file of the reference data is missing: " + err.text());
 }
 
 std::string numberText(double value, int digits) {

@@ -78,6 +78,9 @@ using OwnedText = std::unique_ptr<char, HeapText>;
 /// beside the sources), loads it and returns the toolkit's record. Throws Stop.
 Oint_Toolkit *startLibrary(const Console &console);
 const Oprj_InitData &referenceData(Oint_Toolkit *toolkit);
+/// The path of a file beside the reference data: along ORVIK_PROJECTIONS_PATH, else where it is
+/// installed or beside the sources. Throws Stop.
+std::string referenceFile(const char *name);
 
 inline constexpr double kDegree = 3.14159265358979323846 / 180;
 

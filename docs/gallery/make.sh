@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Draws the gallery: one map of each projection family that the library computes itself, and the page
+# that shows them. Needs the built program: docs/gallery/make.sh [PROGRAM].
+set -euo pipefail
+cd "$(dirname "$0")"
+program=${1:-../../build/bin/oprj}
+page=README.md
+
+# number|system; the names are the program's own.
+systems='
+0|Geographic; datum=WGS 84
+1|UTM; zone=33; datum=WGS 84
+2|State Plane; zone=Florida East; nad=83
+3|Albers Conical Equal Area; datum=NAD27; lat_1=29.5; lat_2=45.5; lon_0=-96; lat_0=23
+4|Lambert Conformal Conic; datum=NAD27; lat_1=33; lat_2=45; lon_0=-96; lat_0=23
+5|Mercator; datum=WGS 84; lon_0=0; lat_ts=0
+6|Polar Stereographic; datum=WGS 84; lon_0=0; lat_ts=71
+7|Polyconic; datum=NAD27; lon_0=-96; lat_0=30
+8|Equidistant Conic; datum=NAD27; lat_1=29.5; lat_2=45.5; lon_0=-96; lat_0=23
+9|Transverse Mercator; datum=WGS 84; k_0=0.9996; lon_0=15; lat_0=0
+10|Stereographic; spheroid=GRS 1980 Authalic Sphere; lon_0=10; lat_0=50
+11|Lambert Azimuthal Equal-area; spheroid=GRS 1980 Authalic Sphere; lon_0=10; lat_0=50
+12|Azimuthal Equidistant; spheroid=GRS 1980 Authalic Sphere; lon_0=10; lat_0=50
+13|Gnomonic; spheroid=GRS 1980 Authalic Sphere; lon_0=10; lat_0=50
+14|Orthographic; spheroid=GRS 1980 Authalic Sphere; lon_0=10; lat_0=50
+15|General Vertical Near-side Perspective; spheroid=GRS 1980 Authalic Sphere; h=12000000; lon_0=-75; lat_0=20
+16|Sinusoidal; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+17|Equirectangular; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_ts=40
+18|Miller Cylindrical; spheroid=GRS 1980 Authalic Sphere; lon_0=-160
+19|Van der Grinten I; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+20|Oblique Mercator (Hotine); datum=WGS 84; k_0=0.9996; azimuth=53; lon_0=115; lat_0=4
+21|Space Oblique Mercator; spheroid=Clarke 1866; datum=NAD27; satellite=2; path=15
+22|Modified Transverse Mercator; datum=NAD27
+23|ESOM; datum=WGS 84; satellite=5; path=190
+24|Robinson; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+25|SOM (generic); datum=WGS 84; satellite=5; path=190
+26|Alaska Conformal; datum=NAD27
+27|Interrupted Goode Homolosine; spheroid=GRS 1980 Authalic Sphere
+28|Mollweide; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+29|Interrupted Mollweide; spheroid=GRS 1980 Authalic Sphere
+30|Hammer; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+31|Wagner IV; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+32|Wagner VII; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+33|Oblated Equal Area; spheroid=GRS 1980 Authalic Sphere; p2=1.33; p3=2; lon_0=-160; lat_0=5
+53|Anchored LSR; datum=WGS 84; lon_0=10; lat_0=50
+67|Lambert Conformal Conic (single standard parallel); datum=NAD27; lat_1=39; lon_0=-96; k_0=0.9996
+68|Pseudo Mercator; datum=WGS 84; lon_0=0
+69|Mercator (variant A); datum=WGS 84; lon_0=110; k_0=0.997
+'
+
+{
+  echo "# Gallery"
+  echo
+  echo "Every projection family that the library computes itself, drawn by \`oprj draw\`. Made by"
+  echo "\`docs/gallery/make.sh\`."
+  echo
+  echo "| Map | Number | Projection | Coordinate system |"
+  echo "|---|---|---|---|"
+} > $page
+while IFS='|' read -r number system; do
+  [ -n "$number" ] || continue
+  picture=$number.png
+  "$program" -q draw "$system" -o "$picture" --width 640
+  echo "| ![${system%%;*}]($picture) | $number | ${system%%;*} | \`$system\` |" >> $page
+done <<< "$systems"
+printf '%s\n' *.png | xargs -P "$(nproc)" -n 5 python3 palette.py  # a third of the size
+du -sh . >&2

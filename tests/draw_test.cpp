@@ -1,0 +1,605 @@
+// Maps that the program draws, of every projection of the gallery: lines are where the projection
+// puts them and nowhere else, land and sea have their colours, and what cannot be drawn is told.
+#include <cairo.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <unordered_map>
+
+#include "apps/draw_trace.h"
+#include "support.h"
+
+namespace {
+
+using orvik::test::readFile;
+using orvik::test::Slot;
+using orvik::test::TemporaryDirectory;
+
+struct Point {
+  double x, y;
+};
+using Line = std::vector<Point>;
+
+struct Outcome {
+  int status;
+  std::string err;
+};
+
+struct Row {
+  std::string number, system;
+  bool whole;  ///< the map shows the whole globe
+};
+
+/// The systems of the gallery.
+std::vector<Row> gallery() {
+  const std::string partial[] = {"1",  "2",  "4",  "5",  "6",  "9",  "10", "13", "14", "15", "20",
+                                 "21", "22", "23", "25", "26", "33", "53", "67", "68", "69"};
+  std::istringstream script(readFile(OPRJ_SOURCE_DIR "/docs/gallery/make.sh"));
+  std::vector<Row> rows;
+  for (std::string line; std::getline(script, line);) {
+    const size_t bar = line.find('|');
+    if (bar == 0 || bar == std::string::npos || line.find_first_not_of("0123456789") != bar)
+      continue;
+    const std::string number = line.substr(0, bar);
+    rows.push_back(
+        {number, line.substr(bar + 1),
+         std::find(std::begin(partial), std::end(partial), number) == std::end(partial)});
+  }
+  return rows;
+}
+
+/// Other aspects of the same families: over poles and the antimeridian, southern, two-point and
+/// orbit forms, small and far windows.
+std::vector<Row> aspects() {
+  std::vector<Row> rows;
+  for (const char *system :
+       {"UTM; zone=1; datum=WGS 84",
+        "UTM; zone=60S; datum=WGS 84",
+        "State Plane; zone=5001; nad=83",
+        "State Plane; zone=5101; nad=83",
+        "Lambert Conformal Conic; datum=WGS 84; lat_1=-20; lat_2=-40; lon_0=135; lat_0=-30",
+        "Lambert Conformal Conic; datum=WGS 84; lat_1=89; lat_2=88; lon_0=0",
+        "Albers Conical Equal Area; datum=WGS 84; lat_1=-18; lat_2=-36; lon_0=132",
+        "Equidistant Conic; datum=WGS 84; lat_1=80; lat_2=85; lon_0=0",
+        "Polyconic; datum=WGS 84; lon_0=180; lat_0=0",
+        "Polar Stereographic; datum=WGS 84; lon_0=100; lat_ts=-71",
+        "Lambert Azimuthal Equal-area; spheroid=GRS 1980 Authalic Sphere; lat_0=90; lon_0=0",
+        "Lambert Azimuthal Equal-area; spheroid=GRS 1980 Authalic Sphere; lat_0=-90; lon_0=33",
+        "Azimuthal Equidistant; spheroid=GRS 1980 Authalic Sphere; lat_0=0; lon_0=180",
+        "Orthographic; spheroid=GRS 1980 Authalic Sphere; lat_0=0; lon_0=0",
+        "General Vertical Near-side Perspective; spheroid=GRS 1980 Authalic Sphere; h=2000000; "
+        "lat_0=25; lon_0=-80",
+        "Oblique Mercator (Hotine); datum=WGS 84; k_0=1; lat_0=40; lon_1=-120; lat_1=30; "
+        "lon_2=-60; lat_2=50",
+        "SOM (generic); datum=WGS 84; p12=0; p3=99d; p4=-60d; p8=103; p10=0",
+        "SOM (generic); datum=WGS 84; p12=0; p3=99d; p4=-60d; p8=103; p10=1",
+        "Oblated Equal Area; spheroid=GRS 1980 Authalic Sphere; p2=3; p3=2.5; lon_0=20; lat_0=30; "
+        "p8=30d",
+        "Mercator; a=1; b=1; lon_0=-170",
+        "Sinusoidal; a=1; b=1; lon_0=77; x_0=1e6"})
+    rows.push_back({"", system, false});
+  return rows;
+}
+
+/// What -v tells of where the map stands on the page.
+struct Placement {
+  double west = 0, south = 0, east = 0, north = 0, step = 0;  // the sheet, degrees
+  double left = 0, top = 0, scale = 0;                        // pixels
+  Point onPage(Point sheet) const {
+    return {left + (sheet.x - west) * scale, top + (north - sheet.y) * scale};
+  }
+  bool shows(Point sheet) const {
+    return sheet.x > west && sheet.x < east && sheet.y > south && sheet.y < north;
+  }
+};
+
+/// True images of lines as short segments on the page, found by place.
+class Truth {
+ public:
+  void add(Point a, Point b) {
+    constexpr double kPage = 4000;  // pixels: nothing on a page is as long
+    if (!(std::fabs(a.x - b.x) < kPage && std::fabs(a.y - b.y) < kPage)) return;
+    const size_t index = segments_.size();
+    segments_.push_back({a, b});
+    for (int x = cell(std::min(a.x, b.x)); x <= cell(std::max(a.x, b.x)); ++x) {
+      for (int y = cell(std::min(a.y, b.y)); y <= cell(std::max(a.y, b.y)); ++y)
+        cells_[key(x, y)].push_back(index);
+    }
+  }
+  /// To the nearest segment, as far as kCell pixels.
+  double distance(Point p) const {
+    double nearest = kCell;
+    for (int x = cell(p.x) - 1; x <= cell(p.x) + 1; ++x) {
+      for (int y = cell(p.y) - 1; y <= cell(p.y) + 1; ++y) {
+        const auto found = cells_.find(key(x, y));
+        if (found == cells_.end()) continue;
+        for (const size_t index : found->second) nearest = std::min(nearest, to(index, p));
+      }
+    }
+    return nearest;
+  }
+  const std::vector<std::pair<Point, Point>> &segments() const { return segments_; }
+
+ private:
+  static constexpr double kCell = 2;
+  static int cell(double v) { return static_cast<int>(std::floor(v / kCell)); }
+  static int64_t key(int x, int y) { return static_cast<int64_t>(x) * 1000003 + y; }
+  double to(size_t index, Point p) const {
+    const auto &[a, b] = segments_[index];
+    const double x = b.x - a.x, y = b.y - a.y, square = x * x + y * y;
+    const double part =
+        square > 0 ? std::clamp(((p.x - a.x) * x + (p.y - a.y) * y) / square, 0.0, 1.0) : 0;
+    const double dx = p.x - a.x - part * x, dy = p.y - a.y - part * y;
+    return std::sqrt(dx * dx + dy * dy);
+  }
+  std::vector<std::pair<Point, Point>> segments_;
+  std::unordered_map<int64_t, std::vector<size_t>> cells_;
+};
+
+class Draw : public testing::Test {
+ protected:
+  std::string path(const std::string &name) const { return folder_.path() + "/" + name; }
+
+  Outcome run(const std::string &arguments, const std::string &environment = "") const {
+    const std::string command = environment + " " OPRJ_BINARY_DIR "/bin/oprj " + arguments + " > " +
+                                path("out") + " 2> " + path("err");
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(path("err"))};
+  }
+
+  Placement draw(const std::string &system, const std::string &options,
+                 const std::string &picture) const {
+    const Outcome outcome = run("-q -v draw '" + system + "' " + options + " -o " + path(picture));
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    Placement p;
+    const char *sheet = std::strstr(outcome.err.c_str(), "sheet from ");
+    const char *map = std::strstr(outcome.err.c_str(), "map at ");
+    EXPECT_TRUE(sheet && map) << outcome.err;
+    if (!sheet || !map) return p;
+    EXPECT_EQ(std::sscanf(sheet, "sheet from %lf, %lf to %lf, %lf; graticule every %lf", &p.west,
+                          &p.south, &p.east, &p.north, &p.step),
+              5);
+    EXPECT_EQ(std::sscanf(map, "map at %lf, %lf on the page; pixels in a unit of the sheet: %lf",
+                          &p.left, &p.top, &p.scale),
+              3);
+    return p;
+  }
+
+  /// Degrees to the sheet, through the program's other command; NaN where the projection stops.
+  Line project(const std::string &system, const Line &degrees) const {
+    std::ofstream(path("degrees"), std::ios::binary)
+        .write(reinterpret_cast<const char *>(degrees.data()),
+               static_cast<std::streamsize>(degrees.size() * sizeof(Point)));
+    std::string datum;  // the same, so that nothing is shifted
+    std::istringstream keys(system);
+    for (std::string key; std::getline(keys, key, ';');) {
+      for (const char *kept : {" datum=", " spheroid=", " nad=", " a=", " b="}) {
+        if (key.starts_with(kept)) datum += ";" + key;
+      }
+    }
+    const Outcome outcome = run("-q project --binary --from 'geographic" + datum + "' --to '" +
+                                system + "' -o " + path("sheet") + " " + path("degrees"));
+    EXPECT_LE(outcome.status, 1) << outcome.err;
+    const std::string bytes = readFile(path("sheet"));
+    Line sheet(bytes.size() / sizeof(Point));
+    std::memcpy(sheet.data(), bytes.data(), sheet.size() * sizeof(Point));
+    EXPECT_EQ(sheet.size(), degrees.size());
+    if (system.starts_with("Geographic")) {  // its sheet is in radians
+      for (Point &p : sheet) p = {p.x * M_PI / 180, p.y * M_PI / 180};
+    }
+    return sheet;
+  }
+
+  /// Adds the images of lines of close points.
+  void addImages(const std::string &system, const std::vector<Line> &lines, const Placement &place,
+                 Truth &truth) const {
+    Line all;
+    for (const Line &line : lines) all.insert(all.end(), line.begin(), line.end());
+    const Line sheet = project(system, all);
+    if (sheet.size() != all.size()) return;  // told already
+    auto from = sheet.begin();
+    for (const Line &line : lines) {
+      addImage(Line(from, from + static_cast<std::ptrdiff_t>(line.size())), place, truth);
+      from += static_cast<std::ptrdiff_t>(line.size());
+    }
+  }
+
+  /// Leaves out jumps: steps several times as long as both of their neighbours.
+  static void addImage(const Line &sheet, const Placement &place, Truth &truth) {
+    constexpr double kJump = 4, kLeast = 0.05;  // pixels: a step as short is no jump
+    Line page;
+    for (const Point p : sheet) page.push_back(place.onPage(p));
+    const auto step = [&](size_t i) {  // into point i; 0 where there is none
+      if (i == 0 || i >= page.size()) return 0.0;
+      const double dx = page[i].x - page[i - 1].x, dy = page[i].y - page[i - 1].y;
+      const double length = std::sqrt(dx * dx + dy * dy);
+      return std::isfinite(length) ? length : 0.0;
+    };
+    for (size_t i = 1; i < page.size(); ++i) {
+      if (!place.shows(sheet[i - 1]) && !place.shows(sheet[i])) continue;
+      const double length = step(i);
+      if (length > 0 && length <= std::max(kLeast, kJump * std::max(step(i - 1), step(i + 1))))
+        truth.add(page[i - 1], page[i]);
+    }
+  }
+
+  TemporaryDirectory folder_;
+};
+
+/// The lines of the stroked paths in an SVG: graticule, coast, outline.
+std::vector<std::vector<Line>> strokes(const std::string &svg) {
+  std::vector<std::vector<Line>> paths;
+  for (size_t at = 0; (at = svg.find("<path ", at)) != std::string::npos;) {
+    const std::string tag = svg.substr(at, svg.find('>', at) - at);
+    at += tag.size();
+    if (tag.find("stroke:rgb") == std::string::npos) continue;
+    EXPECT_TRUE(tag.find("transform") == std::string::npos ||
+                tag.find("matrix(1,0,0,1,0,0)") != std::string::npos);
+    std::istringstream data(tag.substr(tag.find(" d=\"") + 4));
+    std::vector<Line> &lines = paths.emplace_back();
+    for (std::string word; data >> word;) {
+      Point p;
+      if (word == "M") lines.emplace_back();
+      if ((word == "M" || word == "L") && data >> p.x >> p.y) lines.back().push_back(p);
+    }
+  }
+  return paths;
+}
+
+/// Vertices and middles of segments farther than `tolerance` pixels from the truth.
+struct Strays {
+  size_t points = 0, strays = 0;
+  double longest = 0;  // segment
+};
+Strays straysOf(const std::vector<Line> &lines, const Truth &truth, double tolerance) {
+  Strays result;
+  const auto look = [&](Point p) {
+    ++result.points;
+    if (truth.distance(p) > tolerance) ++result.strays;
+  };
+  for (const Line &line : lines) {
+    for (size_t i = 0; i < line.size(); ++i) {
+      look(line[i]);
+      if (i == 0) continue;
+      look({(line[i].x + line[i - 1].x) / 2, (line[i].y + line[i - 1].y) / 2});
+      result.longest = std::max(result.longest,
+                                std::hypot(line[i].x - line[i - 1].x, line[i].y - line[i - 1].y));
+    }
+  }
+  return result;
+}
+
+/// Tags are closed in order, attributes are quoted.
+void expectWellFormed(const std::string &xml) {
+  std::vector<std::string> open;
+  for (size_t at = 0; (at = xml.find('<', at)) != std::string::npos;) {
+    const size_t end = xml.find('>', at);
+    ASSERT_NE(end, std::string::npos);
+    const std::string tag = xml.substr(at + 1, end - at - 1);
+    at = end;
+    EXPECT_EQ(std::count(tag.begin(), tag.end(), '"') % 2, 0) << tag;
+    if (tag.starts_with('?') || tag.ends_with('/')) continue;
+    const std::string name = tag.substr(0, tag.find_first_of(" \n"));
+    if (!tag.starts_with('/')) {
+      open.push_back(name);
+      continue;
+    }
+    ASSERT_FALSE(open.empty()) << tag;
+    EXPECT_EQ("/" + open.back(), name);
+    open.pop_back();
+  }
+  EXPECT_TRUE(open.empty());
+}
+
+/// The multiples of `step`, each a line with a point every 0.05 degrees.
+std::vector<Line> graticule(double step) {
+  constexpr double kFine = 0.05;
+  std::vector<Line> lines;
+  const int east = static_cast<int>(180 / step), north = static_cast<int>(89.999 / step);
+  for (int i = -east; i <= east; ++i) {
+    Line &line = lines.emplace_back();
+    for (int k = -1800; k <= 1800; ++k) line.push_back({i * step, k * kFine});
+  }
+  for (int i = -north; i <= north; ++i) {
+    Line &line = lines.emplace_back();
+    for (int k = -3600; k <= 3600; ++k) line.push_back({k * kFine, i * step});
+  }
+  return lines;
+}
+
+/// The coastlines of the data with points every 0.05 degrees, and the gaps at the antimeridian
+/// that the program closes: between ends of open lines.
+std::vector<Line> coastlines() {
+  constexpr double kFine = 0.05, kGap = 1.5;  // degrees
+  std::ifstream file(OPRJ_SOURCE_DIR "/data/coastline.txt");
+  std::stringstream numbers;
+  for (std::string line; std::getline(file, line);)
+    numbers << line.substr(0, line.find('#')) << ' ';
+  std::vector<Line> coarse;
+  for (size_t count; numbers >> count;) {
+    Line &line = coarse.emplace_back(count);
+    for (Point &p : line) numbers >> p.x >> p.y;
+  }
+  const size_t found = coarse.size();
+  for (size_t i = 0; i < found; ++i) {
+    for (size_t j = 0; j < found; ++j) {
+      const Point end = coarse[i].back(), start = coarse[j].front();
+      const double east = std::remainder(start.x - end.x, 360);
+      if (std::fabs(end.x) > 178 && std::fabs(start.x) > 178 &&
+          std::hypot(east * std::cos(end.y * M_PI / 180), start.y - end.y) < kGap)
+        coarse.insert(coarse.end(),
+                      {{end, {end.x + east, start.y}}, {{start.x - east, end.y}, start}});
+    }
+  }
+  std::vector<Line> lines;
+  for (const Line &line : coarse) {
+    Line &fine = lines.emplace_back();
+    for (size_t i = 1; i < line.size(); ++i) {
+      const Point a = line[i - 1], b = line[i];
+      const int steps = 1 + static_cast<int>(std::hypot(b.x - a.x, b.y - a.y) / kFine);
+      for (int k = i > 1; k <= steps; ++k)
+        fine.push_back({a.x + (b.x - a.x) * k / steps, a.y + (b.y - a.y) * k / steps});
+    }
+  }
+  return lines;
+}
+
+// Each vertex of the drawn graticule and coast, and the middle of each segment, lies on the image
+// of a meridian, a parallel or a coastline that is computed point by point. A line across a gap,
+// a jump at the antimeridian, a chord through the far side or a line that misses its curve would
+// stray. The other way round, maps of the whole globe show all of the graticule.
+TEST_F(Draw, LinesOfAllFamiliesAreWhereTheProjectionPutsThem) {
+  constexpr double kTolerance = 0.5;  // pixels
+  const std::vector<Line> coast = coastlines();
+  ASSERT_GT(coast.size(), 100u);
+  std::vector<Row> rows = gallery();
+  ASSERT_EQ(rows.size(), 38u);
+  for (const Row &row : aspects()) rows.push_back(row);
+  for (const Row &row : rows) {
+    SCOPED_TRACE(row.system);
+    const Placement place = draw(row.system, "--width 800", "map.svg");
+    const std::string svg = readFile(path("map.svg"));
+    expectWellFormed(svg);
+    const auto paths = strokes(svg);
+    ASSERT_GE(paths.size(), 3u);
+    // Each side of the oblated map is a single point that the sheet stretches.
+    const size_t allowed = row.number == "33" ? 20 : 0;
+    Truth net, shores;
+    addImages(row.system, graticule(place.step), place, net);
+    addImages(row.system, coast, place, shores);
+    const Strays inNet = straysOf(paths[0], net, kTolerance);
+    EXPECT_GT(inNet.points, 100u);
+    EXPECT_LE(inNet.strays, allowed) << "of " << inNet.points << " of the graticule";
+    const Strays inShores = straysOf(paths[1], shores, kTolerance);
+    EXPECT_GT(inShores.points, row.whole ? 1000u : 0u);
+    EXPECT_LE(inShores.strays, allowed) << "of " << inShores.points << " of the coast";
+    if (!row.whole) continue;
+    Truth drawn;
+    for (const auto &path : {paths[0], paths[2]}) {
+      for (const Line &line : path) {
+        for (size_t i = 1; i < line.size(); ++i) drawn.add(line[i - 1], line[i]);
+      }
+    }
+    size_t missing = 0;
+    for (const auto &[a, b] : net.segments()) {
+      if (drawn.distance(a) > kTolerance + 0.25) ++missing;
+    }
+    EXPECT_LE(missing, net.segments().size() / 1000) << "of " << net.segments().size();
+  }
+}
+
+/// A picture's pixels.
+class Picture {
+ public:
+  explicit Picture(const std::string &path)
+      : surface_(cairo_image_surface_create_from_png(path.c_str()), cairo_surface_destroy) {
+    EXPECT_EQ(cairo_surface_status(surface_.get()), CAIRO_STATUS_SUCCESS) << path;
+  }
+  int width() const { return cairo_image_surface_get_width(surface_.get()); }
+  int height() const { return cairo_image_surface_get_height(surface_.get()); }
+  /// 's'ea, 'l'and, 'p'aper or '-' when lines cover the place: the commonest around it.
+  char at(Point p) const {
+    std::map<char, int> counts;
+    for (int y = static_cast<int>(p.y) - 2; y <= static_cast<int>(p.y) + 2; ++y) {
+      for (int x = static_cast<int>(p.x) - 2; x <= static_cast<int>(p.x) + 2; ++x) {
+        if (x >= 0 && y >= 0 && x < width() && y < height()) ++counts[kind(x, y)];
+      }
+    }
+    const auto most = std::max_element(counts.begin(), counts.end(),
+                                       [](auto &a, auto &b) { return a.second < b.second; });
+    return most == counts.end() ? '-' : most->first;
+  }
+
+ private:
+  char kind(int x, int y) const {
+    const unsigned char *row = cairo_image_surface_get_data(surface_.get()) +
+                               y * cairo_image_surface_get_stride(surface_.get());
+    uint32_t pixel;
+    std::memcpy(&pixel, row + 4 * x, sizeof pixel);
+    switch (pixel & 0xFFFFFF) {
+      case 0xE9F1F7:
+        return 's';
+      case 0xF4F0E6:
+        return 'l';
+      case 0xFFFFFF:
+        return 'p';
+      default:
+        return '-';
+    }
+  }
+  std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t *)> surface_;
+};
+
+// Places well inside of lands and seas, among them an inland sea and both poles, whose
+// surroundings every cut of the globe must close rightly.
+TEST_F(Draw, LandAndSeaHaveTheirColours) {
+  constexpr struct {
+    double lon, lat;
+    char kind;
+  } kPlaces[] = {
+      {12, 22, 'l'},    {22, 5, 'l'},       {-57, -12, 'l'},  {-67, -33, 'l'}, {-103, 38, 'l'},
+      {-107, 56, 'l'},  {98, 64, 'l'},      {127, 62, 'l'},   {84, 33, 'l'},   {78, 22, 'l'},
+      {134, -24, 'l'},  {-42, 74, 'l'},     {173, 67, 'l'},   {-152, 66, 'l'}, {2, -88, 'l'},
+      {-100, -80, 'l'}, {100, -72, 'l'},    {51.5, 40, 's'},  {2, 88.5, 's'},  {-150, 10, 's'},
+      {-170, -40, 's'}, {172, 20, 's'},     {-37, 27, 's'},   {-18, -28, 's'}, {77, -22, 's'},
+      {-52, 57, 's'},   {-145, 47, 's'},    {-178, 57, 's'},  {-83, 60, 's'},  {-90, 25, 's'},
+      {-79, 27.3, 's'}, {-81.5, 27.7, 'l'}, {-83.7, 27, 's'}, {18, 3, 'l'},    {3, 1, 's'},
+      {127, 23, 's'},   {114, 1, 'l'}};
+  Line degrees;
+  for (const auto &place : kPlaces) degrees.push_back({place.lon, place.lat});
+  for (const Row &row : gallery()) {
+    SCOPED_TRACE(row.system);
+    const Placement place = draw(row.system, "--width 700", "map.png");
+    const Picture picture(path("map.png"));
+    EXPECT_EQ(picture.width(), 700);
+    const Line sheet = project(row.system, degrees);
+    int seen[2] = {0, 0};
+    for (size_t i = 0; i < sheet.size(); ++i) {
+      if (!place.shows(sheet[i])) continue;
+      const char kind = picture.at(place.onPage(sheet[i]));
+      if (kind == 'p' || kind == '-') continue;  // beyond the edge; too narrow to see
+      EXPECT_EQ(kind, kPlaces[i].kind) << kPlaces[i].lon << " " << kPlaces[i].lat;
+      ++seen[kind == 'l'];
+    }
+    EXPECT_GE(seen[0], 1) << "no place at sea was seen";
+    EXPECT_GE(seen[1], 1) << "no place on land was seen";
+  }
+}
+
+// The tables of domains keep lines away from most of what this is for: a sheet cut anywhere else is
+// found by its tears and stops alone, and lines reach up to them.
+TEST(DrawTrace, ALineBreaksWhereTheSheetTearsOrEnds) {
+  using namespace program;
+  using namespace program::draw;
+  using program::draw::Line;
+  Oint_Toolkit *toolkit = startLibrary(Console{});
+  const auto traced = [&](const char *name, const Patch &patch, const Line &globe) {
+    Slot slot;
+    const OwnedRecord record(oprj_ProParametersCreateByName(toolkit, name, slot));
+    oprj_DblArrayCreate(15, &record->proParams, slot);
+    oprj_SpheroidByAxes(toolkit, 1, 1, record->proSpheroid, slot);
+    const Sheet sheet(toolkit, record.get());
+    const Tracer tracer(sheet, kEverything, 1e-4, kDegree);
+    std::vector<Line> images;
+    for (const Line &part : patch.parts(globe)) tracer.line(patch, part, images);
+    return images;
+  };
+  const double pi = program::draw::kPi;
+  // The whole globe as if Goode's map had no lobes: the parallel of 30 degrees south has four
+  // parts.
+  const Patch whole = Patch::rectangle(Frame::upright(0), {-pi, -pi / 2, pi, pi / 2});
+  const auto lobes =
+      traced("Interrupted Goode Homolosine", whole,
+             densified({{-pi, -30 * kDegree}, {pi, -30 * kDegree}}, 3 * kDegree, 3 * kDegree));
+  const double edges[] = {-180, -100, -20, 80, 180}, meridians[] = {-160, -60, 20, 140};
+  ASSERT_EQ(lobes.size(), 4u);
+  for (size_t i = 0; i < 4; ++i) {
+    const auto at = [&](double lon) {
+      return (meridians[i] + (lon - meridians[i]) * std::cos(30 * kDegree)) * kDegree;
+    };
+    EXPECT_NEAR(lobes[i].front().x, at(edges[i]), 1e-8);
+    EXPECT_NEAR(lobes[i].back().x, at(edges[i + 1]), 1e-8);
+  }
+  // The equator beyond the limb of an orthographic map: one part, from limb to limb.
+  const auto disc = traced("Orthographic", whole, densified({{-pi, 0}, {pi, 0}}, 7 * kDegree, 1));
+  ASSERT_EQ(disc.size(), 1u);
+  EXPECT_NEAR(disc[0].front().x, -1, 1e-8);
+  EXPECT_NEAR(disc[0].back().x, 1, 1e-8);
+}
+
+TEST_F(Draw, ObeysItsOptions) {
+  const std::string system = "Mollweide; datum=WGS 84";
+  const Placement plain = draw(system, "--width 300", "plain.svg");
+  EXPECT_EQ(plain.step, 15);
+  EXPECT_EQ(draw(system, "--width 300 --graticule 30", "coarse.svg").step, 30);
+  const std::string svg = readFile(path("plain.svg"));
+  EXPECT_NE(svg.find("width=\"300px\""), std::string::npos);
+  const auto all = strokes(svg), coarse = strokes(readFile(path("coarse.svg")));
+  // Meridians from -165 to 165 and parallels from -75 to 75; those at +-180 are the outline.
+  EXPECT_EQ(all[0].size(), 23u + 11u);
+  EXPECT_EQ(coarse[0].size(), 11u + 5u);
+  draw(system, "--width 300 --no-coast", "bare.svg");
+  EXPECT_EQ(strokes(readFile(path("bare.svg"))).size() + 1, all.size());
+  // The same arguments give the same bytes, a title other ones; the extension may be in capitals.
+  draw(system, "--width 300", "again.SVG");
+  EXPECT_EQ(readFile(path("again.SVG")), svg);
+  draw(system, "--width 300 --title 'Über <&> 世'", "title.svg");
+  EXPECT_NE(readFile(path("title.svg")), svg);
+  expectWellFormed(readFile(path("title.svg")));
+  draw(system, "--width 300 --title ''", "title.png");
+  draw(system, "--width 300", "plain.png");
+  EXPECT_LT(Picture(path("title.png")).height(), Picture(path("plain.png")).height());
+}
+
+TEST_F(Draw, TellsWhatCannotBeDone) {
+  ASSERT_EQ(symlink("/dev/full", path("full.png").c_str()), 0);
+  const struct {
+    const char *arguments, *output;
+    int status;
+    const char *message;
+  } cases[] = {
+      {"Hammer; datum=WGS 84", "map.gif", 2, "must end in .svg or .png"},
+      {"Hammer; datum=WGS 84", "svg", 2, "must end in .svg or .png"},
+      {"Hammer; datum=WGS 84' --width '10", "map.svg", 2, "--width"},
+      {"Hammer; datum=WGS 84' --width '1e9", "map.svg", 2, "--width"},
+      {"Hammer; datum=WGS 84' --graticule '0", "map.svg", 2, "--graticule"},
+      {"Hammer; datum=WGS 84' --graticule 'nan", "map.svg", 2, "--graticule"},
+      {"Hammer; datum=WGS 84' --graticule 'x", "map.svg", 2, "--graticule"},
+      {"Hammer; datum=WGS 84' --title 'a\xFF", "map.svg", 2, "UTF-8"},
+      {"Hamer; datum=WGS 84", "map.svg", 3, "did you mean \"Hammer\""},
+      {"Eckert IV; datum=WGS 84", "map.svg", 3, "needs the Projection Engine"},
+      {"Albers Conical Equal Area; datum=WGS 84; lat_1=30; lat_2=-30", "map.svg", 3,
+       "Equal latitudes"},
+      {"Hammer; datum=WGS 84", "nowhere/map.svg", 4, "No such file or directory"},
+      {"Hammer; datum=WGS 84", "full.png", 4, "No space left on device"},
+  };
+  for (const auto &row : cases) {
+    SCOPED_TRACE(row.arguments);
+    const Outcome outcome = run(std::string("draw '") + row.arguments + "' -o " + path(row.output));
+    EXPECT_EQ(outcome.status, row.status) << outcome.err;
+    EXPECT_NE(outcome.err.find(row.message), std::string::npos) << outcome.err;
+    EXPECT_FALSE(std::filesystem::is_regular_file(path(row.output)));
+  }
+  EXPECT_EQ(run("draw 'Hammer; datum=WGS 84'").status, 2);
+}
+
+// The coastlines lie beside the dictionary; a folder without them is filled in from the installed
+// ones, but a damaged file is never passed over.
+TEST_F(Draw, TellsWhereTheCoastlinesAreDamaged) {
+  for (const char *name : {"mapprojections.dat", "sptable.tab", "spheroid.tab"})
+    folder_.write(name, readFile(std::string(OPRJ_SOURCE_DIR "/data/") + name));
+  const std::string environment = "ORVIK_PROJECTIONS_PATH=" + folder_.path();
+  const std::string command = "-q draw 'Hammer; datum=WGS 84' --width 300 -o " + path("map.svg");
+  EXPECT_EQ(run(command, environment).status, 0);
+  const struct {
+    const char *text, *message;
+  } cases[] = {
+      {"2\n1 2 3 4\n2\n1 2 3", "coastline.txt:4: the file ends in the middle of a polyline"},
+      {"# c\n2 # d\n1 2 3 x4\n", "coastline.txt:3: not a number"},
+      {"2\n1 2 3 90.5\n", "coastline.txt:2: a coordinate out of range"},
+      {"2\n1 2 nan 4\n", "coastline.txt:2: "},
+      {"1\n1 2\n", "coastline.txt:1: not a number of points"},
+      {"2.5\n1 2\n", "coastline.txt:1: not a number of points"},
+      {"-3\n", "coastline.txt:1: not a number of points"},
+      {"1e300\n", "coastline.txt:1: not a number of points"},
+  };
+  for (const auto &row : cases) {
+    folder_.write("coastline.txt", row.text);
+    const Outcome outcome = run(command, environment);
+    EXPECT_EQ(outcome.status, 3) << row.text;
+    EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.text << outcome.err;
+  }
+  EXPECT_EQ(run(command + " --no-coast", environment).status, 0);
+  folder_.write("coastline.txt", "");
+  EXPECT_EQ(run(command, environment).status, 0);
+}
+
+}  // namespace
