@@ -21,6 +21,13 @@ constexpr const char *kProjPipeline =
     "+step +proj=molodensky +ellps=clrk66 +dx=-8 +dy=160 +dz=176 +da=-69.4 +df=-3.7264639e-05 "
     "+step +proj=utm +zone=18 +ellps=WGS84%s";
 
+PJ *projPipeline(bool approx) {
+  const char *form = approx ? " +approx" : "";
+  char text[400];
+  std::snprintf(text, sizeof text, kProjPipeline, form, form);
+  return proj_create(nullptr, text);
+}
+
 Oprj_ProParameters *system(const char *projection, int32_t zone, const char *spheroid,
                            const char *datum) {
   Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
@@ -74,11 +81,8 @@ void benchPipeline(int repetitions, int points) {
   std::unique_ptr<PJ, decltype(&proj_destroy)> exact(nullptr, proj_destroy),
       approximate(nullptr, proj_destroy);
   for (const bool approx : {false, true}) {
-    char text[400];
-    std::snprintf(text, sizeof text, kProjPipeline, approx ? " +approx" : "",
-                  approx ? " +approx" : "");
     auto &made = approx ? approximate : exact;
-    made.reset(proj_create(nullptr, text));
+    made.reset(projPipeline(approx));
     jobs.push_back({approx ? "PROJ +approx" : "PROJ", points, [&] {
                       peer = in;
                       proj_trans_generic(made.get(), PJ_FWD, &peer[0].x, sizeof(Oprj_Point),
@@ -136,9 +140,11 @@ void benchPipeline(int repetitions, int points) {
     for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
       jobs.push_back({kSets[set], calls, [&, set] {
                         orvik::oprj::chooseInstructionSet(set);
-                        for (size_t i = 0; i < static_cast<size_t>(calls); ++i)
-                          (forward ? oprj_ProjectFromLatLon : oprj_ProjectToLatLon)(
-                              &points_in[i], pair->in, &out[i], 1, nullptr);
+                        for (size_t i = 0; i < static_cast<size_t>(calls); ++i) {
+                          if (forward)
+                            oprj_ProjectFromLatLon(&points_in[i], pair->in, &out[i], 1, nullptr);
+                          else oprj_ProjectToLatLon(&points_in[i], pair->in, &out[i], 1, nullptr);
+                        }
                       }});
     for (const bool approx : {false, true}) {
       auto &made = approx ? approximate : exact;
@@ -161,6 +167,17 @@ void benchPipeline(int repetitions, int points) {
                       for (size_t i = 0; i < static_cast<size_t>(calls); ++i)
                         oprj_ProjectPair(pair, &in[i], &out[i], 1, nullptr);
                     }});
+  for (const bool approx : {false, true}) {
+    auto &made = approx ? approximate : exact;
+    made.reset(projPipeline(approx));
+    jobs.push_back({approx ? "PROJ +approx" : "PROJ", calls, [&] {
+                      for (size_t i = 0; i < static_cast<size_t>(calls); ++i) {
+                        const PJ_COORD c =
+                            proj_trans(made.get(), PJ_FWD, proj_coord(in[i].x, in[i].y, 0, 0));
+                        peer[i] = {c.xy.x, c.xy.y};
+                      }
+                    }});
+  }
   times = measure(jobs, repetitions);
   row("oprj_ProjectPair, one point a call");
 

@@ -169,13 +169,11 @@ struct MadeFrom<Block, Block> {
 template <class F, bool kForward>
 using RunFrom = MadeFrom<RunOf<F, kForward>, typename F::Block>;
 
-/// Below this many points one by one is faster than a padded group.
-inline constexpr int32_t kWorthPadding = 3;
-
 /// Point by point: for few points, without the large frame of the groups.
 template <class F, bool kForward>
-[[gnu::noinline, gnu::flatten]] PointStop projectFew(const double *block, const Oprj_Point *in, Oprj_Point *out,
-                                       int32_t first, int32_t count) {
+[[gnu::noinline, gnu::flatten]] PointStop projectFew(const double *block, const Oprj_Point *in,
+                                                     Oprj_Point *out, int32_t first,
+                                                     int32_t count) {
   const RunFrom<F, kForward> made(*reinterpret_cast<const typename F::Block *>(block));
   for (int32_t i = first; i < count; ++i) {
     const int32_t stop = projectPoint<F, kForward>(made.run, in[i], out + i);
@@ -236,13 +234,14 @@ PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *o
   PointStop NAME##Inverse(const double *block, const Oprj_Point *in, Oprj_Point *out, \
                           int32_t count);
 
-/// The loop of the instruction set in use.
-#define OPRJ_RUN(LOOP)                                                            \
-  [](const double *block, const Oprj_Point *in, Oprj_Point *out, int32_t count) { \
-    using namespace orvik::oprj;                                                  \
-    if (instructionSet == 2) return avx512::LOOP(block, in, out, count);          \
-    if (instructionSet == 1) return avx2::LOOP(block, in, out, count);            \
-    return OPRJ_SET::LOOP(block, in, out, count);                                 \
+/// The loop of the instruction set in use. Few points go through AVX2 even where AVX-512 is in use:
+/// the bits are the same, and AVX-512's masks make single numbers slower.
+#define OPRJ_RUN(LOOP)                                                                             \
+  [](const double *block, const Oprj_Point *in, Oprj_Point *out, int32_t count) {                  \
+    using namespace orvik::oprj;                                                                   \
+    if (instructionSet == 2 && count >= kWorthPadding) return avx512::LOOP(block, in, out, count); \
+    if (instructionSet >= 1) return avx2::LOOP(block, in, out, count);                             \
+    return OPRJ_SET::LOOP(block, in, out, count);                                                  \
   }
 
 #if OPRJ_FLAT

@@ -31,6 +31,9 @@ inline constexpr int32_t kInstructionSets = 3;
 int32_t widestInstructionSet();
 void chooseInstructionSet(int32_t set);
 
+/// Below this many points one by one is faster than a padded group.
+inline constexpr int32_t kWorthPadding = 3;
+
 }  // namespace orvik::oprj
 
 #endif
