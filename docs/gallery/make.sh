@@ -2,8 +2,10 @@
 # Draws the gallery: one map of each projection family that the library computes itself, and the page
 # that shows them. Needs the built program: docs/gallery/make.sh [PROGRAM].
 set -euo pipefail
-cd "$(dirname "$0")"
-program=${1:-../../build/bin/oprj}
+top=$(cd "$(dirname "$0")/../.." && pwd)
+program=$(realpath "${1:-$top/build/bin/oprj}")
+[ -x "$program" ] || { echo "make.sh: no program $program" >&2; exit 1; }
+cd "$top/docs/gallery"
 page=README.md
 
 # number|system; the names are the program's own.
