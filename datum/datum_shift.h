@@ -57,7 +57,8 @@ OPRJ_API void oprj_Molod(const Oprj_ShiftParameters *params, double lon, double 
 /** Geodetic to geocentric; null outputs are skipped. */
 OPRJ_API void oprj_Geog2Geoc(double a, double eSquared, double lon, double lat, double h, double *x,
                              double *y, double *z);
-/** The seven-parameter step by the block's mode; "Invalid transformation mode" for any other. */
+/** The seven-parameter step by the block's mode; "Invalid transformation mode" for any other, and
+    "Invalid datum parameters" for shifts, rotations or a scale that are no finite numbers. */
 OPRJ_API void oprj_Geoc2Geoc(const Oprj_ShiftParameters *params, double x, double y, double z,
                              double *xOut, double *yOut, double *zOut, Oerr_Report **err);
 /** Geocentric to geodetic by Bowring's closed form, one pass; `reserved` is not used. Null outputs

@@ -94,8 +94,7 @@ ParametricBlock blockBetween(const Oprj_Spheroid &source, const Oprj_Spheroid &d
   return b;
 }
 
-bool isUsable(const ParametricBlock &b) {
-  const Oprj_ShiftParameters &p = b.shift;
+bool areNumbers(const Oprj_ShiftParameters &p) {
   // one sum is finite only when each of its terms is
   return std::isfinite(p.dX + p.dY + p.dZ + p.rX + p.rY + p.rZ + p.scale);
 }
@@ -115,7 +114,7 @@ void ParametricShift::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *
   if (!hasShape(*source) || !hasShape(*destination)) return;
   block_ = blockBetween(*source, *destination);
   step_ = Step::kBadParameters;
-  if (!isUsable(block_)) return;
+  if (!areNumbers(block_.shift)) return;
   const ParametricKernels &kernels = *kKernels[instructionSet];
   kernel_ = block_.shift.mode == 2 ? kernels.geocentric : kernels.molodensky;
   step_ = Step::kShift;
@@ -132,7 +131,9 @@ bool ParametricShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count,
     case Step::kBadAxes:
       return e.fail(3, "Invalid spheroid axes");
     case Step::kBadParameters:
-      return e.fail(4, "Invalid datum parameters");
+      double origin[3];
+      oprj_Geoc2Geoc(&block_.shift, 0, 0, 0, origin, origin + 1, origin + 2, e.cause());
+      return e.fail(4, "Error from oprj_Geoc2Geoc");
     case Step::kCopy:
       std::memmove(out, in, static_cast<size_t>(count) * sizeof *in);
       return true;
@@ -201,6 +202,7 @@ void oprj_Geoc2Geoc(const Oprj_ShiftParameters *params, double x, double y, doub
   ErrorScope e("oprj_Geoc2Geoc", err);
   if (!params) return void(e.fail(1, "Invalid input Oprj_ShiftParameters"));
   const Oprj_ShiftParameters &p = *params;
+  if (!areNumbers(p)) return void(e.fail(3, "Invalid datum parameters"));
   switch (p.mode) {
     case 0:
       store(xOut, x);
