@@ -101,4 +101,29 @@ bool readNumber(std::string_view field, bool angle, double *value) {
   return ocvt_AngleParse(text, value) != 0;
 }
 
+char *writeFixed(char *to, double value, int digits) {
+  // up to here a power of ten times a number is a double with its fraction and its rounding error
+  constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+  constexpr int kMostDigits = 9;
+  constexpr double kLargest = 0x1p52;
+  if (digits > kMostDigits || !(std::fabs(value) * kPowers[digits] < kLargest))
+    return std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed, digits).ptr;
+
+  const double power = kPowers[digits], scaled = std::fabs(value) * power;
+  auto whole = static_cast<uint64_t>(scaled);
+  const double beyondHalf = scaled - static_cast<double>(whole) - 0.5;
+  // only at the half can the product's rounding error turn the scale, and it is exact
+  const double error = beyondHalf == 0.0 ? std::fma(std::fabs(value), power, -scaled) : 0.0;
+  if (beyondHalf > 0.0 || (beyondHalf == 0.0 && (error > 0.0 || (error == 0.0 && whole % 2 == 1))))
+    ++whole;
+  if (std::signbit(value)) *to++ = '-';
+  if (digits == 0) return std::to_chars(to, to + kLongestNumber, whole).ptr;
+  const auto unit = static_cast<uint64_t>(power);
+  to = std::to_chars(to, to + kLongestNumber, whole / unit).ptr;
+  char *const point = to;  // for a moment a 1 that keeps the zeros behind it
+  to = std::to_chars(to, to + kLongestNumber, whole % unit + unit).ptr;
+  *point = '.';
+  return to;
+}
+
 }  // namespace program

@@ -35,6 +35,14 @@ Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t 
 /// Reads a finite number, or with `angle` also degrees written as d:m:s; false when it is neither.
 bool readNumber(std::string_view field, bool angle, double *value);
 
+/// Longest number written: the widest double with 17 digits behind the point.
+inline constexpr size_t kLongestNumber = 340;
+
+/// Writes a finite number with `digits` (0 to 17) behind the point, correctly rounded (halves to
+/// even), as std::to_chars does, and several times faster for numbers of ordinary size. Returns the
+/// end.
+char *writeFixed(char *to, double value, int digits);
+
 }  // namespace program
 
 #endif

@@ -349,8 +349,8 @@ class TextJob {
     count_ = 0;
   }
 
-  /// The line with its two columns replaced by what `putX` and `putY` write (at most kResult bytes
-  /// each); columns that it lacks are added.
+  /// The line with its two columns replaced by what `putX` and `putY` write (at most kLongestNumber
+  /// bytes each); columns that it lacks are added.
   template <class PutX, class PutY>
   void writeReplaced(const Line &line, PutX putX, PutY putY) {
     const bool xFirst = xColumn_ < yColumn_;
@@ -361,7 +361,8 @@ class TextJob {
     const int32_t firstColumn = std::min(xColumn_, yColumn_);
     const int32_t secondColumn = std::max(xColumn_, yColumn_);
     const char *p = line.text.data(), *const end = p + line.text.size();
-    char *to = output_.room(line.text.size() + 2 * kResult + static_cast<size_t>(secondColumn) + 3);
+    char *to =
+        output_.room(line.text.size() + 2 * kLongestNumber + static_cast<size_t>(secondColumn) + 3);
     if (first.data()) {
       to = putFirst(std::copy(p, first.data(), to));
       p = first.data() + first.size();
@@ -389,14 +390,11 @@ class TextJob {
         [&](char *to) { return format(to, result.y); });
   }
 
-  /// Longest result: the widest double with 17 digits behind the point.
-  static constexpr size_t kResult = 340;
-
   char *format(char *to, double value) const {
     if (std::isnan(value)) return std::copy_n("nan", 3, to);
     if (options_.dms && geographicOut_) return to + formatDms(to, value);
-    if (options_.digits < 0) return std::to_chars(to, to + kResult, value).ptr;
-    return std::to_chars(to, to + kResult, value, std::chars_format::fixed, options_.digits).ptr;
+    if (options_.digits < 0) return std::to_chars(to, to + kLongestNumber, value).ptr;
+    return writeFixed(to, value, options_.digits);
   }
 
   /// d:mm:ss.s with a sign in front; the rounding carries.

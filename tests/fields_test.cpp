@@ -1,0 +1,74 @@
+// Numbers of the program's lines.
+#include "apps/fields.h"
+
+#include <gtest/gtest.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+namespace {
+
+std::string fixed(double value, int digits) {
+  char text[program::kLongestNumber];
+  return {text, program::writeFixed(text, value, digits)};
+}
+
+std::string byTheLibrary(double value, int digits) {
+  char text[program::kLongestNumber];
+  return {text,
+          std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits).ptr};
+}
+
+TEST(Fields, FixedDigitsAreTheCorrectlyRoundedOnes) {
+  // halves that are exact in binary, halves that only look so, carries, limits of the fast way
+  for (const double value : {0.0,
+                             0.5,
+                             1.5,
+                             2.5,
+                             0.125,
+                             0.375,
+                             1.005,
+                             2.675,
+                             0.015,
+                             8.5e-10,
+                             5e-10,
+                             0.9995,
+                             999.9996,
+                             9.999999999,
+                             4503599627370495.5,
+                             4503599627370496.0,
+                             9007199254740993.0,
+                             4503599.6273704955,
+                             1e15,
+                             1e22,
+                             1e300,
+                             5e-324,
+                             0x1p-1074,
+                             1.7976931348623157e308}) {
+    for (int digits = 0; digits <= 17; ++digits) {
+      EXPECT_EQ(fixed(value, digits), byTheLibrary(value, digits)) << value << ' ' << digits;
+      EXPECT_EQ(fixed(-value, digits), byTheLibrary(-value, digits)) << -value << ' ' << digits;
+    }
+  }
+  std::mt19937_64 source(11);
+  for (int i = 0; i < 300000; ++i) {
+    const uint64_t bits = source();
+    double value;
+    std::memcpy(&value, &bits, sizeof value);
+    const int digits = static_cast<int>(bits % 12);
+    if (!std::isfinite(value)) continue;
+    // any double at all, one of a map's size, and one that looks like a half
+    for (const double v :
+         {value, std::ldexp(value, -std::ilogb(value) + static_cast<int>(bits % 24)),
+          std::round(value > 1e9    ? 1e9
+                     : value < -1e9 ? -1e9
+                                    : value) /
+                  1024 +
+              0.0005})
+      ASSERT_EQ(fixed(v, digits), byTheLibrary(v, digits)) << v << ' ' << digits;
+  }
+}
+
+}  // namespace
