@@ -118,10 +118,14 @@ char *writeFixed(char *to, double value, int digits) {
     ++whole;
   if (std::signbit(value)) *to++ = '-';
   if (digits == 0) return std::to_chars(to, to + kLongestNumber, whole).ptr;
+  // the quotient of doubles is right or one too large; dividing the integers takes ten times as
+  // long
   const auto unit = static_cast<uint64_t>(power);
-  to = std::to_chars(to, to + kLongestNumber, whole / unit).ptr;
+  auto integer = static_cast<uint64_t>(static_cast<double>(whole) / power);
+  if (integer * unit > whole) --integer;
+  to = std::to_chars(to, to + kLongestNumber, integer).ptr;
   char *const point = to;  // for a moment a 1 that keeps the zeros behind it
-  to = std::to_chars(to, to + kLongestNumber, whole % unit + unit).ptr;
+  to = std::to_chars(to, to + kLongestNumber, whole - integer * unit + unit).ptr;
   *point = '.';
   return to;
 }
