@@ -2,33 +2,31 @@
 
 #include <proj.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
+#include <functional>
 #include <memory>
 
 #include "gctp_peer.h"
+#include "support.h"
 
 namespace oprj_test {
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using orvik::test::expectNoReport;
+using orvik::test::expectReport;
+using orvik::test::Slot;
 
-/// Deletes a report at the end of a block.
-struct Slot {
-  Oerr_Report *report = nullptr;
-  ~Slot() { oerr_DeleteErrorReport(&report); }
-  Oerr_Report **operator&() { return &report; }
-  std::string text() const {
-    std::unique_ptr<char, decltype(&omsc_HeapFree)> text(oerr_ErrorReportToString(report),
-                                                         omsc_HeapFree);
-    return text ? text.get() : "";
-  }
-};
+/// The larger one; a NaN is the largest.
+double larger(double first, double second) {
+  return second <= first || std::isnan(first) ? first : second;
+}
 
 /// Longitudes differ by a turn at most, and matter less near the poles.
-double lonDifference(double first, double second, double lat) {
-  return std::fabs(std::remainder(first - second, 2 * M_PI)) * std::fabs(std::cos(lat));
+double degreesApart(Oprj_Point p, Oprj_Point expected) {
+  const double lon = std::remainder(p.x - expected.x, 2 * M_PI) * std::cos(expected.y);
+  return larger(std::fabs(lon), std::fabs(p.y - expected.y)) / kDeg;
 }
 
 std::string withAxes(const std::string &definition, Axes axes) {
@@ -41,9 +39,40 @@ std::string withAxes(const std::string &definition, Axes axes) {
   return definition + text;
 }
 
+/// A peer's direction; false where it has no answer.
+using PeerFunction = std::function<bool(Oprj_Point, Oprj_Point *)>;
+
+Difference against(const std::string &peer, const PeerFunction &peerForward,
+                   const PeerFunction &peerInverse, const Projection &projection,
+                   const Grid &grid) {
+  std::vector<Oprj_Point> in, sheet, ours, back;
+  const std::vector<Oprj_Point> all = grid.points();
+  for (const Oprj_Point &p : all) {
+    Oprj_Point at;
+    if (!peerForward(p, &at)) continue;
+    in.push_back(p);
+    sheet.push_back(at);
+  }
+  EXPECT_GE(in.size() * 2, all.size()) << peer;
+  Slot err;
+  projection.forward(in, ours, err);
+  expectNoReport(err);
+  projection.inverse(sheet, back, err);
+  expectNoReport(err);
+  Difference worst;
+  for (size_t i = 0; i < in.size(); ++i) {
+    const double apart = std::hypot(ours[i].x - sheet[i].x, ours[i].y - sheet[i].y);
+    worst.forward = larger(worst.forward, apart);
+    Oprj_Point g;
+    if (peerInverse(sheet[i], &g))
+      worst.inverseDeg = larger(worst.inverseDeg, degreesApart(back[i], g));
+  }
+  return worst;
+}
+
 }  // namespace
 
-Record::Record(int32_t number, EntryList entries, Axes axes, int32_t count)
+Record::Record(int32_t number, const Entries &entries, Axes axes, int32_t count)
     : record_(oprj_ProParametersCreate(nullptr)) {
   if (!record_ || !oprj_DblArrayCreate(count, &record_->proParams, nullptr)) std::abort();
   record_->proNumber = number;
@@ -58,76 +87,57 @@ Record::Record(int32_t number, EntryList entries, Axes axes, int32_t count)
   }
 }
 
-Projection::Projection(Initialiser init, int32_t number, EntryList entries, Axes axes)
-    : Projection(init, number, std::vector<std::pair<int, double>>(entries), axes) {}
-
-Projection::Projection(Initialiser init, int32_t number,
-                       const std::vector<std::pair<int, double>> &entries, Axes axes) {
-  const Record record(number, {}, axes);
-  for (const auto &[index, value] : entries) record->proParams.data[index] = value;
+Projection::Projection(Initialiser init, int32_t number, const Entries &entries, Axes axes) {
   Slot err;
-  object_ = init(nullptr, record.get(), &err);
+  object_ = init(nullptr, Record(number, entries, axes).get(), err);
   if (!object_) {
-    ADD_FAILURE() << "initialiser of " << number << ": " << err.text();
+    ADD_FAILURE() << "initialiser of " << number << ": " << err.chain();
     throw std::runtime_error("no projection object");
   }
 }
 
 Oprj_Point Projection::forward(double lonDeg, double latDeg) const {
-  const Oprj_Point in{lonDeg * kDeg, latDeg * kDeg};
-  Oprj_Point out{kNaN, kNaN};
+  std::vector<Oprj_Point> out;
   Slot err;
-  object_->fromLL(&in, object_->parameters, &out, 1, &err);
-  EXPECT_EQ(err.report, nullptr) << lonDeg << " " << latDeg << ": " << err.text();
-  return out;
+  forward({{lonDeg * kDeg, latDeg * kDeg}}, out, err);
+  EXPECT_EQ(err.chain(), "") << lonDeg << " " << latDeg;
+  return out[0];
 }
 
 Oprj_Point Projection::inverse(double x, double y) const {
-  const Oprj_Point in{x, y};
-  Oprj_Point out{kNaN, kNaN};
+  std::vector<Oprj_Point> out;
   Slot err;
-  object_->toLL(&in, object_->parameters, &out, 1, &err);
-  EXPECT_EQ(err.report, nullptr) << x << " " << y << ": " << err.text();
-  return {out.x / kDeg, out.y / kDeg};
+  inverse({{x, y}}, out, err);
+  EXPECT_EQ(err.chain(), "") << x << " " << y;
+  return {out[0].x / kDeg, out[0].y / kDeg};
 }
 
 void Projection::forward(const std::vector<Oprj_Point> &in, std::vector<Oprj_Point> &out,
                          Oerr_Report **err) const {
-  out.resize(in.size());
+  out.assign(in.size(), {kNaN, kNaN});
   object_->fromLL(in.data(), object_->parameters, out.data(), static_cast<int32_t>(in.size()), err);
 }
 
 void Projection::inverse(const std::vector<Oprj_Point> &in, std::vector<Oprj_Point> &out,
                          Oerr_Report **err) const {
-  out.resize(in.size());
+  out.assign(in.size(), {kNaN, kNaN});
   object_->toLL(in.data(), object_->parameters, out.data(), static_cast<int32_t>(in.size()), err);
 }
 
 void checkExamples(const std::vector<WorkedExample> &examples) {
   for (const WorkedExample &example : examples) {
     SCOPED_TRACE(example.citation);
-    Record record(example.number, {}, example.axes);
-    for (const auto &[index, value] : example.entries) record->proParams.data[index] = value;
-    Slot err;
-    Oprj_MapProjection *object = example.init(nullptr, record.get(), &err);
-    ASSERT_NE(object, nullptr) << err.text();
+    const Projection projection(example.init, example.number, example.entries, example.axes);
     if (example.tolerance > 0) {
-      const Oprj_Point in{example.lonDeg * kDeg, example.latDeg * kDeg};
-      Oprj_Point out{kNaN, kNaN};
-      object->fromLL(&in, object->parameters, &out, 1, &err);
-      EXPECT_EQ(err.report, nullptr) << err.text();
-      EXPECT_NEAR(out.x, example.x, example.tolerance);
-      EXPECT_NEAR(out.y, example.y, example.tolerance);
+      const Oprj_Point p = projection.forward(example.lonDeg, example.latDeg);
+      EXPECT_NEAR(p.x, example.x, example.tolerance);
+      EXPECT_NEAR(p.y, example.y, example.tolerance);
     }
     if (example.toleranceDeg > 0) {
-      const Oprj_Point in{example.x, example.y};
-      Oprj_Point out{kNaN, kNaN};
-      object->toLL(&in, object->parameters, &out, 1, &err);
-      EXPECT_EQ(err.report, nullptr) << err.text();
-      EXPECT_NEAR(out.x / kDeg, example.lonDeg, example.toleranceDeg);
-      EXPECT_NEAR(out.y / kDeg, example.latDeg, example.toleranceDeg);
+      const Oprj_Point p = projection.inverse(example.x, example.y);
+      EXPECT_NEAR(p.x, example.lonDeg, example.toleranceDeg);
+      EXPECT_NEAR(p.y, example.latDeg, example.toleranceDeg);
     }
-    oprj_ProjectionPre842Free(&object);
   }
 }
 
@@ -144,109 +154,65 @@ Difference againstProj(const Projection &projection, const std::string &definiti
                        const Grid &grid) {
   const Oprj_Spheroid *spheroid = projection.object()->proParameters->proSpheroid;
   const std::string text = withAxes(definition, {spheroid->a, spheroid->b});
-  std::unique_ptr<PJ, decltype(&proj_destroy)> peer(proj_create(nullptr, text.c_str()),
-                                                    proj_destroy);
-  Difference worst;
+  const std::unique_ptr<PJ, decltype(&proj_destroy)> peer(proj_create(nullptr, text.c_str()),
+                                                          proj_destroy);
   if (!peer) {
     ADD_FAILURE() << "PROJ refuses " << text;
-    return worst;
+    return {};
   }
-  std::vector<Oprj_Point> in, sheet, ours, back;
-  const std::vector<Oprj_Point> all = grid.points();
-  for (const Oprj_Point &p : all) {
-    const PJ_COORD c = proj_trans(peer.get(), PJ_FWD, proj_coord(p.x, p.y, 0, 0));
-    if (!std::isfinite(c.xy.x) || !std::isfinite(c.xy.y)) continue;
-    in.push_back(p);
-    sheet.push_back({c.xy.x, c.xy.y});
-  }
-  EXPECT_GE(in.size() * 2, all.size()) << text;
-  Slot err;
-  projection.forward(in, ours, &err);
-  EXPECT_EQ(err.report, nullptr) << err.text();
-  if (!err.report) {
-    for (size_t i = 0; i < in.size(); ++i)
-      worst.forward =
-          std::fmax(worst.forward, std::hypot(ours[i].x - sheet[i].x, ours[i].y - sheet[i].y));
-  }
-  oerr_DeleteErrorReport(&err.report);
-  projection.inverse(sheet, back, &err);
-  EXPECT_EQ(err.report, nullptr) << err.text();
-  if (!err.report) {
-    for (size_t i = 0; i < in.size(); ++i) {
-      const PJ_COORD c = proj_trans(peer.get(), PJ_INV, proj_coord(sheet[i].x, sheet[i].y, 0, 0));
-      if (!std::isfinite(c.lp.lam)) continue;
-      worst.inverseDeg = std::fmax(
-          worst.inverseDeg,
-          std::fmax(lonDifference(back[i].x, c.lp.lam, c.lp.phi), std::fabs(back[i].y - c.lp.phi)) /
-              kDeg);
-    }
-  }
-  worst.points = static_cast<int>(in.size());
-  return worst;
+  const auto direction = [&](PJ_DIRECTION way) {
+    return [&peer, way](Oprj_Point p, Oprj_Point *out) {
+      const PJ_COORD c = proj_trans(peer.get(), way, proj_coord(p.x, p.y, 0, 0));
+      *out = {c.v[0], c.v[1]};
+      return std::isfinite(out->x) && std::isfinite(out->y);
+    };
+  };
+  return against(text, direction(PJ_FWD), direction(PJ_INV), projection, grid);
 }
 
 Difference againstGctp(const Projection &projection, int32_t system, Axes axes,
-                       const std::vector<std::pair<int, double>> &entries,
-                       std::initializer_list<int> angles, const Grid &grid) {
+                       const Entries &entries, std::initializer_list<int> angles,
+                       const Grid &grid) {
   double parameters[15] = {axes.a, axes.b};
   for (const auto &[index, value] : entries) parameters[index] = value;
   for (const int index : angles)
     parameters[index] = ocvt_Radians2GCTPPackedDMS(parameters[index], nullptr);
-  Difference worst;
   const int refused = gctp_peer_init(system, parameters);
   if (refused != 0) {
     ADD_FAILURE() << "libgctp refuses system " << system << " with " << refused;
-    return worst;
+    return {};
   }
-  std::vector<Oprj_Point> in, sheet, ours, back;
-  const std::vector<Oprj_Point> all = grid.points();
-  for (const Oprj_Point &p : all) {
-    Oprj_Point c;
-    if (gctp_peer_forward(system, p.x, p.y, &c.x, &c.y) != 0) continue;
-    in.push_back(p);
-    sheet.push_back(c);
-  }
-  EXPECT_GE(in.size() * 2, all.size()) << "system " << system;
-  Slot err;
-  projection.forward(in, ours, &err);
-  EXPECT_EQ(err.report, nullptr) << err.text();
-  if (!err.report) {
-    for (size_t i = 0; i < in.size(); ++i)
-      worst.forward =
-          std::fmax(worst.forward, std::hypot(ours[i].x - sheet[i].x, ours[i].y - sheet[i].y));
-  }
-  oerr_DeleteErrorReport(&err.report);
-  projection.inverse(sheet, back, &err);
-  EXPECT_EQ(err.report, nullptr) << err.text();
-  if (!err.report) {
-    for (size_t i = 0; i < in.size(); ++i) {
-      Oprj_Point g;
-      if (gctp_peer_inverse(system, sheet[i].x, sheet[i].y, &g.x, &g.y) != 0) continue;
-      worst.inverseDeg = std::fmax(
-          worst.inverseDeg,
-          std::fmax(lonDifference(back[i].x, g.x, g.y), std::fabs(back[i].y - g.y)) / kDeg);
-    }
-  }
-  worst.points = static_cast<int>(in.size());
-  return worst;
+  return against(
+      "libgctp's system " + std::to_string(system),
+      [=](Oprj_Point p, Oprj_Point *out) {
+        return gctp_peer_forward(system, p.x, p.y, &out->x, &out->y) == 0;
+      },
+      [=](Oprj_Point p, Oprj_Point *out) {
+        return gctp_peer_inverse(system, p.x, p.y, &out->x, &out->y) == 0;
+      },
+      projection, grid);
 }
 
-double roundTripDeg(const Projection &projection, const Grid &grid, bool skipStops) {
-  const Oprj_MapProjection *object = projection.object();
+Difference againstGctp(const Projection &projection, int32_t system,
+                       std::initializer_list<int> angles, const Grid &grid) {
+  const Oprj_ProParameters *record = projection.object()->proParameters;
+  Entries entries;
+  for (int i = 2; i < record->proParams.count; ++i)
+    entries.push_back({i, record->proParams.data[i]});
+  return againstGctp(projection, system, {record->proSpheroid->a, record->proSpheroid->b}, entries,
+                     angles, grid);
+}
+
+double roundTripDeg(const Projection &projection, const Grid &grid) {
+  const std::vector<Oprj_Point> in = grid.points();
+  std::vector<Oprj_Point> sheet, back;
+  Slot err;
+  projection.forward(in, sheet, err);
+  expectNoReport(err);
+  projection.inverse(sheet, back, err);
+  expectNoReport(err);
   double worst = 0.0;
-  for (const Oprj_Point &p : grid.points()) {
-    Oprj_Point sheet, back{kNaN, kNaN};
-    Slot err;
-    object->fromLL(&p, object->parameters, &sheet, 1, &err);
-    if (err.report) {
-      EXPECT_TRUE(skipStops) << p.x / kDeg << " " << p.y / kDeg << ": " << err.text();
-      continue;
-    }
-    object->toLL(&sheet, object->parameters, &back, 1, &err);
-    EXPECT_EQ(err.report, nullptr) << p.x / kDeg << " " << p.y / kDeg << ": " << err.text();
-    const double here = std::fmax(lonDifference(back.x, p.x, p.y), std::fabs(back.y - p.y)) / kDeg;
-    if (!(here <= worst)) worst = here;  // a NaN stays
-  }
+  for (size_t i = 0; i < in.size(); ++i) worst = larger(worst, degreesApart(back[i], in[i]));
   return worst;
 }
 
@@ -257,35 +223,39 @@ void checkStops(const Projection &projection, Oprj_Point good, const std::vector
   for (const StopCase &stop : cases) {
     SCOPED_TRACE(stop.what);
     // Once within the first group of lanes, once in the remainder behind a group.
-    for (const int32_t place : {5, 37}) {
-      const int32_t count = place + 3;
-      std::vector<Oprj_Point> in(static_cast<size_t>(count), stop.forward ? good : goodSheet);
+    for (const size_t place : {5u, 37u}) {
+      std::vector<Oprj_Point> in(place + 3, stop.forward ? good : goodSheet);
       std::vector<Oprj_Point> out(in.size(), Oprj_Point{-77, -77});
-      in[static_cast<size_t>(place)] = stop.bad;
+      in[place] = stop.bad;
       Slot err;
       (stop.forward ? object->fromLL : object->toLL)(in.data(), object->parameters, out.data(),
-                                                     count, &err);
-      ASSERT_NE(err.report, nullptr);
-      EXPECT_EQ(oerr_CodeGet(err.report), stop.code);
-      char *expected = nullptr;
+                                                     static_cast<int32_t>(in.size()), err);
+      ASSERT_TRUE(err.failed());
+      EXPECT_EQ(oerr_CodeGet(err.get()), stop.code);
+      char expected[1000];
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-      ASSERT_GE(asprintf(&expected, stop.message, static_cast<long>(place), stop.bad.x, stop.bad.y),
-                0);
+      std::snprintf(expected, sizeof expected, stop.message, static_cast<long>(place), stop.bad.x,
+                    stop.bad.y);
 #pragma GCC diagnostic pop
-      EXPECT_STREQ(oerr_MessageGet(err.report), expected);
-      std::free(expected);
+      EXPECT_STREQ(oerr_MessageGet(err.get()), expected);
+      const size_t solver = std::string(expected).find("oprj_Phi");
+      if (solver == std::string::npos) {
+        EXPECT_EQ(oerr_CauseGet(err.get()), nullptr);
+      } else {
+        const std::string name = std::string(expected).substr(solver, 9);
+        expectReport(oerr_CauseGet(err.get()), name.c_str(), 1,
+                     name < "oprj_Phi5" ? "Latitude failed to converge after 15 iterations"
+                                        : "Latitude failed to converge after 35 iterations");
+      }
       int64_t index = -1;
       double x = 0, y = 0;
-      EXPECT_TRUE(oerr_PointGet(err.report, &index, &x, &y));
-      EXPECT_EQ(index, place);
+      EXPECT_TRUE(oerr_PointGet(err.get(), &index, &x, &y));
+      EXPECT_EQ(index, static_cast<int64_t>(place));
       EXPECT_EQ(x, stop.bad.x);
       EXPECT_EQ(y, stop.bad.y);
-      for (int32_t i = 0; i < count; ++i) {
-        const bool untouched =
-            out[static_cast<size_t>(i)].x == -77 && out[static_cast<size_t>(i)].y == -77;
-        EXPECT_EQ(untouched, i >= place) << "point " << i << " of " << count;
-      }
+      for (size_t i = 0; i < out.size(); ++i)
+        EXPECT_EQ(out[i].x == -77 && out[i].y == -77, i >= place) << "point " << i;
     }
   }
 }
@@ -315,17 +285,14 @@ void checkContract(const Projection &projection, const char *stem, Oprj_Point go
     };
     for (const auto &row : missing) {
       Slot err;
-      function(row.in, row.block, row.out, 1, &err);
-      ASSERT_NE(err.report, nullptr) << row.message;
-      EXPECT_EQ(oerr_CodeGet(err.report), row.code);
-      EXPECT_STREQ(oerr_MessageGet(err.report), row.message);
-      EXPECT_EQ(oerr_FunctionGet(err.report), name);
+      function(row.in, row.block, row.out, 1, err);
+      expectReport(err, name.c_str(), row.code, row.message);
       function(row.in, row.block, row.out, 1, nullptr);  // a missing slot is fine
     }
     for (const int32_t count : {0, -1}) {
       Slot err;
-      function(&point, object->parameters, &out, count, &err);
-      EXPECT_EQ(err.report, nullptr);
+      function(&point, object->parameters, &out, count, err);
+      expectNoReport(err);
       EXPECT_EQ(out.x, -77);
     }
     // NaN pairs anywhere in groups and remainders, the others as if alone; in place too.
@@ -334,9 +301,9 @@ void checkContract(const Projection &projection, const char *stem, Oprj_Point go
     Oprj_Point alone;
     function(&point, object->parameters, &alone, 1, nullptr);
     Slot err;
-    function(in.data(), object->parameters, result.data(), 43, &err);
-    EXPECT_EQ(err.report, nullptr) << err.text();
-    function(in.data(), object->parameters, in.data(), 43, &err);
+    function(in.data(), object->parameters, result.data(), 43, err);
+    expectNoReport(err);
+    function(in.data(), object->parameters, in.data(), 43, err);
     for (size_t i = 0; i < in.size(); ++i) {
       if (i % 6 == 0) {
         EXPECT_TRUE(std::isnan(result[i].x) && std::isnan(result[i].y)) << i;
@@ -348,8 +315,9 @@ void checkContract(const Projection &projection, const char *stem, Oprj_Point go
   }
   // The copier: a block of its own that projects alike; a missing block is refused.
   Slot err;
-  EXPECT_EQ(object->copyParameters(nullptr, nullptr, &err), nullptr);
-  EXPECT_STREQ(oerr_MessageGet(err.report), "Invalid input parameters");
+  EXPECT_EQ(object->copyParameters(nullptr, nullptr, err), nullptr);
+  expectReport(err, ("oprj_" + std::string(stem) + "CopyParameters").c_str(), 1,
+               "Invalid input parameters");
   double *copy = object->copyParameters(object->parameters, nullptr, nullptr);
   ASSERT_NE(copy, nullptr);
   copy = object->copyParameters(object->parameters, copy, nullptr);
@@ -361,37 +329,29 @@ void checkContract(const Projection &projection, const char *stem, Oprj_Point go
 
 void checkRefusals(Initialiser init, const char *function, int32_t number, Axes axes,
                    const std::vector<RefusalCase> &cases) {
-  Slot none;
-  EXPECT_EQ(init(nullptr, nullptr, &none), nullptr);
-  EXPECT_EQ(oerr_CodeGet(none.report), 1);
-  EXPECT_STREQ(oerr_MessageGet(none.report), "Invalid projection parameters");
+  Slot err;
+  EXPECT_EQ(init(nullptr, nullptr, err), nullptr);
+  expectReport(err, function, 1, "Invalid projection parameters");
   for (const RefusalCase &refusal : cases) {
     SCOPED_TRACE(refusal.what);
-    Record record(number, {}, axes, refusal.count);
-    for (const auto &[index, value] : refusal.entries) {
-      if (index < refusal.count) record->proParams.data[index] = value;
-    }
-    Slot err;
-    Oprj_MapProjection *object = init(nullptr, record.get(), &err);
+    const Record record(number, refusal.entries, axes, refusal.count);
+    Oprj_MapProjection *object = init(nullptr, record.get(), err);
     EXPECT_EQ(object, nullptr);
     oprj_ProjectionPre842Free(&object);
-    EXPECT_STREQ(oerr_FunctionGet(err.report), function);
-    EXPECT_EQ(oerr_CodeGet(err.report), refusal.code);
-    EXPECT_STREQ(oerr_MessageGet(err.report), refusal.message);
+    expectReport(err, function, refusal.code, refusal.message);
   }
 }
 
 void checkCompared(Oprj_ParametersTest test, int32_t number, std::initializer_list<int> compared) {
-  const EntryList values = {{2, 0.3}, {3, 0.4}, {4, 0.5}, {5, 0.6},
-                            {6, 7.0}, {7, 8.0}, {8, 0.9}, {9, 1.0}};
+  const Entries values = {{2, 0.3}, {3, 0.4}, {4, 0.5}, {5, 0.6},
+                          {6, 7.0}, {7, 8.0}, {8, 0.9}, {9, 1.0}};
   for (int entry = 0; entry < 15; ++entry) {
     const Record first(number, values, kGRS80), second(number, values, kGRS80);
     second->proParams.data[entry] = std::nextafter(second->proParams.data[entry], 1e9);
-    bool listed = false;
-    for (const int index : compared) listed = listed || index == entry;
+    const bool listed = std::find(compared.begin(), compared.end(), entry) != compared.end();
     Slot err;
-    EXPECT_EQ(test(first.get(), second.get(), &err), listed ? 0 : 1) << "entry " << entry;
-    EXPECT_EQ(err.report, nullptr) << err.text();
+    EXPECT_EQ(test(first.get(), second.get(), err), listed ? 0 : 1) << "entry " << entry;
+    expectNoReport(err);
   }
 }
 
