@@ -229,10 +229,10 @@ struct Layout {
 
   explicit Layout(int width, const Box &window, const std::string &title, const std::string &text)
       : margin(width * 0.035), titleSize(width * 0.03), textSize(width * 0.0165) {
-    Page measure(true, width, width);
+    const auto measure = makePage(true, width, width);
     const double wide = width - 2 * margin;
-    titleLines = measure.wrapped(title, titleSize, true, wide);
-    textLines = measure.wrapped(text, textSize, false, wide);
+    titleLines = measure->wrapped(title, titleSize, true, wide);
+    textLines = measure->wrapped(text, textSize, false, wide);
     top = margin + kTitleLeading * titleSize * static_cast<double>(titleLines.size()) +
           kTextLeading * textSize * static_cast<double>(textLines.size()) + 0.5 * margin;
     constexpr double kTallest = 1.25;  // of the width
@@ -267,26 +267,26 @@ std::string pictureOf(const Map &map, const Layout &layout, int width, bool svg)
     return onPage(std::move(parts));
   };
 
-  Page page(svg, width, layout.height);
+  const auto page = makePage(svg, width, layout.height);
   const double pen = std::max(0.5, width / 1000.0);
-  page.fill(cutRings(map.sea), kSea);
-  page.fill(cutRings(map.land), kLand);
-  page.stroke(cutLines(map.graticule), kGraticule, 0.6 * pen);
-  page.stroke(cutLines(map.coast), kCoast, 0.7 * pen);
-  page.stroke(cutLines(map.outline), kOutline, 1.2 * pen);
-  page.stroke(onPage(borderInside(window, map.sea)), kOutline, 1.2 * pen);
+  page->fill(cutRings(map.sea), kSea);
+  page->fill(cutRings(map.land), kLand);
+  page->stroke(cutLines(map.graticule), kGraticule, 0.6 * pen);
+  page->stroke(cutLines(map.coast), kCoast, 0.7 * pen);
+  page->stroke(cutLines(map.outline), kOutline, 1.2 * pen);
+  page->stroke(onPage(borderInside(window, map.sea)), kOutline, 1.2 * pen);
 
   double y = layout.margin;
   const auto write = [&](const std::vector<std::string> &lines, double size, double leading,
                          bool bold, Colour ink) {
     for (const std::string &line : lines) {
-      page.text(line, {layout.margin, y + size}, size, bold, ink);
+      page->text(line, {layout.margin, y + size}, size, bold, ink);
       y += leading * size;
     }
   };
   write(layout.titleLines, layout.titleSize, Layout::kTitleLeading, true, kTitle);
   write(layout.textLines, layout.textSize, Layout::kTextLeading, false, kText);
-  return page.finish();
+  return page->finish();
 }
 
 void writeFile(const std::string &path, const std::string &bytes) {

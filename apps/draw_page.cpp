@@ -1,128 +1,17 @@
 #include "draw_page.h"
 
-#include <cairo-svg.h>
-
-#include <algorithm>
+#include <dlfcn.h>
 
 #include "program.h"
 
 namespace program::draw {
-namespace {
 
-constexpr Colour kPaper{0xFFFFFF};
-
-cairo_status_t append(void *bytes, const unsigned char *data, unsigned int length) {
-  static_cast<std::string *>(bytes)->append(reinterpret_cast<const char *>(data), length);
-  return CAIRO_STATUS_SUCCESS;
-}
-
-void check(cairo_status_t status) {
-  if (status == CAIRO_STATUS_INVALID_STRING)
-    throw Stop(kUsage, "the title or a name of the system is not UTF-8 text");
-  if (status != CAIRO_STATUS_SUCCESS)
-    throw Stop(kInputOutput, std::string("cannot draw: ") + cairo_status_to_string(status));
-}
-
-}  // namespace
-
-Page::Page(bool svg, int width, int height) : svg_(svg) {
-  if (svg) {
-    surface_.reset(cairo_svg_surface_create_for_stream(append, bytes_.get(), width, height));
-    cairo_svg_surface_set_document_unit(surface_.get(), CAIRO_SVG_UNIT_PX);
-  } else {
-    surface_.reset(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
-  }
-  cairo_.reset(cairo_create(surface_.get()));
-  check(cairo_status(cairo_.get()));
-  colour(kPaper);
-  cairo_paint(cairo_.get());
-  cairo_set_line_join(cairo_.get(), CAIRO_LINE_JOIN_ROUND);
-  cairo_set_line_cap(cairo_.get(), CAIRO_LINE_CAP_ROUND);
-  cairo_set_fill_rule(cairo_.get(), CAIRO_FILL_RULE_EVEN_ODD);
-}
-
-void Page::fill(const std::vector<Line> &rings, Colour ink) {
-  for (const Line &ring : rings) {
-    path(ring);
-    cairo_close_path(cairo_.get());
-  }
-  colour(ink);
-  cairo_fill(cairo_.get());
-}
-
-void Page::stroke(const std::vector<Line> &lines, Colour ink, double width) {
-  for (const Line &line : lines) path(line);
-  colour(ink);
-  cairo_set_line_width(cairo_.get(), width);
-  cairo_stroke(cairo_.get());
-}
-
-void Page::text(const std::string &text, Oprj_Point at, double size, bool bold, Colour ink) {
-  font(size, bold);
-  colour(ink);
-  cairo_move_to(cairo_.get(), at.x, at.y);
-  cairo_show_text(cairo_.get(), text.c_str());
-}
-
-std::vector<std::string> Page::wrapped(const std::string &text, double size, bool bold,
-                                       double width) {
-  font(size, bold);
-  std::vector<std::string> lines;
-  std::string line;
-  for (size_t at = 0; at < text.size();) {
-    const size_t blank = std::min(text.find(' ', at), text.size());
-    const std::string word = text.substr(at, blank - at);
-    at = blank + 1;
-    const std::string longer = line.empty() ? word : line + " " + word;
-    cairo_text_extents_t extents;
-    cairo_text_extents(cairo_.get(), longer.c_str(), &extents);
-    check(cairo_status(cairo_.get()));
-    if (extents.x_advance > width && !line.empty()) {
-      lines.push_back(std::move(line));
-      line = word;
-    } else {
-      line = longer;
-    }
-  }
-  if (!line.empty()) lines.push_back(std::move(line));
-  return lines;
-}
-
-std::string Page::finish() {
-  check(cairo_status(cairo_.get()));
-  cairo_surface_flush(surface_.get());
-  if (!svg_) check(cairo_surface_write_to_png_stream(surface_.get(), append, bytes_.get()));
-  cairo_surface_finish(surface_.get());
-  check(cairo_surface_status(surface_.get()));
-  return std::move(*bytes_);
-}
-
-void Page::colour(Colour ink) {
-  const auto part = [ink](int shift) {
-    return (static_cast<uint32_t>(ink) >> shift & 0xFF) / 255.0;
-  };
-  cairo_set_source_rgb(cairo_.get(), part(16), part(8), part(0));
-}
-
-void Page::font(double size, bool bold) {
-  cairo_select_font_face(cairo_.get(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                         bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-  cairo_set_font_size(cairo_.get(), size);
-}
-
-void Page::path(const Line &line) {
-  // Points nearer to the one before than this are left out, and coordinates of an SVG are rounded
-  // to parts of a pixel: both keep the file small.
-  constexpr double kNear = 0.4, kParts = 8;
-  Oprj_Point last{};
-  for (size_t i = 0; i < line.size(); ++i) {
-    if (i > 0 && i + 1 < line.size() && distance(line[i], last) < kNear) continue;
-    last = line[i];
-    const double x = svg_ ? std::round(last.x * kParts) / kParts : last.x;
-    const double y = svg_ ? std::round(last.y * kParts) / kParts : last.y;
-    if (i == 0) cairo_move_to(cairo_.get(), x, y);
-    else cairo_line_to(cairo_.get(), x, y);
-  }
+std::unique_ptr<Page> makePage(bool svg, int width, int height) {
+  // beside the libraries: along the program's own search path; never unloaded
+  void *module = dlopen(kPageModule, RTLD_NOW);
+  void *maker = module ? dlsym(module, kPageMaker) : nullptr;
+  if (!maker) throw Stop(kInputOutput, std::string("cannot draw: ") + dlerror());
+  return std::unique_ptr<Page>(reinterpret_cast<PageMaker *>(maker)(svg, width, height));
 }
 
 }  // namespace program::draw

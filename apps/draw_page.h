@@ -1,8 +1,6 @@
-// A page to draw on: cairo's SVG and PNG surfaces.
+// A page to draw on.
 #ifndef OPRJ_APPS_DRAW_PAGE_H
 #define OPRJ_APPS_DRAW_PAGE_H
-
-#include <cairo.h>
 
 #include <cstdint>
 #include <memory>
@@ -22,31 +20,27 @@ class Page {
  public:
   static constexpr int kMostHeight = 32767;  ///< of a cairo image
 
-  Page(bool svg, int width, int height);
+  virtual ~Page() = default;
   /// Rings of one area (even-odd).
-  void fill(const std::vector<Line> &rings, Colour ink);
-  void stroke(const std::vector<Line> &lines, Colour ink, double width);
+  virtual void fill(const std::vector<Line> &rings, Colour ink) = 0;
+  virtual void stroke(const std::vector<Line> &lines, Colour ink, double width) = 0;
   /// From the left end of its base line.
-  void text(const std::string &text, Oprj_Point at, double size, bool bold, Colour ink);
+  virtual void text(const std::string &text, Oprj_Point at, double size, bool bold, Colour ink) = 0;
   /// The text in lines no wider than `width` where blanks allow it.
-  std::vector<std::string> wrapped(const std::string &text, double size, bool bold, double width);
+  virtual std::vector<std::string> wrapped(const std::string &text, double size, bool bold,
+                                           double width) = 0;
   /// The file.
-  std::string finish();
-
- private:
-  struct Destroy {
-    void operator()(cairo_surface_t *surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t *cairo) const { cairo_destroy(cairo); }
-  };
-  void colour(Colour ink);
-  void font(double size, bool bold);
-  void path(const Line &line);
-
-  bool svg_;
-  std::unique_ptr<std::string> bytes_ = std::make_unique<std::string>();  // cairo keeps its address
-  std::unique_ptr<cairo_surface_t, Destroy> surface_;
-  std::unique_ptr<cairo_t, Destroy> cairo_;
+  virtual std::string finish() = 0;
 };
+
+/// A page of cairo, SVG or PNG. The module with cairo is loaded here and not before: its many
+/// libraries would double the time in which the program starts. Throws Stop.
+std::unique_ptr<Page> makePage(bool svg, int width, int height);
+
+/// What the module exports for makePage, under this name.
+using PageMaker = Page *(bool svg, int width, int height);
+inline constexpr const char *kPageModule = "liboPrjPage.so";
+inline constexpr const char *kPageMaker = "oprj_PageMake";
 
 }  // namespace program::draw
 
