@@ -1,0 +1,59 @@
+// What both tests of datum shifts share: systems on the stack, arrays of points.
+#ifndef OPRJ_TESTS_DATUM_SUPPORT_H
+#define OPRJ_TESTS_DATUM_SUPPORT_H
+
+#include <oprj/datum_shift.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "tests/support.h"
+
+namespace orvik::test {
+
+using Points = std::vector<Oprj_Point>;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kClarkeA = 6378206.4, kClarkeB = 6356583.8;
+
+inline bool sameBits(const Points &first, const Points &second) {
+  return first.size() == second.size() &&
+         std::memcmp(first.data(), second.data(), first.size() * sizeof first[0]) == 0;
+}
+
+/// A spheroid with a datum.
+struct System {
+  std::string sphere, name;
+  std::vector<double> params;
+  Oprj_Datum datum{};
+  Oprj_Spheroid spheroid{};
+
+  System(double a, double b, std::string datumName, std::vector<double> values,
+         int32_t type = OPRJ_DATUM_PARAMETRIC, std::string sphereName = "some spheroid")
+      : sphere(std::move(sphereName)), name(std::move(datumName)), params(std::move(values)) {
+    params.resize(7);
+    datum.datumname = {static_cast<int32_t>(name.size() + 1), name.data()};
+    datum.type = type;
+    datum.params = {7, params.data()};
+    spheroid.sphereName = {static_cast<int32_t>(sphere.size() + 1), sphere.data()};
+    spheroid.a = a;
+    spheroid.b = b;
+    spheroid.eSquared = (a - b) * (a + b) / (a * a);
+    spheroid.datum = &datum;
+  }
+  System(const System &) = delete;
+  System &operator=(const System &) = delete;
+};
+
+/// The arguments of a shift; `shift` is one of the operations that take them.
+template <class Shift>
+auto shiftAll(Shift shift, const Points &in, const System &from, Points &out, const System &to,
+              Oerr_Report **err) {
+  return shift(in.data(), &from.spheroid, out.data(), &to.spheroid, static_cast<int32_t>(in.size()),
+               err);
+}
+
+}  // namespace orvik::test
+
+#endif
