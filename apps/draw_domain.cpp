@@ -76,6 +76,14 @@ Box radians(double west, double south, double east, double north) {
   return {west * kDegree, south * kDegree, east * kDegree, north * kDegree};
 }
 
+/// Of the great circle from one point to another, at the first. [Snyder87] eq. 5-4b.
+double bearing(Oprj_Point from, Oprj_Point to) {
+  const double dLon = to.x - from.x;
+  return std::atan2(
+      std::sin(dLon) * std::cos(to.y),
+      std::cos(from.y) * std::sin(to.y) - std::sin(from.y) * std::cos(to.y) * std::cos(dLon));
+}
+
 class Domain {
  public:
   Domain(Oint_Toolkit *toolkit, const Oprj_ProParameters &record, const Sheet &sheet)
@@ -175,20 +183,20 @@ class Domain {
     double azimuth = slot(3);
     if (slot(12) == 0) {
       const Oprj_Point first{slot(8), slot(9)}, second{slot(10), slot(11)};
-      centre = Frame::upright(0).halfway(first, second);
-      const double dLon = std::remainder(second.x - first.x, 2 * kPi);
-      azimuth = std::atan2(std::sin(dLon) * std::cos(second.y),
-                           std::cos(first.y) * std::sin(second.y) -
-                               std::sin(first.y) * std::cos(second.y) * std::cos(dLon));
-      centre = first;
+      const Frame line = Frame::equatorThrough(first, bearing(first, second));
+      centre = line.toGlobe({line.fromGlobe(second).x / 2, 0});
+      azimuth = bearing(centre, second);
     }
     return Patch::rectangle(Frame::equatorThrough(centre, azimuth),
                             radians(-kHalfLength, -width, kHalfLength, width));
   }
 
   Patch utm(double width) const {
-    const double lon = (record_.proZone * 6 - 183) * kDegree;
-    return slot(3) == 0 ? band(lon, width, 0, 84) : band(lon, width, -80, 0);
+    Slot err;
+    const OwnedRecord zone(oprj_UTMDetailsGet(toolkit_, &record_, err.get()));
+    if (!zone) throw Stop(kUnusable, err.text());
+    const double *entries = zone->proParams.data;
+    return entries[7] == 0 ? band(entries[4], width, 0, 84) : band(entries[4], width, -80, 0);
   }
 
   /// A window around the zone, whose bounds the tables do not tell: its parallels or its origin do.
