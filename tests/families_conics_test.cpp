@@ -226,8 +226,7 @@ TEST(Conics, PolyconicReachesTheWholeGlobe) {
 
 TEST(Conics, Refusals) {
   for (const Conic *family : kWithTwoParallels) {
-    const std::string function = std::string("oprj_") + family->stem + "Init";
-    checkRefusals(family->init, function.c_str(), family->number, kGRS80,
+    checkRefusals(*family, kGRS80,
                   {{"too short", conic(30, 60, 0, 0), family == &kEquidistant ? 8 : 7, 2, kTooFew},
                    {"opposite parallels", conic(30, -30, 0, 0), 15, 3, kParallels},
                    {"within 1e-10", {{2, 0.5}, {3, -0.5 + 0.99e-10}, {8, 1}}, 15, 3, kParallels},
@@ -235,25 +234,25 @@ TEST(Conics, Refusals) {
                    {"an entry that is no number", conic(30, 60, kNaN, 0), 15, 7, kUnusable},
                    {"an infinite offset", conic(30, 60, 0, 0, kInf), 15, 7, kUnusable}});
   }
-  checkRefusals(kEquidistant.init, "oprj_EquidistantConicInit", 8, kGRS80,
+  checkRefusals(kEquidistant, kGRS80,
                 {{"one parallel at the equator", {{2, 1e-10}, {3, 0.5}}, 9, 3, kParallels}});
-  checkRefusals(kLambert.init, "oprj_LambertConformalConicInit", 4, kGRS80,
+  checkRefusals(kLambert, kGRS80,
                 {{"a parallel at a pole", conic(90, 40, 0, 0), 8, 7, kUnusable},
                  {"the other one", conic(-40, -90, 0, 0), 8, 7, kUnusable},
                  {"origin opposite to the apex", conic(30, 60, 0, -90), 8, 7, kUnusable},
                  {"degrees for radians", {{2, 30}, {3, 60}}, 8, 7, kUnusable}});
   constexpr const char *kEither =
       "Invalid projection parameters. Latitude of natural origin and scale both cannot be 0";
-  checkRefusals(kSingle.init, "oprj_LambertConformalConicSSPInit", 67, kGRS80,
+  checkRefusals(kSingle, kGRS80,
                 {{"too short", single(40, 0, 1), 6, 2, kTooFew},
                  {"origin at the equator", {{2, -1e-10}, {4, 1}}, 7, 3, kEither},
                  {"scale 0", single(40, 0, -0.0), 7, 3, kEither},
                  {"origin at a pole", single(90, 0, 1), 7, 7, kUnusable},
                  {"an infinite scale", single(40, 0, kInf), 7, 7, kUnusable}});
-  checkRefusals(kPolyconic.init, "oprj_PolyconicInit", 7, kGRS80,
+  checkRefusals(kPolyconic, kGRS80,
                 {{"too short", polyconic(0, 0), 7, 2, kTooFew},
                  {"an entry that is no number", {{5, kNaN}}, 8, 6, kUnusable}});
-  checkRefusals(kAlbers.init, "oprj_AlbersConicalEqualAreaInit", 3, {6378137.0, 0.0},
+  checkRefusals(kAlbers, {6378137.0, 0.0},
                 {{"eccentricity 1", conic(30, 60, 0, 0), 8, 7, kUnusable}});
 }
 

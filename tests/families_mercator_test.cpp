@@ -143,26 +143,25 @@ TEST(Mercators, PolarPole) {
 // --- checks, stops, contract ---
 
 TEST(Mercators, Refusals) {
-  checkRefusals(kMercator.init, "oprj_MercatorInit", 5, kGRS80,
+  checkRefusals(kMercator, kGRS80,
                 {{"too short", entries(0), 7, 2, kTooFew},
                  {"true scale at a pole", entries(0, 90), 8, 3, kUnusable},
                  {"a hair from it", {{5, -M_PI_2 + 0.9e-10}}, 8, 3, kUnusable},
                  {"no number", {{4, kNaN}}, 8, 7, kUnusable},
                  {"infinite", {{7, kInf}}, 8, 7, kUnusable}});
   for (const Family &family : {kPolar, kPseudo}) {
-    const std::string function = std::string("oprj_") + family.stem + "Init";
-    checkRefusals(family.init, function.c_str(), family.number, kGRS80,
+    checkRefusals(family, kGRS80,
                   {{"too short", entries(0, 90), 7, 2, kTooFew},
                    {"no number", {{5, kNaN}}, 8, 6, kUnusable}});
   }
   constexpr const char *kScale = "Invalid scale factor";
-  checkRefusals(kVariantA.init, "oprj_MercatorVariantAInit", 69, kGRS80,
+  checkRefusals(kVariantA, kGRS80,
                 {{"too short", entries(0, 0, 0, 0, 1), 7, 2, kTooFew},
                  {"scale 0", entries(0), 8, 3, kScale},
                  {"scale -0", entries(0, 0, 0, 0, -0.0), 8, 3, kScale},
                  {"infinite scale", entries(0, 0, 0, 0, kInf), 8, 7, kUnusable}});
   // A negative semi-major axis would be a mirror.
-  checkRefusals(kMercator.init, "oprj_MercatorInit", 5, {-6378137.0, -6356752.3},
+  checkRefusals(kMercator, {-6378137.0, -6356752.3},
                 {{"negative axis", entries(0), 8, 7, kUnusable}});
 }
 

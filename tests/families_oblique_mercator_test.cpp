@@ -154,7 +154,7 @@ TEST(ObliqueMercator, StopsAndContract) {
 
 TEST(ObliqueMercator, Refusals) {
   constexpr const char *kScale = "Invalid scale factor";
-  checkRefusals(kFamily.init, "oprj_ObliqueMercatorInit", 20, kGRS80,
+  checkRefusals(kFamily, kGRS80,
                 {{"eleven entries", azimuthForm(30, 0, 40), 11, 2, kTooFew},
                  {"no scale", azimuthForm(30, 0, 40, 0), 13, 3, kScale},
                  {"no scale reported before the centre", azimuthForm(30, 0, 0, 0), 13, 3, kScale},
