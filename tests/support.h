@@ -13,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace orvik::test {
@@ -74,10 +75,33 @@ inline void expectReport(const Slot &slot, const char *function, int32_t code,
   EXPECT_FALSE(slot.wild()) << function << " did not clear the slot";
   expectReport(slot.get(), function, code, message);
 }
+/// The operation gave no result, and its report and the causes of that are exactly this chain, told
+/// as Slot::chain does.
+template <class Result>
+void expectRefusal(const Result &result, const Slot &slot, const std::string &chain) {
+  EXPECT_FALSE(result) << chain;
+  EXPECT_FALSE(slot.wild()) << "the slot was not cleared: " << chain;
+  EXPECT_EQ(slot.chain(), chain);
+  EXPECT_EQ(oerr_SeverityGet(slot.get()), OERR_SEVERITY_ERROR) << chain;
+}
 /// No report, and the slot was cleared.
 inline void expectNoReport(const Slot &slot) {
   EXPECT_FALSE(slot.wild()) << "the slot was not cleared";
   EXPECT_EQ(slot.chain(), "");
+}
+
+/// The text that an operation made, which is freed.
+inline std::string taken(char *text) {
+  std::string copy = text ? text : "(null)";
+  omsc_HeapFree(text);
+  return copy;
+}
+
+/// Runs operation(0), operation(1), … at the same time, each in a thread of its own.
+template <class Operation>
+void inThreads(size_t count, Operation operation) {
+  std::vector<std::jthread> threads;  // joined when they go
+  for (size_t t = 0; t < count; ++t) threads.emplace_back(operation, t);
 }
 
 /// Fails when the scope ends with more or fewer heap blocks than it began with.
