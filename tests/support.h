@@ -34,6 +34,12 @@ class Slot {
     report_ = reinterpret_cast<Oerr_Report *>(static_cast<uintptr_t>(0xDEADBEEF));
     return &report_;
   }
+  /// The same for one call of which the n-th heap allocation is to fail.
+  Oerr_Report **failing(int64_t nth) {
+    Oerr_Report **err = *this;
+    omsc_HeapFailNth(nth);
+    return err;
+  }
   bool wild() const {
     return report_ == reinterpret_cast<Oerr_Report *>(static_cast<uintptr_t>(0xDEADBEEF));
   }

@@ -210,11 +210,8 @@ TEST(Files, ThatAreNoneAreRefused) {
   expectRefusal(ofio_FileRead(nullptr, nullptr, slot), slot,
                 "ofio_FileRead: Invalid input file name (1)");
   const std::string path = directory.write("file", "");
-  Oerr_Report **err = slot;
-  omsc_HeapFailNth(1);
-  expectRefusal(ofio_FileRead(path.c_str(), nullptr, err), slot,
+  expectRefusal(ofio_FileRead(path.c_str(), nullptr, slot.failing(1)), slot,
                 "ofio_FileRead: File \"" + path + "\" does not fit into memory (4)");
-  omsc_HeapFailNth(0);
 }
 
 TEST(FileNames, JoinAndStandAlone) {
