@@ -4,34 +4,20 @@
 
 #include <oprj/tables.h>
 
-#include <cstdio>
-#include <memory>
-#include <string>
-
 #include "tests/support.h"
+#include "toolkit/error_scope.h"
+#include "toolkit/heap.h"
 
 namespace orvik::test {
 
-template <class T, void (*kFree)(T **)>
-struct FreeWith {
-  void operator()(T *record) const { kFree(&record); }
-};
-using QueryPtr = std::unique_ptr<Oprj_Query, FreeWith<Oprj_Query, oprj_QueryFree>>;
-using ZonePtr =
-    std::unique_ptr<Oprj_SPTableEntry, FreeWith<Oprj_SPTableEntry, oprj_SPTableEntryFree>>;
-using SpheroidListPtr =
-    std::unique_ptr<Oprj_SpheroidTableEntry,
-                    FreeWith<Oprj_SpheroidTableEntry, oprj_SpheroidTableEntryFree>>;
-using SpheroidPtr = std::unique_ptr<Oprj_Spheroid, FreeWith<Oprj_Spheroid, oprj_SpheroidFree>>;
-using DatumPtr = std::unique_ptr<Oprj_Datum, FreeWith<Oprj_Datum, oprj_DatumFree>>;
-using ParametersPtr =
-    std::unique_ptr<Oprj_ProParameters, FreeWith<Oprj_ProParameters, oprj_ProParametersFree>>;
-using InitDataPtr = std::unique_ptr<Oprj_InitData, FreeWith<Oprj_InitData, oprj_InitDataFree>>;
-
-struct FreeHeapText {
-  void operator()(char *text) const { omsc_HeapFree(text); }
-};
-using TextPtr = std::unique_ptr<char, FreeHeapText>;
+using toolkit::Owner;
+using QueryPtr = Owner<Oprj_Query, oprj_QueryFree>;
+using ZonePtr = Owner<Oprj_SPTableEntry, oprj_SPTableEntryFree>;
+using SpheroidListPtr = Owner<Oprj_SpheroidTableEntry, oprj_SpheroidTableEntryFree>;
+using SpheroidPtr = Owner<Oprj_Spheroid, oprj_SpheroidFree>;
+using ParametersPtr = Owner<Oprj_ProParameters, oprj_ProParametersFree>;
+using InitDataPtr = Owner<Oprj_InitData, oprj_InitDataFree>;
+using TextPtr = toolkit::HeapBlock<char>;
 
 /// The process's record.
 inline Oint_Toolkit *toolkit() { return oint_InitToolkit(nullptr); }
