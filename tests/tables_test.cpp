@@ -1,8 +1,7 @@
 // Start and reference data: loading, its failures, reloading, threads, the spheroid table map.
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
+#include <barrier>
+#include <iomanip>
+#include <sstream>
 
 #include "tests/tables_support.h"
 
@@ -15,21 +14,17 @@ using SpheroidTable = SmallTables;
 
 // --- start ---
 
-TEST_F(Start, LookupsLoadTheTablesThemselves) {
+TEST_F(Start, LookupsLoadTheTablesAndInitReloadsThem) {
   breakAndUnload();
   repair();
   Slot slot;
-  const Oprj_Query *query = oprj_QueryByName(toolkit(), "Everything", slot);
+  EXPECT_NE(oprj_QueryByName(toolkit(), "Everything", slot), nullptr);
   expectNoReport(slot);
-  EXPECT_EQ(query, oprj_QueryByNumber(toolkit(), 41, nullptr));  // loaded once, then only read
   const Oprj_InitData *data = oprj_InitDataGet(toolkit(), slot);
   ASSERT_NE(data, nullptr);
   EXPECT_EQ(data->reserved, nullptr);
   EXPECT_NE(data->dictionary, nullptr);
   EXPECT_NE(data->proParametersDesign, nullptr);
-}
-
-TEST_F(Start, InitReloadsFromTheFiles) {
   directory_.write("mapprojections.dat", "\"New\" { Internal 77 }");
   EXPECT_NE(oprj_QueryByName(toolkit(), "Everything", nullptr), nullptr);
   EXPECT_EQ(oprj_Init(nullptr, nullptr), nullptr);  // the process's own record
@@ -61,29 +56,30 @@ TEST_F(Start, OneFailedTableKeepsTheSlotEmptyAndEveryLookupTriesAgain) {
 
 TEST_F(Start, DataComesBackBesideTheReportOfTheLastFailedStep) {
   const LogCapture log;  // the datums are known to the process already
-  Slot slot;
-  InitDataPtr data(oprj_InitProjectionData("absent.dat", nullptr, nullptr, slot));
-  expectReport(slot, "oprj_InitProjectionData", 2, "Error returned from oprj_QueryTableRead");
-  ASSERT_NE(data, nullptr);
-  EXPECT_EQ(data->queryTable, nullptr);
-  EXPECT_NE(data->spheroidTable, nullptr);
-  EXPECT_NE(data->statePlaneTable, nullptr);
-  EXPECT_NE(data->dictionary, nullptr);
-  // The file and every place searched.
-  const std::string message = oerr_MessageGet(oerr_RootCauseGet(slot.get()));
-  EXPECT_NE(message.find("absent.dat"), std::string::npos) << message;
-  EXPECT_NE(message.find(directory_.path()), std::string::npos) << message;
-
-  data.reset(oprj_InitProjectionData("absent.dat", "absent.tab", "absent.sp", slot));
-  expectReport(slot, "oprj_InitProjectionData", 4, "Error returned from oprj_SPTableRead");
-  data.reset(oprj_InitProjectionData(nullptr, "absent.tab", nullptr, slot));
-  EXPECT_TRUE(slot.chain().starts_with(
-      "oprj_InitProjectionData: Error returned from oprj_SpheroidTableRead (3) < "
-      "oprj_SpheroidTableRead: Error returned from oprj_SpheroidTableParse (2) < "
-      "oprj_SpheroidTableParse: Error returned from olex_Parse (2) < "))
-      << slot.chain();
-  EXPECT_EQ(data->spheroidTable, nullptr);
-  EXPECT_NE(data->queryTable, nullptr);
+  const struct {
+    const char *dictionary, *spheroids, *zones, *chain;
+  } cases[] = {{"absent", nullptr, nullptr,
+                "oprj_InitProjectionData: Error returned from oprj_QueryTableRead (2) < "
+                "oprj_QueryTableRead: Error returned from oprj_QueryTableParse (2) < "
+                "oprj_QueryTableParse: Error returned from olex_Parse (2) < "},
+               {nullptr, "absent", nullptr,
+                "oprj_InitProjectionData: Error returned from oprj_SpheroidTableRead (3) < "
+                "oprj_SpheroidTableRead: Error returned from oprj_SpheroidTableParse (2) < "
+                "oprj_SpheroidTableParse: Error returned from olex_Parse (2) < "},
+               {"absent", "absent", "absent",
+                "oprj_InitProjectionData: Error returned from oprj_SPTableRead (4) < "
+                "oprj_SPTableRead: Error returned from oprj_SPTableParse (2) < "
+                "oprj_SPTableParse: Error returned from olex_Parse (2) < "}};
+  for (const auto &c : cases) {
+    Slot slot;
+    const InitDataPtr data(oprj_InitProjectionData(c.dictionary, c.spheroids, c.zones, slot));
+    EXPECT_TRUE(slot.chain().starts_with(c.chain)) << slot.chain();
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(data->queryTable == nullptr, c.dictionary != nullptr);
+    EXPECT_EQ(data->spheroidTable == nullptr, c.spheroids != nullptr);
+    EXPECT_EQ(data->statePlaneTable == nullptr, c.zones != nullptr);
+    EXPECT_NE(data->dictionary, nullptr);
+  }
 }
 
 TEST_F(Start, DictionariesReadOneAfterTheOtherAreConcatenated) {
@@ -109,45 +105,30 @@ TEST_F(Start, DictionariesReadOneAfterTheOtherAreConcatenated) {
 }
 
 TEST_F(Start, ReadersRefuseMissingData) {
-  const struct {
-    std::function<void(Oerr_Report **)> read;
-    const char *function;
-  } cases[] = {
-      {[](auto err) { oprj_QueryTableRead(nullptr, nullptr, err); }, "oprj_QueryTableRead"},
-      {[](auto err) { oprj_SpheroidTableRead(nullptr, nullptr, err); }, "oprj_SpheroidTableRead"},
-      {[](auto err) { oprj_SPTableRead(nullptr, nullptr, err); }, "oprj_SPTableRead"}};
-  for (const auto &c : cases) {
-    Slot slot;
-    c.read(slot);
-    expectReport(slot, c.function, 1, "Invalid input InitData");
-  }
+  Slot slot;
+  expectRefusal(oprj_QueryTableRead(nullptr, nullptr, slot), slot,
+                "oprj_QueryTableRead: Invalid input InitData (1)");
+  expectRefusal(oprj_SpheroidTableRead(nullptr, nullptr, slot), slot,
+                "oprj_SpheroidTableRead: Invalid input InitData (1)");
+  expectRefusal(oprj_SPTableRead(nullptr, nullptr, slot), slot,
+                "oprj_SPTableRead: Invalid input InitData (1)");
   oprj_InitDataFree(nullptr);
-  Oprj_InitData *none = nullptr;
-  oprj_InitDataFree(&none);
 }
 
 TEST_F(Start, ThreadsThatStartTogetherLoadOnce) {
   for (int round = 0; round < 20; ++round) {
     breakAndUnload();
     repair();
-    constexpr int kThreads = 4;
-    std::atomic<int> waiting{kThreads};
-    const Oprj_Query *found[kThreads] = {};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-      threads.emplace_back([&, i] {
-        --waiting;
-        while (waiting > 0) std::this_thread::yield();
-        found[i] = oprj_QueryByName(toolkit(), "Everything", nullptr);
-        for (int n = 0; n < 1000; ++n)
-          if (oprj_QueryByNumber(toolkit(), 41, nullptr) != found[i]) found[i] = nullptr;
-      });
-    }
-    for (auto &thread : threads) thread.join();
-    for (int i = 0; i < kThreads; ++i) {
-      ASSERT_NE(found[i], nullptr);
-      ASSERT_EQ(found[i], found[0]);
-    }
+    std::vector<const Oprj_Query *> found(4);
+    std::barrier start(std::ssize(found));
+    inThreads(found.size(), [&](size_t i) {
+      start.arrive_and_wait();
+      found[i] = oprj_QueryByName(toolkit(), "Everything", nullptr);
+      for (int n = 0; n < 1000; ++n)
+        if (oprj_QueryByNumber(toolkit(), 41, nullptr) != found[i]) found[i] = nullptr;
+    });
+    ASSERT_NE(found[0], nullptr);
+    ASSERT_EQ(found, std::vector(4, found[0]));
   }
 }
 
@@ -172,26 +153,16 @@ TEST_F(Start, EveryAllocationOfTheReadersMayFail) {
   repair();
   const LeakCheck leaks;
   const InitDataPtr data(oprj_InitDataCreate(nullptr));
-  const auto none = [&] {
-    EXPECT_EQ(data->queryTable, nullptr);
-    EXPECT_EQ(data->statePlaneTable, nullptr);
-  };
-  forEachAllocationFailure(
-      [&](Oerr_Report **err) { return oprj_QueryTableRead(data.get(), nullptr, err) != nullptr; },
-      none);
-  oprj_QueryFree(&data->queryTable);
-  forEachAllocationFailure(
-      [&](Oerr_Report **err) { return oprj_SPTableRead(data.get(), nullptr, err) != nullptr; },
-      none);
+  forEachAllocationFailure([&](auto err) { return oprj_QueryTableRead(data.get(), nullptr, err); },
+                           [&] { EXPECT_EQ(data->queryTable, nullptr); });
+  forEachAllocationFailure([&](auto err) { return oprj_SPTableRead(data.get(), nullptr, err); },
+                           [&] { EXPECT_EQ(data->statePlaneTable, nullptr); });
   const std::string file = directory_.write("more.tab",
                                             "\"More\" { 99 3 2 alias \"M\" description \"d\"\n"
                                             "\"New datum\" grid \"g\" description \"d\" }");
   forEachAllocationFailure(
-      [&](Oerr_Report **err) {
-        return oprj_SpheroidTableRead(data.get(), file.c_str(), err) != nullptr;
-      },
+      [&](auto err) { return oprj_SpheroidTableRead(data.get(), file.c_str(), err); },
       [&] { EXPECT_EQ(data->spheroidTable, nullptr); });
-  EXPECT_NE(data->spheroidTable, nullptr);
 }
 
 TEST_F(Start, EveryAllocationOfTheDirectoryWalkMayFail) {
@@ -199,17 +170,13 @@ TEST_F(Start, EveryAllocationOfTheDirectoryWalkMayFail) {
   repair();
   const LeakCheck leaks;
   // A file name that cannot be formed is printed, and the walk goes on.
-  bool walked = false;
   complained([&] {
     forEachAllocationFailure(
-        [&](Oerr_Report **err) {
-          const SpheroidListPtr list(oprj_SpheroidTableParse(nullptr, nullptr, err));
-          walked = list != nullptr;
-          return !*err;
+        [&](auto err) {
+          return SpheroidListPtr(oprj_SpheroidTableParse(nullptr, nullptr, err)) || !*err;
         },
         {}, OnFailure::kMayRecover);
   });
-  EXPECT_TRUE(walked);
 }
 
 TEST_F(Start, InitProjectionDataSurvivesEveryAllocationFailure) {
@@ -248,44 +215,46 @@ std::string namesOf(const Oprj_SpheroidTableEntry *list) {
   return names;
 }
 
+/// The list that the reference data uses.
+const Oprj_SpheroidTableEntry *loadedList() {
+  return oprj_InitDataGet(toolkit(), nullptr)->spheroidTable;
+}
+
+/// All that an entry holds, "-" standing for no text.
+std::string told(const Oprj_SpheroidTableEntry &entry) {
+  const auto text = [](const char *held) { return held ? held : "-"; };
+  std::ostringstream out;
+  out << std::setprecision(9) << entry.name << ' ' << entry.number << ' ' << entry.a << ' '
+      << entry.b << ' ' << text(entry.description);
+  for (const auto *alias = entry.aliases; alias; alias = alias->next) out << ' ' << alias->name;
+  for (const auto *datum = entry.datums; datum; datum = datum->next) {
+    out << '\n' << datum->name << ' ' << datum->type;
+    for (double parameter : datum->params) out << ' ' << parameter;
+    out << ' ' << text(datum->gridname) << ' ' << text(datum->description);
+    if (const Oprj_SurfaceSource *surface = datum->surface)
+      out << " surface " << surface->kind << ' ' << surface->longitudeShift << ' '
+          << surface->latitudeShift << ' ' << text(surface->longitudeFile) << ' '
+          << text(surface->latitudeFile) << ' ' << surface->bilinear << surface->hasNodata << ' '
+          << surface->nodata << ' ' << surface->baseDatum << ' ' << surface->baseIsGrid
+          << surface->fromDatum;
+  }
+  return out.str();
+}
+
 TEST_F(SpheroidTable, ReadsEveryConstruct) {
-  const Oprj_SpheroidTableEntry *clarke = oprj_InitDataGet(toolkit(), nullptr)->spheroidTable;
-  EXPECT_EQ(namesOf(clarke),
-            "Clarke 1866:Clarke 1866,Shifted,Gridded,Regressed,Moved,Imaged,Drawn,;"
-            "Ball:;Egg:Egg datum,;");
-  EXPECT_EQ(clarke->number, 0);
-  EXPECT_EQ(clarke->a, 6378206.4);
-  EXPECT_STREQ(clarke->aliases->name, "clrk66");
-  EXPECT_STREQ(clarke->aliases->next->name, "C66");
-  EXPECT_STREQ(clarke->description, "old");
-  const Oprj_DatumTableEntry *shifted = clarke->datums->next;
-  EXPECT_EQ(shifted->type, OPRJ_DATUM_PARAMETRIC);
-  EXPECT_EQ(shifted->params[1], 160.5);
-  EXPECT_EQ(shifted->params[4], -2e-6);
-  EXPECT_EQ(shifted->params[6], 5e-7);
-  EXPECT_STREQ(shifted->description, "seven");
-  EXPECT_STREQ(shifted->next->gridname, "no-such-file.grd");
-  EXPECT_EQ(shifted->next->next->type, OPRJ_DATUM_REGRESSION);
-  const Oprj_DatumTableEntry *moved = shifted->next->next->next;
-  ASSERT_NE(moved->surface, nullptr);
-  EXPECT_EQ(moved->type, OPRJ_DATUM_SURFACE);
-  EXPECT_EQ(moved->surface->longitudeShift, 1.5);
-  EXPECT_EQ(moved->surface->latitudeShift, -2.0);
-  EXPECT_STREQ(moved->surface->baseDatum, "Shifted");
-  EXPECT_EQ(moved->surface->fromDatum, 0);
-  const Oprj_SurfaceSource &raster = *moved->next->surface;
-  EXPECT_EQ(raster.kind, 1);
-  EXPECT_STREQ(raster.longitudeFile, "a.img");
-  EXPECT_STREQ(raster.latitudeFile, "b.img");
-  EXPECT_EQ(raster.bilinear, 1);
-  EXPECT_EQ(raster.hasNodata, 1);
-  EXPECT_EQ(raster.nodata, -9.0);
-  EXPECT_EQ(raster.baseIsGrid, 1);
-  EXPECT_EQ(raster.fromDatum, 1);
-  const Oprj_SurfaceSource &vector = *moved->next->next->surface;
-  EXPECT_EQ(vector.kind, 2);
-  EXPECT_STREQ(vector.longitudeFile, "v.vec");
-  EXPECT_EQ(vector.bilinear, 0);
+  const Oprj_SpheroidTableEntry *clarke = loadedList();
+  EXPECT_EQ(told(*clarke),
+            "Clarke 1866 0 6378206.4 6356583.8 old clrk66 C66\n"
+            "Clarke 1866 0 0 0 0 0 0 0 0 - -\n"
+            "Shifted 0 -8 160.5 176 1e-06 -2e-06 3e-06 5e-07 - seven\n"
+            "Gridded 1 0 0 0 0 0 0 0 no-such-file.grd -\n"
+            "Regressed 2 0 0 0 0 0 0 0 - -\n"
+            "Moved 4 0 0 0 0 0 0 0 - - surface 0 1.5 -2 - - 00 0 Shifted 00\n"
+            "Imaged 4 0 0 0 0 0 0 0 - - surface 1 0 0 a.img b.img 11 -9 Gridded 11\n"
+            "Drawn 4 0 0 0 0 0 0 0 - - surface 2 0 0 v.vec - 00 0 Shifted 00");
+  EXPECT_EQ(told(*clarke->next), "Ball 19 6370997 6370997 -");
+  EXPECT_EQ(told(*clarke->next->next),
+            "Egg -3 6000000 6500000 -\nEgg datum 2 0 0 0 0 0 0 0 - prolate");
 }
 
 TEST_F(SpheroidTable, FilesJoinInByteOrderAndTheFirstDatumWins) {
@@ -300,7 +269,7 @@ TEST_F(SpheroidTable, FilesJoinInByteOrderAndTheFirstDatumWins) {
                                (directory_.path() + ";" + second.path()).c_str());
   const LogCapture log;
   reload();
-  const auto *list = oprj_InitDataGet(toolkit(), nullptr)->spheroidTable;
+  const auto *list = loadedList();
   EXPECT_EQ(namesOf(list),
             "Clarke 1866:Clarke 1866,Shifted,Gridded,Regressed,Moved,Imaged,Drawn,;"
             "Ball:Mine,;Egg:Egg datum,Egg 2,;Last:;");
@@ -318,37 +287,34 @@ TEST_F(SpheroidTable, SyntaxErrorsArePrintedAndWhatCameBeforeStays) {
   directory_.write("spheroid.tab", "\"A\" { 1 2 1 \"D\" regression }\n\"B\" { 2 0 1 }");
   directory_.write("spheroidb.tab", "\"C\" { 3 2 1 }");
   const std::string complaint = complained([&] { reload(); });
-  EXPECT_EQ(namesOf(oprj_InitDataGet(toolkit(), nullptr)->spheroidTable), "A:D,;C:;");
+  EXPECT_EQ(namesOf(loadedList()), "A:D,;C:;");
   EXPECT_NE(complaint.find("spheroid.tab:2:9: expected the length of an axis, above 0, found \"0"),
             std::string::npos)
       << complaint;
 }
 
 TEST_F(SpheroidTable, TellsWhereAndWhatItExpected) {
-  const struct {
-    const char *text, *message;
-  } cases[] = {
-      {"spheroidfile 5", "text:1:14: expected a title in quotes, found \"5\""},
-      {"\"Q\" { 1 2 1 alias x", "text:1:19: expected a name in quotes, found \"x\""},
-      {"\"Q\" { 1 2 nan", "text:1:11: expected the length of an axis, above 0, found \"nan\""},
-      {"\"Q\" { 1 2 1 5", "text:1:13: expected a datum's name in quotes or \"}\", found \"5\""},
-      {"\"Q\" { 1 2 1 \"d\" gridded",
-       "text:1:17: expected parametric, grid, regression or surface, found \"gridded\""},
-      {"\"Q\" { 1 2 1 \"d\" parametric 1 2 3 4 5 6 }",
-       "text:1:40: expected seven parameters, found \"}\""},
-      {"\"Q\" { 1 2 1 \"d\" surface grid",
-       "text:1:25: expected constant, raster or vector, found \"grid\""},
-      {"\"Q\" { 1 2 1 \"d\" surface constant longitude 1 latitude 2 fromdatum",
-       "text:1:57: expected basedatum or gridbasedatum, found \"fromdatum\""},
-      {"\"Q\" { 1 2 1 \"d\" surface raster longitude \"a\" latitude \"b\" resample cubic",
-       "text:1:68: expected bilinear or nothing, found \"cubic\""}};
-  for (const auto &c : cases) {
+  const std::string start = "\"Q\" { 1 2 1 ";
+  const std::pair<std::string, const char *> cases[] = {
+      {"spheroidfile 5", "1:14: expected a title in quotes, found \"5\""},
+      {start + "alias x", "1:19: expected a name in quotes, found \"x\""},
+      {"\"Q\" { 1 2 nan", "1:11: expected the length of an axis, above 0, found \"nan\""},
+      {start + "5", "1:13: expected a datum's name in quotes or \"}\", found \"5\""},
+      {start + "\"d\" gridded",
+       "1:17: expected parametric, grid, regression or surface, found \"gridded\""},
+      {start + "\"d\" parametric 1 2 3 4 5 6 }", "1:40: expected seven parameters, found \"}\""},
+      {start + "\"d\" surface grid", "1:25: expected constant, raster or vector, found \"grid\""},
+      {start + "\"d\" surface constant longitude 1 latitude 2 fromdatum",
+       "1:57: expected basedatum or gridbasedatum, found \"fromdatum\""},
+      {start + "\"d\" surface raster longitude \"a\" latitude \"b\" resample cubic",
+       "1:68: expected bilinear or nothing, found \"cubic\""}};
+  for (const auto &[text, message] : cases) {
     Slot slot;
     SpheroidListPtr list;
     const std::string complaint =
-        complained([&] { list.reset(oprj_SpheroidTableParse(c.text, nullptr, slot)); });
+        complained([&] { list.reset(oprj_SpheroidTableParse(text.c_str(), nullptr, slot)); });
     expectNoReport(slot);
-    EXPECT_NE(complaint.find(c.message), std::string::npos) << complaint;
+    EXPECT_NE(complaint.find(std::string("text:") + message), std::string::npos) << complaint;
     EXPECT_EQ(namesOf(list.get()).find("Q:"), std::string::npos) << "unfinished, so not loaded";
   }
 }
@@ -360,15 +326,14 @@ TEST_F(SpheroidTable, OneListIsSharedAndEmptiesWithItsLastUser) {
     const LogCapture log;
     const InitDataPtr data(oprj_InitDataCreate(nullptr));
     // Known already, so nothing is loaded twice.
-    EXPECT_EQ(oprj_SpheroidTableRead(data.get(), nullptr, slot),
-              oprj_InitDataGet(toolkit(), nullptr)->spheroidTable);
+    EXPECT_EQ(oprj_SpheroidTableRead(data.get(), nullptr, slot), loadedList());
     EXPECT_EQ(log.lines().size(), 8u);
     EXPECT_EQ(oprj_SpheroidTableRead(data.get(), nullptr, slot), data->spheroidTable);
   }
-  EXPECT_STREQ(oprj_InitDataGet(toolkit(), nullptr)->spheroidTable->name, "Clarke 1866");
+  EXPECT_STREQ(loadedList()->name, "Clarke 1866");
   directory_.write("spheroid.tab", "\"Fresh\" { 1 2 1 }");
   reload();  // the last user goes, so this one finds the map empty
-  EXPECT_EQ(namesOf(oprj_InitDataGet(toolkit(), nullptr)->spheroidTable), "Fresh:;");
+  EXPECT_EQ(namesOf(loadedList()), "Fresh:;");
   directory_.write("spheroid.tab", kSmallSpheroids);
   reload();
 }
@@ -392,17 +357,13 @@ TEST_F(SpheroidTable, NamedFilesAreTakenAsTheyStandThenAlongTheDatumList) {
   repair();
   Slot slot;
   directory_.write("own.tab", "\"Own\" { 1 2 1 }");
-  SpheroidListPtr list(oprj_SpheroidTableParse(nullptr, "own.tab", slot));
-  EXPECT_EQ(namesOf(list.get()), "Own:;");
-  list.reset();
-  list.reset(oprj_SpheroidTableParse(nullptr, (directory_.path() + "/own.tab").c_str(), slot));
-  EXPECT_EQ(namesOf(list.get()), "Own:;");
-  list.reset();
-  // A text wins over a file name.
-  list.reset(oprj_SpheroidTableParse("\"Text\" { 1 2 1 }", "own.tab", slot));
-  EXPECT_EQ(namesOf(list.get()), "Text:;");
-  list.reset();
-  EXPECT_EQ(oprj_SpheroidTableParse(nullptr, "absent.tab", slot), nullptr);
+  const auto parsed = [&](const char *text, const char *file) {
+    return namesOf(SpheroidListPtr(oprj_SpheroidTableParse(text, file, slot)).get());
+  };
+  EXPECT_EQ(parsed(nullptr, "own.tab"), "Own:;");
+  EXPECT_EQ(parsed(nullptr, (directory_.path() + "/own.tab").c_str()), "Own:;");
+  EXPECT_EQ(parsed("\"Text\" { 1 2 1 }", "own.tab"), "Text:;");  // a text wins
+  EXPECT_EQ(parsed(nullptr, "absent.tab"), "");
   EXPECT_TRUE(
       slot.chain().starts_with("oprj_SpheroidTableParse: Error returned from olex_Parse (2)"));
 }
