@@ -1,9 +1,7 @@
 // Lookups in the reference tables, and what the installed tables must hold.
-#include <gtest/gtest.h>
 #include <oprj/projection.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <set>
 
@@ -15,107 +13,91 @@ using namespace orvik::test;
 
 using Lookup = SmallTables;
 
+constexpr double kR = 6370997.0;  // the small table's ball
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Every lookup, called with sound arguments.
+/// A lookup with sound arguments; says whether it found something, which is freed if it is new.
 struct LookupCase {
   const char *function;
   std::function<bool(Oint_Toolkit *, Oerr_Report **)> call;
 };
+
+bool found(char *text) { return TextPtr(text) != nullptr; }
+bool found(Oprj_ProParameters *record) { return ParametersPtr(record) != nullptr; }
+bool found(Oprj_CharStr *text) {
+  oprj_CharStrFree(text);
+  return text != nullptr;
+}
+template <class Result>
+bool found(Result result) {
+  return result;
+}
+
+template <class Operation, class... Arguments>
+LookupCase lookup(const char *function, Operation operation, Arguments... arguments) {
+  return {function, [=](auto tk, auto err) { return found(operation(tk, arguments..., err)); }};
+}
+
 std::vector<LookupCase> everyLookup() {
   static const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
   static const ParametersPtr record(oprj_ProParametersCreate(nullptr));
   static Oprj_CharStr text = {};
   static double parms[15] = {19};
   static const Oprj_DblArray array = {15, parms};
+  Oprj_Spheroid *out = spheroid.get();
   return {
-      {"oprj_InitDataGet", [](auto tk, auto err) { return oprj_InitDataGet(tk, err); }},
-      {"oprj_SpheroidByName",
-       [](auto tk, auto err) { return oprj_SpheroidByName(tk, "Ball", spheroid.get(), err); }},
-      {"oprj_SpheroidByNum",
-       [](auto tk, auto err) { return oprj_SpheroidByNum(tk, 19, spheroid.get(), err); }},
-      {"oprj_SpheroidByAxes",
-       [](auto tk, auto err) { return oprj_SpheroidByAxes(tk, 2, 1, spheroid.get(), err); }},
-      {"oprj_SpheroidByParms",
-       [](auto tk, auto err) { return oprj_SpheroidByParms(tk, &array, spheroid.get(), err); }},
-      {"oprj_SpheroidEntryByName",
-       [](auto tk, auto err) { return oprj_SpheroidEntryByName(tk, "Ball", err); }},
-      {"oprj_SpheroidEntryByNumber",
-       [](auto tk, auto err) { return oprj_SpheroidEntryByNumber(tk, 19, err); }},
-      {"oprj_SpheroidNumberByName",
-       [](auto tk, auto err) { return oprj_SpheroidNumberByName(tk, "Ball", err); }},
-      {"oprj_DatumByName",
-       [](auto tk, auto err) {
-         return oprj_DatumByName(tk, "Clarke 1866", "Shifted", spheroid->datum, err);
-       }},
-      {"oprj_GetSpheroidNameByAxes",
-       [](auto tk, auto err) {
-         return TextPtr(oprj_GetSpheroidNameByAxes(tk, 6370997, 6370997, err)) != nullptr;
-       }},
-      {"oprj_GetSpheroidNameByAxesWithTolerance",
-       [](auto tk, auto err) {
-         return TextPtr(oprj_GetSpheroidNameByAxesWithTolerance(tk, 6370990, 6370990, 8, err)) !=
-                nullptr;
-       }},
-      {"oprj_GetSpheroidNameByDatumName",
-       [](auto tk, auto err) {
-         return TextPtr(oprj_GetSpheroidNameByDatumName(tk, "Egg datum", err)) != nullptr;
-       }},
-      {"oprj_QueryByName", [](auto tk, auto err) { return oprj_QueryByName(tk, "Outside", err); }},
-      {"oprj_QueryByNumber", [](auto tk, auto err) { return oprj_QueryByNumber(tk, 41, err); }},
-      {"oprj_QueryByExample",
-       [](auto tk, auto err) { return oprj_QueryByExample(tk, record.get(), err); }},
-      {"oprj_ProjName",
-       [](auto tk, auto err) {
-         const bool found = oprj_ProjName(tk, 41, &text, err);
-         oprj_CharStrFree(&text);
-         return found;
-       }},
-      {"oprj_ProParametersCreateByName",
-       [](auto tk, auto err) {
-         return ParametersPtr(oprj_ProParametersCreateByName(tk, "outside", err)) != nullptr;
-       }},
-      {"oprj_SPEntryByNames",
-       [](auto tk, auto err) { return oprj_SPEntryByNames(tk, "ALPHA", "north", 2, err); }},
-      {"oprj_SPEntryByZoneNumber",
-       [](auto tk, auto err) { return oprj_SPEntryByZoneNumber(tk, 101, 2, err); }},
+      lookup("oprj_InitDataGet", oprj_InitDataGet),
+      lookup("oprj_SpheroidByName", oprj_SpheroidByName, "Ball", out),
+      lookup("oprj_SpheroidByNum", oprj_SpheroidByNum, 19, out),
+      lookup("oprj_SpheroidByAxes", oprj_SpheroidByAxes, 2, 1, out),
+      lookup("oprj_SpheroidByParms", oprj_SpheroidByParms, &array, out),
+      lookup("oprj_SpheroidEntryByName", oprj_SpheroidEntryByName, "Ball"),
+      lookup("oprj_SpheroidEntryByNumber", oprj_SpheroidEntryByNumber, 19),
+      lookup("oprj_SpheroidNumberByName", oprj_SpheroidNumberByName, "Ball"),
+      lookup("oprj_DatumByName", oprj_DatumByName, "Clarke 1866", "Shifted", out->datum),
+      lookup("oprj_GetSpheroidNameByAxes", oprj_GetSpheroidNameByAxes, kR, kR),
+      lookup("oprj_GetSpheroidNameByAxesWithTolerance", oprj_GetSpheroidNameByAxesWithTolerance, kR,
+             kR, 8),
+      lookup("oprj_GetSpheroidNameByDatumName", oprj_GetSpheroidNameByDatumName, "Egg datum"),
+      lookup("oprj_QueryByName", oprj_QueryByName, "Outside"),
+      lookup("oprj_QueryByNumber", oprj_QueryByNumber, 41),
+      lookup("oprj_QueryByExample", oprj_QueryByExample, record.get()),
+      lookup("oprj_ProjName", oprj_ProjName, 41, &text),
+      lookup("oprj_ProParametersCreateByName", oprj_ProParametersCreateByName, "outside"),
+      lookup("oprj_SPEntryByNames", oprj_SPEntryByNames, "ALPHA", "north", 2),
+      lookup("oprj_SPEntryByZoneNumber", oprj_SPEntryByZoneNumber, 101, 2),
   };
 }
 
 TEST_F(Lookup, EveryLookupNeedsAToolkitAndTables) {
-  for (const auto &lookup : everyLookup()) {
-    Slot slot;
-    EXPECT_FALSE(lookup.call(nullptr, slot)) << lookup.function;
-    expectReport(slot, lookup.function, 1, "Toolkit has not been initialized");
-    EXPECT_TRUE(lookup.call(toolkit(), slot)) << slot.chain();
+  Slot slot;
+  for (const auto &[function, call] : everyLookup()) {
+    EXPECT_FALSE(call(nullptr, slot));
+    expectReport(slot, function, 1, "Toolkit has not been initialized");
+    EXPECT_TRUE(call(toolkit(), slot)) << slot.chain();
     expectNoReport(slot);
-    EXPECT_TRUE(lookup.call(toolkit(), nullptr)) << lookup.function << " without a slot";
+    EXPECT_TRUE(call(toolkit(), nullptr)) << function << " without a slot";
   }
   breakAndUnload();
-  for (const auto &lookup : everyLookup()) {
-    Slot slot;
-    EXPECT_FALSE(lookup.call(toolkit(), slot)) << lookup.function;
-    const bool byName = std::strcmp(lookup.function, "oprj_QueryByName") == 0;
-    expectReport(slot, lookup.function, 2,
-                 byName ? "oprj_Init failed" : "Error returned from oprj_Init");
+  for (const auto &[function, call] : everyLookup()) {
+    EXPECT_FALSE(call(toolkit(), slot)) << function;
+    const bool byName = std::string(function) == "oprj_QueryByName";
+    expectReport(slot, function, 2, byName ? "oprj_Init failed" : "Error returned from oprj_Init");
     expectReport(oerr_CauseGet(slot.get()), "oprj_Init", 1, "Failed to initialize toolkit");
   }
   repair();
 }
 
 TEST_F(Lookup, EveryAllocationMayFail) {
-  for (const auto &lookup : everyLookup()) {
-    SCOPED_TRACE(lookup.function);
-    forEachAllocationFailure([&](Oerr_Report **err) { return lookup.call(toolkit(), err); });
+  for (const auto &[function, call] : everyLookup()) {
+    SCOPED_TRACE(function);
+    forEachAllocationFailure([&, call = call](auto err) { return call(toolkit(), err); });
   }
-  const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
   for (const char *datum : {"Shifted", "Regressed", "Undefined"}) {
-    SCOPED_TRACE(datum);
-    oprj_DatumInit(&target->datum, nullptr);
-    forEachAllocationFailure([&](Oerr_Report **err) {
-      return oprj_DatumByName(toolkit(), "C66", datum, target->datum, err) != nullptr;
-    });
+    const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
+    forEachAllocationFailure(
+        [&](auto err) { return oprj_DatumByName(toolkit(), "C66", datum, target->datum, err); });
   }
 }
 
@@ -123,85 +105,82 @@ TEST_F(Lookup, TellsWhatWasNotFound) {
   const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
   const ParametersPtr record(oprj_ProParametersCreate(nullptr));
   record->proNumber = 999;
-  double few[14] = {-1}, bad[15] = {-1}, huge[15] = {1e10}, unknown[15] = {kNaN};
-  const Oprj_DblArray fourteen = {14, few}, noAxes = {15, bad}, tooBig = {15, huge},
-                      notANumber = {15, unknown};
+  Oprj_Spheroid *out = spheroid.get();
   Oprj_CharStr text = {};
-  const auto tk = toolkit();
+  Oint_Toolkit *tk = toolkit();
+  Slot err;
+  expectRefusal(oprj_SpheroidByName(tk, nullptr, out, err), err,
+                "oprj_SpheroidByName: Invalid spheroid name (3)");
+  expectRefusal(oprj_SpheroidByName(tk, "Ball", nullptr, err), err,
+                "oprj_SpheroidByName: Invalid output Oprj_Spheroid (4)");
+  expectRefusal(oprj_SpheroidByName(tk, "ball", out, err), err,
+                "oprj_SpheroidByName: Error returned from oprj_SpheroidEntryByName (5) < "
+                "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)");
+  expectRefusal(oprj_SpheroidEntryByName(tk, "", err), err,
+                "oprj_SpheroidEntryByName: Invalid input spheroid name (3)");
+  expectRefusal(oprj_SpheroidByNum(tk, 20, out, err), err,
+                "oprj_SpheroidByNum: Error returned from oprj_SpheroidEntryByNumber (4) < "
+                "oprj_SpheroidEntryByNumber: Spheroid number not found in Spheroid table (3)");
+  expectRefusal(oprj_SpheroidNumberByName(tk, "none", err), err,
+                "oprj_SpheroidNumberByName: Error returned from oprj_SpheroidEntryByName (3) < "
+                "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)");
+  expectRefusal(oprj_SpheroidByParms(tk, nullptr, out, err), err,
+                "oprj_SpheroidByParms: Invalid input Oprj_DblArrayPtr (3)");
   const struct {
-    std::function<bool(Oerr_Report **)> call;
-    const char *chain;
-  } cases[] = {
-      {[&](auto err) { return oprj_SpheroidByName(tk, nullptr, spheroid.get(), err); },
-       "oprj_SpheroidByName: Invalid spheroid name (3)"},
-      {[&](auto err) { return oprj_SpheroidByName(tk, "Ball", nullptr, err); },
-       "oprj_SpheroidByName: Invalid output Oprj_Spheroid (4)"},
-      {[&](auto err) { return oprj_SpheroidByName(tk, "ball", spheroid.get(), err); },
-       "oprj_SpheroidByName: Error returned from oprj_SpheroidEntryByName (5) < "
-       "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)"},
-      {[&](auto err) { return oprj_SpheroidEntryByName(tk, "", err); },
-       "oprj_SpheroidEntryByName: Invalid input spheroid name (3)"},
-      {[&](auto err) { return oprj_SpheroidByNum(tk, 20, spheroid.get(), err); },
-       "oprj_SpheroidByNum: Error returned from oprj_SpheroidEntryByNumber (4) < "
-       "oprj_SpheroidEntryByNumber: Spheroid number not found in Spheroid table (3)"},
-      {[&](auto err) { return oprj_SpheroidNumberByName(tk, "none", err); },
-       "oprj_SpheroidNumberByName: Error returned from oprj_SpheroidEntryByName (3) < "
-       "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)"},
-      {[&](auto err) { return oprj_SpheroidByParms(tk, nullptr, spheroid.get(), err); },
-       "oprj_SpheroidByParms: Invalid input Oprj_DblArrayPtr (3)"},
-      {[&](auto err) { return oprj_SpheroidByParms(tk, &fourteen, spheroid.get(), err); },
-       "oprj_SpheroidByParms: Insufficient projection parameters (5)"},
-      {[&](auto err) { return oprj_SpheroidByParms(tk, &noAxes, spheroid.get(), err); },
-       "oprj_SpheroidByParms: Invalid spheroid axes (7)"},
-      {[&](auto err) { return oprj_SpheroidByParms(tk, &tooBig, spheroid.get(), err); },
-       "oprj_SpheroidByParms: Invalid spheroid number (6)"},
-      {[&](auto err) { return oprj_SpheroidByParms(tk, &notANumber, spheroid.get(), err); },
-       "oprj_SpheroidByParms: Invalid spheroid number (6)"},
-      {[&](auto err) { return oprj_DatumByName(tk, "Ball", "Shifted", nullptr, err); },
-       "oprj_DatumByName: Invalid output Oprj_Datum (3)"},
-      {[&](auto err) { return oprj_DatumByName(tk, "Cube", "Shifted", spheroid->datum, err); },
-       "oprj_DatumByName: Error returned from oprj_SpheroidEntryByName (5) < "
-       "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)"},
-      {[&](auto err) { return oprj_DatumByName(tk, "Ball", "Shifted", spheroid->datum, err); },
-       "oprj_DatumByName: Datum name not found in Spheroid table (6)"},
-      {[&](auto err) { return oprj_GetSpheroidNameByAxes(tk, 1, 1, err); },
-       "oprj_GetSpheroidNameByAxes: Error returned from "
-       "oprj_GetSpheroidNameByAxesWithTolerance (3) < oprj_GetSpheroidNameByAxesWithTolerance: "
-       "Spheroid name not found in Spheroid table (3)"},
-      {[&](auto err) { return oprj_GetSpheroidNameByDatumName(tk, "", err); },
-       "oprj_GetSpheroidNameByDatumName: The input datum name is not valid (3)"},
-      {[&](auto err) { return oprj_GetSpheroidNameByDatumName(tk, "shifted", err); },
-       "oprj_GetSpheroidNameByDatumName: Spheroid name not found based on the given datum name "
-       "(4)"},
-      {[&](auto err) { return oprj_QueryByName(tk, "geographic", err); },
-       "oprj_QueryByName: Projection name not found in query list (3)"},
-      {[&](auto err) { return oprj_QueryByNumber(tk, 42, err); },
-       "oprj_QueryByNumber: Projection number not found in query list (3)"},
-      {[&](auto err) { return oprj_QueryByExample(tk, nullptr, err); },
-       "oprj_QueryByExample: Invalid input Oprj_ProParameters (3)"},
-      {[&](auto err) { return oprj_QueryByExample(tk, record.get(), err); },
-       "oprj_QueryByExample: Projection number not found in query list (4)"},
-      {[&](auto err) { return oprj_ProjName(tk, 0, nullptr, err); },
-       "oprj_ProjName: Invalid output Oprj_CharStrPtr (3)"},
-      {[&](auto err) { return oprj_ProjName(tk, 999, &text, err); },
-       "oprj_ProjName: Error returned from oprj_QueryByNumber (4) < "
-       "oprj_QueryByNumber: Projection number not found in query list (3)"},
-      {[&](auto err) { return oprj_ProParametersCreateByName(tk, nullptr, err); },
-       "oprj_ProParametersCreateByName: Invalid Projection Name (3)"},
-      {[&](auto err) { return oprj_SPEntryByNames(tk, "Alpha", "South", 1, err); },
-       "oprj_SPEntryByNames: State name and Zone name not found in State Plane table (3)"},
-      {[&](auto err) { return oprj_SPEntryByZoneNumber(tk, 3601, 1, err); },
-       "oprj_SPEntryByZoneNumber: Zone number not found in State Plane table (3)"},
-      {[&](auto err) { return oprj_ProjectionDescribe(nullptr, record.get(), err); },
-       "oprj_ProjectionDescribe: Toolkit has not been initialized (1)"},
-      {[&](auto err) { return oprj_ProjectionDescribe(tk, nullptr, err); },
-       "oprj_ProjectionDescribe: Invalid input Oprj_ProParameters (3)"},
-  };
-  for (const auto &c : cases) {
-    Slot slot;
-    EXPECT_FALSE(c.call(slot)) << c.chain;
-    EXPECT_EQ(slot.chain(), c.chain);
+    int32_t count;
+    double number;
+    const char *problem;
+  } parms[] = {{14, -1, "Insufficient projection parameters (5)"},
+               {15, -1, "Invalid spheroid axes (7)"},
+               {15, 1e10, "Invalid spheroid number (6)"},
+               {15, kNaN, "Invalid spheroid number (6)"}};
+  for (const auto &c : parms) {
+    double values[15] = {c.number};
+    const Oprj_DblArray array = {c.count, values};
+    expectRefusal(oprj_SpheroidByParms(tk, &array, out, err), err,
+                  std::string("oprj_SpheroidByParms: ") + c.problem);
   }
+  expectRefusal(oprj_DatumByName(tk, "Ball", "Shifted", nullptr, err), err,
+                "oprj_DatumByName: Invalid output Oprj_Datum (3)");
+  expectRefusal(oprj_DatumByName(tk, "Cube", "Shifted", out->datum, err), err,
+                "oprj_DatumByName: Error returned from oprj_SpheroidEntryByName (5) < "
+                "oprj_SpheroidEntryByName: Spheroid number not found in Spheroid table (4)");
+  expectRefusal(oprj_DatumByName(tk, "Ball", "Shifted", out->datum, err), err,
+                "oprj_DatumByName: Datum name not found in Spheroid table (6)");
+  expectRefusal(oprj_GetSpheroidNameByAxes(tk, 1, 1, err), err,
+                "oprj_GetSpheroidNameByAxes: Error returned from "
+                "oprj_GetSpheroidNameByAxesWithTolerance (3) < "
+                "oprj_GetSpheroidNameByAxesWithTolerance: Spheroid name not found in Spheroid "
+                "table (3)");
+  expectRefusal(oprj_GetSpheroidNameByDatumName(tk, "", err), err,
+                "oprj_GetSpheroidNameByDatumName: The input datum name is not valid (3)");
+  expectRefusal(oprj_GetSpheroidNameByDatumName(tk, "shifted", err), err,
+                "oprj_GetSpheroidNameByDatumName: Spheroid name not found based on the given "
+                "datum name (4)");
+  expectRefusal(oprj_QueryByName(tk, "geographic", err), err,
+                "oprj_QueryByName: Projection name not found in query list (3)");
+  expectRefusal(oprj_QueryByExample(tk, nullptr, err), err,
+                "oprj_QueryByExample: Invalid input Oprj_ProParameters (3)");
+  expectRefusal(oprj_QueryByExample(tk, record.get(), err), err,
+                "oprj_QueryByExample: Projection number not found in query list (4)");
+  record->proType = OPRJ_EXTERNAL;
+  expectRefusal(oprj_QueryByExample(tk, record.get(), err), err,
+                "oprj_QueryByExample: Projection name not found in query list (5)");
+  expectRefusal(oprj_ProjName(tk, 0, nullptr, err), err,
+                "oprj_ProjName: Invalid output Oprj_CharStrPtr (3)");
+  expectRefusal(oprj_ProjName(tk, 999, &text, err), err,
+                "oprj_ProjName: Error returned from oprj_QueryByNumber (4) < "
+                "oprj_QueryByNumber: Projection number not found in query list (3)");
+  expectRefusal(oprj_ProParametersCreateByName(tk, nullptr, err), err,
+                "oprj_ProParametersCreateByName: Invalid Projection Name (3)");
+  expectRefusal(oprj_SPEntryByNames(tk, "Alpha", "South", 1, err), err,
+                "oprj_SPEntryByNames: State name and Zone name not found in State Plane table (3)");
+  expectRefusal(oprj_SPEntryByZoneNumber(tk, 3601, 1, err), err,
+                "oprj_SPEntryByZoneNumber: Zone number not found in State Plane table (3)");
+  expectRefusal(oprj_ProjectionDescribe(nullptr, record.get(), err), err,
+                "oprj_ProjectionDescribe: Toolkit has not been initialized (1)");
+  expectRefusal(oprj_ProjectionDescribe(tk, nullptr, err), err,
+                "oprj_ProjectionDescribe: Invalid input Oprj_ProParameters (3)");
 }
 
 // --- spheroids ---
@@ -264,18 +243,13 @@ TEST_F(Lookup, DerivedNumbersOfTheSpheroid) {
 TEST_F(Lookup, UnusableAxesLeaveTheTargetAlone) {
   const SpheroidPtr target(oprj_SpheroidCreate(nullptr));
   target->a = 7.0;
-  for (const auto &[a, b] : {std::pair{0.0, 1.0},
-                             {1.0, 0.0},
-                             {-1.0, 1.0},
-                             {kNaN, 1.0},
-                             {1.0, kNaN},
-                             {kInfinity, 1.0},
-                             {1.0, kInfinity}}) {
-    Slot slot;
-    EXPECT_EQ(oprj_SpheroidByAxes(toolkit(), a, b, target.get(), slot), nullptr);
-    expectReport(slot, "oprj_SpheroidByAxes", 4, "Invalid spheroid axes");
-    EXPECT_EQ(target->a, 7.0);
-  }
+  Slot slot;
+  for (const double bad : {0.0, -1.0, kNaN, kInfinity})
+    for (const auto &[a, b] : {std::pair(bad, 1.0), std::pair(1.0, bad)}) {
+      expectRefusal(oprj_SpheroidByAxes(toolkit(), a, b, target.get(), slot), slot,
+                    "oprj_SpheroidByAxes: Invalid spheroid axes (4)");
+      EXPECT_EQ(target->a, 7.0);
+    }
 }
 
 TEST_F(Lookup, SpheroidByParms) {
@@ -284,10 +258,10 @@ TEST_F(Lookup, SpheroidByParms) {
     const char *name;
     double a, b;
     int32_t params;
-  } cases[] = {{-1, 6370997, 0, "Unknown", 6370997, 6370997, 7},
-               {-0.5, 6370997, -3, "Unknown", 6370997, 6370997, 7},
+  } cases[] = {{-1, kR, 0, "Unknown", kR, kR, 7},
+               {-0.5, kR, -3, "Unknown", kR, kR, 7},
                {-1, 6378206.4, 6356583.8, "Unknown", 6378206.4, 6356583.8, 7},
-               {19.9, 1, 1, "Ball", 6370997, 6370997, 0},
+               {19.9, 1, 1, "Ball", kR, kR, 0},
                {-0.0, 1, 1, "Clarke 1866", 6378206.4, 6356583.8, 0}};
   for (const auto &c : cases) {
     double values[16] = {c.number};
@@ -316,21 +290,15 @@ TEST_F(Lookup, NamesByAxesUseAStrictTolerance) {
   const struct {
     double a, b, tolerance;
     const char *name;
-  } cases[] = {{6370997 + 9e-6, 6370997, 1e-5, "Ball"},
-               {6370998, 6370997, 1, nullptr},
-               {6370998, 6370997, 1.5, "Ball"},
-               {6370997, 6370997, 0, nullptr},
-               {6378206.4, 6356583.8, 1e9, "Clarke 1866"},
-               {kNaN, 6370997, 1e9, nullptr}};
+  } cases[] = {{kR + 9e-6, kR, 1e-5, "Ball"}, {kR + 1, kR, 1, nullptr}, {kR, kR + 1, 1, nullptr},
+               {kR + 1, kR, 1.5, "Ball"},     {kR, kR, 0, nullptr},     {kNaN, kR, 1e9, nullptr}};
   for (const auto &c : cases) {
     const TextPtr name(
         oprj_GetSpheroidNameByAxesWithTolerance(toolkit(), c.a, c.b, c.tolerance, nullptr));
     EXPECT_STREQ(name.get(), c.name);
   }
-  EXPECT_STREQ(TextPtr(oprj_GetSpheroidNameByAxes(toolkit(), 6000000, 6500000, nullptr)).get(),
-               "Egg");
-  EXPECT_STREQ(TextPtr(oprj_GetSpheroidNameByDatumName(toolkit(), "Drawn", nullptr)).get(),
-               "Clarke 1866");
+  EXPECT_EQ(taken(oprj_GetSpheroidNameByAxes(toolkit(), 6000000, 6500000, nullptr)), "Egg");
+  EXPECT_EQ(taken(oprj_GetSpheroidNameByDatumName(toolkit(), "Drawn", nullptr)), "Clarke 1866");
 }
 
 // --- datums ---
@@ -347,6 +315,14 @@ TEST_F(Lookup, DatumByNameFillsByType) {
   EXPECT_EQ(target->type, OPRJ_DATUM_REGRESSION);
   EXPECT_STREQ(target->datumname.data, "Regressed");
   EXPECT_EQ(target->params.count, 0);
+  // A missing grid file leaves the datum named.
+  EXPECT_EQ(oprj_DatumByName(toolkit(), "Clarke 1866", "Gridded", target, slot), nullptr);
+  expectReport(slot, "oprj_DatumByName", 10, "Error returned from datafileOpen");
+  EXPECT_NE(oerr_CauseGet(slot.get()), nullptr);
+  EXPECT_STREQ(target->datumname.data, "Gridded");
+  EXPECT_EQ(target->type, OPRJ_DATUM_GRID);
+  EXPECT_STREQ(target->gridname.data, "no-such-file.grd");
+  EXPECT_EQ(target->gridData, nullptr);
   // An empty name or "Undefined", in any case, leaves it undefined.
   const std::pair<const char *, const char *> undefined[] = {
       {"Clarke 1866", ""}, {"", "Shifted"}, {nullptr, nullptr}, {"Clarke 1866", "undefINED"}};
@@ -358,18 +334,6 @@ TEST_F(Lookup, DatumByNameFillsByType) {
     EXPECT_EQ(target->type, OPRJ_DATUM_NONE);
     EXPECT_EQ(target->params.count, 0);
   }
-}
-
-TEST_F(Lookup, MissingGridFileLeavesTheDatumNamed) {
-  const SpheroidPtr holder(oprj_SpheroidCreate(nullptr));
-  Slot slot;
-  EXPECT_EQ(oprj_DatumByName(toolkit(), "Clarke 1866", "Gridded", holder->datum, slot), nullptr);
-  expectReport(slot, "oprj_DatumByName", 10, "Error returned from datafileOpen");
-  EXPECT_NE(oerr_CauseGet(slot.get()), nullptr);
-  EXPECT_STREQ(holder->datum->datumname.data, "Gridded");
-  EXPECT_EQ(holder->datum->type, OPRJ_DATUM_GRID);
-  EXPECT_STREQ(holder->datum->gridname.data, "no-such-file.grd");
-  EXPECT_EQ(holder->datum->gridData, nullptr);
 }
 
 // --- projections ---
