@@ -2,19 +2,14 @@
 #include <oprj/designs.h>
 
 #include <set>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "interchange/shared_designs.h"
 #include "tests/support.h"
-#include "toolkit/heap.h"
 
 namespace {
 
 using namespace orvik::oprj;
 using namespace orvik::test;
-using orvik::toolkit::HeapBlock;
 
 // Text forms: kinds, counts and names in the order in which files store them.
 constexpr const char *kString = "{0:pcstring,}Omif_String,";
@@ -44,8 +39,7 @@ const std::string kStart =
     "1:*oOprj_Size,pixelSize,0:pcunits,}Oprj_MapInfo,.";
 
 std::string encode(const Omif_Dictionary *dictionary) {
-  const HeapBlock<char> text(omif_DictionaryEncodeToString(dictionary, nullptr));
-  return text ? text.get() : "";
+  return taken(omif_DictionaryEncodeToString(dictionary, nullptr));
 }
 
 TEST(Designs, StartBuildsEveryDesignAndKeepsFour) {
@@ -69,8 +63,8 @@ TEST(Designs, StartBuildsEveryDesignAndKeepsFour) {
   EXPECT_EQ(encode(second), kStart);
   EXPECT_NE(again.datumDesign, data.datumDesign);
 
-  EXPECT_EQ(oprj_InitDictionaryCreate(nullptr, err), nullptr);
-  expectReport(err, "oprj_InitDictionaryCreate", 21, "Invalid input Oprj_InitData");
+  expectRefusal(oprj_InitDictionaryCreate(nullptr, err), err,
+                "oprj_InitDictionaryCreate: Invalid input Oprj_InitData (21)");
 }
 
 TEST(Designs, FetchedDesignsAreMadeOnceWhateverTheThread) {
@@ -86,11 +80,8 @@ TEST(Designs, FetchedDesignsAreMadeOnceWhateverTheThread) {
   Omif_Dictionary *start = oprj_InitDictionaryCreate(&data, nullptr);  // what the designs point to
   for (const auto &[fetch, text] : fetches) {
     std::vector<const Omif_Design *> seen(8);
-    std::vector<std::thread> threads;
-    for (auto &design : seen)
-      threads.emplace_back([&design, fetch = fetch] { design = fetch(nullptr); });
-    for (auto &thread : threads) thread.join();
-    for (const auto *design : seen) EXPECT_EQ(design, seen.front());
+    inThreads(seen.size(), [&, fetch = fetch](size_t t) { seen[t] = fetch(nullptr); });
+    EXPECT_EQ(seen, std::vector(8, seen.front()));
     ASSERT_NE(seen.front(), nullptr) << text;
     omif_DictionaryAddDesign(start, seen.front(), nullptr);
     EXPECT_NE(encode(start).find(text), std::string::npos) << text << "\n" << encode(start);
@@ -99,32 +90,32 @@ TEST(Designs, FetchedDesignsAreMadeOnceWhateverTheThread) {
 
 TEST(Designs, DefinitionsReportADifferentDesignOfTheirName) {
   using Define = Omif_Design *(*)(Omif_Dictionary *, Oerr_Report **);
-  struct Row {
+  const std::string returned = "Error returned from omif_DefineObject (1) < omif_DesignCreate: ";
+  const struct {
     Define define;
-    const char *operation, *design;
-    int32_t code;
-    const char *message;
-  };
-  constexpr const char *kDefine = "Error returned from omif_DefineObject";
-  const Row rows[] = {
-      {oprj_DatumDesignDefine, "oprj_DatumDesignDefine", "Oprj_Datum", 1, kDefine},
-      {oprj_SpheroidDesignDefine, "oprj_SpheroidDesignDefine", "Oprj_Spheroid", 1, kDefine},
-      {oprj_ProParametersDesignDefine, "oprj_ProParametersDesignDefine", "Oprj_ProParameters", 1,
-       kDefine},
-      {oprj_CoordinateDesignDefine, "oprj_CoordinateDesignDefine", "Oprj_Coordinate", 1, kDefine},
-      {oprj_SizeDesignDefine, "oprj_SizeDesignDefine", "Oprj_Size", 1, kDefine},
-      {oprj_MapInfoDesignDefine, "oprj_MapInfoDesignDefine", "Oprj_MapInfo", 1, kDefine},
-      {oprj_ElevationInfoDesignDefine, "oprj_ElevationInfoDesignDefine", "Oprj_ElevationInfo", 3,
-       "omif_AddDesignToDictionary failed: Failed to add Oprj_ElevationInfo design to dictionary"}};
+    std::string name, problem;
+    int code;
+  } rows[] = {
+      {oprj_DatumDesignDefine, "Datum", returned, 9},
+      {oprj_SpheroidDesignDefine, "Spheroid", returned, 9},
+      {oprj_ProParametersDesignDefine, "ProParameters", returned, 9},
+      {oprj_CoordinateDesignDefine, "Coordinate", returned, 9},
+      {oprj_SizeDesignDefine, "Size", returned, 9},
+      {oprj_MapInfoDesignDefine, "MapInfo", returned, 9},
+      {oprj_ElevationInfoDesignDefine, "ElevationInfo",
+       "omif_AddDesignToDictionary failed: Failed to add Oprj_ElevationInfo design to dictionary "
+       "(3) < omif_AddDesignToDictionary: ",
+       4}};
   ASSERT_NE(elevationInfoDesign(nullptr), nullptr);
+  const LeakCheck leaks;
   for (const auto &row : rows) {
-    const LeakCheck leaks;
-    Slot err;
+    const std::string design = "Oprj_" + row.name;
     Omif_Dictionary *dictionary = omif_NewDictionary(nullptr);
-    omif_DesignCreate(dictionary, row.design, nullptr, OMIF_INT32, "other", OMIF_END);
-    EXPECT_EQ(row.define(dictionary, err), nullptr);
-    expectReport(err, row.operation, row.code, row.message);
-    EXPECT_NE(oerr_CauseGet(err.get()), nullptr);
+    omif_DesignCreate(dictionary, design.c_str(), nullptr, OMIF_INT32, "other", OMIF_END);
+    Slot err;
+    expectRefusal(row.define(dictionary, err), err,
+                  "oprj_" + row.name + "DesignDefine: " + row.problem + "A different design \"" +
+                      design + "\" is in the dictionary (" + std::to_string(row.code) + ")");
     omif_DictionaryFree(&dictionary);
   }
 }
@@ -154,10 +145,8 @@ std::set<std::string> buildShortOfMemory(bool designsAreMade) {
   for (int64_t n = 1;; ++n) {
     Oprj_InitData data{};
     Slot slot;
-    Oerr_Report **err = slot;
     const int64_t before = omsc_HeapBlockCount();
-    omsc_HeapFailNth(n);
-    const Omif_Dictionary *dictionary = oprj_InitDictionaryCreate(&data, err);
+    const Omif_Dictionary *dictionary = oprj_InitDictionaryCreate(&data, slot.failing(n));
     const int64_t made = omsc_HeapFailNth(0);
     if (!slot.get()) {
       EXPECT_LT(made, n) << "a failure was not told";
@@ -181,9 +170,7 @@ std::set<std::string> fetchShortOfMemory() {
   std::set<std::string> told;
   for (int64_t n = 1;; ++n) {
     Slot slot;
-    Oerr_Report **err = slot;
-    omsc_HeapFailNth(n);
-    const auto *design = peCoordsysDesign(err);
+    const auto *design = peCoordsysDesign(slot.failing(n));
     omsc_HeapFailNth(0);
     if (design) return told;
     for (const auto *report = slot.get(); report; report = oerr_CauseGet(report))
