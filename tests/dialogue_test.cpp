@@ -1,9 +1,8 @@
 // The dialogue on standard input and output.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdio>
+#include <numbers>
 
 #include "tests/tables_support.h"
 
@@ -11,7 +10,7 @@ namespace {
 
 using namespace orvik::test;
 
-constexpr double kDegree = 3.14159265358979323846 / 180;
+constexpr double kDegree = std::numbers::pi / 180;
 
 /// Gives the process other standard input while it lives.
 class Input {
@@ -42,24 +41,34 @@ class Input {
 
 class Dialogue : public SmallTables {
  protected:
-  /// Asks the questions of the projection `name`; what was printed stays in `shown_`.
+  /// What an operation makes of the answers; what it prints stays in `shown_`.
+  template <class Operation>
+  auto answered(const std::string &answers, Operation operation) {
+    const Input input(answers);
+    decltype(operation()) result{};
+    shown_ = printed([&] { result = operation(); });
+    return result;
+  }
+  /// Asks the questions of the projection `name`.
   ParametersPtr ask(const char *name, const std::string &answers, Slot &slot,
                     Oprj_ProParameters *record = nullptr) {
-    const Input input(answers);
-    ParametersPtr made;
-    shown_ = printed([&] {
-      made.reset(oprj_ProParametersQuery(toolkit(), oprj_QueryByName(toolkit(), name, nullptr),
-                                         record, slot));
+    return answered(answers, [&] {
+      return ParametersPtr(oprj_ProParametersQuery(
+          toolkit(), oprj_QueryByName(toolkit(), name, nullptr), record, slot));
     });
-    return made;
   }
+  /// Asks for a spheroid and a datum.
+  const Oprj_Spheroid *select(const std::string &answers, Slot &slot) {
+    return answered(answers, [&] { return oprj_SpheroidSelect(toolkit(), spheroid_.get(), slot); });
+  }
+  SpheroidPtr spheroid_{oprj_SpheroidCreate(nullptr)};
   std::string shown_;
 };
 
 TEST_F(Dialogue, SelectsAProjection) {
-  const Input input("Nowhere\n  Everything \r\n");
-  const Oprj_Query *query = nullptr;
-  EXPECT_EQ(printed([&] { query = oprj_QuerySelect(toolkit(), nullptr); }),
+  const Oprj_Query *query =
+      answered("Nowhere\n  Everything \r\n", [] { return oprj_QuerySelect(toolkit(), nullptr); });
+  EXPECT_EQ(shown_,
             "Enter name of projection: Invalid name. Enter again!\nEnter name of projection: ");
   ASSERT_NE(query, nullptr);
   EXPECT_STREQ(query->name, "Everything");
@@ -67,47 +76,28 @@ TEST_F(Dialogue, SelectsAProjection) {
 
 TEST_F(Dialogue, EndOfInputIsReported) {
   Slot slot;
-  const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
-  printed([&] {
-    const Input input("Nowhere\n");
-    EXPECT_EQ(oprj_QuerySelect(toolkit(), slot), nullptr);
-  });
-  expectReport(slot, "oprj_QuerySelect", 3, "End of input");
-  printed([&] {
-    const Input input("Ball\n");
-    EXPECT_EQ(oprj_SpheroidSelect(toolkit(), spheroid.get(), slot), nullptr);
-  });
-  expectReport(slot, "oprj_SpheroidSelect", 4, "End of input");
-  EXPECT_EQ(spheroid->a, 0.0);
-  EXPECT_EQ(ask("Outside", "no number\n", slot), nullptr);
-  expectReport(slot, "oprj_ProParametersQuery", 10, "End of input");
+  expectRefusal(answered("Nowhere\n", [&] { return oprj_QuerySelect(toolkit(), slot); }), slot,
+                "oprj_QuerySelect: End of input (3)");
+  expectRefusal(select("Ball\n", slot), slot, "oprj_SpheroidSelect: End of input (4)");
+  EXPECT_EQ(spheroid_->a, 0.0);
+  expectRefusal(ask("Outside", "no number\n", slot), slot,
+                "oprj_ProParametersQuery: End of input (10)");
   EXPECT_EQ(shown_, "Only slot: Invalid value. Enter again!\nOnly slot: ");
 }
 
 TEST_F(Dialogue, SelectsASpheroidAndItsDatum) {
-  const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
   Slot slot;
-  EXPECT_EQ(printed([&] {
-              const Input input("C66\nShifted");
-              oprj_SpheroidSelect(toolkit(), spheroid.get(), slot);
-            }),
-            "Enter name of spheroid: Enter name of datum: ");
-  expectNoReport(slot);
-  EXPECT_STREQ(spheroid->sphereName.data, "Clarke 1866");
-  EXPECT_STREQ(spheroid->datum->datumname.data, "Shifted");
-  printed([&] {
-    const Input input("Cube\nShifted\n");
-    oprj_SpheroidSelect(toolkit(), spheroid.get(), slot);
-  });
+  EXPECT_EQ(select("C66\nShifted", slot), spheroid_.get());
+  EXPECT_EQ(shown_, "Enter name of spheroid: Enter name of datum: ");
+  EXPECT_STREQ(spheroid_->sphereName.data, "Clarke 1866");
+  EXPECT_STREQ(spheroid_->datum->datumname.data, "Shifted");
+  EXPECT_EQ(select("Cube\nShifted\n", slot), nullptr);
   expectReport(slot, "oprj_SpheroidSelect", 5, "Error returned from oprj_SpheroidByName");
-  printed([&] {
-    // Characters beyond the fiftieth do not count.
-    const Input input("Ball" + std::string(46, ' ') + "not read\n\n");
-    oprj_SpheroidSelect(toolkit(), spheroid.get(), slot);
-  });
+  // Characters beyond the fiftieth do not count.
+  EXPECT_NE(select("Ball" + std::string(46, ' ') + "not read\n\n", slot), nullptr);
   expectNoReport(slot);
-  EXPECT_STREQ(spheroid->sphereName.data, "Ball");
-  EXPECT_STREQ(spheroid->datum->datumname.data, "Undefined");
+  EXPECT_STREQ(spheroid_->sphereName.data, "Ball");
+  EXPECT_STREQ(spheroid_->datum->datumname.data, "Undefined");
 }
 
 TEST_F(Dialogue, AsksEveryKindOfQuestion) {
@@ -213,21 +203,16 @@ TEST_F(Dialogue, FillsARecordOfTheCallersOnlyWhenItEnds) {
 }
 
 TEST_F(Dialogue, EveryAllocationMayFail) {
+  const auto *query = oprj_QueryByName(toolkit(), "Geographic", nullptr);
   printed([&] {
     forEachAllocationFailure([&](Oerr_Report **err) {
       const Input input("C66\nShifted\n");
-      const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
-      if (!spheroid) {
-        *err = oerr_CreateErrorReport("test", 1, OERR_SEVERITY_ERROR, nullptr, "not under test");
-        return false;
-      }
-      return oprj_SpheroidSelect(toolkit(), spheroid.get(), err) != nullptr;
+      const SpheroidPtr spheroid(oprj_SpheroidCreate(err));
+      return spheroid && oprj_SpheroidSelect(toolkit(), spheroid.get(), err);
     });
     forEachAllocationFailure([&](Oerr_Report **err) {
-      const Input input("C66\nShifted\n17\n101\n1\n2\n3\n4\n5\nnad27\n0\n7\n");
-      return ParametersPtr(oprj_ProParametersQuery(
-                 toolkit(), oprj_QueryByName(toolkit(), "Geographic", nullptr), nullptr, err)) !=
-             nullptr;
+      const Input input("C66\nShifted\n");
+      return ParametersPtr(oprj_ProParametersQuery(toolkit(), query, nullptr, err)) != nullptr;
     });
   });
 }
