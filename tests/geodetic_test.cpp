@@ -1,6 +1,6 @@
 // The geodetic helpers: published values, edges, iteration caps; and the lanes' auxiliary latitudes
-// held against them. Van der Grinten's two solvers are held against that family's inverse, in the
-// test of the pseudocylindrical families.
+// held against them. Van der Grinten's two solvers are held against that family's inverse, in
+// families_world_test.cpp.
 #include <gtest/gtest.h>
 #include <oprj/oprj.h>
 
