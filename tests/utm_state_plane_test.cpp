@@ -28,20 +28,16 @@ using orvik::test::forEachAllocationFailure;
 using orvik::test::LeakCheck;
 using orvik::test::Slot;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kSurveyFoot = 1200.0 / 3937.0;  // metres
 
 Oint_Toolkit *toolkit() { return oint_InitToolkit(nullptr); }
 
-struct FreeObject {
+struct Free {
   void operator()(Oprj_MapProjection *object) const { oprj_ProjectionPre842Free(&object); }
-};
-using ObjectPtr = std::unique_ptr<Oprj_MapProjection, FreeObject>;
-struct FreeParameters {
   void operator()(Oprj_ProParameters *record) const { oprj_ProParametersFree(&record); }
 };
-using ParametersPtr = std::unique_ptr<Oprj_ProParameters, FreeParameters>;
+using ObjectPtr = std::unique_ptr<Oprj_MapProjection, Free>;
+using ParametersPtr = std::unique_ptr<Oprj_ProParameters, Free>;
 
 /// A UTM or State Plane record.
 struct ZoneRecord : Record {
@@ -59,32 +55,63 @@ ObjectPtr build(const Oprj_ProParameters *record) {
   return object;
 }
 
-Oprj_Point forward(const Oprj_MapProjection &object, Oprj_Point geog) {
+Oprj_Point through(Oprj_PointFunction function, const Oprj_MapProjection &object, Oprj_Point p) {
   Slot err;
-  object.fromLL(&geog, object.parameters, &geog, 1, err);
+  function(&p, object.parameters, &p, 1, err);
   expectNoReport(err);
-  return geog;
+  return p;
+}
+Oprj_Point forward(const Oprj_MapProjection &object, Oprj_Point geog) {
+  return through(object.fromLL, object, geog);
 }
 Oprj_Point inverse(const Oprj_MapProjection &object, Oprj_Point sheet) {
-  Slot err;
-  object.toLL(&sheet, object.parameters, &sheet, 1, err);
-  expectNoReport(err);
-  return sheet;
+  return through(object.toLL, object, sheet);
+}
+
+/// The object is `underlying` with a record and a comparison of its own.
+void expectDressed(const Oprj_MapProjection &object, const Oprj_MapProjection &underlying) {
+  EXPECT_EQ(object.fromLL, underlying.fromLL);
+  EXPECT_EQ(object.toLL, underlying.toLL);
+  EXPECT_EQ(object.toLL3D, nullptr);
+  EXPECT_EQ(object.copyParameters, underlying.copyParameters);
+  constexpr int kBlockLength = 14;  // of Transverse Mercator
+  for (int i = 0; i < kBlockLength; ++i)
+    EXPECT_DOUBLE_EQ(object.parameters[i], underlying.parameters[i]) << i;
+}
+
+/// The operation refuses each record with these reports, behind its own name.
+template <class Operation>
+void expectRefusals(Operation operation, const std::string &name,
+                    const std::vector<std::pair<const Oprj_ProParameters *, std::string>> &rows) {
+  for (const auto &[record, text] : rows) {
+    Slot err;
+    EXPECT_EQ(operation(toolkit(), record, err), nullptr);
+    EXPECT_EQ(err.chain(), name + ": " + text);
+  }
+}
+struct Incomparable {
+  const Oprj_ProParameters *first, *second;
+  std::string text;
+};
+void expectIncomparable(Oprj_ParametersTest equal, const std::string &name,
+                        const std::vector<Incomparable> &rows) {
+  for (const auto &[first, second, text] : rows) {
+    Slot err;
+    EXPECT_EQ(equal(first, second, err), 0);
+    EXPECT_EQ(err.chain(), name + ": " + text);
+  }
 }
 
 // --- UTM ---
 
 TEST(Utm, ZoneOfALongitude) {
-  struct {
-    double degrees;
-    int32_t zone;
-  } const rows[] = {{-180, 1},  {-177, 1},  {-173, 2},   {-81, 17},    {-75, 18},
-                    {-6.5, 29}, {-5.9, 31}, {-3, 31},    {-0.001, 31}, {0, 31},
-                    {3, 31},    {9, 32},    {174.5, 60}, {179, 60},    {180, 1},
-                    {183, 1},   {540, 1},   {-183, 1},   {-363, 30}};
-  for (const auto &row : rows) {
+  const std::pair<double, int32_t> rows[] = {
+      {-180, 1}, {-177, 1},    {-173, 2}, {-81, 17}, {-75, 18}, {-6.5, 29},  {-5.9, 31},
+      {-3, 31},  {-0.001, 31}, {0, 31},   {3, 31},   {9, 32},   {174.5, 60}, {179, 60},
+      {180, 1},  {183, 1},     {540, 1},  {-183, 1}, {-363, 30}};
+  for (const auto &[degrees, zone] : rows) {
     Slot err;
-    EXPECT_EQ(oprj_UTMZoneFromLongitude(row.degrees * kDeg, err), row.zone) << row.degrees;
+    EXPECT_EQ(oprj_UTMZoneFromLongitude(degrees * kDeg, err), zone) << degrees;
     expectNoReport(err);
   }
   // Between the multiples of 6 degrees: the usual zone; kept: 31 instead of 30 west of Greenwich.
@@ -92,7 +119,7 @@ TEST(Utm, ZoneOfALongitude) {
     const int32_t usual = static_cast<int32_t>(std::floor((lon + 180) / 6)) + 1;
     EXPECT_EQ(oprj_UTMZoneFromLongitude(lon * kDeg, nullptr), usual == 30 ? 31 : usual) << lon;
   }
-  for (const double bad : {kNaN, kInfinity, -kInfinity}) {
+  for (const double bad : {kNaN, kInf, -kInf}) {
     Slot err;
     EXPECT_EQ(oprj_UTMZoneFromLongitude(bad, err), 0);
     EXPECT_EQ(err.chain(),
@@ -134,13 +161,8 @@ TEST(Utm, ObjectKeepsTheRecordOfUtm) {
   EXPECT_EQ(object->proParameters->proNumber, 1);
   EXPECT_EQ(object->proParameters->proParams.count, 4);
   EXPECT_EQ(object->proParametersEqual, oprj_UTMProParametersEqual);
-  EXPECT_EQ(object->fromLL, oprj_TransverseMercatorFromLL);
-  EXPECT_EQ(object->toLL, oprj_TransverseMercatorToLL);
-  EXPECT_EQ(object->copyParameters, oprj_TransverseMercatorCopyParameters);
-  EXPECT_EQ(object->toLL3D, nullptr);
-  const double expected[] = {0.9996, 3 * kDeg, 0, 500000, 10000000};
-  for (size_t i = 0; i < std::size(expected); ++i)
-    EXPECT_DOUBLE_EQ(object->parameters[3 + i], expected[i]) << i;
+  const Record south31(9, {{2, 0.9996}, {4, 3 * kDeg}, {6, 500000}, {7, 10000000}}, kClarke1866);
+  expectDressed(*object, *build(south31.get()));
 
   const ParametersPtr details(oprj_UTMDetailsGet(toolkit(), record.get(), nullptr));
   ASSERT_NE(details, nullptr);
@@ -148,107 +170,61 @@ TEST(Utm, ObjectKeepsTheRecordOfUtm) {
   EXPECT_EQ(details->proNumber, 9);
   EXPECT_EQ(details->proParams.count, 8);
   EXPECT_EQ(details->proSpheroid->a, kClarke1866.a);
-  const Oprj_Point p{5 * kDeg, -40 * kDeg};
-  const Oprj_Point direct = forward(*object, p), detailed = forward(*build(details.get()), p);
-  EXPECT_EQ(std::memcmp(&direct, &detailed, sizeof direct), 0);
+  expectDressed(*object, *build(details.get()));
 }
 
 TEST(Utm, Comparison) {
-  struct Side {
+  const ZoneRecord reference(1, 17, {}, kGRS80);
+  const struct {
     int32_t zone;
     double lon, hemisphere;
     Axes axes;
-  };
-  struct {
-    Side first, second;
     int32_t equal;
-  } const rows[] = {
-      {{17, 0, 0, kGRS80}, {17, 0, 5, kGRS80}, 1},
-      {{17, 0, 0, kGRS80}, {17, 0, -0.5, kGRS80}, 0},
-      {{17, 0, 0, kGRS80}, {17, 0, -0.0, kGRS80}, 1},
-      {{17, 0, -1, kGRS80}, {17, 0, -2, kGRS80}, 1},
-      {{17, 0, 0, kGRS80}, {18, 0, 0, kGRS80}, 0},
-      {{17, 0.3, 0, kGRS80}, {17, 0.7, 0, kGRS80}, 1},
-      {{31, 0, 0, kGRS80}, {0, -3 * kDeg, 0, kGRS80}, 1},
-      {{17, 0, 0, kGRS80}, {17, 0, 0, kClarke1866}, 0},
+  } rows[] = {
+      {17, 0, 5, kGRS80, 1},         {17, 0, -0.5, kGRS80, 0},   {17, 0, -0.0, kGRS80, 1},
+      {18, 0, 0, kGRS80, 0},         {17, 0.7, 0, kGRS80, 1},    {0, -81 * kDeg, 0, kGRS80, 1},
+      {0, -75 * kDeg, 0, kGRS80, 0}, {17, 0, 0, kClarke1866, 0},
   };
   for (const auto &row : rows) {
-    SCOPED_TRACE(std::to_string(&row - rows));
-    const ZoneRecord first(1, row.first.zone, {{2, row.first.lon}, {3, row.first.hemisphere}},
-                           row.first.axes);
-    const ZoneRecord second(1, row.second.zone, {{2, row.second.lon}, {3, row.second.hemisphere}},
-                            row.second.axes);
+    const ZoneRecord other(1, row.zone, {{2, row.lon}, {3, row.hemisphere}}, row.axes);
     Slot err;
-    EXPECT_EQ(oprj_UTMProParametersEqual(first.get(), second.get(), err), row.equal);
-    EXPECT_EQ(oprj_UTMProParametersEqual(second.get(), first.get(), err), row.equal);
+    EXPECT_EQ(oprj_UTMProParametersEqual(reference.get(), other.get(), err), row.equal)
+        << &row - rows;
+    EXPECT_EQ(oprj_UTMProParametersEqual(other.get(), reference.get(), err), row.equal)
+        << &row - rows;
     expectNoReport(err);
   }
+  const ZoneRecord south(1, 17, {{3, -1}}), souther(1, 17, {{3, -2}});
+  EXPECT_EQ(oprj_UTMProParametersEqual(south.get(), souther.get(), nullptr), 1);
 }
 
 TEST(Utm, ExactErrors) {
   LeakCheck leaks;
   const ZoneRecord good(1, 17, {}), shorter(1, 17, {}, kClarke1866, 3), high(1, 61, {}),
       negative(1, -1, {}), nowhere(1, 0, {{2, kNaN}}), other(9, 17, {});
-  const auto init = [](const Oprj_ProParameters *record, Slot &err) {
-    return oprj_UTMInit(toolkit(), record, err);
-  };
-  const std::string illegal = " < figureUTMzone: Illegal zone number (4)";
-  struct {
-    const Oprj_ProParameters *record;
-    std::string chain;
-  } const rows[] = {
-      {nullptr, "oprj_UTMInit: Invalid projection parameters (1)"},
-      {shorter.get(), "oprj_UTMInit: Insufficient projection parameters (2)"},
-      {high.get(), "oprj_UTMInit: Error returned from figureUTMzone (3)" + illegal},
-      {negative.get(), "oprj_UTMInit: Error returned from figureUTMzone (3)" + illegal},
-      {nowhere.get(), "oprj_UTMInit: Error returned from figureUTMzone (3)" + illegal},
-  };
-  for (const auto &row : rows) {
-    Slot err;
-    EXPECT_EQ(init(row.record, err), nullptr);
-    EXPECT_EQ(err.chain(), row.chain);
-  }
-  struct {
-    const Oprj_ProParameters *first, *second;
-    std::string chain;
-  } const comparisons[] = {
-      {nullptr, good.get(), "oprj_UTMProParametersEqual: Invalid input parmArray (1)"},
-      {good.get(), nullptr, "oprj_UTMProParametersEqual: Invalid input parmArray (1)"},
-      {good.get(), other.get(), ""},
-      {shorter.get(), good.get(),
-       "oprj_UTMProParametersEqual: Too few parameters in input parmArray (2)"},
-      {high.get(), good.get(),
-       "oprj_UTMProParametersEqual: Error returned from figureUTMzone for zone1 (3)" + illegal},
-      {good.get(), high.get(),
-       "oprj_UTMProParametersEqual: Error returned from figureUTMzone for zone2 (3)" + illegal},
-  };
-  for (const auto &row : comparisons) {
-    Slot err;
-    EXPECT_EQ(oprj_UTMProParametersEqual(row.first, row.second, err), 0);
-    EXPECT_EQ(err.chain(), row.chain);
-  }
-  struct {
-    const Oprj_ProParameters *record;
-    std::string chain;
-  } const details[] = {
-      {nullptr, "oprj_UTMDetailsGet: Invalid projection parameters (1)"},
-      {shorter.get(), "oprj_UTMDetailsGet: Insufficient projection parameters (2)"},
-      {other.get(), "oprj_UTMDetailsGet: Expected UTM projection parameters (3)"},
-      {high.get(), "oprj_UTMDetailsGet: Error returned from figureUTMzone (4)" + illegal},
-  };
-  for (const auto &row : details) {
-    Slot err;
-    EXPECT_EQ(oprj_UTMDetailsGet(toolkit(), row.record, err), nullptr);
-    EXPECT_EQ(err.chain(), row.chain);
-  }
-  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
-              return ObjectPtr(oprj_UTMInit(toolkit(), good.get(), err)) != nullptr;
-            }),
-            10);
-  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
-              return ParametersPtr(oprj_UTMDetailsGet(toolkit(), good.get(), err)) != nullptr;
-            }),
-            5);
+  const std::string figure = "Error returned from figureUTMzone",
+                    illegal = " < figureUTMzone: Illegal zone number (4)";
+  expectRefusals(oprj_UTMInit, "oprj_UTMInit",
+                 {{nullptr, "Invalid projection parameters (1)"},
+                  {shorter.get(), "Insufficient projection parameters (2)"},
+                  {high.get(), figure + " (3)" + illegal},
+                  {negative.get(), figure + " (3)" + illegal},
+                  {nowhere.get(), figure + " (3)" + illegal}});
+  expectRefusals(oprj_UTMDetailsGet, "oprj_UTMDetailsGet",
+                 {{nullptr, "Invalid projection parameters (1)"},
+                  {shorter.get(), "Insufficient projection parameters (2)"},
+                  {other.get(), "Expected UTM projection parameters (3)"},
+                  {high.get(), figure + " (4)" + illegal}});
+  expectIncomparable(oprj_UTMProParametersEqual, "oprj_UTMProParametersEqual",
+                     {{nullptr, good.get(), "Invalid input parmArray (1)"},
+                      {good.get(), nullptr, "Invalid input parmArray (1)"},
+                      {shorter.get(), good.get(), "Too few parameters in input parmArray (2)"},
+                      {good.get(), shorter.get(), "Too few parameters in input parmArray (2)"},
+                      {high.get(), good.get(), figure + " for zone1 (3)" + illegal},
+                      {good.get(), high.get(), figure + " for zone2 (3)" + illegal}});
+  Slot err;
+  EXPECT_EQ(oprj_UTMProParametersEqual(good.get(), other.get(), err), 0);
+  expectNoReport(err);
 }
 
 // --- State Plane ---
@@ -391,16 +367,11 @@ TEST(StatePlane, ObjectKeepsTheRecordOfTheZone) {
   EXPECT_EQ(object->proParameters->proZone, 101);
   EXPECT_EQ(object->proParameters->proParams.count, 1);
   EXPECT_EQ(object->proParametersEqual, oprj_StatePlaneProParametersEqual);
-  // Alabama East: bit by bit the Transverse Mercator of its constants.
+  // Alabama East
   const Record mapped(9, {{2, 0.99996}, {4, dms(-85, 50, 0) * kDeg}, {5, 30.5 * kDeg}, {6, 200000}},
                       kGRS80);
   mapped->proSpheroid->eSquared = kGRS80.b;
-  const ObjectPtr transverse = build(mapped.get());
-  EXPECT_EQ(object->fromLL, transverse->fromLL);
-  EXPECT_EQ(object->toLL, transverse->toLL);
-  EXPECT_EQ(object->copyParameters, transverse->copyParameters);
-  for (int i = 0; i < 14; ++i)
-    EXPECT_DOUBLE_EQ(object->parameters[i], transverse->parameters[i]) << i;
+  expectDressed(*object, *build(mapped.get()));
   const ParametersPtr details(oprj_StatePlaneDetailsGet(toolkit(), record.get(), nullptr));
   ASSERT_NE(details, nullptr);
   EXPECT_STREQ(details->proSpheroid->sphereName.data, "Unknown");
@@ -411,12 +382,10 @@ TEST(StatePlane, NadCode) {
     double entry;
     const char *datum;
     int32_t code;
-  } rows[] = {{2, "", 2},          {3, "", 2},         {3.9, "", 2},
-              {2.999, "NAD27", 2}, {1, "NAD83", 1},    {4, "NAD83", 1},
-              {1.999, "", 1},      {-2, "NAD83", 1},   {0, "NAD83", 2},
-              {-0.0, "nad83", 2},  {0, "NAD27", 1},    {0, "NAD83(HARN)", 1},
-              {0.5, "NAD83", 1},   {kNaN, "NAD83", 1}, {kInfinity, "NAD83", 1},
-              {1e300, "", 1}};
+  } rows[] = {{2, "", 2},        {3, "", 2},         {3.9, "", 2},       {2.999, "NAD27", 2},
+              {1, "NAD83", 1},   {4, "NAD83", 1},    {1.999, "", 1},     {-2, "NAD83", 1},
+              {0, "NAD83", 2},   {-0.0, "nad83", 2}, {0, "NAD27", 1},    {0, "NAD83(HARN)", 1},
+              {0.5, "NAD83", 1}, {kNaN, "NAD83", 1}, {kInf, "NAD83", 1}, {1e300, "", 1}};
   for (const auto &row : rows) {
     const ZoneRecord record(2, 101, {{0, row.entry}});
     oprj_CharStrCreate(row.datum, &record->proSpheroid->datum->datumname, nullptr);
@@ -438,26 +407,22 @@ TEST(StatePlane, NadCode) {
 }
 
 TEST(StatePlane, Comparison) {
-  struct Side {
+  const ZoneRecord reference(2, 101, {{0, 2}}, kGRS80);
+  const struct {
     int32_t zone;
     double nad;
     Axes axes;
-  };
-  struct {
-    Side first, second;
     int32_t equal;
-  } const rows[] = {
-      {{101, 2, kGRS80}, {101, 3, kClarke1866}, 1},  // the spheroids are not compared
-      {{101, 2, kGRS80}, {-101, 2, kGRS80}, 1},      // a FIPS code
-      {{101, 2, kGRS80}, {101, 1, kGRS80}, 0},      {{101, 2, kGRS80}, {102, 2, kGRS80}, 0},
-      {{101, 0, kGRS80}, {101, 1, kGRS80}, 1},  // no datum of that name: NAD27
-  };
+  } rows[] = {{101, 3, kClarke1866, 1},  // the spheroids are not compared
+              {-101, 2, kGRS80, 1},      // a FIPS code
+              {101, 1, kGRS80, 0},
+              {102, 2, kGRS80, 0},
+              {101, 0, kGRS80, 0}};  // no datum of that name: NAD27
   for (const auto &row : rows) {
-    const ZoneRecord first(2, row.first.zone, {{0, row.first.nad}}, row.first.axes);
-    const ZoneRecord second(2, row.second.zone, {{0, row.second.nad}}, row.second.axes);
+    const ZoneRecord other(2, row.zone, {{0, row.nad}}, row.axes);
     Slot err;
-    EXPECT_EQ(oprj_StatePlaneProParametersEqual(first.get(), second.get(), err), row.equal)
-        << row.second.zone << " " << row.second.nad;
+    EXPECT_EQ(oprj_StatePlaneProParametersEqual(reference.get(), other.get(), err), row.equal)
+        << row.zone << " " << row.nad;
     expectNoReport(err);
   }
 }
@@ -466,114 +431,82 @@ TEST(StatePlane, ExactErrors) {
   LeakCheck leaks;
   const ZoneRecord good(2, 101, {{0, 2}}), bare(2, 101, {}, kGRS80, 0), unknown(2, 9999, {{0, 2}}),
       lowest(2, std::numeric_limits<int32_t>::min(), {{0, 2}}), other(9, 101, {{0, 2}});
+  const std::string table = "Error returned from oprj_SPEntryByZoneNumber";
   const std::string missing =
       " < oprj_SPEntryByZoneNumber: Zone number not found in State Plane table (3)";
-  const struct {
-    const Oprj_ProParameters *record;
-    std::string init, details;
-  } rows[] = {
-      {nullptr, "Invalid projection parameters (1)", "Invalid projection parameters (1)"},
-      {bare.get(), "Insufficient projection parameters (2)",
-       "Insufficient projection parameters (2)"},
-      {unknown.get(), "Error returned from oprj_SPEntryByZoneNumber (3)" + missing,
-       "Error returned from oprj_SPEntryByZoneNumber (4)" + missing},
-      {lowest.get(), "Error returned from oprj_SPEntryByZoneNumber (3)" + missing,
-       "Error returned from oprj_SPEntryByZoneNumber (4)" + missing},
-  };
-  for (const auto &row : rows) {
-    Slot err;
-    EXPECT_EQ(oprj_StatePlaneInit(toolkit(), row.record, err), nullptr);
-    EXPECT_EQ(err.chain(), "oprj_StatePlaneInit: " + row.init);
-    EXPECT_EQ(oprj_StatePlaneDetailsGet(toolkit(), row.record, err), nullptr);
-    EXPECT_EQ(err.chain(), "oprj_StatePlaneDetailsGet: " + row.details);
-  }
+  const std::string init = "oprj_StatePlaneInit", details = "oprj_StatePlaneDetailsGet";
+  expectRefusals(oprj_StatePlaneInit, init,
+                 {{nullptr, "Invalid projection parameters (1)"},
+                  {bare.get(), "Insufficient projection parameters (2)"},
+                  {unknown.get(), table + " (3)" + missing},
+                  {lowest.get(), table + " (3)" + missing}});
+  expectRefusals(oprj_StatePlaneDetailsGet, details,
+                 {{nullptr, "Invalid projection parameters (1)"},
+                  {bare.get(), "Insufficient projection parameters (2)"},
+                  {other.get(), "Expected a State Plane projection (3)"},
+                  {unknown.get(), table + " (4)" + missing},
+                  {lowest.get(), table + " (4)" + missing}});
+  expectIncomparable(oprj_StatePlaneProParametersEqual, "oprj_StatePlaneProParametersEqual",
+                     {{nullptr, good.get(), "Invalid input parmArray (1)"},
+                      {good.get(), nullptr, "Invalid input parmArray (1)"},
+                      {bare.get(), good.get(), "Too few parameters in input parmArray (2)"},
+                      {good.get(), bare.get(), "Too few parameters in input parmArray (2)"},
+                      {unknown.get(), good.get(), table + " for parmArray1 (3)" + missing},
+                      {good.get(), unknown.get(), table + " for parmArray2 (4)" + missing}});
   Slot err;
-  EXPECT_EQ(oprj_StatePlaneDetailsGet(toolkit(), other.get(), err), nullptr);
-  expectReport(err, "oprj_StatePlaneDetailsGet", 3, "Expected a State Plane projection");
-
-  const struct {
-    const Oprj_ProParameters *first, *second;
-    std::string chain;
-  } comparisons[] = {
-      {nullptr, good.get(), "Invalid input parmArray (1)"},
-      {good.get(), nullptr, "Invalid input parmArray (1)"},
-      {bare.get(), good.get(), "Too few parameters in input parmArray (2)"},
-      {good.get(), bare.get(), "Too few parameters in input parmArray (2)"},
-      {unknown.get(), good.get(),
-       "Error returned from oprj_SPEntryByZoneNumber for parmArray1 (3)" + missing},
-      {good.get(), unknown.get(),
-       "Error returned from oprj_SPEntryByZoneNumber for parmArray2 (4)" + missing},
-  };
-  for (const auto &row : comparisons) {
-    EXPECT_EQ(oprj_StatePlaneProParametersEqual(row.first, row.second, err), 0);
-    EXPECT_EQ(err.chain(), "oprj_StatePlaneProParametersEqual: " + row.chain);
-  }
   EXPECT_EQ(oprj_StatePlaneProParametersEqual(other.get(), bare.get(), err), 0);
   expectNoReport(err);
 
   // A zone of the table that no projection can be made of.
   auto *zone = const_cast<Oprj_SPTableEntry *>(oprj_SPEntryByZoneNumber(toolkit(), 101, 2, err));
   ASSERT_NE(zone, nullptr);
-  const auto refused = [&](int32_t initCode, int32_t detailsCode, const char *message) {
-    EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
-    expectReport(err, "oprj_StatePlaneInit", initCode, message);
-    EXPECT_EQ(oprj_StatePlaneDetailsGet(toolkit(), good.get(), err), nullptr);
-    expectReport(err, "oprj_StatePlaneDetailsGet", detailsCode, message);
+  const auto refused = [&](const std::string &ofInit, const std::string &ofDetails) {
+    expectRefusals(oprj_StatePlaneInit, init, {{good.get(), ofInit}});
+    expectRefusals(oprj_StatePlaneDetailsGet, details, {{good.get(), ofDetails}});
   };
   zone->parameters.count = 8;
-  refused(4, 5, "Insufficient parameters in spEntry");
+  refused("Insufficient parameters in spEntry (4)", "Insufficient parameters in spEntry (5)");
   zone->parameters.count = 9;
   for (const int32_t kind : {0, 5, -1}) {
     zone->projectionNumber = kind;
-    refused(9, 6, "Invalid projection parameters");
+    refused("Invalid projection parameters (9)", "Invalid projection parameters (6)");
   }
   zone->projectionNumber = 1;
   const double scale = zone->parameters.data[3], meridian = zone->parameters.data[2];
+  const std::string called = "Error returned from called projection initialization (7) < ";
   zone->parameters.data[3] = 0.0;
-  EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
-  EXPECT_EQ(err.chain(),
-            "oprj_StatePlaneInit: Error returned from called projection initialization (7) < "
-            "oprj_TransverseMercatorInit: Invalid scale factor (3)");
+  expectRefusals(oprj_StatePlaneInit, init,
+                 {{good.get(), called + "oprj_TransverseMercatorInit: Invalid scale factor (3)"}});
   zone->parameters.data[3] = scale;
   zone->parameters.data[2] = 61000.0 + 99;  // 61 minutes
   EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
-  EXPECT_NE(err.chain().find("called projection initialization (7) < "
-                             "oprj_GCTPProParamsConvert: "),
-            std::string::npos)
-      << err.chain();
+  EXPECT_EQ(err.chain().rfind(init + ": " + called + "oprj_GCTPProParamsConvert: ", 0), 0u);
   zone->parameters.data[2] = meridian;
 }
 
-TEST(StatePlane, EveryAllocationFailing) {
+TEST(UtmAndStatePlane, EveryAllocationFailing) {
   LeakCheck leaks;
-  const ZoneRecord record(2, 5001, {{0, 2}});
-  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
-              return ObjectPtr(oprj_StatePlaneInit(toolkit(), record.get(), err)) != nullptr;
-            }),
-            10);
-  EXPECT_GT(forEachAllocationFailure([&](Oerr_Report **err) {
-              return ParametersPtr(oprj_StatePlaneDetailsGet(toolkit(), record.get(), err)) !=
-                     nullptr;
-            }),
-            5);
+  const ZoneRecord utm(1, 17, {}), zone(2, 5001, {{0, 2}});
+  const auto makes = [](auto operation, const ZoneRecord &record) {
+    return forEachAllocationFailure([&](Oerr_Report **err) {
+      auto *made = operation(toolkit(), record.get(), err);
+      return std::unique_ptr<std::remove_pointer_t<decltype(made)>, Free>(made) != nullptr;
+    });
+  };
+  EXPECT_GT(makes(oprj_UTMInit, utm), 10);
+  EXPECT_GT(makes(oprj_UTMDetailsGet, utm), 5);
+  EXPECT_GT(makes(oprj_StatePlaneInit, zone), 10);
+  EXPECT_GT(makes(oprj_StatePlaneDetailsGet, zone), 5);
 }
 
 // --- angles of 15-entry arrays ---
 
-struct Array15 : Oprj_DblArray {
-  explicit Array15(double value, int32_t length = 15) : Oprj_DblArray{} {
-    oprj_DblArrayCreate(length, this, nullptr);
-    for (int32_t i = 0; i < length; ++i) data[i] = value + i;
-  }
-  ~Array15() { oprj_DblArrayFree(this); }
-  Array15(const Array15 &) = delete;
-  Array15 &operator=(const Array15 &) = delete;
-};
-
 TEST(GctpAngles, ConvertTheEntriesThatAreAngles) {
   for (int32_t number = 0; number <= 69; ++number) {
     const int32_t first = number == 9 || number == 15 || number == 20 ? 3 : 2;
-    Array15 array(30015000.0);  // 30° 15' and i seconds
+    const Record record(number, {}, kGRS80);
+    Oprj_DblArray &array = record->proParams;
+    for (int32_t i = 0; i < 15; ++i) array.data[i] = 30015000.0 + i;  // 30° 15' and i seconds
     Slot err;
     EXPECT_EQ(oprj_GCTPProParams2Radians(&array, number, err), 1);
     expectNoReport(err);
@@ -596,23 +529,23 @@ TEST(GctpAngles, AllOrNothing) {
   EXPECT_EQ(err.chain(),
             "oprj_GCTPProParamsConvert: Incorrect number of projection parameters (1)");
   for (const int32_t length : {0, 14, 16}) {
-    Array15 array(1.0, length);
-    EXPECT_EQ(oprj_Radians2GCTPProParams(&array, 4, err), 0) << length;
+    const Record record(4, {}, kGRS80, length);
+    EXPECT_EQ(oprj_Radians2GCTPProParams(&record->proParams, 4, err), 0) << length;
     expectReport(err, "oprj_GCTPProParamsConvert", 1, "Incorrect number of projection parameters");
   }
-  Array15 array(10000000.0);
-  for (const double bad : {361000000.0, 10061000.0, kNaN, kInfinity}) {
+  const Record record(4, {{2, 10000002}, {3, 10000003}, {4, 10000004}}, kGRS80);
+  Oprj_DblArray &array = record->proParams;
+  for (const double bad : {361000000.0, 10061000.0, kNaN, kInf}) {
     array.data[5] = bad;
     EXPECT_EQ(oprj_GCTPProParams2Radians(&array, 4, err), 0) << bad;
-    ASSERT_NE(err.get(), nullptr);
-    EXPECT_EQ(oerr_CodeGet(err.get()), 2);
-    EXPECT_STREQ(oerr_MessageGet(err.get()), "Error returned from ocvt_GCTPPackedDMS2Radians");
+    expectReport(err, "oprj_GCTPProParamsConvert", 2,
+                 "Error returned from ocvt_GCTPPackedDMS2Radians");
     EXPECT_EQ(array.data[2], 10000002.0) << "changed although a later entry is bad";
   }
   array.data[5] = kNaN;
   EXPECT_EQ(oprj_Radians2GCTPProParams(&array, 4, err), 0);
-  EXPECT_STREQ(oerr_MessageGet(err.get()), "Error returned from ocvt_Radians2GCTPPackedDMS");
-  EXPECT_EQ(oerr_CodeGet(err.get()), 3);
+  expectReport(err, "oprj_GCTPProParamsConvert", 3,
+               "Error returned from ocvt_Radians2GCTPPackedDMS");
 }
 
 }  // namespace
