@@ -5,7 +5,6 @@
 #include <cctype>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <map>
 #include <random>
 
@@ -123,24 +122,21 @@ TEST_P(Laws, Contract) {
 
 // What lies off the globe is refused alike, whatever the family says of its own.
 TEST_P(Laws, StopsOffTheGlobe) {
-  constexpr double inf = std::numeric_limits<double>::infinity();
-  const char *const text = "Point cannot be projected, point # %ld:  %lf, %lf";
-  std::vector<StopCase> stops = {{"infinite latitude", true, {middle.x, -inf}, 20, text}};
+  std::vector<StopCase> stops = {{"infinite latitude", true, {middle.x, -kInf}, 20, kForward}};
   if (family.number != 9) {  // a series, which knows no poles
-    stops.push_back({"absurd latitude", true, {middle.x, 1e300}, 20, text});
-    stops.push_back({"above a pole", true, {middle.x, M_PI_2 + 1.1e-10}, 20, text});
-    stops.push_back({"below a pole", true, {middle.x, -M_PI_2 - 1.1e-10}, 20, text});
+    stops.push_back({"absurd latitude", true, {middle.x, 1e300}, 20, kForward});
+    stops.push_back({"above a pole", true, {middle.x, M_PI_2 + 1.1e-10}, 20, kForward});
+    stops.push_back({"below a pole", true, {middle.x, -M_PI_2 - 1.1e-10}, 20, kForward});
   }
   if (family.number != 23 && family.number != 25)  // orbits do not find one: text of their own
-    stops.push_back({"infinite longitude", true, {-inf, middle.y}, 20, text});
+    stops.push_back({"infinite longitude", true, {-kInf, middle.y}, 20, kForward});
   checkStops(projection, middle, stops);
 }
 
 // Finite numbers or a report, alike for a point alone and one among others, which do not notice.
 TEST_P(Laws, NothingAbsurdPassesInSilence) {
-  constexpr double inf = std::numeric_limits<double>::infinity();
-  const double absurd[] = {0,    1,     -M_PI_2, M_PI,   -M_PI, 7,    -100, 1e7,   -1e9,
-                           1e15, -1e40, 1e160,   -1e300, 1e308, -inf, inf,  5e-324};
+  const double absurd[] = {0,    1,     -M_PI_2, M_PI,   -M_PI, 7,     -100, 1e7,   -1e9,
+                           1e15, -1e40, 1e160,   -1e300, 1e308, -kInf, kInf, 5e-324};
   for (const bool forward : {true, false}) {
     const Oprj_Point good = forward ? middle : apply(true, {middle}, 1).front();
     const std::vector<Oprj_Point> goodAlone = apply(forward, {good}, 1);
