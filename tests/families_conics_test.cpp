@@ -11,16 +11,12 @@ namespace {
 
 constexpr const char *kParallels = "Equal latitudes for st. parallels on opposite sides of equator";
 
-/// A family and PROJ's name of it.
-struct Conic : Family {
-  const char *proj;
-};
-const Conic kAlbers{{"AlbersConicalEqualArea", oprj_AlbersConicalEqualAreaInit, 3}, "aea"};
-const Conic kLambert{{"LambertConformalConic", oprj_LambertConformalConicInit, 4}, "lcc"};
-const Conic kSingle{{"LambertConformalConicSSP", oprj_LambertConformalConicSSPInit, 67}, "lcc"};
-const Conic kPolyconic{{"Polyconic", oprj_PolyconicInit, 7}, "poly"};
-const Conic kEquidistant{{"EquidistantConic", oprj_EquidistantConicInit, 8}, "eqdc"};
-const Conic *const kWithTwoParallels[] = {&kAlbers, &kLambert, &kEquidistant};
+const Family kAlbers{"AlbersConicalEqualArea", oprj_AlbersConicalEqualAreaInit, 3};
+const Family kLambert{"LambertConformalConic", oprj_LambertConformalConicInit, 4};
+const Family kSingle{"LambertConformalConicSSP", oprj_LambertConformalConicSSPInit, 67};
+const Family kPolyconic{"Polyconic", oprj_PolyconicInit, 7};
+const Family kEquidistant{"EquidistantConic", oprj_EquidistantConicInit, 8};
+const Family *const kWithTwoParallels[] = {&kAlbers, &kLambert, &kEquidistant};
 
 /// Entries 2 to 7 of the conics with two parallels, degrees and metres; 8 is the selector of number
 /// 8, which the others do not read. Number 7 has no parallels.
@@ -73,38 +69,39 @@ TEST(Conics, AgreeWithPeersAndComeBack) {
   constexpr Grid near{-170, -50, 5, 85, 2.5}, north{-178, 178, -30, 88, 4},
       south{-178, 178, -88, 30, 4}, dateLine{130, 230, -80, -5, 2.5}, middle{-75, 75, -85, 85, 5};
   const struct {
-    const Conic &family;
+    const Family &family;
+    const char *proj;
     double lat1, lat2, lon0, lat0;  ///< number 67 has the one parallel at its origin
     Axes axes;
     Grid grid;
     double metres, degrees;  ///< bounds against PROJ
     double scale = 1;
   } rows[] = {
-      {kAlbers, 29.5, 45.5, -96, 23, kGRS80, north, 1e-7, 1e-10},
-      {kAlbers, -20, -60, 175, -40, kInternational, dateLine, 1e-7, 1e-10},
-      {kAlbers, 40, 40, 11, 0, kClarke1866, north, 1e-7, 1e-10},
-      {kAlbers, 29.5, 45.5, 264, 23, kNominalSphere, north, 1e-7, 1e-10},
-      {kLambert, 33, 45, -96, 23, kGRS80, north, 1e-6, 1e-11},
-      {kLambert, -20, -60, 175, -40, kInternational, dateLine, 1e-7, 1e-11},
-      {kLambert, 40, 40, 11, 0, kClarke1866, north, 1e-7, 1e-11},
-      {kLambert, 49, 77, -100, 90, kGRS80, north, 1e-7, 1e-11},
-      {kLambert, 33, 45, 264, 23, kNominalSphere, north, 1e-6, 1e-11},
-      {kSingle, 49.5, 49.5, 264, 49.5, kGRS80, north, 1e-6, 1e-11, 0.99987},
-      {kSingle, -30, -30, 20, -30, kClarke1866, south, 1e-6, 1e-11, 1.01},
+      {kAlbers, "aea", 29.5, 45.5, -96, 23, kGRS80, north, 1e-7, 1e-10},
+      {kAlbers, "aea", -20, -60, 175, -40, kInternational, dateLine, 1e-7, 1e-10},
+      {kAlbers, "aea", 40, 40, 11, 0, kClarke1866, north, 1e-7, 1e-10},
+      {kAlbers, "aea", 29.5, 45.5, 264, 23, kNominalSphere, north, 1e-7, 1e-10},
+      {kLambert, "lcc", 33, 45, -96, 23, kGRS80, north, 1e-6, 1e-11},
+      {kLambert, "lcc", -20, -60, 175, -40, kInternational, dateLine, 1e-7, 1e-11},
+      {kLambert, "lcc", 40, 40, 11, 0, kClarke1866, north, 1e-7, 1e-11},
+      {kLambert, "lcc", 49, 77, -100, 90, kGRS80, north, 1e-7, 1e-11},
+      {kLambert, "lcc", 33, 45, 264, 23, kNominalSphere, north, 1e-6, 1e-11},
+      {kSingle, "lcc", 49.5, 49.5, 264, 49.5, kGRS80, north, 1e-6, 1e-11, 0.99987},
+      {kSingle, "lcc", -30, -30, 20, -30, kClarke1866, south, 1e-6, 1e-11, 1.01},
       // Our meridian series stops behind e^6, like that of libgctp; that of PROJ does not.
-      {kEquidistant, 29.5, 45.5, -96, 23, kGRS80, near, 1e-3, 1e-8},
-      {kEquidistant, -20, -60, 175, -40, kInternational, dateLine, 1e-3, 1e-8},
-      {kEquidistant, 29.5, 45.5, 264, 23, kNominalSphere, north, 1e-7, 1e-11},
-      {kPolyconic, 0, 0, -96, 30, kGRS80, near, 1e-3, 2e-8},
-      {kPolyconic, 0, 0, 175, -40, kInternational, dateLine, 1e-3, 2e-8},
-      {kPolyconic, 0, 0, 360, 0, kNominalSphere, middle, 1e-7, 1e-9},
+      {kEquidistant, "eqdc", 29.5, 45.5, -96, 23, kGRS80, near, 1e-3, 1e-8},
+      {kEquidistant, "eqdc", -20, -60, 175, -40, kInternational, dateLine, 1e-3, 1e-8},
+      {kEquidistant, "eqdc", 29.5, 45.5, 264, 23, kNominalSphere, north, 1e-7, 1e-11},
+      {kPolyconic, "poly", 0, 0, -96, 30, kGRS80, near, 1e-3, 2e-8},
+      {kPolyconic, "poly", 0, 0, 175, -40, kInternational, dateLine, 1e-3, 2e-8},
+      {kPolyconic, "poly", 0, 0, 360, 0, kNominalSphere, middle, 1e-7, 1e-9},
   };
   for (const auto &row : rows) {
     char text[300];
     std::snprintf(text, sizeof text,
                   "+proj=%s +lat_1=%g +lat_2=%g +lon_0=%g +lat_0=%g +k_0=%.17g +x_0=500000 "
                   "+y_0=-1000000",
-                  row.family.proj, row.lat1, row.lat2, row.lon0, row.lat0, row.scale);
+                  row.proj, row.lat1, row.lat2, row.lon0, row.lat0, row.scale);
     SCOPED_TRACE(text);
     const int number = row.family.number;
     const Projection ours(row.family,
@@ -125,12 +122,10 @@ TEST(Conics, AgreeWithPeersAndComeBack) {
   }
 }
 
-// --- where conics lose their digits ---
-
 TEST(Conics, SmallestConeConstants) {
   // Parallels 1.1e-10 rad from opposite: n is 5e-11, rho 1e17 m, and the sheet is a cylinder's.
   const double lat1 = 30 * kDeg, c = std::cos(lat1);
-  for (const Conic *family : kWithTwoParallels) {
+  for (const Family *family : kWithTwoParallels) {
     SCOPED_TRACE(family->stem);
     const Projection ours(*family, {{2, lat1}, {3, -lat1 + 1.1e-10}, {5, 0.1}, {6, 100}, {8, 1}},
                           kUnitSphere);
@@ -154,7 +149,7 @@ TEST(Conics, SmallestConeConstants) {
 
 TEST(Conics, CloseParallels) {
   // Two parallels that approach each other give the same sheet as one between them.
-  for (const Conic *family : kWithTwoParallels) {
+  for (const Family *family : kWithTwoParallels) {
     const double lat = 40 * kDeg;
     const Projection one(*family, {{2, lat}, {3, lat}, {5, 0.5}, {8, 1}}, kGRS80);
     const Oprj_Point expected = one.forward(50, 60);
@@ -185,15 +180,9 @@ TEST(Conics, Poles) {
       EXPECT_NEAR(back.y, side * 90, 1e-9);
       EXPECT_NEAR(back.x, -96, 1e-9);
     }
-    // Polyconic: poles are points on the central meridian.
-    const Projection polar(kPolyconic, polyconic(20, 0), kGRS80);
-    const Oprj_Point pole = polar.forward(-150, side * 90);
-    EXPECT_NEAR(pole.x, 0, 1e-8);
-    EXPECT_NEAR(pole.y, side * 10001965.7293, 2e-3);
-    EXPECT_NEAR(polar.inverse(pole.x, pole.y).y, side * 90, 1e-12);
   }
   // Arcs: poles of Albers and Equidistant, and a parallel, an origin and a point at one place.
-  for (const Conic *family : {&kAlbers, &kEquidistant}) {
+  for (const Family *family : {&kAlbers, &kEquidistant}) {
     for (const double lat1 : {30.0, 90.0}) {
       const Projection ours(*family, conic(lat1, 60, 10, 90), kGRS80);
       const Oprj_Point pole = ours.forward(10, 90), south = ours.forward(100, -90);
@@ -201,15 +190,6 @@ TEST(Conics, Poles) {
       EXPECT_NEAR(pole.y, 0, family == &kAlbers && lat1 == 90 ? 0.1 : 1e-8);
       EXPECT_NEAR(ours.inverse(pole.x, pole.y).y, 90, 1e-9);
       EXPECT_NEAR(ours.inverse(south.x, south.y).y, -90, 1e-9);
-    }
-  }
-  // Towards the poles Albers' q flattens: the bound of its opening comment.
-  const Projection albers(kAlbers, conic(29.5, 45.5, -96, 23), kGRS80);
-  for (double psi = 1; psi > 1e-9; psi /= 3) {
-    for (const double side : {-1.0, 1.0}) {
-      const Oprj_Point sheet = albers.forward(20, side * (90 - psi));
-      const double back = albers.inverse(sheet.x, sheet.y).y;
-      EXPECT_NEAR(back, side * (90 - psi), 1.5e-15 / (psi * kDeg) / kDeg + 1e-13) << psi;
     }
   }
 }
@@ -222,10 +202,8 @@ TEST(Conics, PolyconicReachesTheWholeGlobe) {
     EXPECT_LE(roundTripDeg(ours, {-180, 180, lat, lat, 20 - 1e-9}), 1e-11) << lat;
 }
 
-// --- checks, stops, contract ---
-
 TEST(Conics, Refusals) {
-  for (const Conic *family : kWithTwoParallels) {
+  for (const Family *family : kWithTwoParallels) {
     checkRefusals(*family, kGRS80,
                   {{"too short", conic(30, 60, 0, 0), family == &kEquidistant ? 8 : 7, 2, kTooFew},
                    {"opposite parallels", conic(30, -30, 0, 0), 15, 3, kParallels},
@@ -319,7 +297,7 @@ TEST(Conics, NegativeScaleTurnsTheSheet) {
 }
 
 TEST(Conics, ContractAndComparison) {
-  for (const Conic *family : kWithTwoParallels)
+  for (const Family *family : kWithTwoParallels)
     checkContract({*family, conic(30, 60, 5, 7, 1e6, 2e6), kGRS80}, family->stem, {0.2, 0.7});
   checkContract({kSingle, single(30, 5, 0.9), kGRS80}, kSingle.stem, {0.2, 0.7});
   checkContract({kPolyconic, polyconic(5, 7), kGRS80}, kPolyconic.stem, {0.2, 0.7});
@@ -337,9 +315,9 @@ TEST(Conics, ContractAndComparison) {
 }
 
 TEST(Conics, FailingAllocations) {
-  const char *const usual[] = {"Error returned from oprj_ParametersCreate (4)",
-                               "Error returned from oprj_ProParametersCopy (5)"};
-  const char *const own[] = {"Error creating parameters (4)", "Error copying parameters (5)"};
+  const char *const usual[] = {"Error returned from oprj_ParametersCreate",
+                               "Error returned from oprj_ProParametersCopy"};
+  const char *const own[] = {"Error creating parameters", "Error copying parameters"};
   for (const auto &[family, entries, texts] :
        {std::tuple{&kAlbers, conic(30, 60, 0, 0), usual}, {&kSingle, single(30, 0, 1), own}}) {
     SCOPED_TRACE(family->stem);
@@ -348,16 +326,14 @@ TEST(Conics, FailingAllocations) {
     orvik::test::forEachAllocationFailure([&, init = family->init](Oerr_Report **err) {
       Oprj_MapProjection *object = init(nullptr, record.get(), err);
       const bool made = object != nullptr;
-      if (!made)
-        reports.push_back(oerr_MessageGet(*err) +
-                          (" (" + std::to_string(oerr_CodeGet(*err)) + ")"));
+      if (!made) reports.push_back(oerr_MessageGet(*err));
       oprj_ProjectionPre842Free(&object);
       return made;
     });
     ASSERT_GT(reports.size(), 3u);
     EXPECT_EQ(reports[0], texts[0]);
     EXPECT_EQ(reports[1], texts[1]);
-    EXPECT_EQ(reports.back(), "Error returned from oprj_ProjectionCreate (6)");
+    EXPECT_EQ(reports.back(), "Error returned from oprj_ProjectionCreate");
   }
 }
 

@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "family_support.h"
-#include "support.h"
 
 namespace oprj_test {
 namespace {
@@ -42,6 +41,7 @@ TEST(Mercators, PublishedExamples) {
 }
 
 TEST(Mercators, AgreeWithPeersAndComeBack) {
+  // Kept: entry 5 of number 68 changes no point.
   const struct {
     const Family &family;
     const char *proj;
@@ -54,7 +54,7 @@ TEST(Mercators, AgreeWithPeersAndComeBack) {
       {kMercator, "merc", 190, 0, 0, kNominalSphere, 1e-11, 1e-12},
       {kVariantA, "merc +k_0=0.997", 110, 0, 0.997, kGRS80, 2e-10, 2e-10},
       {kVariantA, "merc +k_0=2", 470, 0, 2, kNominalSphere, 1e-11, 1e-12},
-      {kPseudo, "webmerc", 370, 0, 0, kWGS84, 1e-11, 1e-12},
+      {kPseudo, "webmerc", 370, 30, 0, kWGS84, 1e-11, 1e-12},
       {kPolar, "stere +lat_0=90 +lat_ts=71", 315, 71, 0, kGRS80, 5e-11, 1e-12},
       {kPolar, "stere +lat_0=-90 +lat_ts=-71", 100, -71, 0, kInternational, 5e-11, 1e-12},
       {kPolar, "stere +lat_0=90 +lat_ts=90", 0, 90, 0, kClarke1866, 5e-11, 1e-12},
@@ -84,8 +84,6 @@ TEST(Mercators, AgreeWithPeersAndComeBack) {
               row.back);
   }
 }
-
-// --- edges ---
 
 TEST(Mercators, SheetsRepeat) {
   const double turn = 2 * M_PI * kGRS80.a;
@@ -139,8 +137,6 @@ TEST(Mercators, PolarPole) {
   for (const double lat : {0.0, -0.0})
     EXPECT_EQ(Projection(kPolar, entries(0, lat), kGRS80).inverse(0, 0).y, 90);
 }
-
-// --- checks, stops, contract ---
 
 TEST(Mercators, Refusals) {
   checkRefusals(kMercator, kGRS80,
@@ -202,14 +198,6 @@ TEST(Mercators, ContractAndComparison) {
   checkCompared(oprj_PseudoMercatorProParametersEqual, 68, {4, 5, 6, 7});
   // Kept: the comparison of number 69 asks for number 5.
   checkCompared(oprj_MercatorVariantAProParametersEqual, 5, {2, 3, 4, 5, 6, 7});
-  const Record first(69, {{2, 1}}, kGRS80), second(69, {{2, 1}}, kGRS80);
-  orvik::test::Slot err;
-  EXPECT_EQ(oprj_MercatorVariantAProParametersEqual(first.get(), second.get(), err), 0);
-  orvik::test::expectNoReport(err);
-  // Kept: entry 5 of number 68 is part of the block and of the comparison, and changes no point.
-  const Projection plain(kPseudo, entries(0), kWGS84), with(kPseudo, entries(0, 30), kWGS84);
-  EXPECT_EQ(with.object()->parameters[4], 30 * kDeg);
-  EXPECT_EQ(with.forward(20, 40).y, plain.forward(20, 40).y);
 }
 
 }  // namespace

@@ -139,10 +139,9 @@ constexpr Oprj_Point kPlaces[] = {{65, -10}, {-120, 80}, {10, -75}};
 
 TEST(SpaceOblique, OrbitForm) {
   // The elements of a Landsat path give that path; entry 9 is not read.
-  const Projection landsat(kGeneric, path(4, 40, 1000), kClarke1866);
+  const Projection landsat(kGeneric, path(4, 40), kClarke1866);
   const double node = 129.30 - 360.0 / 233 * 40;
-  Entries elements = {{3, 98.2 * kDeg}, {4, node * kDeg}, {6, 1000}, {7, -2000}};
-  elements.insert(elements.end(), {{8, 98.8841202}, {9, 0.7}});
+  const Entries elements = {{3, 98.2 * kDeg}, {4, node * kDeg}, {8, 98.8841202}, {9, 0.7}};
   const Projection orbit(kGeneric, elements, kClarke1866);
   for (const Oprj_Point &p : kPlaces) {
     const Oprj_Point first = landsat.forward(p.x, p.y), second = orbit.forward(p.x, p.y);

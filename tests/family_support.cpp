@@ -29,16 +29,6 @@ double degreesApart(Oprj_Point p, Oprj_Point expected) {
   return larger(std::fabs(lon), std::fabs(p.y - expected.y)) / kDeg;
 }
 
-std::string withAxes(const std::string &definition, Axes axes) {
-  if (definition.find("+a=") != std::string::npos || definition.find("+R=") != std::string::npos ||
-      definition.find("+ellps=") != std::string::npos ||
-      definition.find("EPSG:") != std::string::npos)
-    return definition;
-  char text[96];
-  std::snprintf(text, sizeof text, " +a=%.17g +b=%.17g", axes.a, axes.b);
-  return definition + text;
-}
-
 /// A peer's direction; false where it has no answer.
 using PeerFunction = std::function<bool(Oprj_Point, Oprj_Point *)>;
 
@@ -87,11 +77,11 @@ Record::Record(int32_t number, const Entries &entries, Axes axes, int32_t count)
   }
 }
 
-Projection::Projection(Initialiser init, int32_t number, const Entries &entries, Axes axes) {
+Projection::Projection(Initialiser init, const Record &record) {
   Slot err;
-  object_ = init(nullptr, Record(number, entries, axes).get(), err);
+  object_ = init(nullptr, record.get(), err);
   if (!object_) {
-    ADD_FAILURE() << "initialiser of " << number << ": " << err.chain();
+    ADD_FAILURE() << err.chain();
     throw std::runtime_error("no projection object");
   }
 }
@@ -139,7 +129,9 @@ std::vector<Oprj_Point> Grid::points() const {
 Difference againstProj(const Projection &projection, const std::string &definition,
                        const Grid &grid) {
   const Oprj_Spheroid *spheroid = projection.object()->proParameters->proSpheroid;
-  const std::string text = withAxes(definition, {spheroid->a, spheroid->b});
+  char axes[96];  // PROJ takes the first of equal names
+  std::snprintf(axes, sizeof axes, " +a=%.17g +b=%.17g", spheroid->a, spheroid->b);
+  const std::string text = definition + axes;
   const std::unique_ptr<PJ, decltype(&proj_destroy)> peer(proj_create(nullptr, text.c_str()),
                                                           proj_destroy);
   if (!peer) {
@@ -220,24 +212,18 @@ void checkStops(const Projection &projection, Oprj_Point good, const std::vector
       Slot err;
       (stop.forward ? object->fromLL : object->toLL)(in.data(), object->parameters, out.data(),
                                                      static_cast<int32_t>(in.size()), err);
-      ASSERT_TRUE(err.failed());
-      EXPECT_EQ(oerr_CodeGet(err.get()), stop.code);
-      char expected[1000];
+      char message[1000];
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-      std::snprintf(expected, sizeof expected, stop.message, static_cast<long>(place), stop.bad.x,
+      std::snprintf(message, sizeof message, stop.message, static_cast<long>(place), stop.bad.x,
                     stop.bad.y);
 #pragma GCC diagnostic pop
-      EXPECT_STREQ(oerr_MessageGet(err.get()), expected);
-      const size_t solver = std::string(expected).find("oprj_Phi");
-      if (solver == std::string::npos) {
-        EXPECT_EQ(oerr_CauseGet(err.get()), nullptr);
-      } else {
-        const std::string name = std::string(expected).substr(solver, 9);
-        expectReport(oerr_CauseGet(err.get()), name.c_str(), 1,
-                     name < "oprj_Phi5" ? "Latitude failed to converge after 15 iterations"
-                                        : "Latitude failed to converge after 35 iterations");
+      std::string expected = message + (" (" + std::to_string(stop.code) + ")");
+      if (const char *solver = std::strstr(message, "oprj_Phi")) {
+        expected += " < " + std::string(solver, 9) + ": Latitude failed to converge after " +
+                    (solver[8] < '5' ? "15" : "35") + " iterations (1)";
       }
+      EXPECT_TRUE(err.chain().ends_with(": " + expected)) << err.chain() << "\n" << expected;
       int64_t index = -1;
       double x = 0, y = 0;
       EXPECT_TRUE(oerr_PointGet(err.get(), &index, &x, &y));
@@ -268,8 +254,8 @@ void checkContract(const Projection &projection, const char *stem, Oprj_Point go
       expectReport(err, name.c_str(), code, message);
       function(in, with, to, 1, nullptr);  // a missing slot is fine
     };
-    const char *const geog = "Invalid input geog points", *const proj =
-                                                              "Invalid input projected points";
+    const char *const geog = "Invalid input geog points";
+    const char *const proj = "Invalid input projected points";
     refuses(&point, nullptr, &out, 1, "Invalid input parameters");
     refuses(nullptr, block, &out, 2, forward ? geog : proj);
     refuses(&point, block, nullptr, 3, forward ? proj : geog);

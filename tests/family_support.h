@@ -75,7 +75,9 @@ class Record {
 /// A projection object made by an initialiser; a failing initialiser is a test failure.
 class Projection {
  public:
-  Projection(Initialiser init, int32_t number, const Entries &entries, Axes axes);
+  Projection(Initialiser init, const Record &record);
+  Projection(Initialiser init, int32_t number, const Entries &entries, Axes axes)
+      : Projection(init, Record(number, entries, axes)) {}
   Projection(const Family &family, const Entries &entries, Axes axes)
       : Projection(family.init, family.number, entries, axes) {}
   ~Projection() { oprj_ProjectionPre842Free(&object_); }
