@@ -1,6 +1,4 @@
 // The dialogue on standard input and output.
-#include <unistd.h>
-
 #include <cstdio>
 #include <numbers>
 
@@ -12,39 +10,17 @@ using namespace orvik::test;
 
 constexpr double kDegree = std::numbers::pi / 180;
 
-/// Gives the process other standard input while it lives.
-class Input {
- public:
-  explicit Input(const std::string &text) : saved_(dup(STDIN_FILENO)) {
-    std::FILE *file = std::tmpfile();
-    std::fputs(text.c_str(), file);
-    std::rewind(file);
-    dup2(fileno(file), STDIN_FILENO);
-    std::fclose(file);
-    restart();
-  }
-  ~Input() {
-    dup2(saved_, STDIN_FILENO);
-    close(saved_);
-    restart();
-  }
-  Input(const Input &) = delete;
-  Input &operator=(const Input &) = delete;
-
- private:
-  static void restart() {
-    std::fflush(stdin);  // drops what stdio has read ahead
-    std::clearerr(stdin);
-  }
-  int saved_;
-};
-
 class Dialogue : public SmallTables {
  protected:
+  /// Makes the answers standard input, from their beginning.
+  void type(const std::string &answers) {
+    const std::string file = directory_.write("answers", answers);
+    EXPECT_NE(std::freopen(file.c_str(), "r", stdin), nullptr);
+  }
   /// What an operation makes of the answers; what it prints stays in `shown_`.
   template <class Operation>
   auto answered(const std::string &answers, Operation operation) {
-    const Input input(answers);
+    type(answers);
     decltype(operation()) result{};
     shown_ = printed([&] { result = operation(); });
     return result;
@@ -206,12 +182,12 @@ TEST_F(Dialogue, EveryAllocationMayFail) {
   const auto *query = oprj_QueryByName(toolkit(), "Geographic", nullptr);
   printed([&] {
     forEachAllocationFailure([&](Oerr_Report **err) {
-      const Input input("C66\nShifted\n");
+      type("C66\nShifted\n");
       const SpheroidPtr spheroid(oprj_SpheroidCreate(err));
       return spheroid && oprj_SpheroidSelect(toolkit(), spheroid.get(), err);
     });
     forEachAllocationFailure([&](Oerr_Report **err) {
-      const Input input("C66\nShifted\n");
+      type("C66\nShifted\n");
       return ParametersPtr(oprj_ProParametersQuery(toolkit(), query, nullptr, err)) != nullptr;
     });
   });

@@ -322,28 +322,6 @@ TEST(Records, EveryAllocationMayFail) {
 
 // --- spheroids, datums, parameter records ---
 
-TEST(Datum, InitMakesOrEmpties) {
-  const LeakCheck leaks;
-  Oprj_Datum *datum = nullptr;
-  EXPECT_EQ(oprj_DatumInit(&datum, nullptr), datum);
-  EXPECT_STREQ(datum->datumname.data, "Undefined");
-  EXPECT_EQ(datum->type, OPRJ_DATUM_NONE);
-  oprj_CharStrCreate("NAD27", &datum->datumname, nullptr);
-  oprj_CharStrCreate("nad27.dat", &datum->gridname, nullptr);
-  oprj_DblArrayCreate(7, &datum->params, nullptr);
-  datum->type = OPRJ_DATUM_GRID;
-  Oprj_Datum *same = datum;
-  EXPECT_EQ(oprj_DatumInit(&datum, nullptr), same);
-  EXPECT_STREQ(datum->datumname.data, "Undefined");
-  EXPECT_EQ(datum->type, OPRJ_DATUM_NONE);
-  EXPECT_EQ(datum->gridname.data, nullptr);
-  EXPECT_EQ(datum->params.count, 0);
-  oprj_DatumFree(&datum);
-  EXPECT_EQ(datum, nullptr);
-  oprj_DatumFree(&datum);
-  oprj_DatumFree(nullptr);
-}
-
 TEST(Spheroid, CopyFollowsTheDatumsType) {
   const LeakCheck leaks;
   const SpheroidPtr source = makeSpheroid(6378137.0, 6356752.3, "D");
@@ -364,6 +342,8 @@ TEST(Spheroid, CopyFollowsTheDatumsType) {
   oprj_DatumFree(&source->datum);  // a missing datum counts as undefined
   oprj_SpheroidCopy(source.get(), target.get(), nullptr);
   EXPECT_STREQ(target->datum->datumname.data, "Undefined");
+  oprj_DatumFree(&target->datum);
+  EXPECT_EQ(target->datum, nullptr);
   oprj_DatumFree(&target->datum);
   oprj_SpheroidCopy(source.get(), target.get(), nullptr);
   EXPECT_NE(target->datum, nullptr);

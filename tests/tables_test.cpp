@@ -14,17 +14,7 @@ using SpheroidTable = SmallTables;
 
 // --- start ---
 
-TEST_F(Start, LookupsLoadTheTablesAndInitReloadsThem) {
-  breakAndUnload();
-  repair();
-  Slot slot;
-  EXPECT_NE(oprj_QueryByName(toolkit(), "Everything", slot), nullptr);
-  expectNoReport(slot);
-  const Oprj_InitData *data = oprj_InitDataGet(toolkit(), slot);
-  ASSERT_NE(data, nullptr);
-  EXPECT_EQ(data->reserved, nullptr);
-  EXPECT_NE(data->dictionary, nullptr);
-  EXPECT_NE(data->proParametersDesign, nullptr);
+TEST_F(Start, InitReloadsFromTheFiles) {
   directory_.write("mapprojections.dat", "\"New\" { Internal 77 }");
   EXPECT_NE(oprj_QueryByName(toolkit(), "Everything", nullptr), nullptr);
   EXPECT_EQ(oprj_Init(nullptr, nullptr), nullptr);  // the process's own record
@@ -242,8 +232,7 @@ std::string told(const Oprj_SpheroidTableEntry &entry) {
 }
 
 TEST_F(SpheroidTable, ReadsEveryConstruct) {
-  const Oprj_SpheroidTableEntry *clarke = loadedList();
-  EXPECT_EQ(told(*clarke),
+  EXPECT_EQ(told(*loadedList()),
             "Clarke 1866 0 6378206.4 6356583.8 old clrk66 C66\n"
             "Clarke 1866 0 0 0 0 0 0 0 0 - -\n"
             "Shifted 0 -8 160.5 176 1e-06 -2e-06 3e-06 5e-07 - seven\n"
@@ -252,9 +241,6 @@ TEST_F(SpheroidTable, ReadsEveryConstruct) {
             "Moved 4 0 0 0 0 0 0 0 - - surface 0 1.5 -2 - - 00 0 Shifted 00\n"
             "Imaged 4 0 0 0 0 0 0 0 - - surface 1 0 0 a.img b.img 11 -9 Gridded 11\n"
             "Drawn 4 0 0 0 0 0 0 0 - - surface 2 0 0 v.vec - 00 0 Shifted 00");
-  EXPECT_EQ(told(*clarke->next), "Ball 19 6370997 6370997 -");
-  EXPECT_EQ(told(*clarke->next->next),
-            "Egg -3 6000000 6500000 -\nEgg datum 2 0 0 0 0 0 0 0 - prolate");
 }
 
 TEST_F(SpheroidTable, FilesJoinInByteOrderAndTheFirstDatumWins) {

@@ -31,7 +31,7 @@ TEST(Heap, BlocksAreZeroedAlignedAndCounted) {
   EXPECT_EQ(omsc_HeapCalloc(SIZE_MAX / 2, 3), nullptr);
   EXPECT_EQ(omsc_HeapCalloc(SIZE_MAX / 16 + 2, 16), nullptr);
   inThreads(4, [](size_t) {
-    for (int i = 0; i < 20000; ++i) omsc_HeapFree(omsc_HeapMalloc(16));
+    for (int i = 0; i < 200000; ++i) omsc_HeapFree(omsc_HeapMalloc(16));
   });
   EXPECT_EQ(omsc_HeapBlockCount(), before);
 }
