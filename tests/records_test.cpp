@@ -179,9 +179,9 @@ TEST(Values, CoordinatesSizesAndPoints) {
   oprj_CoordinateFree(&coordinate);
   EXPECT_EQ(coordinate, nullptr);
 
-  const Oprj_Size size = {3, 4}, wider = {3.1, 4};
-  EXPECT_TRUE(oprj_SizesEqual(nullptr, nullptr, nullptr));
+  const Oprj_Size size = {3, 4}, wider = {3.1, 4}, higher = {3, 4.1};
   EXPECT_FALSE(oprj_SizesEqual(&size, &wider, nullptr));
+  EXPECT_FALSE(oprj_SizesEqual(&size, &higher, nullptr));
   Oprj_Size *copy = oprj_SizeCopy(&size, nullptr, nullptr);
   EXPECT_TRUE(oprj_SizesEqual(&size, copy, nullptr));
   oprj_SizeFree(&copy);

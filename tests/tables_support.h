@@ -112,12 +112,17 @@ class SmallTables : public testing::Test {
     oprj_Init(toolkit(), slot);
     expectNoReport(slot);
   }
-  /// Leaves the toolkit without reference data: the dictionary cannot be read.
+  /// Leaves the toolkit without reference data: the dictionary cannot be read until repair().
   void breakAndUnload() {
     std::filesystem::remove(directory_.path() + "/mapprojections.dat");
     EXPECT_NE(oprj_Init(toolkit(), Slot()), nullptr);
   }
   void repair() { directory_.write("mapprojections.dat", kSmallDictionary); }
+  /// Leaves the toolkit without reference data, and so the process without spheroids.
+  void unload() {
+    breakAndUnload();
+    repair();
+  }
 
   TemporaryDirectory directory_;
 

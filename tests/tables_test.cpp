@@ -107,8 +107,7 @@ TEST_F(Start, ReadersRefuseMissingData) {
 
 TEST_F(Start, ThreadsThatStartTogetherLoadOnce) {
   for (int round = 0; round < 20; ++round) {
-    breakAndUnload();
-    repair();
+    unload();
     std::vector<const Oprj_Query *> found(4);
     std::barrier start(std::ssize(found));
     inThreads(found.size(), [&](size_t i) {
@@ -139,8 +138,7 @@ TEST_F(Start, WithoutTheVariableTheCurrentDirectoryIsSearched) {
 // --- every allocation ---
 
 TEST_F(Start, EveryAllocationOfTheReadersMayFail) {
-  breakAndUnload();  // empties the spheroid table map
-  repair();
+  unload();
   const LeakCheck leaks;
   const InitDataPtr data(oprj_InitDataCreate(nullptr));
   forEachAllocationFailure([&](auto err) { return oprj_QueryTableRead(data.get(), nullptr, err); },
@@ -156,8 +154,7 @@ TEST_F(Start, EveryAllocationOfTheReadersMayFail) {
 }
 
 TEST_F(Start, EveryAllocationOfTheDirectoryWalkMayFail) {
-  breakAndUnload();  // empties the map
-  repair();
+  unload();
   const LeakCheck leaks;
   // A file name that cannot be formed is printed, and the walk goes on.
   complained([&] {
@@ -339,8 +336,7 @@ TEST_F(SpheroidTable, ListJoinsOnlyWhatItLacks) {
 }
 
 TEST_F(SpheroidTable, NamedFilesAreTakenAsTheyStandThenAlongTheDatumList) {
-  breakAndUnload();
-  repair();
+  unload();
   Slot slot;
   directory_.write("own.tab", "\"Own\" { 1 2 1 }");
   const auto parsed = [&](const char *text, const char *file) {
