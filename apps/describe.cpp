@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "slots.h"
 #include "system.h"
 
 namespace program {
@@ -50,7 +51,7 @@ Status describe(const std::string &text, const Console &console) {
 
   const Oprj_Query *query = oprj_QueryByExample(toolkit, system.record.get(), err.get());
   if (query) {
-    for (const Question &question : questionsOf(*query)) {
+    for (const Question &question : questionsOf(*query, record.proParams.data)) {
       if (question.slot < record.proParams.count)
         line("", "p" + std::to_string(question.slot) + " = " +
                      slotText(question, record.proParams.data[question.slot]) + "   (" +

@@ -86,19 +86,29 @@ Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t 
   return found;
 }
 
-bool readNumber(std::string_view field, bool angle, double *value) {
+const char *readNumber(std::string_view field, Notation notation, double *value) {
+  constexpr const char *kNoNumber = "a coordinate is not a number";
   field = bareField(field);
-  if (field.empty()) return false;
+  if (field.empty()) return "a coordinate is missing";
   const char *begin = field.data(), *const end = begin + field.size();
   if (*begin == '+' && field.size() > 1 && begin[1] != '-' && begin[1] != '+') ++begin;
   const auto [stop, error] = std::from_chars(begin, end, *value);
-  if (error == std::errc() && stop == end) return std::isfinite(*value);
-  if (!angle) return false;
+  if (error == std::errc() && stop == end) return std::isfinite(*value) ? nullptr : kNoNumber;
+  if (notation == Notation::kNumber) return kNoNumber;
   char text[64];
-  if (field.size() >= sizeof text) return false;
+  // a zero byte would end the text early
+  if (field.size() >= sizeof text || std::memchr(field.data(), 0, field.size())) return kNoNumber;
   std::memcpy(text, field.data(), field.size());
   text[field.size()] = 0;
-  return ocvt_AngleParse(text, value) != 0;
+  if (!ocvt_AngleParse(text, value)) return kNoNumber;
+  const bool ofLatitude = std::strchr("NSns", field.back()) != nullptr;
+  const bool ofLongitude = std::strchr("EWew", field.back()) != nullptr;
+  if ((ofLatitude || ofLongitude) && notation == Notation::kAngle) return kNoNumber;
+  if (ofLatitude && notation == Notation::kLongitude)
+    return "a latitude stands where the longitude is expected: the axes look swapped";
+  if (ofLongitude && notation == Notation::kLatitude)
+    return "a longitude stands where the latitude is expected: the axes look swapped";
+  return nullptr;
 }
 
 char *writeFixed(char *to, double value, int digits) {

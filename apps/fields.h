@@ -32,8 +32,12 @@ struct Coordinates {
 Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t xColumn,
                             int32_t yColumn);
 
-/// Reads a finite number, or with `angle` also degrees written as d:m:s; false when it is neither.
-bool readNumber(std::string_view field, bool angle, double *value);
+/// What a number may be written as: only as a number; as an angle in degrees too (d:m:s); as an
+/// angle with the letters of its axis (E and W, N and S).
+enum class Notation { kNumber, kAngle, kLongitude, kLatitude };
+
+/// Reads a finite number. Null when it is one, else why not.
+const char *readNumber(std::string_view field, Notation notation, double *value);
 
 /// Longest number written: the widest double with 17 digits behind the point.
 inline constexpr size_t kLongestNumber = 340;

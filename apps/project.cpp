@@ -239,6 +239,8 @@ class TextJob {
         projector_(projector),
         geographicIn_(from.geographic),
         geographicOut_(to.geographic),
+        xNotation_(from.inDegrees() ? Notation::kLongitude : Notation::kNumber),
+        yNotation_(from.inDegrees() ? Notation::kLatitude : Notation::kNumber),
         inFactor_(unitFactor(from.unit)),
         failures_(failures),
         output_(output) {}
@@ -314,14 +316,10 @@ class TextJob {
       return "the line has too few columns";
     }
     column = line.at.x.data() - line.text.data() + 1;
-    if (!readNumber(line.at.x, geographicIn_, &point.x))
-      return bareField(line.at.x).empty() ? "a coordinate is missing"
-                                          : "a coordinate is not a number";
+    if (const char *reason = readNumber(line.at.x, xNotation_, &point.x)) return reason;
     const int64_t xColumn = column;
     column = line.at.y.data() - line.text.data() + 1;
-    if (!readNumber(line.at.y, geographicIn_, &point.y))
-      return bareField(line.at.y).empty() ? "a coordinate is missing"
-                                          : "a coordinate is not a number";
+    if (const char *reason = readNumber(line.at.y, yNotation_, &point.y)) return reason;
     if (geographicIn_) {
       if (const char *reason = implausible(point, inFactor_)) {
         if (reason[1] == 'o') column = xColumn;  // longitude
@@ -423,7 +421,7 @@ class TextJob {
     for (const std::string_view field : fields) {
       double ignored;
       names.emplace_back(bareField(field));
-      anyNumber = anyNumber || readNumber(field, geographicIn_, &ignored);
+      anyNumber = anyNumber || !readNumber(field, xNotation_, &ignored);
     }
     const bool header = options_.header == "yes" || (options_.header == "auto" && !anyNumber &&
                                                      fields.size() >= 2 && namesColumns(names));
@@ -517,6 +515,7 @@ class TextJob {
   const Console &console_;
   Projector &projector_;
   const bool geographicIn_, geographicOut_;
+  const Notation xNotation_, yNotation_;
   const double inFactor_;
   Failures &failures_;
   Output &output_;
@@ -621,6 +620,8 @@ Status run(const Options &options, const Console &console) {
   if (!pair) throw Stop(kUnusable, err.text());
   warnOfEquality(from, to, *pair, console);
   refuseOverwriting(options);
+  if (options.dms && !to.inDegrees())
+    throw Stop(kUsage, "--dms writes degrees: the output is in " + to.unit);
   console.detail("axis order: longitude (easting) first; input in " + from.unit + ", output in " +
                  to.unit);
 

@@ -8,11 +8,15 @@ namespace program {
 
 struct System {
   OwnedRecord record;
-  std::string unit;  ///< of points: a name of the unit service
+  std::string unit;       ///< of points: a name of the unit service
+  double unitFactor = 1;  ///< to radians or metres
   bool geographic = false;
   /// Why the datum's grid cannot be used, when it cannot: fatal only when a shift needs it.
   std::string gridTrouble;
 
+  bool inDegrees() const {
+    return geographic && unitFactor == ocvt_UnitSetByName("dd", nullptr)->factor;
+  }
   const char *name() const { return record->proName.data; }
   const Oprj_Spheroid &spheroid() const { return *record->proSpheroid; }
   const char *datumName() const { return record->proSpheroid->datum->datumname.data; }
@@ -21,14 +25,6 @@ struct System {
 /// Reads a description; unknown names and keys are refused with the nearest candidates. Throws Stop
 /// with kUnusable.
 System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console);
-
-/// A question of the dictionary about one slot of proParams, branches included.
-struct Question {
-  int32_t slot;
-  int32_t kind;
-  std::string prompt;
-};
-std::vector<Question> questionsOf(const Oprj_Query &query);
 
 /// The help on descriptions.
 extern const char *const kSystemHelp;
