@@ -21,6 +21,11 @@ using PairPtr = toolkit::Owner<Oprj_ProjectionPair, oprj_ProjectionPairFree>;
 
 inline constexpr double kDegree = 3.14159265358979323846 / 180;
 
+/// The chain of reports begins like this.
+inline void expectChain(const Slot &err, const std::string &head) {
+  EXPECT_EQ(err.chain().substr(0, head.size()), head) << err.chain();
+}
+
 inline Oint_Toolkit *theToolkit() { return oint_InitToolkit(nullptr); }
 
 inline RecordPtr makeRecord(int32_t number, std::initializer_list<double> entries,
