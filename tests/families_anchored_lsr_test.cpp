@@ -201,7 +201,6 @@ TEST(AnchoredLSR, TheEarthsCentre) {
   std::mt19937_64 random(2);
   std::normal_distribution<double> any;
   for (const double radius : {1.0, 1e3, 2e4, 4.2e4, 4.3e4, 6e4, 1e6}) {
-    int stops = 0;
     for (int i = 0; i < 500; ++i) {
       const double x = any(random), y = any(random), z = any(random);
       const double scale = radius / std::sqrt(x * x + y * y + z * z);
@@ -209,21 +208,18 @@ TEST(AnchoredLSR, TheEarthsCentre) {
       Oprj_Point3D geog;
       Slot err;
       object.toLL3D(&p, object.parameters, &geog, 1, err);
-      if (err.get()) {
-        ++stops;
+      if (err.failed()) {
+        EXPECT_LT(radius, 4.3e4);
         continue;
       }
       expectNear(through(ours, true, geog), p, 1e-8);
-    }
-    if (radius >= 4.3e4) {
-      EXPECT_EQ(stops, 0) << radius;
     }
   }
   const Oprj_Point3D centre{0, 0, -kWGS84.a};
   Oprj_Point3D geog;
   Slot err;
   object.toLL3D(&centre, object.parameters, &geog, 1, err);
-  EXPECT_NE(err.get(), nullptr);
+  EXPECT_TRUE(err.failed());
 }
 
 }  // namespace

@@ -159,12 +159,8 @@ TEST(ModifiedTransverseMercator, FollowsItsFormulas) {
     EXPECT_NEAR(back.y, row.lat, 1e-11);
   }
   EXPECT_LE(roundTripDeg(map, {-180, 180, -90, 90, 2}), 1e-11);
-}
-
-// The map was drawn as an Equidistant Conic of Clarke 1866 with the scale 0.9992 along its
-// meridians (here in the axes); its figures leave out the small terms of the meridian distance.
-TEST(ModifiedTransverseMercator, IsNearlyAnEquidistantConic) {
-  const Projection map = make(kMtm, {}, kClarke1866);
+  // The map was drawn as an Equidistant Conic of Clarke 1866 with the scale 0.9992 along its
+  // meridians (here in the axes); its figures leave out the small terms of the meridian distance.
   const Difference conic = againstProj(map,
                                        "+proj=eqdc +lat_1=53.5 +lat_2=66.09 +lat_0=58 +lon_0=-150 "
                                        "+a=6373103.83488 +b=6351498.53296",
@@ -288,16 +284,12 @@ TEST(Azimuthal, NoPlaceOffTheSheet) {
     for (int i = -60; i <= 60; ++i) {
       for (int k = -60; k <= 60; ++k) {
         const Oprj_Point at{kR * row.reach * i / 49.7, kR * row.reach * k / 49.7};
-        Oprj_Point place, again;
+        Oprj_Point place;
         Slot err;
         object->toLL(&at, object->parameters, &place, 1, err);
-        if (err.failed()) {
-          ++outside;
-          continue;
-        }
-        ++inside;
-        object->fromLL(&place, object->parameters, &again, 1, err);
-        ASSERT_EQ(err.chain(), "") << at.x / kR << " " << at.y / kR;
+        ++(err.failed() ? outside : inside);
+        if (err.failed()) continue;
+        const Oprj_Point again = projection.forward(place.x / kDeg, place.y / kDeg);
         EXPECT_NEAR(again.x, at.x, 1e-5) << at.x / kR << " " << at.y / kR;
         EXPECT_NEAR(again.y, at.y, 1e-5) << at.x / kR << " " << at.y / kR;
       }
@@ -429,7 +421,6 @@ TEST(Azimuthal, Stops) {
 // --- records ---
 
 TEST(Azimuthal, Records) {
-  const char *const unusables = "Improper parameters";
   const auto refuses = [](const Family &family, const std::vector<RefusalCase> &cases,
                           Axes axes = kBall) {
     const std::string name = std::string("oprj_") + family.stem + "Init";
@@ -442,16 +433,15 @@ TEST(Azimuthal, Records) {
     int32_t minimum;
     std::initializer_list<int> compared;
     int32_t code;
-    const char *unusable;
-  } rows[] = {{kStereographic, 10, {4, 5, 6, 7, 8, 9}, 6, kUnusable},
-              {kEqualArea, 9, {4, 5, 6, 7, 8}, 6, kUnusable},
-              {kEquidistant, 8, {4, 5, 6, 7}, 6, kUnusable},
-              {kGnomonic, 8, {4, 5, 6, 7}, 6, kUnusable},
-              {kOrthographic, 8, {4, 5, 6, 7}, 6, unusables},
-              {kPerspective, 8, {2, 4, 5, 6, 7}, 7, kUnusable},
-              {kOblated, 9, {2, 3, 4, 5, 6, 7, 8}, 7, kUnusable},
-              {kAlaska, 8, {6, 7}, 6, kUnusable},
-              {kMtm, 4, {}, 6, kUnusable}};
+  } rows[] = {{kStereographic, 10, {4, 5, 6, 7, 8, 9}, 6},
+              {kEqualArea, 9, {4, 5, 6, 7, 8}, 6},
+              {kEquidistant, 8, {4, 5, 6, 7}, 6},
+              {kGnomonic, 8, {4, 5, 6, 7}, 6},
+              {kOrthographic, 8, {4, 5, 6, 7}, 6},
+              {kPerspective, 8, {2, 4, 5, 6, 7}, 7},
+              {kOblated, 9, {2, 3, 4, 5, 6, 7, 8}, 7},
+              {kAlaska, 8, {6, 7}, 6},
+              {kMtm, 4, {}, 6}};
   for (const auto &row : rows) {
     SCOPED_TRACE(row.family.stem);
     std::vector<RefusalCase> refusals = {{"count", kShape, row.minimum - 1, 2, kTooFew}};
@@ -460,14 +450,15 @@ TEST(Azimuthal, Records) {
       for (const double number : {kNaN, -kInf}) {
         Entries entries = kShape;
         entries.push_back({entry, number});
-        refusals.push_back({"not a number", entries, row.minimum, row.code, row.unusable});
+        refusals.push_back({"not a number", entries, row.minimum, row.code,
+                            row.family.number == 14 ? "Improper parameters" : kUnusable});
       }
     }
     refuses(row.family, refusals);
     const Projection projection = make(row.family, kShape);
     checkCompared(projection.object()->proParametersEqual, row.family.number, row.compared);
   }
-  refuses(kOrthographic, {{"negative axis", {}, 8, 6, unusables}}, {-1, -1});
+  refuses(kOrthographic, {{"negative axis", {}, 8, 6, "Improper parameters"}}, {-1, -1});
   refuses(kMtm, {{"negative axis", {}, 4, 6, kUnusable}}, {-1, -1});
   refuses(kPerspective, {{"no height", {}, 8, 3, kUnusable},
                          {"below ground", {{2, -1}}, 8, 3, kUnusable},

@@ -35,7 +35,6 @@ inline const std::vector<FamilyCase> &familyCases() {
   const std::vector<std::pair<int, double>> none, west90 = {{4, -90 * d}},
                                                   centre = {{4, -100 * d}, {5, 40 * d}};
   static const std::vector<FamilyCase> cases = {
-      // Spheroids: conics, cylinders, the pole
       FamilyCase("Albers", oprj_AlbersConicalEqualAreaInit, 3,
                  {{2, 29.5 * d}, {3, 45.5 * d}, {4, -96 * d}, {5, 23 * d}}, kGRS80, states,
                  "+proj=aea +lat_1=29.5 +lat_2=45.5 +lon_0=-96 +lat_0=23", 3, {2, 3, 4, 5}, true,
@@ -58,7 +57,6 @@ inline const std::vector<FamilyCase> &familyCases() {
       FamilyCase("Transverse Mercator", oprj_TransverseMercatorInit, 9,
                  {{2, 0.9996}, {4, -81 * d}, {6, 500000}}, kGRS80, {-84, -78, -80, 84, 1},
                  "+proj=tmerc +k_0=0.9996 +lon_0=-81 +x_0=500000", 9, {4, 5}, true, false),
-      // The sphere seen from a centre
       FamilyCase("Stereographic", oprj_StereographicInit, 10, centre, ball, continent,
                  "+proj=stere +lon_0=-100 +lat_0=40", 10, {4, 5}, true, true),
       FamilyCase("Lambert azimuthal equal-area", oprj_LambertAzimuthalEqual_AreaInit, 11, centre,
@@ -72,7 +70,6 @@ inline const std::vector<FamilyCase> &familyCases() {
       FamilyCase("Vertical near-side perspective", oprj_GeneralVerticalNear_SidePerspectiveInit, 15,
                  {{2, 20000000}, {4, -100 * d}, {5, 40 * d}}, ball, view,
                  "+proj=nsper +h=20000000 +lon_0=-100 +lat_0=40", 15, {4, 5}, true, true),
-      // The sphere about a meridian
       FamilyCase("Sinusoidal", oprj_SinusoidalInit, 16, west90, ball, world,
                  "+proj=sinu +lon_0=-90", 16, {4}, true, true),
       FamilyCase("Equirectangular", oprj_EquirectangularInit, 17, {{4, -90 * d}, {5, 30 * d}}, ball,
@@ -81,7 +78,6 @@ inline const std::vector<FamilyCase> &familyCases() {
                  "+proj=mill +lon_0=-90", 18, {4}, true, true),
       FamilyCase("Van der Grinten I", oprj_VanderGrintenIInit, 19, west90, ball,
                  {-180, 180, -85, 85, 5}, "+proj=vandg +lon_0=-90", 19, {4}, true, false),
-      // Lines of their own
       FamilyCase("Oblique Mercator", oprj_ObliqueMercatorInit, 20,
                  {{2, 0.9996}, {3, 53 * d}, {4, 115 * d}, {5, 4 * d}, {12, 1}}, kGRS80,
                  {109, 120, 0, 8, 0.5}, "+proj=omerc +k_0=0.9996 +alpha=53 +lonc=115 +lat_0=4", 20,
@@ -96,7 +92,6 @@ inline const std::vector<FamilyCase> &familyCases() {
                  kClarke1866, {-76, -72, 30, 50, 1}, "", 22, {}, false, false),
       FamilyCase("Alaska conformal", oprj_AlaskaConformalInit, 26, none, kClarke1866,
                  {-170, -135, 55, 70, 1}, "+proj=alsk", 23, {}, true, false),
-      // Equal areas and other world maps
       FamilyCase("Interrupted Goode", oprj_InterruptedGoodeInit, 27, none, ball,
                  {-179, 179, -89, 89, 5}, "+proj=igh", 24, {}, false, true),
       FamilyCase("Mollweide", oprj_MollweideInit, 28, west90, ball, world, "+proj=moll +lon_0=-90",
@@ -113,7 +108,6 @@ inline const std::vector<FamilyCase> &familyCases() {
                  {{2, 1.33}, {3, 2}, {4, -100 * d}, {5, 40 * d}, {8, 0}}, ball, view,
                  "+proj=oea +m=1.33 +n=2 +theta=0 +lon_0=-100 +lat_0=40", 30, {4, 5, 8}, true,
                  true),
-      // The later numbers
       FamilyCase("Anchored LSR", oprj_AnchoredLSRInit, 53, centre, kGRS80, {-105, -95, 35, 45, 0.5},
                  "", -1, {}, true, false),
       FamilyCase("Lambert conformal conic, one parallel", oprj_LambertConformalConicSSPInit, 67,

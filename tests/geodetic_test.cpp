@@ -123,21 +123,6 @@ TEST(Helpers, LimitsOnTheSphereAndAtThePole) {
   EXPECT_NEAR(mOf(e, close) / tOf(e, close), 2 / of(oprj_E4fn, e), 1e-9);
 }
 
-TEST(Solvers, InvertTheirFunctions) {
-  for (const double es : {0.0, kClarke1866, 0.05}) {
-    const double e = std::sqrt(es);
-    const MeridianSeries m(es);
-    for (double lat = -89; lat <= 89; lat += 0.5) {
-      SCOPED_TRACE(std::to_string(es) + " " + std::to_string(lat));
-      const double phi = lat * kDeg;
-      // e² 0.05: what the stop test leaves is 5 % of its tolerance
-      EXPECT_NEAR(of(oprj_Phi2, e, tOf(e, phi)), phi, 6e-12);
-      EXPECT_NEAR(m.inverse(m(phi)), phi, 6e-13);
-      EXPECT_NEAR(of(oprj_Phi1, e, qOf(e, phi)), phi, 1e-12);
-    }
-  }
-}
-
 TEST(Solvers, PolyconicLatitude) {
   const double es = kClarke1866;
   const MeridianSeries m(es);
@@ -186,7 +171,7 @@ TEST(Solvers, ReportWhenTheirIterationsAreExhausted) {
   }
 }
 
-// --- lanes against helpers ---
+// --- lanes and helpers, which both have to find what the functions were given ---
 
 /// Runs a formula as double and on lanes; the lanes must give the same, beside any neighbour.
 template <class Formula>
@@ -250,9 +235,7 @@ TEST(LanesAgainstHelpers, ConformalInverse) {
       }
       EXPECT_NEAR(byT.phi, literal, left);
       EXPECT_NEAR(byPsi.phi, literal, left);
-      if (es <= lanes::kEarthLike) {
-        EXPECT_NEAR(byT.phi, lat * kDeg, 2e-15);
-      }
+      EXPECT_NEAR(byT.phi, lat * kDeg, es <= lanes::kEarthLike ? 2e-15 : left);
     }
     EXPECT_EQ(reported > 0, es == 0.3);  // the cap is met on both ways
   }
@@ -322,6 +305,7 @@ TEST(LanesAgainstHelpers, MeridianInverse) {
       onLanes([&](auto x) { return lanes::latitudeOfDistance(c, x).phi; }, distance);
       const auto found = lanes::latitudeOfDistance(c, distance);
       EXPECT_TRUE(found.converged.value);
+      EXPECT_NEAR(found.phi, lat * kDeg, 1e-12);
       EXPECT_NEAR(found.phi, m.inverse(distance), 1e-12) << lat;
       EXPECT_NEAR(found.of.sin, std::sin(found.phi), 1e-15);
       EXPECT_NEAR(found.of.cos, std::cos(found.phi), 1e-15);
