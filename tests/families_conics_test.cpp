@@ -79,22 +79,22 @@ TEST(Conics, AgreeWithPeersAndComeBack) {
   } rows[] = {
       {kAlbers, "aea", 29.5, 45.5, -96, 23, kGRS80, north, 1e-7, 1e-10},
       {kAlbers, "aea", -20, -60, 175, -40, kInternational, dateLine, 1e-7, 1e-10},
-      {kAlbers, "aea", 40, 40, 11, 0, kClarke1866, north, 1e-7, 1e-10},
-      {kAlbers, "aea", 29.5, 45.5, 264, 23, kNominalSphere, north, 1e-7, 1e-10},
+      {kAlbers, "aea", 40, 40, 731, 0, kClarke1866, north, 1e-7, 1e-10},
+      {kAlbers, "aea", 29.5, 45.5, -96, 23, kNominalSphere, north, 1e-7, 1e-10},
       {kLambert, "lcc", 33, 45, -96, 23, kGRS80, north, 1e-6, 1e-11},
       {kLambert, "lcc", -20, -60, 175, -40, kInternational, dateLine, 1e-7, 1e-11},
       {kLambert, "lcc", 40, 40, 11, 0, kClarke1866, north, 1e-7, 1e-11},
-      {kLambert, "lcc", 49, 77, -100, 90, kGRS80, north, 1e-7, 1e-11},
-      {kLambert, "lcc", 33, 45, 264, 23, kNominalSphere, north, 1e-6, 1e-11},
-      {kSingle, "lcc", 49.5, 49.5, 264, 49.5, kGRS80, north, 1e-6, 1e-11, 0.99987},
+      {kLambert, "lcc", 49, 77, 620, 90, kGRS80, north, 1e-7, 1e-11},
+      {kLambert, "lcc", 33, 45, -96, 23, kNominalSphere, north, 1e-6, 1e-11},
+      {kSingle, "lcc", 49.5, 49.5, 624, 49.5, kGRS80, north, 1e-6, 1e-11, 0.99987},
       {kSingle, "lcc", -30, -30, 20, -30, kClarke1866, south, 1e-6, 1e-11, 1.01},
       // Our meridian series stops behind e^6, like that of libgctp; that of PROJ does not.
       {kEquidistant, "eqdc", 29.5, 45.5, -96, 23, kGRS80, near, 1e-3, 1e-8},
-      {kEquidistant, "eqdc", -20, -60, 175, -40, kInternational, dateLine, 1e-3, 1e-8},
-      {kEquidistant, "eqdc", 29.5, 45.5, 264, 23, kNominalSphere, north, 1e-7, 1e-11},
+      {kEquidistant, "eqdc", -20, -60, 895, -40, kInternational, dateLine, 1e-3, 1e-8},
+      {kEquidistant, "eqdc", 29.5, 45.5, -96, 23, kNominalSphere, north, 1e-7, 1e-11},
       {kPolyconic, "poly", 0, 0, -96, 30, kGRS80, near, 1e-3, 2e-8},
       {kPolyconic, "poly", 0, 0, 175, -40, kInternational, dateLine, 1e-3, 2e-8},
-      {kPolyconic, "poly", 0, 0, 360, 0, kNominalSphere, middle, 1e-7, 1e-9},
+      {kPolyconic, "poly", 0, 0, 720, 0, kNominalSphere, middle, 1e-7, 1e-9},
   };
   for (const auto &row : rows) {
     char text[300];
@@ -111,8 +111,8 @@ TEST(Conics, AgreeWithPeersAndComeBack) {
     const Difference proj = againstProj(ours, text, row.grid);
     EXPECT_LE(proj.forward, row.metres);
     EXPECT_LE(proj.inverseDeg, row.degrees);
-    if (number != 67 && row.lat0 != 90) {
-      // libgctp iterates to coarser tolerances and has no answer in places.
+    if (number != 67 && row.lat0 != 90 && row.lon0 < 360) {
+      // libgctp iterates to coarser tolerances, has no answer in places and takes one turn.
       const Difference gctp = againstGctp(ours, number, {2, 3, 4, 5}, row.grid);
       EXPECT_LE(gctp.forward, 1e-3);
       EXPECT_LE(gctp.inverseDeg, number == 7 ? 1e-7 : 1e-8);

@@ -50,13 +50,13 @@ TEST(Mercators, AgreeWithPeersAndComeBack) {
     double degrees, back;  ///< bounds of the inverse and of the way there and back
   } rows[] = {
       {kMercator, "merc +lat_ts=20", -81, 20, 0, kGRS80, 1e-11, 1e-12},
-      {kMercator, "merc +lat_ts=-41", 150, -41, 0, kInternational, 1e-11, 1e-12},
-      {kMercator, "merc", 190, 0, 0, kNominalSphere, 1e-11, 1e-12},
+      {kMercator, "merc +lat_ts=-41", 510, -41, 0, kInternational, 1e-11, 1e-12},
+      {kMercator, "merc", 10, 0, 0, kNominalSphere, 1e-11, 1e-12},
       {kVariantA, "merc +k_0=0.997", 110, 0, 0.997, kGRS80, 2e-10, 2e-10},
       {kVariantA, "merc +k_0=2", 470, 0, 2, kNominalSphere, 1e-11, 1e-12},
       {kPseudo, "webmerc", 370, 30, 0, kWGS84, 1e-11, 1e-12},
-      {kPolar, "stere +lat_0=90 +lat_ts=71", 315, 71, 0, kGRS80, 5e-11, 1e-12},
-      {kPolar, "stere +lat_0=-90 +lat_ts=-71", 100, -71, 0, kInternational, 5e-11, 1e-12},
+      {kPolar, "stere +lat_0=90 +lat_ts=71", -45, 71, 0, kGRS80, 5e-11, 1e-12},
+      {kPolar, "stere +lat_0=-90 +lat_ts=-71", 460, -71, 0, kInternational, 5e-11, 1e-12},
       {kPolar, "stere +lat_0=90 +lat_ts=90", 0, 90, 0, kClarke1866, 5e-11, 1e-12},
       {kPolar, "stere +lat_0=-90 +lat_ts=-90", 0, -90, 0, kClarke1866, 5e-11, 1e-12},
       {kPolar, "stere +lat_0=90 +lat_ts=60", 20, 60, 0, kNominalSphere, 5e-11, 1e-12},
@@ -74,7 +74,7 @@ TEST(Mercators, AgreeWithPeersAndComeBack) {
     const Difference proj = againstProj(ours, definition, grid);
     EXPECT_LE(proj.forward, 1e-7);
     EXPECT_LE(proj.inverseDeg, row.degrees);
-    if (row.family.number < 60) {
+    if (row.family.number < 60 && row.lon0 < 360) {
       const Difference gctp = againstGctp(ours, row.family.number, {4, 5}, grid);
       EXPECT_LE(gctp.forward, 1e-3);
       EXPECT_LE(gctp.inverseDeg, 1e-8);

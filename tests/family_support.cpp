@@ -148,37 +148,24 @@ Difference againstProj(const Projection &projection, const std::string &definiti
   return against(text, direction(PJ_FWD), direction(PJ_INV), projection, grid);
 }
 
-Difference againstGctp(const Projection &projection, int32_t system, Axes axes,
-                       const Entries &entries, std::initializer_list<int> angles,
-                       const Grid &grid) {
-  double parameters[15] = {axes.a, axes.b};
-  for (const auto &[index, value] : entries) parameters[index] = value;
-  for (const int index : angles)
-    parameters[index] = ocvt_Radians2GCTPPackedDMS(parameters[index], nullptr);
-  const int refused = gctp_peer_init(system, parameters);
-  if (refused != 0) {
-    ADD_FAILURE() << "libgctp refuses system " << system << " with " << refused;
-    return {};
-  }
-  return against(
-      "libgctp's system " + std::to_string(system),
-      [=](Oprj_Point p, Oprj_Point *out) {
-        return gctp_peer_forward(system, p.x, p.y, &out->x, &out->y) == 0;
-      },
-      [=](Oprj_Point p, Oprj_Point *out) {
-        return gctp_peer_inverse(system, p.x, p.y, &out->x, &out->y) == 0;
-      },
-      projection, grid);
-}
-
 Difference againstGctp(const Projection &projection, int32_t system,
                        std::initializer_list<int> angles, const Grid &grid) {
   const Oprj_ProParameters *record = projection.object()->proParameters;
-  Entries entries;
-  for (int i = 2; i < record->proParams.count; ++i)
-    entries.push_back({i, record->proParams.data[i]});
-  return againstGctp(projection, system, {record->proSpheroid->a, record->proSpheroid->b}, entries,
-                     angles, grid);
+  double parameters[15] = {record->proSpheroid->a, record->proSpheroid->b};
+  for (int i = 2; i < 15; ++i) parameters[i] = record->proParams.data[i];
+  for (const int index : angles)
+    parameters[index] = ocvt_Radians2GCTPPackedDMS(parameters[index], nullptr);
+  if (const int refused = gctp_peer_init(system, parameters)) {
+    ADD_FAILURE() << "libgctp refuses system " << system << " with " << refused;
+    return {};
+  }
+  const auto direction = [system](auto function) {
+    return [=](Oprj_Point p, Oprj_Point *out) {
+      return function(system, p.x, p.y, &out->x, &out->y) == 0;
+    };
+  };
+  return against("libgctp's system " + std::to_string(system), direction(gctp_peer_forward),
+                 direction(gctp_peer_inverse), projection, grid);
 }
 
 double roundTripDeg(const Projection &projection, const Grid &grid, bool skipStops) {
@@ -299,6 +286,7 @@ void checkContract(const Projection &projection, const char *stem, Oprj_Point go
 
 void checkRefusals(Initialiser init, const char *function, int32_t number, Axes axes,
                    const std::vector<RefusalCase> &cases) {
+  const orvik::test::LeakCheck leaks;
   Slot err;
   EXPECT_EQ(init(nullptr, nullptr, err), nullptr);
   expectReport(err, function, 1, "Invalid projection parameters");

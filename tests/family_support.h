@@ -142,12 +142,8 @@ struct Difference {
 Difference againstProj(const Projection &projection, const std::string &definition,
                        const Grid &grid);
 
-/// The same against libgctp: `system` is its projection code (Robinson 21, SOM 22, ... ),
-/// parameters 0-based with angles in radians at the places listed in `angles`. A sphere-only system
-/// takes its radius from entry 0.
-Difference againstGctp(const Projection &projection, int32_t system, Axes axes,
-                       const Entries &entries, std::initializer_list<int> angles, const Grid &grid);
-/// With the projection's own axes and entries.
+/// The same against libgctp: `system` is its projection code (Robinson 21, SOM 22, ... ), entries
+/// listed in `angles` are angles. A sphere-only system takes its radius from entry 0.
 Difference againstGctp(const Projection &projection, int32_t system,
                        std::initializer_list<int> angles, const Grid &grid);
 
