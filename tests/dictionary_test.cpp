@@ -22,7 +22,7 @@ TEST(Dictionary, SortsQuestionsIntoTwoListsAndTakesFreeFormat) {
   Slot slot;
   const QueryPtr list = parseDictionary(
       "\xEF\xBB\xBF# comment \" with { signs\r\n\"N\"{Internal -3.9,\"n\"<2.9:number>\"s\"\r\n"
-      "<spheroidname\"Ball\">\"z\"<utmzone>\"c\"<+0:condition>{7e-1:\"bare\",1:\"b\":{\"k\"<"
+      "<spheroidname\"Ball\">\"z\"<spzone>\"c\"<+0:condition>{7e-1:\"bare\",1:\"b\":{\"k\"<"
       "spheroid>}}}# at the very end",
       slot);
   expectNoReport(slot);
@@ -32,7 +32,7 @@ TEST(Dictionary, SortsQuestionsIntoTwoListsAndTakesFreeFormat) {
   ASSERT_TRUE(byName && byName->next && !byName->next->next);
   EXPECT_EQ(byName->kind, OPRJ_QUERY_SPHEROID_BY_NAME);
   EXPECT_STREQ(byName->valueArea.spheroidName, "Ball");
-  EXPECT_EQ(byName->next->kind, OPRJ_QUERY_UTM_ZONE);
+  EXPECT_EQ(byName->next->kind, OPRJ_QUERY_STATE_PLANE_ZONE);
   EXPECT_EQ(byName->next->index, 0);
   const Oprj_QueryEntry *number = list->proParamsQuerylist;
   ASSERT_TRUE(number && number->next && !number->next->next);

@@ -189,9 +189,9 @@ TEST(MessageLog, GoesToTheSinkLineByLine) {
     EXPECT_EQ(log.lines(),
               (std::vector<std::string>{"value 5", "two lines", std::string(5000, 'y')}));
     inThreads(4, [](size_t) {  // calls of a sink do not overlap
-      for (int i = 0; i < 500; ++i) oerr_LogMessage("%d", i);
+      for (int i = 0; i < 20000; ++i) oerr_LogMessage("%d", i);
     });
-    EXPECT_EQ(log.lines().size(), 2003u);
+    EXPECT_EQ(log.lines().size(), 80003u);
   }
   EXPECT_EQ(standardErrorWrites([] { oerr_LogMessage("back to %s", "standard error"); }),
             std::vector<std::string>{"back to standard error\n"});
