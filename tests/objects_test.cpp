@@ -453,6 +453,7 @@ TEST(Equality, RecordsCompareThroughTheirFamilyThenTheSpheroids) {
   EXPECT_EQ(compare(external("tool", 5), geographic()), 0);
   EXPECT_EQ(compare(array(2), array(2 + 1e-10)), 1);
   EXPECT_EQ(compare(array(2), array(2.1)), 0);
+  EXPECT_EQ(compare(array(2), makeRecord(71, {1, 2})), 0) << "another family";
   EXPECT_EQ(compare(kNoRecord, array(2)), -1);
   EXPECT_EQ(compare(array(2), kNoRecord), -1);
   object->proParametersEqual = never;
