@@ -52,7 +52,8 @@ void forEachField(std::string_view line, Delimiter delimiter, Visit visit) {
 
 Delimiter guessDelimiter(std::string_view line) {
   for (const char c : {'\t', ';', ','}) {
-    if (line.find(c) != std::string_view::npos) return {c};
+    if (fieldEnd(line.data(), line.data() + line.size(), c) != line.data() + line.size())
+      return {c};
   }
   return {' '};
 }
@@ -88,6 +89,10 @@ Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t 
 
 const char *readNumber(std::string_view field, Notation notation, double *value) {
   constexpr const char *kNoNumber = "a coordinate is not a number";
+  // most fields are a number and nothing else
+  if (const auto [stop, error] = std::from_chars(field.data(), field.data() + field.size(), *value);
+      error == std::errc() && stop == field.data() + field.size())
+    return std::isfinite(*value) ? nullptr : kNoNumber;
   field = bareField(field);
   if (field.empty()) return "a coordinate is missing";
   const char *begin = field.data(), *const end = begin + field.size();

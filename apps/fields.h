@@ -15,7 +15,8 @@ struct Delimiter {
   bool blanks() const { return character == ' '; }
 };
 
-/// The delimiter of a line: the first of tab, semicolon and comma that it holds, else blanks.
+/// The delimiter of a line: the first of tab, semicolon and comma that it holds outside of quotes,
+/// else blanks.
 Delimiter guessDelimiter(std::string_view line);
 
 /// All fields of a line, quotes included.

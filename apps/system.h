@@ -2,6 +2,7 @@
 #ifndef OPRJ_APPS_SYSTEM_H
 #define OPRJ_APPS_SYSTEM_H
 
+#include "fields.h"
 #include "program.h"
 
 namespace program {
@@ -17,6 +18,8 @@ struct System {
   bool inDegrees() const {
     return geographic && unitFactor == ocvt_UnitSetByName("dd", nullptr)->factor;
   }
+  Notation xNotation() const { return inDegrees() ? Notation::kLongitude : Notation::kNumber; }
+  Notation yNotation() const { return inDegrees() ? Notation::kLatitude : Notation::kNumber; }
   const char *name() const { return record->proName.data; }
   const Oprj_Spheroid &spheroid() const { return *record->proSpheroid; }
   const char *datumName() const { return record->proSpheroid->datum->datumname.data; }

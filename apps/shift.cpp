@@ -1,0 +1,40 @@
+#include "shift.h"
+
+#include <cmath>
+
+namespace program {
+
+bool undefinedDatum(const System &system) {
+  return system.spheroid().datum->type == OPRJ_DATUM_NONE;
+}
+
+bool sameDatum(const System &from, const System &to) {
+  Slot err;
+  return oprj_CharStrsEqual(&from.spheroid().datum->datumname, &to.spheroid().datum->datumname,
+                            err.get()) != 0;
+}
+
+bool shiftsBetween(const System &from, const System &to) {
+  return !undefinedDatum(from) && !undefinedDatum(to) && !sameDatum(from, to);
+}
+
+void requireShift(const System &from, const System &to) {
+  if (!shiftsBetween(from, to)) return;
+  const std::string between =
+      std::string("the shift between \"") + from.datumName() + "\" and \"" + to.datumName() + "\" ";
+  for (const System *system : {&from, &to}) {
+    if (!system->gridTrouble.empty())
+      throw Stop(kUnusable, between + "needs the grid of \"" + system->datumName() +
+                                "\": " + system->gridTrouble);
+  }
+  // A failure that names no point is one of the shift itself.
+  const Oprj_Point anywhere = {0, 0};
+  Oprj_Point shifted;
+  Slot err;
+  oprj_DatumShift(&anywhere, &from.spheroid(), &shifted, &to.spheroid(), 1, err.get());
+  int64_t index;
+  if (err && !oerr_PointGet(err.report(), &index, nullptr, nullptr))
+    throw Stop(kUnusable, between + "cannot be made: " + err.rootMessage());
+}
+
+}  // namespace program
