@@ -95,7 +95,9 @@ constexpr Oprj_Point3D kNowhere = {OPRJ_SET::kNaN, OPRJ_SET::kNaN, OPRJ_SET::kNa
 
 /// East, north, up of longitude, latitude, height; not finite when there is none.
 Oprj_Point3D toLocal(const Block &b, const Oprj_Point3D &geog) {
-  if (std::fabs(geog.y) > OPRJ_SET::kHalfPi + kClose) return kNowhere;
+  if (std::fabs(geog.y) > OPRJ_SET::kHalfPi + kClose ||
+      std::fabs(geog.x) > OPRJ_SET::kFarthestAngle)
+    return kNowhere;
   const double s = std::sin(geog.y), c = std::cos(geog.y), dLon = geog.x - b.lon0;
   const double n = b.a / std::sqrt(1.0 - b.es * s * s);
   const double rho = (n + geog.z) * c;

@@ -17,9 +17,9 @@
 // OPRJ_FAMILY makes the point loops of the instruction set that is being compiled and, with the
 // baseline, the five flat operations of families.h. Formulas contain no loop over points and no
 // early return: `stop.when(condition, kStop)` notes that a point cannot be projected and the
-// formula goes on with whatever numbers it has. Points that stop, NaN, latitudes beyond the poles
-// and results that are not finite are redone one by one by the scalar instantiation, which defines
-// the behaviour.
+// formula goes on with whatever numbers it has. Points that stop, NaN and infinities, latitudes
+// beyond the poles, absurd longitudes and results that are not finite are redone one by one by the
+// scalar instantiation, which defines the behaviour.
 #ifndef OPRJ_FAMILY_H
 #define OPRJ_FAMILY_H
 
@@ -90,7 +90,7 @@ int32_t projectPoint(const RunOf<F, kForward> &run, Oprj_Point in, Oprj_Point *o
   Stops<double> stops;
   Oprj_Point result;
   if constexpr (kForward) {
-    if (abs(x) > kPi) x = adjustLongitude(adjustLongitude(x));
+    if (abs(x) > kPi) x = abs(x) > kFarthestAngle ? kNaN : adjustLongitude(adjustLongitude(x));
     if (F::row.stopsBeyondPoles && abs(y) > kHalfPi) {
       if (abs(y) > kHalfPi + kClose) return kCannotProject;
       y = copysign(kHalfPi, y);
@@ -102,7 +102,9 @@ int32_t projectPoint(const RunOf<F, kForward> &run, Oprj_Point in, Oprj_Point *o
     result = {g.lon, g.lat};
   }
   if (stops.first != kNoStop) return stops.first;
-  if (!(abs(result.x) < kInfinity && abs(result.y) < kInfinity))
+  // infinite coordinates can lead to finite places (a pole), which nobody meant
+  if (!(abs(x) < kInfinity && abs(y) < kInfinity && abs(result.x) < kInfinity &&
+        abs(result.y) < kInfinity))
     return kForward ? kCannotProject : kInputData;
   *out = result;
   return kNoStop;
@@ -115,10 +117,13 @@ OPRJ_INLINE int32_t projectGroup(const RunOf<F, kForward> &run, const Oprj_Point
                                  Oprj_Point *out, int32_t *stop) {
   Lanes x, y;
   loadPairs(&in->x, x, y);
-  Mask odd = isNaN(x) | isNaN(y);
+  Mask odd = ~(isFinite(x) & isFinite(y));
   if constexpr (kForward) {
     const Mask far = abs(x) > Lanes(kPi);
-    if (any(far)) x = select(far, adjustLongitude(adjustLongitude(x)), x);
+    if (any(far)) {
+      odd = odd | (abs(x) > Lanes(kFarthestAngle));
+      x = select(far, adjustLongitude(adjustLongitude(x)), x);
+    }
     if constexpr (F::row.stopsBeyondPoles) odd = odd | (abs(y) > Lanes(kHalfPi));
   }
   if (any(odd)) [[unlikely]] {  // a harmless number: odd ones would slow the whole group down

@@ -91,7 +91,8 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     b.cosGamma = std::cos(gamma);
     b.sinAlpha = std::sin(alpha);
     b.cosAlpha = std::cos(alpha);
-    b.uCentre = std::copysign(b.A / b.B * std::atan2(std::fabs(root), b.cosAlpha), b.lat0);
+    // The signs go to the angle here and to the logarithm below: A's own is the scale factor's.
+    b.uCentre = b.A / b.B * std::copysign(std::atan2(std::fabs(root), b.cosAlpha), b.lat0);
     return true;
   }
 
@@ -104,7 +105,7 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     const V tu = fma(V(b.sinGamma), s, -b.cosGamma * v);
     const V m = fma(V(b.cosGamma), s, b.sinGamma * v), c = twoQ * along.cos;
     stop.when(abs(abs(tu) - t) <= kClose * t, kInfinite);
-    const V acrossLine = copysign(V(b.radius), -tu) * log((t + abs(tu)) / sqrt(fma(m, m, c * c)));
+    const V acrossLine = b.radius * copysign(log((t + abs(tu)) / sqrt(fma(m, m, c * c))), -tu);
     const V alongLine = fma(V(b.radius), atan2(m, c), V(-b.uCentre));
     return {fma(V(b.cosAlpha), acrossLine, fma(V(b.sinAlpha), alongLine, V(b.falseEast))),
             fma(V(b.cosAlpha), alongLine, fma(V(-b.sinAlpha), acrossLine, V(b.falseNorth)))};
@@ -115,7 +116,8 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     const V east = x - V(b.falseEast), north = y - V(b.falseNorth);
     const V acrossLine = fma(V(b.cosAlpha), east, -b.sinAlpha * north);
     const V alongLine = fma(V(b.cosAlpha), north, fma(V(b.sinAlpha), east, V(b.uCentre)));
-    const SinCos<V> along = sincos(alongLine / V(b.radius));
+    const V turn = alongLine / V(b.radius);
+    const SinCos<V> along = sincos(turn);
     const V q = exp(-acrossLine / V(b.radius));
     const V q2 = q * q, twoQ = q + q;
     const V t = q2 + V(1.0), s = q2 - V(1.0), v = twoQ * along.sin;
@@ -124,6 +126,7 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     const V psi = copysign(log((t + abs(tu)) / sqrt(fma(m, m, c * c))), tu);
     const Solved<V> lat = latitudeOfIsometric(b.conformal, (psi - V(b.lnE)) / V(b.B));
     stop.when(~lat.converged, kPhi2);
+    stop.when(abs(turn) > V(kTwoPi + kClose), kInputData);  // the sheet repeats, as Mercator's
     return {wrapDifference(b.lon0 - atan2(m, c) / V(b.B)), lat.phi};
   }
 

@@ -208,7 +208,7 @@ Geographic<V> spaceObliqueInverse(const SpaceObliqueOrbit &o, double es, V x, V 
     const Truth<V> met = abs(d) <= V(kOrbitTolerance);
     open = open & ~met;
   }
-  stop.when(open, notConverged);
+  stop.when(open | (abs(lam) > V(kFarthestAngle)), notConverged);
 
   const V skew = skewOf(o, at);
   const V away = (y - trackOffset(o, at)) * sqrt(fma(skew, skew, V(1.0)));

@@ -84,7 +84,7 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   template <class V>
   static Geographic<V> inverse(const InverseRun &b, V x, V y, Stops<V> &stop) {
     const V east = x - V(b.falseEast), north = y - V(b.falseNorth);
-    if (b.e < kSphereBelow) return inverseSphere(b, east, north);
+    if (b.e < kSphereBelow) return inverseSphere(b, east, north, stop);
 
     const Latitude<V> foot = latitudeOfDistance(b.meridian, (V(b.m0) + north / V(b.k0)) / V(b.a));
     stop.when(~foot.converged, kPhi3);
@@ -102,7 +102,11 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
     const V lonSeries =
         1.0 + 2.0 * t + c -
         d2 * (1.0 / 20) * ((5.0 + 8.0 * b.esp) + t * (28.0 + 24.0 * t) - c * (2.0 + 3.0 * c));
-    const V lon = adjustLongitude(b.lon0 + d * fma(d2 * (-1.0 / 6), lonSeries, V(1.0)) / c0);
+    const V dLon = d * fma(d2 * (-1.0 / 6), lonSeries, V(1.0)) / c0;
+    // so far from the meridian the series leaves the globe
+    stop.when(~pole & ((abs(phi) > V(kHalfPi + kClose)) | (abs(dLon) > V(kPi + kClose))),
+              kInputData);
+    const V lon = adjustLongitude(b.lon0 + dLon);
     return {select(pole, V(b.lon0), lon),
             select(pole, select(north >= V(0.0), V(kHalfPi), V(-kHalfPi)), phi)};
   }
@@ -121,9 +125,10 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   }
 
   template <class V>
-  static Geographic<V> inverseSphere(const Block &b, V east, V north) {
+  static Geographic<V> inverseSphere(const Block &b, V east, V north, Stops<V> &stop) {
     const V g = sinh(east / V(b.a * b.k0));
     const V t = b.lat0 + north / V(b.a * b.k0);
+    stop.when(abs(t) > V(kPi + kClose), kInputData);  // the poles' far side ends there
     const SinCos<V> p = sincos(t);
     const V phi = atan2(abs(p.sin), sqrt(fma(g, g, p.cos * p.cos)));
     const Truth<V> onAxis = (g == V(0.0)) & (p.cos == V(0.0));

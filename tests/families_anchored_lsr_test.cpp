@@ -52,6 +52,10 @@ TEST(AnchoredLSR, WorkedExample) {
   EXPECT_NEAR(back.x, geog.x, 1e-10);
   EXPECT_NEAR(back.y, geog.y, 1e-10);
   EXPECT_NEAR(back.z, 73, 0.001);
+  // [EPSG7-2], Orthographic, which on the ellipsoid is the same with the height left out
+  const Oprj_Point flat = ours.forward(dms(2, 7, 46.38), dms(53, 48, 33.82));
+  EXPECT_NEAR(flat.x, -189011.711, 0.0006);
+  EXPECT_NEAR(flat.y, -128640.567, 0.0006);
 }
 
 TEST(AnchoredLSR, ThreeDimensionsMatchProj) {

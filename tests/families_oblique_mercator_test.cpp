@@ -118,6 +118,19 @@ TEST(ObliqueMercator, CentreAndCentralLine) {
   }
 }
 
+TEST(ObliqueMercator, ANegativeScaleMirrorsTheSheet) {
+  for (Entries entries : {azimuthForm(50, -80, 40), pointsForm(40, -122.3, 47.5, -80.2, 25.7)}) {
+    const Projection ours(kFamily, entries, kGRS80);
+    for (auto &[index, value] : entries)
+      if (index == 2) value = -value;
+    const Projection mirrored(kFamily, entries, kGRS80);
+    const Oprj_Point p = ours.forward(-78, 42), q = mirrored.forward(-78, 42);
+    EXPECT_NEAR(q.x - 1000, 1000 - p.x, 1e-8);
+    EXPECT_NEAR(q.y + 2000, -2000 - p.y, 1e-8);
+    EXPECT_LT(roundTripDeg(mirrored, {-100, -60, 20, 60, 7.3}), 1e-11);
+  }
+}
+
 TEST(ObliqueMercator, RoundTripsRoundTheGlobe) {
   // B exceeds 1: beyond 180 degrees / B from the line's node the sheet overlaps itself.
   for (const Entries &entries :
@@ -138,6 +151,7 @@ TEST(ObliqueMercator, StopsAndContract) {
               {"its antipode", true, {180 * kDeg, 45 * kDeg}, 4, kInfinite},
               {"beyond the pole", true, {0.1, 90.001 * kDeg}, 20, kForward},
               {"infinite longitude", true, {kInf, 0.1}, 20, kForward},
+              {"more than a turn along the line", false, {1000 + 6.4e6 * 6.3, -2000}, 20, kInverse},
               {"infinite easting", false, {kInf, 0}, 4, kPhi2},
               {"infinite northing", false, {0, -kInf}, 4, kPhi2}});
   // |U| within 1e-10 of 1 is 90 m from the pole: 110 m beside it all is well.

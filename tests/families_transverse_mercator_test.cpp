@@ -101,13 +101,17 @@ TEST(TransverseMercator, StopsAndContract) {
               {"90 degrees west", true, {-171 * kDeg, 0}, 4, kInfinite},
               {"infinite longitude", true, {kInf, 0.5}, 20, kForward},
               {"infinite latitude", true, {0.5, -kInf}, 20, kForward},
-              {"infinite northing", false, {0.5, kInf}, 20, kInverse}});
+              {"infinite northing", false, {0.5, kInf}, 20, kInverse},
+              {"infinite easting", false, {kInf, 0.5}, 20, kInverse},
+              {"beyond the far pole", false, {0, 5e7}, 20, kInverse}});
   checkStops(ours, good,
              {{"infinite longitude", true, {-kInf, 0.5}, 20, kForward},
               {"infinite latitude", true, {good.x, kInf}, 20, kForward},
               {"infinite northing", false, {5e5, -kInf}, 4, kPhi3},
               {"infinite easting", false, {kInf, 1e6}, 20, kInverse},
-              {"absurd easting", false, {1e300, 1e6}, 20, kInverse}});
+              {"absurd easting", false, {1e300, 1e6}, 20, kInverse},
+              {"where the series leaves the globe", false, {2e6, 9.5e6}, 20, kInverse},
+              {"and turns round it", false, {3.2e6, 9e6}, 20, kInverse}});
   checkContract(ours, kFamily.stem, good);
   checkRefusals(kFamily, kGRS80,
                 {{"seven entries", entries(1, 0), 7, 2, kTooFew},

@@ -19,6 +19,7 @@ using orvik::oprj::chooseInstructionSet;
 using orvik::oprj::widestInstructionSet;
 
 constexpr int kBaseline = 0, kAvx2 = 1;
+constexpr double kFarthestAngle = 0x1p20;  // radians; beyond, turns are guesswork
 
 class Laws : public testing::TestWithParam<int> {
  protected:
@@ -117,6 +118,12 @@ TEST_P(Laws, Contract) {
   oerr_DeleteErrorReport(&err);
   constexpr size_t kBefore = std::size("oprj_") - 1, kBehind = std::size("Init") - 1;
   ASSERT_GT(init.size(), kBefore + kBehind);
+  Oprj_ProParameters broken = *projection.object()->proParameters;
+  broken.proParams = {15, nullptr};  // counts entries that it does not have
+  Oprj_MapProjection *made = family.init(nullptr, &broken, &err);
+  EXPECT_EQ(made == nullptr, err && oerr_CodeGet(err) == 2);  // null: "Insufficient ..."
+  oprj_ProjectionPre842Free(&made);
+  oerr_DeleteErrorReport(&err);
   checkContract(projection, init.substr(kBefore, init.size() - kBefore - kBehind).c_str(), middle);
 }
 
@@ -150,6 +157,13 @@ TEST_P(Laws, NothingAbsurdPassesInSilence) {
         const std::vector<Oprj_Point> among = apply(forward, in, in.size(), &errAmong);
         EXPECT_TRUE(err ? alone[0].x == -7
                         : std::isfinite(alone[0].x) && std::isfinite(alone[0].y));
+        if (std::isinf(x) || std::isinf(y) || (forward && std::fabs(x) > kFarthestAngle)) {
+          EXPECT_NE(err, nullptr);
+        }
+        if (!forward && !err) {
+          EXPECT_LE(std::fabs(alone[0].y), M_PI_2 + 1e-9);
+          EXPECT_LE(std::fabs(alone[0].x), M_PI + 1e-9);
+        }
         EXPECT_EQ(!err, !errAmong);
         EXPECT_TRUE(sameBits({among.back()}, alone));
         EXPECT_TRUE(sameBits({among.front()}, goodAlone));
