@@ -43,6 +43,13 @@ inline std::span<const double> elementsOf(const Oprj_DblArray &array) {
   return {array.data, static_cast<size_t>(array.count)};
 }
 
+/// The entries of a record; an empty array when it counts some but has none.
+inline const Oprj_DblArray &entriesOf(const Oprj_ProParameters &record) {
+  static constexpr Oprj_DblArray kNone{};
+  return elementsOf(record.proParams).empty() ? kNone : record.proParams;
+}
+inline int32_t entryCount(const Oprj_ProParameters &record) { return entriesOf(record).count; }
+
 /// The name of a datum that is not set; compared without regard to case.
 inline constexpr const char *kUndefinedDatum = "Undefined";
 /// 1e-9: the tolerance of arrays, coordinates and sizes.

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "core/records.h"
 #include "projections/descriptor.h"
 #include "toolkit/error_scope.h"
 
@@ -36,7 +37,7 @@ using OwnedBlock = std::unique_ptr<double, BlockFree>;
 
 Ellipsoid ellipsoidOf(const Oprj_Spheroid *spheroid) {
   if (!spheroid || spheroid->a == 0.0) return {kNominalRadius, 0.0, 0.0};
-  double es = spheroid->eSquared;
+  double es = std::isinf(spheroid->eSquared) ? std::nan("") : spheroid->eSquared;
   if (es > 1.0) {
     const double ratio = es / spheroid->a;
     es = 1.0 - ratio * ratio;
@@ -49,9 +50,9 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
                                Oerr_Report **err) {
   ErrorScope e(family.init, err);
   if (!record) return e.fail(1, "Invalid projection parameters");
-  if (record->proParams.count < family.row.minimum)
+  if (entryCount(*record) < family.row.minimum)
     return e.fail(2, "Insufficient projection parameters");
-  const Entries values{record->proParams};
+  const Entries values{entriesOf(*record)};
   const Ellipsoid ellipsoid = ellipsoidOf(record->proSpheroid);
   const int32_t check = family.refuse(values, ellipsoid);
   int32_t code = 3;  // value checks count from here, whichever of them fails
@@ -114,7 +115,10 @@ void reportStop(toolkit::ErrorScope &e, const Family &family, PointStop where,
 double *copyBlock(const char *operation, int32_t length, const double *block, double *old,
                   Oerr_Report **err) {
   ErrorScope e(operation, err);
-  if (!block) return e.fail(1, "Invalid input parameters");
+  if (!block) {
+    omsc_HeapFree(old);
+    return e.fail(1, "Invalid input parameters");
+  }
   double *copy = oprj_ParametersCreate(length, e.cause());
   if (copy) std::memcpy(copy, block, static_cast<size_t>(length) * sizeof(double));
   omsc_HeapFree(old);  // behind the copying, so that `old` may be `block`
@@ -130,12 +134,12 @@ int32_t recordsEqual(const char *operation, const Row &row, const Oprj_ProParame
   if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||
       first->proNumber != number || second->proNumber != number)
     return 0;
-  if (first->proParams.count <
+  if (entryCount(*first) <
           (row.comparedMinimumFirst >= 0 ? row.comparedMinimumFirst : row.minimum) ||
-      second->proParams.count <
+      entryCount(*second) <
           (row.comparedMinimumSecond >= 0 ? row.comparedMinimumSecond : row.minimum))
     return e.fail(2, "%s", row.tooFewCompared);
-  const Entries left{first->proParams}, right{second->proParams};
+  const Entries left{entriesOf(*first)}, right{entriesOf(*second)};
   for (int32_t i = 0; i < 32; ++i) {
     if ((row.compared >> i & 1u) && !(left[i] == right[i])) return 0;
   }

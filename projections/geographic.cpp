@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "core/records.h"
 #include "projections/descriptor.h"
 #include "toolkit/error_scope.h"
 
@@ -87,8 +88,10 @@ int32_t oprj_GeographicProParametersEqual(const Oprj_ProParameters *first,
       first->proNumber != 0 || second->proNumber != 0)
     return 0;
   if (!oprj_CharStrsEqual(&first->proName, &second->proName, nullptr)) return 0;
-  const orvik::oprj::Entries left{first->proParams}, right{second->proParams};
-  const int32_t longer = std::max(first->proParams.count, second->proParams.count);
+  const orvik::oprj::Entries left{orvik::oprj::entriesOf(*first)},
+      right{orvik::oprj::entriesOf(*second)};
+  const int32_t longer =
+      std::max(orvik::oprj::entryCount(*first), orvik::oprj::entryCount(*second));
   for (int32_t i = 0; i < longer; ++i) {
     if (!(left[i] == right[i])) return 0;
   }

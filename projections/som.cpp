@@ -25,14 +25,13 @@ Oprj_MapProjection *oprj_SOMInit(Oint_Toolkit *toolkit, const Oprj_ProParameters
                                  Oerr_Report **err) {
   ErrorScope e("oprj_SOMInit", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
-  if (record->proParams.count < kEntriesNeeded)
-    return e.fail(2, "Insufficient projection parameters");
+  if (entryCount(*record) < kEntriesNeeded) return e.fail(2, "Insufficient projection parameters");
   OwnedParameters generic(oprj_ProParametersCreate(e.cause()));
   if (!generic) return e.fail(3, "Error returned from oprj_ProParametersCreate");
   generic->proNumber = kGenericNumber;
   if (!oprj_DblArrayCreate(kGenericEntries, &generic->proParams, e.cause()))
     return e.fail(4, "Error returned from oprj_DblArrayCreate");
-  const Entries own{record->proParams};
+  const Entries own{entriesOf(*record)};
   double *entries = generic->proParams.data;
   entries[2] = own[4];
   entries[3] = own[5];

@@ -103,7 +103,7 @@ Oprj_MapProjection *oprj_StatePlaneInit(Oint_Toolkit *toolkit, const Oprj_ProPar
                                         Oerr_Report **err) {
   ErrorScope e("oprj_StatePlaneInit", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
-  if (record->proParams.count < 1) return e.fail(2, "Insufficient projection parameters");
+  if (entryCount(*record) < 1) return e.fail(2, "Insufficient projection parameters");
   const Oprj_SPTableEntry *zone = zoneOf(toolkit, *record, e.cause());
   if (!zone) return e.fail(3, "Error returned from oprj_SPEntryByZoneNumber");
   if (zone->parameters.count < kConstantsNeeded)
@@ -141,7 +141,7 @@ int32_t oprj_StatePlaneProParametersEqual(const Oprj_ProParameters *first,
   if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||
       first->proNumber != kNumber || second->proNumber != kNumber)
     return 0;
-  if (first->proParams.count < 1 || second->proParams.count < 1)
+  if (entryCount(*first) < 1 || entryCount(*second) < 1)
     return e.fail(2, "Too few parameters in input parmArray");
   const Oprj_SPTableEntry *firstZone = zoneOf(nullptr, *first, e.cause());
   if (!firstZone) return e.fail(3, "Error returned from oprj_SPEntryByZoneNumber for parmArray1");
@@ -154,7 +154,7 @@ Oprj_ProParameters *oprj_StatePlaneDetailsGet(Oint_Toolkit *toolkit,
                                               const Oprj_ProParameters *record, Oerr_Report **err) {
   ErrorScope e("oprj_StatePlaneDetailsGet", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
-  if (record->proParams.count < 1) return e.fail(2, "Insufficient projection parameters");
+  if (entryCount(*record) < 1) return e.fail(2, "Insufficient projection parameters");
   if (record->proType != OPRJ_INTERNAL || record->proNumber != kNumber)
     return e.fail(3, "Expected a State Plane projection");
   if (!toolkit) toolkit = oint_InitToolkit(e.cause());
@@ -167,7 +167,7 @@ Oprj_ProParameters *oprj_StatePlaneDetailsGet(Oint_Toolkit *toolkit,
 
   OwnedParameters details(oprj_ProParametersCreateByName(toolkit, projection->name, e.cause()));
   if (!details) return e.fail(7, "Error returned from oprj_ProParametersCreateByName");
-  const int32_t length = std::max(details->proParams.count, projection->entriesRead);
+  const int32_t length = std::max(entryCount(*details), projection->entriesRead);
   Oprj_DblArray &array = details->proParams;
   if (!oprj_DblArrayCreate(kEntries, &array, e.cause()))
     return e.fail(8, "Error returned from oprj_DblArrayCreate");

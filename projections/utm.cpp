@@ -14,6 +14,7 @@
 
 namespace {
 
+using orvik::oprj::entryCount;
 using orvik::oprj::OwnedMapProjection;
 using orvik::oprj::OwnedParameters;
 using orvik::toolkit::ErrorScope;
@@ -41,7 +42,7 @@ int32_t figureUTMzone(int32_t zone, double longitude, Oerr_Report **err) {
 }
 
 double entry(const Oprj_ProParameters *record, int32_t index) {
-  return index < record->proParams.count ? record->proParams.data[index] : 0.0;
+  return index < entryCount(*record) ? record->proParams.data[index] : 0.0;
 }
 
 int32_t zoneOf(const Oprj_ProParameters *record, Oerr_Report **err) {
@@ -68,8 +69,7 @@ Oprj_MapProjection *oprj_UTMInit(Oint_Toolkit *toolkit, const Oprj_ProParameters
                                  Oerr_Report **err) {
   ErrorScope e("oprj_UTMInit", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
-  if (record->proParams.count < kEntriesNeeded)
-    return e.fail(2, "Insufficient projection parameters");
+  if (entryCount(*record) < kEntriesNeeded) return e.fail(2, "Insufficient projection parameters");
   const int32_t zone = zoneOf(record, e.cause());
   if (!zone) return e.fail(3, "Error returned from figureUTMzone");
   OwnedParameters copy(oprj_ProParametersCopy(record, nullptr, e.cause()));
@@ -95,7 +95,7 @@ int32_t oprj_UTMProParametersEqual(const Oprj_ProParameters *first,
   if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||
       first->proNumber != 1 || second->proNumber != 1)
     return 0;
-  if (first->proParams.count < kEntriesNeeded || second->proParams.count < kEntriesNeeded)
+  if (entryCount(*first) < kEntriesNeeded || entryCount(*second) < kEntriesNeeded)
     return e.fail(2, "Too few parameters in input parmArray");
   const int32_t zone1 = zoneOf(first, e.cause());
   if (!zone1) return e.fail(3, "Error returned from figureUTMzone for zone1");
@@ -118,12 +118,12 @@ Oprj_ProParameters *oprj_UTMDetailsGet(Oint_Toolkit *toolkit, const Oprj_ProPara
                                        Oerr_Report **err) {
   ErrorScope e("oprj_UTMDetailsGet", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
-  if (record->proParams.count < kEntriesNeeded)
-    return e.fail(2, "Insufficient projection parameters");
+  if (entryCount(*record) < kEntriesNeeded) return e.fail(2, "Insufficient projection parameters");
   if (record->proType != OPRJ_INTERNAL || record->proNumber != 1)
     return e.fail(3, "Expected UTM projection parameters");
   const int32_t zone = zoneOf(record, e.cause());
   if (!zone) return e.fail(4, "Error returned from figureUTMzone");
+  if (!toolkit) toolkit = oint_InitToolkit(e.cause());
   OwnedParameters details(
       oprj_ProParametersCreateByName(toolkit, "Transverse Mercator", e.cause()));
   if (!details) return e.fail(5, "Error returned from oprj_ProParametersCreateByName");
@@ -131,8 +131,11 @@ Oprj_ProParameters *oprj_UTMDetailsGet(Oint_Toolkit *toolkit, const Oprj_ProPara
     return e.fail(6, "Error returned from oprj_DblArrayCreate");
   if (!fillEntries(zone, entry(record, 3) < 0.0, details->proParams.data, e.cause()))
     return e.fail(7, "Error returned from ocvt_UnitsConvertByName");
-  Oprj_Spheroid *spheroid = oprj_SpheroidCopy(record->proSpheroid, nullptr, e.cause());
-  if (!spheroid) return e.fail(8, "Error returned from oprj_SpheroidCopy");
+  Oprj_Spheroid *spheroid = nullptr;  // a record without one means the nominal sphere
+  if (record->proSpheroid) {
+    spheroid = oprj_SpheroidCopy(record->proSpheroid, nullptr, e.cause());
+    if (!spheroid) return e.fail(8, "Error returned from oprj_SpheroidCopy");
+  }
   oprj_SpheroidFree(&details->proSpheroid);
   details->proSpheroid = spheroid;
   return details.release();

@@ -115,6 +115,32 @@ void expectIncomparable(Oprj_ParametersTest equal, const std::string &name,
 
 // --- UTM ---
 
+TEST(UtmAndStatePlane, PublishedExamples) {
+  struct Example {
+    int32_t number, zone;
+    double lon, lat, x, y, unit;
+  };
+  const Example examples[] = {
+      // [Snyder87] p. 269-270
+      {1, 18, -73.5, 40.5, 627106.5, 4484124.4, 1},
+      // [EPSG7-2] Lambert Conic Conformal (2SP): Texas South Central; (2SP Michigan): Central
+      {2, 4204, -96, 28.5, 2963503.91, 254759.80, kSurveyFoot},
+      {2, 2112, dms(-83, 10, 0), 43.75, 2308335.75, 160210.48, kSurveyFoot},
+  };
+  for (const Example &e : examples) {
+    SCOPED_TRACE(e.zone);
+    const ObjectPtr object = build(ZoneRecord(e.number, e.zone, {}).get());
+    ASSERT_NE(object, nullptr);
+    const Oprj_Point p = through(object->fromLL, *object, {e.lon * kDeg, e.lat * kDeg});
+    const double lastDigit = e.number == 1 ? 0.05 : 0.005;
+    EXPECT_NEAR(p.x / e.unit, e.x, lastDigit);
+    EXPECT_NEAR(p.y / e.unit, e.y, lastDigit);
+    const Oprj_Point g = through(object->toLL, *object, {e.x * e.unit, e.y * e.unit});
+    EXPECT_NEAR(g.x / kDeg, e.lon, 1e-6);
+    EXPECT_NEAR(g.y / kDeg, e.lat, 1e-6);
+  }
+}
+
 TEST(Utm, ZoneOfALongitude) {
   const std::pair<double, int32_t> rows[] = {
       {-180, 1}, {-177, 1},    {-173, 2}, {-81, 17}, {-75, 18}, {-6.5, 29},  {-5.9, 31},
@@ -446,7 +472,7 @@ TEST(StatePlane, ExactErrors) {
   zone->parameters.data[3] = scale;
   zone->parameters.data[2] = 61000.0 + 99;  // 61 minutes
   EXPECT_EQ(oprj_StatePlaneInit(toolkit(), good.get(), err), nullptr);
-  EXPECT_EQ(err.chain().rfind(init + ": " + called + "oprj_GCTPProParamsConvert: ", 0), 0u);
+  EXPECT_EQ(err.chain().rfind(init + ": " + called + "oprj_GCTPProParams2Radians: ", 0), 0u);
   zone->parameters.data[2] = meridian;
 }
 
@@ -489,25 +515,28 @@ TEST(GctpAngles, ConvertTheEntriesThatAreAngles) {
 TEST(GctpAngles, AllOrNothing) {
   Slot err;
   EXPECT_EQ(oprj_GCTPProParams2Radians(nullptr, 4, err), 0);
-  expectReport(err, "oprj_GCTPProParamsConvert", 1, "Incorrect number of projection parameters");
+  expectReport(err, "oprj_GCTPProParams2Radians", 1, "Incorrect number of projection parameters");
   for (const int32_t length : {0, 14, 16}) {
     const Record record(4, {}, kGRS80, length);
     EXPECT_EQ(oprj_Radians2GCTPProParams(&record->proParams, 4, err), 0) << length;
-    expectReport(err, "oprj_GCTPProParamsConvert", 1, "Incorrect number of projection parameters");
+    expectReport(err, "oprj_Radians2GCTPProParams", 1, "Incorrect number of projection parameters");
   }
+  Oprj_DblArray broken{15, nullptr};
+  EXPECT_EQ(oprj_GCTPProParamsConvert(&broken, 4, 1, err), 0);
+  expectReport(err, "oprj_GCTPProParamsConvert", 1, "Incorrect number of projection parameters");
   const Record record(4, {{2, 10000002}, {3, 10000003}, {4, 10000004}}, kGRS80);
   Oprj_DblArray &array = record->proParams;
   for (const double bad : {361000000.0, 10061000.0, kNaN, kInf}) {
     array.data[5] = bad;
     EXPECT_EQ(oprj_GCTPProParams2Radians(&array, 4, err), 0) << bad;
-    expectReport(err, "oprj_GCTPProParamsConvert", 2,
+    expectReport(err, "oprj_GCTPProParams2Radians", 2,
                  "Error returned from ocvt_GCTPPackedDMS2Radians");
     EXPECT_EQ(array.data[2], 10000002.0) << "changed although a later entry is bad";
   }
   array.data[5] = kNaN;
   EXPECT_EQ(oprj_Radians2GCTPProParams(&array, 4, err), 0);
-  expectReport(err, "oprj_GCTPProParamsConvert", 3,
-               "Error returned from ocvt_Radians2GCTPPackedDMS");
+  expectReport(err, "oprj_Radians2GCTPProParams", 2,
+               "Error returned from ocvt_GCTPPackedDMS2Radians");
 }
 
 }  // namespace
