@@ -13,6 +13,31 @@ bool sameText(const Oprj_CharStr &first, const Oprj_CharStr &second) {
   return std::string_view(textOf(first)) == textOf(second);
 }
 
+int32_t recordsEqual(ErrorScope &e, const Oprj_ProParameters *first,
+                     const Oprj_ProParameters *second, int32_t flag) {
+  Oprj_MapProjectionEx *made = nullptr;
+  oprj_ProjectionInit(nullptr, first, &made, e.cause());
+  const OwnedHandle handle(made);
+  if (!handle) return e.fail(1, "Error returned from oprj_ProjectionInit");
+
+  const bool native = sameTitle(handle->title, OPRJ_TITLE_NATIVE);
+  if (second && native == asksForEngine(*second)) return 0;  // systems of different sets
+  if (native) {
+    const int32_t equal = oprj_ProParametersEqualWithProjection(
+        first, second, static_cast<const Oprj_MapProjection *>(handle->ownedData), flag, e.cause());
+    if (e.calleeFailed())
+      return e.fail(2, "Error returned from oprj_ProParametersEqualWithProjection");
+    return equal;
+  }
+
+  oprj_ProjectionInit(nullptr, second, &made, e.cause());
+  const OwnedHandle other(made);
+  if (!other) return e.fail(3, "Error returned from oprj_ProjectionInit");
+  const int32_t equal = oprj_MapProjectionEqual(handle.get(), other.get(), e.cause());
+  if (e.calleeFailed()) return e.fail(4, "Error returned from oprj_MapProjectionEqual");
+  return equal;
+}
+
 }  // namespace
 
 int32_t oprj_ProParametersEqualWithProjection(const Oprj_ProParameters *first,
@@ -45,33 +70,14 @@ int32_t oprj_ProParametersEqualWithProjection(const Oprj_ProParameters *first,
 
 int32_t oprj_ProParametersEqual(const Oprj_ProParameters *first, const Oprj_ProParameters *second,
                                 Oerr_Report **err) {
-  return oprj_ProParametersEqual2(first, second, 1, err);
+  ErrorScope e("oprj_ProParametersEqual", err);
+  return recordsEqual(e, first, second, 1);
 }
 
 int32_t oprj_ProParametersEqual2(const Oprj_ProParameters *first, const Oprj_ProParameters *second,
                                  int32_t flag, Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersEqual2", err);
-  Oprj_MapProjectionEx *made = nullptr;
-  oprj_ProjectionInit(nullptr, first, &made, e.cause());
-  const OwnedHandle handle(made);
-  if (!handle) return e.fail(1, "Error returned from oprj_ProjectionInit");
-
-  const bool native = sameTitle(handle->title, OPRJ_TITLE_NATIVE);
-  if (second && native == asksForEngine(*second)) return 0;  // systems of different sets
-  if (native) {
-    const int32_t equal = oprj_ProParametersEqualWithProjection(
-        first, second, static_cast<const Oprj_MapProjection *>(handle->ownedData), flag, e.cause());
-    if (e.calleeFailed())
-      return e.fail(2, "Error returned from oprj_ProParametersEqualWithProjection");
-    return equal;
-  }
-
-  oprj_ProjectionInit(nullptr, second, &made, e.cause());
-  const OwnedHandle other(made);
-  if (!other) return e.fail(3, "Error returned from oprj_ProjectionInit");
-  const int32_t equal = oprj_MapProjectionEqual(handle.get(), other.get(), e.cause());
-  if (e.calleeFailed()) return e.fail(4, "Error returned from oprj_MapProjectionEqual");
-  return equal;
+  return recordsEqual(e, first, second, flag);
 }
 
 int32_t oprj_ProjectionsOKToProject(const Oprj_ProParameters *first,

@@ -40,6 +40,24 @@ class Result {
   Oprj_Point *points_;
 };
 
+/// The caller's input, or a copy of it where the result goes to the same array: a failure is told
+/// by the points as they were given.
+class Input {
+ public:
+  Input(const Oprj_Point *given, const Oprj_Point *out, int32_t count, Oerr_Report **err)
+      : copy_(given && given == out ? oprj_PointsCopy(given, nullptr, arrayLength(count), err)
+                                    : nullptr),
+        points_(given && given == out ? copy_.get() : given),
+        good_(points_ || !given) {}
+  explicit operator bool() const { return good_; }
+  const Oprj_Point *points() const { return points_; }
+
+ private:
+  OwnedPoints copy_;
+  const Oprj_Point *points_;
+  bool good_;
+};
+
 /// A failure below this operation. When a report of the chain names a point, this one names the
 /// same point as the caller gave it.
 Failed failAtPointOf(ErrorScope &e, const Oprj_Point *in, int32_t count, int32_t code,
@@ -232,6 +250,9 @@ Oprj_Point *projectInUnits(ErrorScope &e, Route &route, bool found, const Oprj_P
                            Project project, const char *projectFailed) {
   Result result(out, count, e.cause());
   if (!result) return e.fail(3, "oprj_PointsCreate failed");
+  const Input input(in, out, count, e.cause());
+  if (!input) return e.fail(4, "oprj_PointsCopy failed");
+  in = input.points();
   if (found && route.inUnit.prepareInput(inUnit) && route.outUnit.prepareOutput(outUnit) &&
       run(route, in, result.points(), count))
     return result.done();
@@ -281,6 +302,9 @@ Oprj_Point *oprj_Project(const Oprj_Point *in, const Oprj_MapProjectionEx *inHan
   }
   Result result(out, count, e.cause());
   if (!result) return e.fail(10163, "oprj_PointsCreate failed");
+  const Input input(in, out, count, e.cause());
+  if (!input) return e.fail(10152, "oprj_PointsCopy failed");
+  in = input.points();
   Route route;
   if (!leadBetween(e, from, to, route)) return nullptr;
   if (run(route, in, result.points(), count)) return result.done();

@@ -32,10 +32,11 @@ constexpr double kFullTurn = 6.283185307179586;  // radians
 constexpr double kRadiansPerDegree = kFullTurn / 360.0;
 constexpr const char *kNominalSphere = "Sphere of Nominal Radius of Earth";
 
-/// The radius (m) that sizes refer to: the record's sphere of equal area, else the nominal sphere;
-/// 0.0 with a report when that cannot be found.
+/// The radius (m) that sizes refer to: the record's sphere of equal area, else (also while its
+/// spheroid was never filled in) the nominal sphere; 0.0 with a report when that cannot be found.
 double sizeRadius(ErrorScope &e, Oint_Toolkit *toolkit, const Oprj_ProParameters *record) {
-  if (record && record->proSpheroid) return record->proSpheroid->radius;
+  if (record && record->proSpheroid && record->proSpheroid->radius > 0.0)
+    return record->proSpheroid->radius;
   const OwnedSpheroid nominal(oprj_SpheroidCreate(e.cause()));
   if (!nominal) return e.fail(1, "Error returned from oprj_SpheroidCreate");
   if (!oprj_SpheroidByName(toolkit, kNominalSphere, nominal.get(), e.cause()))

@@ -27,6 +27,7 @@
 // 88.95 degrees (Molodensky's formulas are left there), increments beyond the series, longitudes
 // beyond 540 degrees, results that fold over a pole, NaN.
 #include "datum/parametric.h"
+#include "projections/kernels.h"
 #include "projections/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -191,12 +192,21 @@ struct Geocentric {
   }
 };
 
+/// A point out of the ordinary. One at infinity stays as it is, for the projection behind the shift
+/// to report.
+template <class Formula>
+Oprj_Point special(const ParametricBlock &b, Oprj_Point p) {
+  if (p.x != p.x || p.y != p.y) return {kNaN, kNaN};
+  if (abs(p.x) == kInfinity || abs(p.y) == kInfinity) return p;
+  return Formula::special(b, p);
+}
+
 template <class Formula>
 Oprj_Point shiftPoint(const ParametricBlock &b, Oprj_Point p) {
   Flag odd = false;
   const LonLat<double> to = Formula::template shift<double>(b, p.x, p.y, odd);
   if (odd.value || !(abs(to.lat) <= kHalfPi) || !(abs(to.lon) < kInfinity))
-    return Formula::special(b, p);
+    return special<Formula>(b, p);
   return {wrapped(to.lon), to.lat};
 }
 
@@ -215,11 +225,8 @@ OPRJ_INLINE void shiftGroup(const ParametricBlock &b, const Oprj_Point *in, Oprj
   storePairs(&good->x, wrapped(to.lon), to.lat);
   storePairs(&flags->x, select(odd, Lanes(1.0), Lanes(0.0)), Lanes(0.0));
   for (int32_t k = 0; k < kLanes; ++k)
-    out[k] = flags[k].x == 0.0 ? good[k] : Formula::special(b, in[k]);
+    out[k] = flags[k].x == 0.0 ? good[k] : special<Formula>(b, in[k]);
 }
-
-/// From this many points on a padded group is faster than one by one.
-inline constexpr int32_t kWorthPadding = 3;
 
 template <class Formula>
 void shiftPoints(const ParametricBlock &block, const Oprj_Point *in, Oprj_Point *out,

@@ -467,11 +467,11 @@ TEST(Equality, RecordsCompareThroughTheirFamilyThenTheSpheroids) {
 
   oprj_ProParametersEqual(rows[0].first.get(), nullptr, err);
   expectChain(err,
-              "oprj_ProParametersEqual2: Error returned from "
+              "oprj_ProParametersEqual: Error returned from "
               "oprj_ProParametersEqualWithProjection (2) < oprj_ProParametersEqualWith");
   oprj_ProParametersEqual(engineRecord().get(), engineRecord().get(), err);
   expectChain(err,
-              "oprj_ProParametersEqual2: Error returned from oprj_ProjectionInit (1) < "
+              "oprj_ProParametersEqual: Error returned from oprj_ProjectionInit (1) < "
               "oprj_ProjectionInit: pe_coordsys_from_string failed (1599)");
 }
 

@@ -189,6 +189,12 @@ TEST(Pipeline, StageByStageDecidesWhatIsReportedAndWritten) {
       }
       EXPECT_TRUE(same(given.data(), before.data(), kCount)) << "input arrays are never changed";
       EXPECT_EQ(project(nullptr), nullptr);  // and the array made for it is gone again: LeakCheck
+      EXPECT_EQ(project(given.data()), nullptr);  // in place
+      EXPECT_EQ(oerr_PointGet(err.get(), nullptr, &x, &y), row.stopped >= 0);
+      if (row.stopped >= 0) {
+        const Oprj_Point told{x, y};
+        EXPECT_TRUE(same(&told, &before[static_cast<size_t>(row.stopped)], 1)) << "as it was given";
+      }
     }
   }
 }
@@ -396,6 +402,10 @@ TEST(Units, SizesOnTheSphere) {
   EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), nullptr, 1, err), 6370997 * kDegree, 1e-6);
   EXPECT_NEAR(oprj_ConvertMetersToLonSize(theToolkit(), nullptr, 6370997 * kDegree, 0, err), 1,
               1e-12);
+  // and for a record whose spheroid was never filled in
+  const RecordPtr unfilled(oprj_ProParametersCreate(nullptr));
+  EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), unfilled.get(), 1, err), 6370997 * kDegree,
+              1e-6);
   expectNoReport(err);
   oprj_ConvertLonSizeToMeters(nullptr, nullptr, 1, 0, err);
   expectReport(err, "oprj_ConvertLonSizeToMeters", 2, "Error returned from oprj_SpheroidByName");
