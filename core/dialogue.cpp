@@ -142,15 +142,15 @@ class Questions {
            setDatum(name.c_str());
   }
 
-  /// That a datum's grid file is missing is told, but hinders nobody who shifts no points.
+  /// That a datum's grid file is missing hinders nobody who shifts no points: the report stands
+  /// beside the record.
   bool setDatum(const char *name) {
     Oprj_Spheroid &spheroid = *record_.proSpheroid;
     if (oprj_DatumByName(toolkit_, textOf(spheroid.sphereName), name, spheroid.datum, e_.cause()))
       return true;
-    if (oerr_CodeGet(e_.causeReport()) != kGridFileMissing)
-      return e_.fail(12, "Error returned from oprj_DatumByName.");
-    e_.printCause();
-    return true;
+    const bool usable = oerr_CodeGet(e_.causeReport()) == kGridFileMissing;
+    e_.fail(12, "Error returned from oprj_DatumByName.");
+    return usable;
   }
 
   bool askUtmZone(const Oprj_QueryEntry &entry) {
@@ -179,12 +179,21 @@ class Questions {
     const bool answered = repeat(entry, [&](const Answer &answer) {
       int32_t code = 0;
       answer.integer(code);
+      chosen = nullptr;
       for (const NadDatum &nad : kNadDatums)
         if (code == nad.code || answer.is(nad.word)) chosen = &nad;
-      return chosen != nullptr;
+      return chosen && hasZone(*chosen);
     });
     if (!answered) return false;
     return setSpheroid(chosen->spheroid) && setDatum(chosen->datum) && store(entry, chosen->code);
+  }
+
+  /// Whether the State Plane zone that was given, if any, is one of this datum's.
+  bool hasZone(const NadDatum &nad) const {
+    constexpr int32_t kStatePlane = 2;
+    if (record_.proType != OPRJ_INTERNAL || record_.proNumber != kStatePlane || !record_.proZone)
+      return true;
+    return oprj_SPEntryByZoneNumber(toolkit_, record_.proZone, nad.code == 1 ? 1 : 2, nullptr);
   }
 
   /// The values that select a branch are shown with their labels; either is an answer.

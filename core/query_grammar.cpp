@@ -133,7 +133,7 @@ const auto indexed = slot[action<&B::index>] >> colon >>
                           "number, angle, distance, nadcode, condition or integer");
 
 const auto entry_def = quoted[action<&B::prompt>] >> need('<', "\"<\"") >>
-                       need(indexed | unindexed, "a slot number or a kind of question");
+                       need(indexed | unindexed, "a slot number (0 to 9999) or a kind of question");
 
 BOOST_SPIRIT_DEFINE(entry)
 

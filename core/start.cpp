@@ -6,6 +6,7 @@
 
 #include "core/reference_data.h"
 #include "core/table_records.h"
+#include "core/upward.h"
 
 namespace orvik::oprj {
 
@@ -46,7 +47,10 @@ Oint_Toolkit *internalInit(Oerr_Report **err, Oint_Toolkit *toolkit) {
   const toolkit::Guard guard;
   if (held(slot)) return toolkit;  // another thread was faster
   OwnedInitData data{oprj_InitProjectionData(nullptr, nullptr, nullptr, e.cause())};
-  if (!data || e.calleeFailed()) return e.fail(2, "Error returned from oprj_InitProjectionData");
+  if (!data || e.calleeFailed()) {
+    if (data) withdrawDictionary(data->dictionary);
+    return e.fail(2, "Error returned from oprj_InitProjectionData");
+  }
   hold(slot, data.release());
   return toolkit;
 }

@@ -246,7 +246,8 @@ OPRJ_API const Oprj_SPTableEntry *oprj_SPEntryByZoneNumber(Oint_Toolkit *toolkit
 /* --- dialogue on standard input and output --- */
 
 OPRJ_API const Oprj_Query *oprj_QuerySelect(Oint_Toolkit *toolkit, Oerr_Report **err);
-/** Asks the entry's questions and fills `record` (null: a new one). */
+/** Asks the entry's questions and fills `record` (null: a new one). When a datum's grid file is not
+    installed, the record is returned complete and the report stands beside it. */
 OPRJ_API Oprj_ProParameters *oprj_ProParametersQuery(Oint_Toolkit *toolkit, const Oprj_Query *query,
                                                      Oprj_ProParameters *record, Oerr_Report **err);
 

@@ -29,6 +29,10 @@ Ofio_SearchList *DatumManagerGetConfigurationSearchList(Oerr_Report **err);
 
 namespace orvik::oprj {
 
+/// Takes back a dictionary of oprj_InitDictionaryCreate whose data nobody has seen, unless shared
+/// designs were made in it since.
+void withdrawDictionary(Omif_Dictionary *dictionary);
+
 /// A new shift surface from its description in a spheroid table; free with oprj_ShiftSurfaceFree.
 Oprj_ShiftSurface *shiftSurfaceFromSource(const Oprj_SurfaceSource &source, Oerr_Report **err);
 

@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "core/upward.h"
 #include "interchange/shared_designs.h"
 #include "toolkit/error_scope.h"
 
@@ -137,6 +138,11 @@ const Omif_Design *fetch(ErrorScope &e, const Omif_Design *&made, Define define)
 }
 
 }  // namespace
+
+void orvik::oprj::withdrawDictionary(Omif_Dictionary *dictionary) {
+  const Guard guard;
+  Withdraw()(dictionary);
+}
 
 const Omif_Design *orvik::oprj::omifStringDesign(Oerr_Report **err) {
   ErrorScope e("Omif_String_Design", err);
