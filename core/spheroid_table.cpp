@@ -209,7 +209,8 @@ bool addDirectories(ErrorScope &e) {
   for (int32_t i = 0; i < count; ++i)
     if (!addDirectory(ofio_SearchListElement(list.get(), i), files, e)) return false;
   // Not a failure, but every later lookup of a spheroid will be one.
-  if (count == 0) oerr_LogMessage("ORVIK_DATUMS_PATH names no directory to read spheroid*.tab from");
+  if (count == 0)
+    oerr_LogMessage("ORVIK_DATUMS_PATH names no directory to read spheroid*.tab from");
   for (int32_t i = 0; files == 0 && i < count; ++i)
     oerr_LogMessage("No spheroid*.tab in \"%s\"", ofio_SearchListElement(list.get(), i));
   return true;

@@ -1,9 +1,11 @@
-/* Projects one point from longitude and latitude on WGS 84 to UTM zone 18: the whole flat interface in C.
-   Set ORVIK_PROJECTIONS_PATH and ORVIK_DATUMS_PATH to the folder of the reference data first. */
+/* Projects one point from longitude and latitude on WGS 84 to UTM zone 18: the whole flat interface
+   in C. Set ORVIK_PROJECTIONS_PATH and ORVIK_DATUMS_PATH to the folder of the reference data first.
+ */
 #include <oprj/oprj.h>
 #include <stdio.h>
 
-static Oprj_ProParameters *describe(Oint_Toolkit *toolkit, const char *projection, Oerr_Report **err) {
+static Oprj_ProParameters *describe(Oint_Toolkit *toolkit, const char *projection,
+                                    Oerr_Report **err) {
   Oprj_ProParameters *record = oprj_ProParametersCreateByName(toolkit, projection, err);
   if (record && oprj_SpheroidByName(toolkit, "WGS 84", record->proSpheroid, err) &&
       oprj_DatumByName(toolkit, "WGS 84", "WGS 84", record->proSpheroid->datum, err))
