@@ -16,6 +16,7 @@ void addDefine(CLI::App &app, const Console &console, Action &action) {
       if (!query) throw Stop(kUnusable, err.text());
       const OwnedRecord record(oprj_ProParametersQuery(toolkit, query, nullptr, err.get()));
       if (!record) throw Stop(kUnusable, err.text());
+      if (err) console.warn(err.text());  // a grid that is missing hinders nobody yet
       std::printf("\n");
       oprj_ProParametersPrint(record.get(), err.get());
       return kGood;

@@ -5,33 +5,35 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "system.h"
+#include "shift.h"
 
 namespace program {
 namespace {
 
-/// What the shift does over a grid of the whole globe, every 15 degrees.
+/// What the shift does over a grid of the whole globe, every 15 degrees; points outside of its area
+/// are left out.
 void printShiftSizes(const System &from, const System &to) {
   std::vector<Oprj_Point> in;
   for (int lat = -75; lat <= 75; lat += 15) {
     for (int lon = -180; lon < 180; lon += 15) in.push_back({lon * kDegree, lat * kDegree});
   }
-  std::vector<Oprj_Point> out(in.size());
   Slot err;
-  oprj_DatumShift(in.data(), &from.spheroid(), out.data(), &to.spheroid(),
-                  static_cast<int32_t>(in.size()), err.get());
-  if (err) {
-    std::printf("     the shift fails: %s\n", err.text().c_str());
+  std::vector<double> sizes;
+  for (const Oprj_Point &point : in) {
+    Oprj_Point out;
+    oprj_DatumShift(&point, &from.spheroid(), &out, &to.spheroid(), 1, err.get());
+    const double east = std::remainder(out.x - point.x, 2 * M_PI) * std::cos(point.y);
+    const double size = std::hypot(east, out.y - point.y) * from.spheroid().a;
+    if (!err && std::isfinite(size)) sizes.push_back(size);
+  }
+  if (sizes.empty()) {
+    std::printf("     its area is too small to say how far it moves coordinates\n");
     return;
   }
-  std::vector<double> sizes;
-  for (size_t i = 0; i < in.size(); ++i) {
-    const double east = std::remainder(out[i].x - in[i].x, 2 * M_PI) * std::cos(in[i].y);
-    sizes.push_back(std::hypot(east, out[i].y - in[i].y) * from.spheroid().a);
-  }
   std::sort(sizes.begin(), sizes.end());
-  std::printf("     over the globe it moves coordinates by %.1f to %.1f m, median %.1f m\n",
-              sizes.front(), sizes.back(), sizes[sizes.size() / 2]);
+  std::printf("     over %s it moves coordinates by %.1f to %.1f m, median %.1f m\n",
+              sizes.size() == in.size() ? "the globe" : "its area", sizes.front(), sizes.back(),
+              sizes[sizes.size() / 2]);
 }
 
 const char *route(int32_t type) {
@@ -47,17 +49,18 @@ const char *route(int32_t type) {
   }
 }
 
-void printShift(const System &from, const System &to) {
+/// False when no point can be shifted.
+bool printShift(const System &from, const System &to) {
   const Oprj_Datum &source = *from.spheroid().datum, &destination = *to.spheroid().datum;
   std::printf("  2. datum: \"%s\" on \"%s\" to \"%s\" on \"%s\"\n", from.datumName(),
               from.spheroid().sphereName.data, to.datumName(), to.spheroid().sphereName.data);
   if (source.type == OPRJ_DATUM_NONE || destination.type == OPRJ_DATUM_NONE) {
     std::printf("     no shift: a datum is undefined\n");
-    return;
+    return true;
   }
-  if (oprj_CharStrsEqual(&source.datumname, &destination.datumname, nullptr)) {
+  if (sameDatum(from, to)) {
     std::printf("     no shift: the same datum\n");
-    return;
+    return true;
   }
   if (source.type == OPRJ_DATUM_PARAMETRIC && destination.type == OPRJ_DATUM_PARAMETRIC) {
     bool rotated = false;
@@ -71,7 +74,14 @@ void printShift(const System &from, const System &to) {
     std::printf("     from \"%s\" by %s, to \"%s\" by %s\n", from.datumName(), route(source.type),
                 to.datumName(), route(destination.type));
   }
+  try {
+    requireShift(from, to);
+  } catch (const Stop &stop) {
+    std::printf("     but %s\n", stop.what());
+    return false;
+  }
   printShiftSizes(from, to);
+  return true;
 }
 
 Status explain(const std::string &fromText, const std::string &toText, const Console &console) {
@@ -82,9 +92,10 @@ Status explain(const std::string &fromText, const std::string &toText, const Con
   const OwnedPair pair(
       oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err.get()));
   if (!pair) throw Stop(kUnusable, err.text());
-  const OwnedText fromTitle(oprj_ProjectionDescribe(toolkit, from.record.get(), nullptr)),
-      toTitle(oprj_ProjectionDescribe(toolkit, to.record.get(), nullptr));
-  if (oprj_MapProjectionEqual(pair->in, pair->out, nullptr)) {
+  const OwnedText fromTitle(oprj_ProjectionDescribe(toolkit, from.record.get(), err.get())),
+      toTitle(oprj_ProjectionDescribe(toolkit, to.record.get(), err.get()));
+  if (!fromTitle || !toTitle) throw Stop(kUnusable, "a system cannot be described: " + err.text());
+  if (oprj_MapProjectionEqual(pair->in, pair->out, err.get())) {
     std::printf("Both systems are equal: points are copied%s.\n",
                 from.unit == to.unit ? "" : " (but for their unit)");
     return kGood;
@@ -93,11 +104,11 @@ Status explain(const std::string &fromText, const std::string &toText, const Con
               toTitle.get(), to.unit.c_str());
   std::printf("  1. inverse: %s to longitude, latitude on \"%s\"%s\n", fromTitle.get(),
               from.spheroid().sphereName.data, from.geographic ? " (nothing to do)" : "");
-  printShift(from, to);
+  const bool works = printShift(from, to);
   std::printf("  3. forward: longitude, latitude on \"%s\" to %s%s\n",
               to.spheroid().sphereName.data, toTitle.get(),
               to.geographic ? " (nothing to do)" : "");
-  return kGood;
+  return works ? kGood : kUnusable;
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ const Oprj_Query &findProjection(const Oprj_InitData &data, const std::string &n
     if (ostr_EqualIgnoringCase(elsewhere, name.c_str()))
       throw unusable(withNearest(message, here, {here}));
   }
-  throw unusable(withNearest(message, name, names));
+  throw unusable(withNearest(message, name, names) + "; `oprj list projections` lists them");
 }
 
 std::string findSpheroid(const Oprj_InitData &data, const std::string &name) {
@@ -89,7 +89,8 @@ std::string findSpheroid(const Oprj_InitData &data, const std::string &name) {
       names.emplace_back(alias->name);
     }
   }
-  throw unusable(withNearest("there is no spheroid \"" + name + "\" in the tables", name, names));
+  throw unusable(withNearest("there is no spheroid \"" + name + "\" in the tables", name, names) +
+                 "; `oprj list spheroids` lists them");
 }
 
 FoundDatum findDatum(const Oprj_InitData &data, const std::string &name) {
@@ -100,7 +101,8 @@ FoundDatum findDatum(const Oprj_InitData &data, const std::string &name) {
       names.emplace_back(datum->name);
     }
   }
-  throw unusable(withNearest("there is no datum \"" + name + "\" in the tables", name, names));
+  throw unusable(withNearest("there is no datum \"" + name + "\" in the tables", name, names) +
+                 "; `oprj list datums` lists them");
 }
 
 const NadDatum &findNad(const std::string &value) {

@@ -17,51 +17,71 @@ void Console::detail(const std::string &text) const {
   if (verbose) std::fprintf(stderr, "oprj: %s\n", text.c_str());
 }
 
-std::string Slot::text() const {
-  std::string all;
-  for (const Oerr_Report *report = report_; report; report = oerr_CauseGet(report)) {
-    if (!all.empty()) all += ": ";
-    all += oerr_MessageGet(report);
-  }
-  return all;
-}
+namespace {
 
-std::string Slot::rootMessage() const {
-  std::string text = oerr_MessageGet(oerr_RootCauseGet(report_));
+/// Without the trailing ", point # ...", which counts points as the library was given them.
+std::string messageOf(const Oerr_Report *report) {
+  std::string text = oerr_MessageGet(report);
   const size_t point = text.rfind(", point # ");
   if (point != std::string::npos) text.resize(point);
   return text;
 }
 
+}  // namespace
+
+std::string Slot::text() const {
+  std::string all;
+  for (const Oerr_Report *report = report_; report; report = oerr_CauseGet(report))
+    all += (all.empty() ? "" : ": ") + messageOf(report);
+  return all;
+}
+
+std::string Slot::rootMessage() const { return messageOf(oerr_RootCauseGet(report_)); }
+
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Where reference data lies that no variable names.
-std::vector<fs::path> dataFolders() {
+/// Where reference data lies that no variable names: beside the program, installed or built.
+fs::path dataFolder() {
   std::error_code ignored;
   const fs::path program = fs::read_symlink("/proc/self/exe", ignored);
-  return {program.parent_path().parent_path() / OPRJ_INSTALL_DATA, OPRJ_SOURCE_DATA};
+  return program.parent_path().parent_path() / OPRJ_INSTALL_DATA;
+}
+
+/// A table that stayed empty: every lookup would fail without telling why.
+Stop emptyTable(const char *table, const char *files, const char *variable) {
+  const char *value = std::getenv(variable);
+  return {kUnusable,
+          std::string("there is no ") + table + " (" + files + "): " + variable +
+              (value && *value ? std::string("=") + value + " holds none that can be read"
+                               : " is not set, and \"" + dataFolder().string() + "\" holds none")};
 }
 
 }  // namespace
 
 Oint_Toolkit *startLibrary(const Console &console) {
+  oerr_LogSinkSet(
+      [](const char *line, void *context) { static_cast<const Console *>(context)->warn(line); },
+      const_cast<Console *>(&console));
   std::error_code ignored;
   for (const char *variable : {"ORVIK_PROJECTIONS_PATH", "ORVIK_DATUMS_PATH"}) {
     const char *value = std::getenv(variable);
     if (value && *value) continue;
-    for (const fs::path &candidate : dataFolders()) {
-      if (!fs::is_regular_file(candidate / "mapprojections.dat", ignored)) continue;
-      setenv(variable, candidate.c_str(), 1);
-      console.detail(std::string(variable) + " is not set; using " + candidate.string());
-      break;
-    }
+    const fs::path folder = dataFolder();
+    if (!fs::is_regular_file(folder / "mapprojections.dat", ignored)) continue;
+    setenv(variable, folder.c_str(), 1);
+    console.detail(std::string(variable) + " is not set; using " + folder.string());
   }
   Slot err;
   Oint_Toolkit *toolkit = oint_InitToolkit(err.get());
-  if (!toolkit || !oprj_InitDataGet(toolkit, err.get()))
-    throw Stop(kUnusable, "the reference data cannot be loaded: " + err.text());
+  if (!toolkit) throw Stop(kUnusable, "the library cannot start: " + err.text());
+  const Oprj_InitData *data = oprj_InitDataGet(toolkit, err.get());
+  if (data && !data->queryTable)
+    throw emptyTable("projection dictionary", "mapprojections.dat", "ORVIK_PROJECTIONS_PATH");
+  if (data && !data->spheroidTable)
+    throw emptyTable("table of spheroids", "spheroid*.tab", "ORVIK_DATUMS_PATH");
+  if (!data) throw Stop(kUnusable, "the reference data cannot be loaded: " + err.text());
   return toolkit;
 }
 
@@ -79,10 +99,9 @@ std::string referenceFile(const char *name) {
   const OwnedText found(ofio_Which(list, name, err.get()));
   ofio_SearchListFree(&list);
   if (found) return found.get();
-  for (const fs::path &folder : dataFolders()) {
-    std::error_code ignored;
-    if (fs::is_regular_file(folder / name, ignored)) return folder / name;
-  }
+  std::error_code ignored;
+  if (const fs::path beside = dataFolder() / name; fs::is_regular_file(beside, ignored))
+    return beside;
   throw Stop(kUnusable, "a file of the reference data is missing: " + err.text());
 }
 
@@ -109,6 +128,7 @@ std::string_view trimmed(std::string_view text) {
 }
 
 std::string nearest(std::string_view query, const std::vector<std::string> &names) {
+  if (names.empty()) return {};
   std::vector<const char *> texts;
   for (const std::string &name : names) texts.push_back(name.c_str());
   const char *found[3];

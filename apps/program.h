@@ -50,9 +50,10 @@ class Slot {
   }
   const Oerr_Report *report() const { return report_; }
   explicit operator bool() const { return report_ != nullptr; }
-  /// The chain as one line: the outermost message, then what caused it.
+  /// The chain as one line: the outermost message, then what caused it; without the trailing
+  /// ", point # ..." of point failures.
   std::string text() const;
-  /// The message of the root cause, without the trailing ", point # ..." of point failures.
+  /// The message of the root cause alone.
   std::string rootMessage() const;
 
  private:
@@ -74,12 +75,13 @@ struct HeapText {
 };
 using OwnedText = std::unique_ptr<char, HeapText>;
 
-/// Finds the reference data (the two environment variables, else the installed folder, else the one
-/// beside the sources), loads it and returns the toolkit's record. Throws Stop.
+/// Finds the reference data (the two environment variables, else the folder that the installation
+/// or the build tree has for it), loads it and returns the toolkit's record; the library's message
+/// log goes to the console from then on. Throws Stop.
 Oint_Toolkit *startLibrary(const Console &console);
 const Oprj_InitData &referenceData(Oint_Toolkit *toolkit);
-/// The path of a file beside the reference data: along ORVIK_PROJECTIONS_PATH, else where it is
-/// installed or beside the sources. Throws Stop.
+/// The path of a file beside the reference data: along ORVIK_PROJECTIONS_PATH, else in the
+/// program's own folder for it. Throws Stop.
 std::string referenceFile(const char *name);
 
 inline constexpr double kDegree = 3.14159265358979323846 / 180;

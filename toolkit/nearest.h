@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 namespace orvik::toolkit {
 
@@ -30,6 +32,46 @@ namespace nearest_detail {
 
 constexpr size_t kLongestCandidate = 96;  // longer names are sentences: no typing error is found
 constexpr size_t kFar = static_cast<size_t>(-1);
+
+inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
+/// Bytes of other alphabets count as letters.
+inline bool isLetter(char c) {
+  return (lowerAscii(c) >= 'a' && lowerAscii(c) <= 'z') || static_cast<unsigned char>(c) >= 0x80;
+}
+
+/// A short text that is put together byte by byte.
+class Letters {
+ public:
+  void add(char c) {
+    if (size_ < text_.size()) text_[size_++] = c;
+  }
+  operator std::string_view() const { return {text_.data(), size_}; }
+
+ private:
+  std::array<char, kLongestCandidate> text_;
+  size_t size_ = 0;
+};
+
+/// A name without what separates its words, all letters small; and what may stand for it: its
+/// letters, the initials of its words, its digits.
+struct Squeezed {
+  Letters all, letters, initials, digits;
+  explicit Squeezed(std::string_view name) {
+    for (size_t i = 0; i < name.size(); ++i) {
+      const char c = name[i];
+      if (!isDigit(c) && !isLetter(c)) continue;
+      all.add(lowerAscii(c));
+      (isDigit(c) ? digits : letters).add(lowerAscii(c));
+      const bool begins = isLetter(c) && (i == 0 || !isLetter(name[i - 1]));
+      if (begins && !isSmallWord(name.substr(i))) initials.add(lowerAscii(c));
+    }
+  }
+
+ private:
+  static bool isSmallWord(std::string_view rest) {
+    return rest.starts_with("of ") || rest.starts_with("and ") || rest.starts_with("the ");
+  }
+};
 
 /// Edits (insert, delete, replace, swap of neighbours) that lead from one text to the other.
 inline size_t editDistance(std::string_view query, std::string_view candidate) {
@@ -58,30 +100,69 @@ inline bool beginsAWord(std::string_view query, std::string_view candidate) {
   return false;
 }
 
-/// Smaller is nearer; kFar: no suggestion. A typing error in up to a third of the name ranks before
-/// a name of which only a word was given.
-inline size_t badness(std::string_view query, std::string_view candidate) {
-  if (query.empty() || candidate.empty() || candidate.size() > kLongestCandidate) return kFar;
-  const size_t tolerated = std::max<size_t>(1, candidate.size() / 3);
+/// The edits between two squeezed names when they may be typing errors, as many as a third of the
+/// candidate's length; else kFar.
+inline size_t typingErrors(std::string_view query, std::string_view candidate, size_t length) {
+  const size_t tolerated = std::max<size_t>(1, length / 3);
   const size_t longer = std::max(query.size(), candidate.size());
   const size_t shorter = std::min(query.size(), candidate.size());
-  if (longer - shorter <= tolerated) {
-    const size_t distance = editDistance(query, candidate);
-    if (distance <= tolerated && distance < shorter) return distance;
-  }
-  return query.size() >= 3 && beginsAWord(query, candidate) ? kLongestCandidate + longer : kFar;
+  if (longer - shorter > tolerated) return kFar;
+  const size_t distance = editDistance(query, candidate);
+  return distance <= tolerated && distance < shorter ? distance : kFar;
+}
+
+/// "80" for 1980, "1927" for 27.
+inline bool sameYear(std::string_view first, std::string_view second) {
+  if (first.size() > second.size()) std::swap(first, second);
+  return first == second || (first.size() >= 2 && second.ends_with(first));
+}
+
+/// "lcc" for Lambert Conformal Conic, "grs80" for GRS 1980, "ED50" (European Datum) for European
+/// 1950.
+inline bool abbreviates(const Squeezed &query, const Squeezed &name) {
+  const std::string_view letters = query.letters, initials = name.initials;
+  if (!sameYear(query.digits, name.digits) || letters.size() < 2) return false;
+  const bool asInitials =
+      letters == initials || (letters.ends_with('d') && !std::string_view(query.digits).empty() &&
+                              letters.substr(0, letters.size() - 1) == initials);
+  return asInitials || letters == name.letters;
+}
+
+/// Smaller is nearer; kFar: no suggestion. A typing error ranks before one in a name whose variant
+/// ("Tokyo (Mean)") was left out, that before an abbreviation, that before a name of which only a
+/// word was given.
+inline size_t badness(std::string_view query, std::string_view candidate) {
+  if (query.empty() || query.size() > kLongestCandidate || candidate.empty() ||
+      candidate.size() > kLongestCandidate)
+    return kFar;
+  const Squeezed asked(query);
+  if (const size_t errors = typingErrors(asked.all, Squeezed(candidate).all, candidate.size());
+      errors != kFar)
+    return errors;
+  const std::string_view head = candidate.substr(0, candidate.find(" ("));
+  const Squeezed name(head);
+  if (const size_t errors = typingErrors(asked.all, name.all, head.size()); errors != kFar)
+    return kLongestCandidate + errors;
+  if (abbreviates(asked, name)) return 2 * kLongestCandidate;
+  return query.size() >= 3 && beginsAWord(query, candidate)
+             ? 3 * kLongestCandidate + std::max(query.size(), candidate.size())
+             : kFar;
 }
 
 }  // namespace nearest_detail
 
-/// Up to three candidates (a range of texts) nearest to `query`, ASCII letters in any case; equally
-/// near ones in the order given, no text twice. None that is far off. Does not allocate.
+/// Up to three candidates (a range of texts; null pointers are passed over) nearest to `query`,
+/// ASCII letters in any case; equally near ones in the order given, no text twice. None that is far
+/// off. Does not allocate.
 template <class Candidates>
 NearestNames nearestNames(std::string_view query, const Candidates &candidates) {
   using namespace nearest_detail;
   NearestNames found;
   std::array<size_t, NearestNames::kMost> scores{};
   for (const auto &element : candidates) {
+    if constexpr (std::is_pointer_v<std::remove_cvref_t<decltype(element)>>) {
+      if (!element) continue;
+    }
     const std::string_view name(element);
     if (std::find(found.begin(), found.end(), name) != found.end()) continue;
     const size_t score = badness(query, name);

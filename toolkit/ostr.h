@@ -16,9 +16,10 @@ OPRJ_API char *ostr_DuplicateN(const char *text, size_t length);
 /** 1 when both texts are equal, ASCII letters in either case; null equals null and "". */
 OPRJ_API int32_t ostr_EqualIgnoringCase(const char *first, const char *second);
 
-/** Finds up to three of `count` names that are nearest to `query` (typing errors, words of a longer
-    name; ASCII letters in either case) and stores them, borrowed, in `found`, best first. Returns
-   how many; none that is far off. */
+/** Finds up to three of `count` names that are nearest to `query` (typing errors, abbreviations,
+   words of a longer name; ASCII letters in either case, blanks and punctuation do not count; null
+   entries are passed over) and stores them, borrowed, in `found`, best first. Returns how many;
+   none that is far off. */
 OPRJ_API int32_t ostr_NearestNames(const char *query, const char *const *names, int32_t count,
                                    const char *found[3]);
 
