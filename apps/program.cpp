@@ -49,13 +49,17 @@ fs::path dataFolder() {
   return program.parent_path().parent_path() / OPRJ_INSTALL_DATA;
 }
 
-/// A table that stayed empty: every lookup would fail without telling why.
-Stop emptyTable(const char *table, const char *files, const char *variable) {
+/// Where a variable leads, for what is told when nothing is there.
+std::string placeOf(const char *variable) {
   const char *value = std::getenv(variable);
-  return {kUnusable,
-          std::string("there is no ") + table + " (" + files + "): " + variable +
-              (value && *value ? std::string("=") + value + " holds none that can be read"
-                               : " is not set, and \"" + dataFolder().string() + "\" holds none")};
+  return value && *value ? std::string(variable) + "=" + value
+                         : std::string(variable) + " is not set, and \"" + dataFolder().string() +
+                               "\" is not there";
+}
+
+/// A table that stayed empty: every lookup would fail without telling why.
+Stop emptyTable(const char *table, const char *variable) {
+  return {kUnusable, std::string("there is no ") + table + ": " + placeOf(variable)};
 }
 
 }  // namespace
@@ -78,10 +82,12 @@ Oint_Toolkit *startLibrary(const Console &console) {
   if (!toolkit) throw Stop(kUnusable, "the library cannot start: " + err.text());
   const Oprj_InitData *data = oprj_InitDataGet(toolkit, err.get());
   if (data && !data->queryTable)
-    throw emptyTable("projection dictionary", "mapprojections.dat", "ORVIK_PROJECTIONS_PATH");
+    throw emptyTable("projection dictionary (mapprojections.dat)", "ORVIK_PROJECTIONS_PATH");
   if (data && !data->spheroidTable)
-    throw emptyTable("table of spheroids", "spheroid*.tab", "ORVIK_DATUMS_PATH");
-  if (!data) throw Stop(kUnusable, "the reference data cannot be loaded: " + err.text());
+    throw emptyTable("table of spheroids (spheroid*.tab)", "ORVIK_DATUMS_PATH");
+  if (!data)
+    throw Stop(kUnusable, "the reference data cannot be loaded (" +
+                              placeOf("ORVIK_PROJECTIONS_PATH") + "): " + err.rootMessage());
   return toolkit;
 }
 

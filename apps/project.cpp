@@ -9,6 +9,17 @@
 namespace program {
 namespace {
 
+constexpr const char *kTextHelp =
+    "A header that names the columns says where the coordinates are; else they are columns 1 and "
+    "2, "
+    "or those of\n"
+    "--columns. The first line that can be read as a point settles what sets fields apart. Other "
+    "columns are passed\n"
+    "on; a line that cannot be read or projected keeps its place with nan. A field cannot hold a "
+    "line "
+    "break, even in\n"
+    "quotes.\n";
+
 struct Options {
   std::string from, to, columns, output, report;
   std::vector<std::string> files;
@@ -110,7 +121,7 @@ void addProject(CLI::App &app, const Console &console, Action &action) {
       ->check(CLI::IsMember({"json"}));
   command->add_option("files", options->files, "Input files; none or \"-\": standard input")
       ->type_name("FILE");
-  command->footer(kSystemHelp);
+  command->footer(std::string(kTextHelp) + kSystemHelp);
   command->callback([options, &console, &action] {
     action = [options, &console] { return run(*options, console); };
   });

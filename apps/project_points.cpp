@@ -96,8 +96,10 @@ void Projector::Meridian::count(const Oprj_Point *own, const Oprj_Point *other, 
   int32_t found = 0;
   for (int32_t i = 0; i < count; ++i) {
     const double turn = std::fabs(other[i].x - longitude);
-    found += ((turn > kLimit) & (std::fabs(turn - 2 * M_PI) > kLimit)) |
-             (std::fabs(own[i].x - east) > eastLimit) | (std::fabs(own[i].y - north) > northLimit);
+    const bool isFar = ((turn > kLimit) & (std::fabs(turn - 2 * M_PI) > kLimit)) |
+                       (std::fabs(own[i].x - east) > eastLimit) |
+                       (std::fabs(own[i].y - north) > northLimit);
+    found += isFar & !std::isunordered(own[i].x, other[i].x);  // those that failed are told already
   }
   far += found;
 }

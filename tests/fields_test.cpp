@@ -71,4 +71,38 @@ TEST(Fields, FixedDigitsAreTheCorrectlyRoundedOnes) {
   }
 }
 
+TEST(Fields, NumbersAreReadAsTheirColumnMeansThem) {
+  using enum program::Notation;
+  struct {
+    std::string field;
+    program::Notation notation;
+    double value;  ///< NaN: refused
+  } const cases[] = {
+      {"-1.5e2", kNumber, -150},
+      {" +7 ", kNumber, 7},
+      {"\"7\"", kNumber, 7},
+      {"", kNumber, NAN},
+      {"+-7", kNumber, NAN},
+      {"0x10", kNumber, NAN},
+      {"inf", kNumber, NAN},
+      {"1:30:00", kNumber, NAN},
+      {"7W", kNumber, NAN},
+      {"-1:30:00", kAngle, -1.5},
+      {"7W", kAngle, NAN},
+      {"7W", kLongitude, -7},
+      {"7e", kLongitude, 7},
+      {"7S", kLongitude, NAN},
+      {"7S", kLatitude, -7},
+      {"7W", kLatitude, NAN},
+      {{"7\0\0", 3}, kLatitude, NAN},
+      {{"7\0", 2}, kNumber, NAN},
+  };
+  for (const auto &row : cases) {
+    double value = NAN;
+    const char *reason = program::readNumber(row.field, row.notation, &value);
+    EXPECT_EQ(reason != nullptr, std::isnan(row.value)) << row.field;
+    EXPECT_TRUE(reason || value == row.value) << row.field << ' ' << value;
+  }
+}
+
 }  // namespace

@@ -24,6 +24,7 @@ void expectParts(const std::string &text, const std::string &parts) {
 
 TEST_F(Program, ReplacesTheCoordinatesAndKeepsTheRest) {
   const std::string file = folder_.write("point", "-75 40\n");
+  const std::string named = folder_.write("named", "lat,lon\n40,-75");
   struct {
     std::string options, in, out;
   } const cases[] = {
@@ -46,6 +47,17 @@ TEST_F(Program, ReplacesTheCoordinatesAndKeepsTheRest) {
       {"", "\"-75\",\"+40\",\"a,b\"\n", "500033.67,4427758.55,\"a,b\"\n"},
       {"", "-75:00:00,40:00:00\n", "500033.67,4427758.55\n"},
       {"", "", ""},
+      {"", "75W,40n\n", "500033.67,4427758.55\n"},
+      // what sets the fields apart is outside of quotes, and makes a point of the line
+      {"--columns 2,3", "\"A; b\",-75,40\n", "\"A; b\",500033.67,4427758.55\n"},
+      {"", "\"x; y\",lon,lat\n,-75,40\n", "\"x; y\",easting,northing\n,500033.67,4427758.55\n"},
+      {"", "-75 40 Reading, PA\n", "500033.67 4427758.55 Reading, PA\n"},
+      // names in other words, blanks around them, numbers beside them
+      {"", "Latitude (deg),POINT_LON\n40,-75\n", "northing,easting\n4427758.55,500033.67\n"},
+      {"--columns ' A , B '", "A,B\n-75,40\n", "easting,northing\n500033.67,4427758.55\n"},
+      {"--columns lon,lat", "7,lon,lat\n,-75,40\n", "7,easting,northing\n,500033.67,4427758.55\n"},
+      // one header for all files, a line each although the first file ends in one
+      {named + " " + named, "", "northing,easting\n4427758.55,500033.67\n4427758.55,500033.67"},
       // files in their order, standard input between them
       {file + " - " + file, "-75 40 x\n",
        "500033.67 4427758.55\n500033.67 4427758.55 x\n500033.67 4427758.55\n"},
@@ -72,6 +84,32 @@ TEST_F(Program, ABadLineKeepsItsPlaceAndIsToldWithReason) {
               "<stdin>:6:5: latitude beyond 90 degrees|<stdin>:7:1: longitude beyond 360 degrees|"
               "<stdin>:8:5: a coordinate is not a number|<stdin>:9:1: a coordinate is not a number|"
               "<stdin>:10:1: a coordinate is not a number");
+}
+
+TEST_F(Program, LinesThatCannotBeReadSpoilNoOthers) {
+  const std::string good = "-75,40\n", result = "500033.67,4427758.55\n";
+  struct {
+    std::string before, out, err;
+  } const cases[] = {
+      {"\n", "nan nan\n", "<stdin>:1:1: the line is blank"},
+      {"# a comment\n", "nan nan comment\n", "<stdin>:1:1: a coordinate is not a number"},
+      {"abc def\n", "nan nan\n", "first line \"abc def\" is no header|<stdin>:1:1: a coordinate"},
+      {"Breite,Laenge\n", "nan,nan\n", "first line \"Breite,Laenge\" is no header"},
+      {"40N,75W\n", "nan,nan\n", "<stdin>:1:1: a latitude stands where|the axes look swapped"},
+      {"-75,40E\n", "nan,nan\n", "<stdin>:1:5: a longitude stands where"},
+      {{"-7\0+07,40\n", 10}, "nan,nan\n", "<stdin>:1:1: a coordinate is not a number"},
+      {good + std::string(3 << 20, '1') + "\n", result + "nan,nan\n",
+       "<stdin>:2:1: the line is longer than 1048576 bytes"},
+      {good + "-75,40," + std::string(3 << 20, 'x') + "\n",
+       result + "nan,nan," + std::string(3 << 20, 'x') + "\n", "<stdin>:2:1: the line is longer"},
+  };
+  for (const auto &row : cases) {
+    const Outcome outcome = run(kFromTo + "--digits 2", row.before + good);
+    EXPECT_TRUE(outcome.out == row.out + result) << row.before.substr(0, 60) << "\n"
+                                                 << outcome.out.substr(0, 200);
+    EXPECT_EQ(outcome.status, 1);
+    expectParts(outcome.err, row.err);
+  }
 }
 
 TEST_F(Program, TellsTwentyReasonsAndThenASummary) {
@@ -121,6 +159,41 @@ TEST_F(Program, RefusesWhatItDoesNotKnowWithTheNearestNames) {
       {"Transverse Mercator; datum=WGS 84; lon_0=3; lon_0=4", "given twice"},
       {"Transverse Mercator; datum=WGS 84; p15=3", "p0 to p14"},
       {"99; datum=WGS 84", "no projection number 99"},
+      // keys before values; abbreviations, years, other spellings
+      {"utm; zone=17; datm=WGS 84", "has no key \"datm\" (did you mean \"datum\"?)"},
+      {"geographic; datum=ED50", "\"European 1950 (Mean)\""},
+      {"geographic; datum=OSGB36", "\"Ordnance Survey of Great Britain 1936 (Mean)\""},
+      {"geographic; datum=Tokio", "\"Tokyo (Japan)\""},
+      {"geographic; datum=nad1927", "\"NAD27\""},
+      {"geographic; spheroid=grs80", "\"GRS 1980\""},
+      {"lcc; datum=WGS 84", "\"Lambert Conformal Conic\""},
+      {"latlong; datum=WGS 84", "\"Geographic\""},
+      // State Plane zones belong to a datum
+      {"state plane; zone=405; datum=WGS 84", "needs nad"},
+      {"state plane; zone=405; spheroid=GRS 1980", "needs nad"},
+      {"state plane; zone=405; nad=27; datum=NAD83", "nad=27 contradicts datum=NAD83"},
+      {"state plane; zone=405; nad=27; datum=WGS 84", "has its zones on \"Clarke 1866\""},
+      {"state plane; zone=405; nad=83; p0=1", "has no key \"p0\""},
+      {"state plane; zone=999; nad=83", "no State Plane zone \"999\" under NAD83"},
+      {"utm; zone=17; nad=27; datum=NAD83", "nad=27 contradicts datum=NAD83"},
+      {"utm; zone=17; nad=27; a=6378137", "leave out spheroid, datum and nad"},
+      {"utm; zone=17N; south; datum=WGS 84", "zone=17N contradicts south"},
+      {"utm; zone=17S; south=no; datum=WGS 84", "zone=17S contradicts south=no"},
+      // each slot once, and only those that are read
+      {"5; datum=WGS 84; lat_0=10; lat_ts=45", "has no key \"lat_0\" (did you mean \"lat_ts\"?)"},
+      {"5; datum=WGS 84; lat_ts=45; p5=0.1", "\"lat_ts\" and \"p5\" fill the same slot"},
+      {"5; datum=WGS 84; p4=1; p04=2", "fill the same slot p4: it is given twice"},
+      {"5; datum=WGS 84; p9=1", "does not read \"p9\""},
+      {"20; datum=WGS 84; azimuth=30; lat_1=3", "does not read \"lat_1\" here|p12=0"},
+      {"20; datum=WGS 84; p12=7", "the choices are 0 (Two points on it), 1 ("},
+      // values that none has, and values that have no natural one
+      {"5; datum=WGS 84; lat_ts=45W", "not an angle of latitude"},
+      {"5; datum=WGS 84; lon_0=3N", "not an angle of longitude"},
+      {"5; datum=WGS 84; p5=95d", "a latitude beyond 90 degrees"},
+      {"9; datum=WGS 84; k_0=-1", "Invalid scale factor"},
+      {"4; datum=WGS 84; lat_2=40", "needs lat_1"},
+      {"6; datum=WGS 84; lon_0=3", "needs lat_ts"},
+      {"geographic; datum=NAD27 (CONUS) (MRE)", "cannot be made"},
       {"34; datum=WGS 84", "Projection Engine"},
       {"state plane; zone=Texas Centrall; nad=83", "Texas"},
       {"PROJCS[\"x\"]", "cannot be read"},
@@ -154,6 +227,22 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
        "-75 40\n", 0, "500000.00 4427547.18\n", ""},
       {"project --from 'geographic; datum=WGS 84' --to 'utm; zone=18; spheroid=Clarke 1866'",
        "-75 40\n-74 40\n", 0, "", "without a datum|2 points were not shifted"},
+      // results that are no place, and those of formulas beyond their zone
+      {"project --from 'utm; zone=18; datum=WGS 84' --to 'geographic; datum=WGS 84'", "5e7 3\n", 1,
+       "nan nan\n", "<stdin>:1:1: "},
+      {"project --from 'geographic; datum=WGS 84' --to 'utm; zone=18; datum=WGS 84'",
+       "-60 40\n-75 40\n300 40\n", 0, "", "2 points lie more than 10 degrees beside the central"},
+      // one parallel is both; letters and minutes mean degrees
+      {"project --digits 2 --from 'geographic; datum=WGS 84' --to '4; datum=WGS 84; lat_1=40'",
+       "1 41\n", 0, "84146.25 4894993.25\n", ""},
+      {"project --from 'geographic; datum=WGS 84; units=radians' --to 'utm; zone=18; nad=27'",
+       "1:30:00,0:30:00\n", 3, "", "needs the grid"},
+      {"project --from 'geographic; datum=WGS 84; units=radians' --to 'utm; zone=18; datum=WGS 84'",
+       "1:30:00,0:30:00\n", 1, "nan,nan\n", "<stdin>:1:1: a coordinate is not a number"},
+      {"explain --from 'geographic; datum=NAD27' --to 'geographic; datum=WGS 84'", "", 3,
+       "nad27.dat", ""},
+      {"define", "State Plane\n405\nnad83\n", 0, "Zone number = 405", "oprj: warning: |nad27.dat"},
+      {"prject", "", 2, "", "no command \"prject\" (did you mean \"project\"?)"},
       {dms + "--digits 3", "500000 0\n", 0, "-75:00:00.000 0:00:00.000\n", ""},
       {dms + "--digits 2", "500000 4427757.2187\n", 0, "-75:00:00.00 40:00:00.00\n", ""},
       {"describe 'utm; zone=17; datum=NAD27 (CONUS)'", "", 0,
@@ -176,10 +265,11 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
     expectParts(outcome.out, row.out);
     expectParts(outcome.err, row.err);
   }
-  for (const std::string &wrong :
-       std::vector<std::string>{"", "projekt", "project", "project --from x", "list",
-                                "list planets", "project --digits 99 --from a --to b",
-                                "project --csv --binary --from a --to b", dms + "--columns 1"})
+  for (const std::string &wrong : std::vector<std::string>{
+           "", "projekt", "project", "project --from x", "list", "list planets",
+           "project --digits 99 --from a --to b", "project --csv --binary --from a --to b",
+           dms + "--columns 1", kFromTo + "--dms", kFromTo + "--binary --digits 3",
+           kFromTo + "--columns 1,1", kFromTo + "--columns 2,x"})
     EXPECT_EQ(run(wrong, "1 2\n").status, 2) << wrong;
 }
 
@@ -200,8 +290,10 @@ TEST_F(Program, BinaryAgreesWithText) {
     EXPECT_EQ(out[i], value);
   }
   for (int i = 4; i < 8; ++i) EXPECT_TRUE(std::isnan(out[i]));
+  expectParts(outcome.err, "<stdin>:4:1: a coordinate is not a number");
   const Outcome cut = run(kFromTo + "--binary", bytes.substr(0, 20));
   EXPECT_EQ(cut.status, 4);
+  EXPECT_EQ(cut.out, result.substr(0, 16)) << "what was whole";
   expectParts(cut.err, "middle of a point");
 }
 
@@ -211,7 +303,16 @@ TEST_F(Program, InputAndOutputFailuresAreNoticed) {
   EXPECT_EQ(run(kFromTo + "-o /dev/full " + points).status, 4);
   EXPECT_EQ(run(kFromTo + "-o /nowhere/out " + points).status, 4);
   EXPECT_EQ(run(kFromTo + "-o " + points + " " + points).status, 2);
+  // an output keeps what it holds until there are results
+  for (const std::string &wrong : {points + " " + path("missing"), "--columns a,b " + points})
+    EXPECT_NE(run(kFromTo + "-o " + path("kept") + " " + wrong).status, 0);
+  EXPECT_EQ(access(path("kept").c_str(), F_OK), -1) << "nor is it made";
+  EXPECT_EQ(run(kFromTo + "-o " + path("in") + " -", "-75 40\n").status, 2) << "stdin's own file";
+  EXPECT_EQ(readFile(path("in")), "-75 40\n");
+  EXPECT_EQ(run(kFromTo + "-o " + points + " " + points).status, 2);
   EXPECT_EQ(readFile(points), "-75 40\n") << "not emptied";
+  for (const std::string answer : {"--help", "--version", "list units"})
+    EXPECT_EQ(run(answer + " > /dev/full").status, 4) << answer;
   // a reader that goes away
   std::string many;
   for (int i = 0; i < 100000; ++i) many += "-75 40\n";

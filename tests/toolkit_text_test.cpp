@@ -144,6 +144,10 @@ TEST(Nearest, SuggestsWhatWasProbablyMeant) {
       {std::string(1000, 'a'), ""}};
   for (const auto &[query, hint] : cases)
     EXPECT_EQ(orvik::toolkit::nearestHint(query, projections), hint) << query.substr(0, 80);
+  const char *const withHoles[] = {nullptr, "UTM", nullptr};
+  const char *found[3];
+  EXPECT_EQ(ostr_NearestNames("UTN", withHoles, 3, found), 1);
+  EXPECT_STREQ(found[0], "UTM");
 }
 
 }  // namespace
