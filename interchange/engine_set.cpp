@@ -51,11 +51,16 @@ int32_t peProjectionConvertPossible(const void *, const char *title, Oerr_Report
   ErrorScope e("peProjectionConvertPossible", err);
   return sameTitle(title, OPRJ_TITLE_NATIVE) || sameTitle(title, OPRJ_TITLE_PE);
 }
+Failed noConversion(const char *operation, Oerr_Report **err) {
+  ErrorScope e(operation, err);
+  noEngine("oprj_COORDSYSToMapProjection", e.cause());
+  return e.fail(1, "oprj_COORDSYSToMapProjection failed");
+}
 void *peProjectionConvert(const void *, const char *, Oerr_Report **err) {
-  return noEngine("peProjectionConvert", err);
+  return noConversion("peProjectionConvert", err);
 }
 void *peProjectionConvertWithUnits(const void *, const char *, char **, Oerr_Report **err) {
-  return noEngine("peProjectionConvertWithUnits", err);
+  return noConversion("peProjectionConvertWithUnits", err);
 }
 void *peProjectionCSRGet(const void *data, const char *title, Oerr_Report **err) {
   ErrorScope e("peProjectionCSRGet", err);

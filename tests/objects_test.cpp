@@ -272,6 +272,10 @@ TEST(FunctionSets, NativeAndEngineOperationsReportUnderTheirNames) {
   expectChain(err, "nativeProjectionConvertFromMIFable: Unrecognized design name (1)");
   engine.gcsTransform(nullptr, nullptr, 1, nullptr, err);
   expectChain(err, "peGCSTransform: Cannot do a pe based geographic transformation yet (1)");
+  engine.convert(nullptr, OPRJ_TITLE_NATIVE, err);
+  expectChain(err,
+              "peProjectionConvert: oprj_COORDSYSToMapProjection failed (1) < "
+              "oprj_COORDSYSToMapProjection: The Projection Engine is not built in yet (1)");
   engine.equal2(nullptr, nullptr, err);
   expectChain(err, "peProjectionEqual2: Unimplemented (1)");
   engine.applyInverse3D(nullptr, nullptr, nullptr, 1, err);
