@@ -2,6 +2,8 @@
 #ifndef OPRJ_APPS_SYSTEM_H
 #define OPRJ_APPS_SYSTEM_H
 
+#include <cmath>
+
 #include "fields.h"
 #include "program.h"
 
@@ -15,9 +17,8 @@ struct System {
   /// Why the datum's grid cannot be used, when it cannot: fatal only when a shift needs it.
   std::string gridTrouble;
 
-  bool inDegrees() const {
-    return geographic && unitFactor == ocvt_UnitSetByName("dd", nullptr)->factor;
-  }
+  /// Degrees may be written with minutes, seconds and the letters of their axis.
+  bool inDegrees() const { return geographic && std::fabs(unitFactor - kDegree) < 1e-15; }
   Notation xNotation() const { return inDegrees() ? Notation::kLongitude : Notation::kNumber; }
   Notation yNotation() const { return inDegrees() ? Notation::kLatitude : Notation::kNumber; }
   const char *name() const { return record->proName.data; }
