@@ -26,6 +26,13 @@ inline void expectChain(const Slot &err, const std::string &head) {
   EXPECT_EQ(err.chain().substr(0, head.size()), head) << err.chain();
 }
 
+/// The operation gave no result, and its chain of reports begins like this.
+template <class Result>
+void expectFailure(const Result &result, const Slot &err, const std::string &head) {
+  EXPECT_FALSE(result) << head;
+  expectChain(err, head);
+}
+
 inline Oint_Toolkit *theToolkit() { return oint_InitToolkit(nullptr); }
 
 inline RecordPtr makeRecord(int32_t number, std::initializer_list<double> entries,

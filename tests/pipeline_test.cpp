@@ -6,7 +6,6 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "tests/objects_support.h"
@@ -36,20 +35,16 @@ Points spread(bool projected) {
 }
 
 TEST(Pipeline, ResultsDependOnThePointAlone) {
-  struct Job {
+  const struct {
     const char *what;
     RecordPtr in, out;
     bool projected;
-  };
-  const Job jobs[] = {
-      {"same datum", transverseMercator(9), transverseMercator(12), true},
-      {"translation", transverseMercator(9, "International 1909", "European 1950 (Mean)"),
-       makeRecord(1, {0, 0, 0, 0}, "WGS 84", "WGS 84", 33), true},
-      {"seven parameters",
-       geographic("Airy",
-                  "Ordnance Survey of Great Britain 1936 (Mean, 7 "
-                  "parameters)"),
-       transverseMercator(9), false}};
+  } jobs[] = {{"same datum", transverseMercator(9), transverseMercator(12), true},
+              {"translation", transverseMercator(9, "International 1909", "European 1950 (Mean)"),
+               makeRecord(1, {0, 0, 0, 0}, "WGS 84", "WGS 84", 33), true},
+              {"seven parameters",
+               geographic("Airy", "Ordnance Survey of Great Britain 1936 (Mean, 7 parameters)"),
+               transverseMercator(9), false}};
   for (const auto &job : jobs) {
     SCOPED_TRACE(job.what);
     const auto pair = makePair(job.in, job.out);
@@ -72,22 +67,16 @@ TEST(Pipeline, ResultsDependOnThePointAlone) {
         EXPECT_EQ(out[static_cast<size_t>(count)].x, kUntouched.x) << count;
       }
     }
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-      threads.emplace_back([&] {
-        for (int run = 0; run < 20; ++run) {
-          Oprj_Point *made = oprj_ProjectPair(pair.get(), in.data(), nullptr, kCount, nullptr);
-          EXPECT_TRUE(made && same(made, one.data(), kCount));
-          oprj_PointsFree(&made);
-        }
-      });
-    for (auto &thread : threads) thread.join();
-    forEachAllocationFailure([&](Oerr_Report **slot) {
+    const auto anew = [&](Oerr_Report **slot) {
       Oprj_Point *made = oprj_ProjectPair(pair.get(), in.data(), nullptr, kCount, slot);
-      const bool done = made;
+      const bool done = made && same(made, one.data(), kCount);
       oprj_PointsFree(&made);
       return done;
+    };
+    inThreads(4, [&](size_t) {
+      for (int run = 0; run < 20; ++run) EXPECT_TRUE(anew(nullptr));
     });
+    forEachAllocationFailure(anew);
   }
 }
 
@@ -106,9 +95,7 @@ TEST(Pipeline, AgreesWithProj) {
   ASSERT_NE(peer, nullptr);
   const Points in = spread(true);
   Points out(kCount);
-  Slot err;
-  oprj_ProjectPair(pair.get(), in.data(), out.data(), kCount, err);
-  expectNoReport(err);
+  EXPECT_NE(oprj_ProjectPair(pair.get(), in.data(), out.data(), kCount, nullptr), nullptr);
   double worst = 0;
   for (size_t i = 0; i < kCount; ++i) {
     const PJ_COORD p = proj_trans(peer.get(), PJ_FWD, proj_coord(in[i].x, in[i].y, 0, 0));
@@ -119,31 +106,26 @@ TEST(Pipeline, AgreesWithProj) {
 }
 
 TEST(Pipeline, StageByStageDecidesWhatIsReportedAndWritten) {
-  struct Stage {
-    int32_t code;
-    const char *chain;
-  };
-  const Stage inverse = {10205,
-                         "ProjectionApplyInverse failed (10205) < nativeProjectionApplyInverse: "
-                         "toLL failed (1) < markedToLL: stopped (4)"};
-  const Stage shift = {10212,
-                       "GCSTransform failed (10212) < nativeGCSTransform: oprj_DatumShift failed "
-                       "(16350) < oprj_DatumShift: "};
-  const Stage forward = {10220,
-                         "ProjectionApply failed (10220) < nativeProjectionApply: fromLL failed "
-                         "(1) < markedFromLL: stopped (4)"};
-  struct Row {
+  const char *const inverse =
+      "ProjectionApplyInverse failed (10205) < nativeProjectionApplyInverse: toLL failed (1) < "
+      "markedToLL: stopped (4)";
+  const char *const shift =
+      "GCSTransform failed (10212) < nativeGCSTransform: oprj_DatumShift failed (16350) < "
+      "oprj_DatumShift: ";
+  const char *const forward =
+      "ProjectionApply failed (10220) < nativeProjectionApply: fromLL failed (1) < "
+      "markedFromLL: stopped (4)";
+  const struct {
     const char *what;
     int32_t stopInverse, stopForward;  ///< index of the point that a leg stops at, or -1
     bool stopShift;
-    const Stage &told;
+    const char *chain;
     int32_t stopped, inverted, projected;  ///< the point told, and how many got through each leg
-  };
-  const Row rows[] = {{"inverse late, forward early", 2500, 10, false, inverse, 2500, 2500, 0},
-                      {"inverse first", 0, -1, false, inverse, 0, 0, 0},
-                      {"shift before forward", -1, 10, true, shift, -1, kCount, 0},
-                      {"inverse before shift", 2900, -1, true, inverse, 2900, 2900, 0},
-                      {"forward in a later tile", -1, 2047, false, forward, 2047, kCount, 2047}};
+  } rows[] = {{"inverse late, forward early", 2500, 10, false, inverse, 2500, 2500, 0},
+              {"inverse first", 0, -1, false, inverse, 0, 0, 0},
+              {"shift before forward", -1, 10, true, shift, -1, kCount, 0},
+              {"inverse before shift", 2900, -1, true, inverse, 2900, 2900, 0},
+              {"forward in a later tile", -1, 2047, false, forward, 2047, kCount, 2047}};
   Points in(kCount);
   for (int32_t i = 0; i < kCount; ++i) in[static_cast<size_t>(i)] = {2000.0 * i, -2000.0 * i};
   for (const auto &row : rows) {
@@ -169,18 +151,19 @@ TEST(Pipeline, StageByStageDecidesWhatIsReportedAndWritten) {
                                              to.get(), "meters", kCount, err)
                      : oprj_Project(given.data(), from.get(), result, to.get(), kCount, err);
       };
-      EXPECT_EQ(project(out.data()), nullptr);
-      expectChain(err,
-                  (units ? "oprj_ProjectWithUnits: Error returned from oprj_Project (6) < " : "") +
-                      std::string("oprj_Project: ") + row.told.chain);
-      int64_t index = -1;
-      double x = 0, y = 0;
-      EXPECT_EQ(oerr_PointGet(err.get(), &index, &x, &y), row.stopped >= 0);
-      EXPECT_EQ(index, row.stopped);
-      if (row.stopped >= 0) {
-        const Oprj_Point told{x, y};
-        EXPECT_TRUE(same(&told, &given[static_cast<size_t>(row.stopped)], 1)) << "as it was given";
-      }
+      // The point is told as it was given, also when it is overwritten.
+      const auto refuses = [&](Oprj_Point *result) {
+        EXPECT_EQ(project(result), nullptr);
+        expectChain(
+            err, (units ? "oprj_ProjectWithUnits: Error returned from oprj_Project (6) < " : "") +
+                     std::string("oprj_Project: ") + row.chain);
+        int64_t index = -1;
+        Oprj_Point told{};
+        EXPECT_EQ(oerr_PointGet(err.get(), &index, &told.x, &told.y), row.stopped >= 0);
+        EXPECT_EQ(index, row.stopped);
+        EXPECT_TRUE(row.stopped < 0 || same(&told, &before[static_cast<size_t>(row.stopped)], 1));
+      };
+      refuses(out.data());
       for (int32_t i = 0; i < kCount; ++i) {
         const double at = i < row.projected  ? 2000.0 * i + 5
                           : i < row.inverted ? 1000.0 * i
@@ -188,13 +171,8 @@ TEST(Pipeline, StageByStageDecidesWhatIsReportedAndWritten) {
         ASSERT_NEAR(out[static_cast<size_t>(i)].x, at, 1e-9) << i;
       }
       EXPECT_TRUE(same(given.data(), before.data(), kCount)) << "input arrays are never changed";
-      EXPECT_EQ(project(nullptr), nullptr);  // and the array made for it is gone again: LeakCheck
-      EXPECT_EQ(project(given.data()), nullptr);  // in place
-      EXPECT_EQ(oerr_PointGet(err.get(), nullptr, &x, &y), row.stopped >= 0);
-      if (row.stopped >= 0) {
-        const Oprj_Point told{x, y};
-        EXPECT_TRUE(same(&told, &before[static_cast<size_t>(row.stopped)], 1)) << "as it was given";
-      }
+      refuses(nullptr);  // and the array made for it is gone again: LeakCheck
+      refuses(given.data());
     }
   }
 }
@@ -212,10 +190,9 @@ TEST(Pipeline, EqualSystemsCopyTheirPoints) {
   out = oprj_Project(in.data(), nullptr, nullptr, nullptr, -5, err);
   EXPECT_NE(out, nullptr) << "two missing handles are equal, a negative count is none";
   oprj_PointsFree(&out);
-  EXPECT_EQ(oprj_ProjectPair(pair.get(), nullptr, nullptr, 3, err), nullptr);
-  expectChain(err,
-              "oprj_ProjectPair: Error returned from oprj_Project (1) < "
-              "oprj_Project: oprj_PointsCopy failed (10152) < oprj_PointsCopy: ");
+  expectFailure(oprj_ProjectPair(pair.get(), nullptr, nullptr, 3, err), err,
+                "oprj_ProjectPair: Error returned from oprj_Project (1) < "
+                "oprj_Project: oprj_PointsCopy failed (10152) < oprj_PointsCopy: ");
 }
 
 TEST(Pipeline, ReportsWhatItCannotCombine) {
@@ -236,42 +213,39 @@ TEST(Pipeline, ReportsWhatItCannotCombine) {
   Oprj_MapProjectionEx vague = *plain;
   vague.functions = &lacking;
   Oprj_Point point{0.1, 0.2}, out{};
-  struct Row {
+  const struct {
     const Oprj_MapProjectionEx *in, *out;
     int32_t count, code;
     const char *message;
-  };
-  const Row rows[] = {{plain.get(), nullptr, 1, 10187, "Unimplemented"},
-                      {nullptr, plain.get(), 1, 10187, "Unimplemented"},
-                      {plain.get(), engine.get(), 1, 10187, "Unimplemented"},
-                      {engine.get(), engine2.get(), 1, 10146, "oprj_MapProjectionEqual failed"},
-                      {bare.get(), plain.get(), 1, 10146, "oprj_MapProjectionEqual failed"},
-                      {&vague, mercator.get(), 1, 10192, "ProjectionGCSRGet failed"},
-                      {mercator.get(), &vague, 1, 10196, "ProjectionGCSRGet failed"},
-                      {shifted.get(), mercator.get(), 0, 10212, "GCSTransform failed"},
-                      {shifted.get(), mercator.get(), -1, 10212, "GCSTransform failed"},
-                      {plain.get(), mercator.get(), 0, 0, ""}};
+  } rows[] = {{plain.get(), nullptr, 1, 10187, "Unimplemented"},
+              {nullptr, plain.get(), 1, 10187, "Unimplemented"},
+              {plain.get(), engine.get(), 1, 10187, "Unimplemented"},
+              {engine.get(), engine2.get(), 1, 10146, "oprj_MapProjectionEqual failed"},
+              {bare.get(), plain.get(), 1, 10146, "oprj_MapProjectionEqual failed"},
+              {&vague, mercator.get(), 1, 10192, "ProjectionGCSRGet failed"},
+              {mercator.get(), &vague, 1, 10196, "ProjectionGCSRGet failed"},
+              {shifted.get(), mercator.get(), 0, 10212, "GCSTransform failed"},
+              {shifted.get(), mercator.get(), -1, 10212, "GCSTransform failed"},
+              {plain.get(), mercator.get(), 0, 0, ""}};
+  Slot err;
   for (const auto &row : rows) {
-    Slot err;
-    Oprj_Point *given[] = {&out, nullptr};
-    for (Oprj_Point *result : given) {
+    for (Oprj_Point *result : {&out, static_cast<Oprj_Point *>(nullptr)}) {
       Oprj_Point *made = oprj_Project(&point, row.in, result, row.out, row.count, err);
       EXPECT_EQ(made != nullptr, row.code == 0);
       if (row.code != 0) expectReport(err, "oprj_Project", row.code, row.message);
       if (!result) oprj_PointsFree(&made);
     }
   }
-  Slot err;
-  EXPECT_EQ(oprj_Project(nullptr, plain.get(), &out, mercator.get(), 1, err), nullptr);
-  expectReport(err, "oprj_Project", 10205, "ProjectionApplyInverse failed");
+  expectFailure(oprj_Project(nullptr, plain.get(), &out, mercator.get(), 1, err), err,
+                "oprj_Project: ProjectionApplyInverse failed (10205)");
   for (const auto leg : {oprj_ProjectToLatLon, oprj_ProjectFromLatLon}) {
     EXPECT_EQ(leg(&point, nullptr, nullptr, 1, err), nullptr);
     EXPECT_TRUE(err.chain().ends_with("LatLon: Invalid input projection (1)")) << err.chain();
     EXPECT_EQ(leg(nullptr, mercator.get(), nullptr, 1, err), nullptr);
     EXPECT_EQ(oerr_CodeGet(err.get()), 3) << err.chain();
   }
-  EXPECT_EQ(oprj_ProjectPair(nullptr, &point, &out, 1, err), nullptr);
-  expectReport(err, "oprj_ProjectPair", 2, "Invalid input Oprj_ProjectionPair");
+  expectFailure(oprj_ProjectPair(nullptr, &point, &out, 1, err), err,
+                "oprj_ProjectPair: Invalid input Oprj_ProjectionPair (2)");
 
   // An undefined datum on either side, or a missing name, turns the shift off.
   Oprj_Point direct{};
@@ -293,19 +267,20 @@ TEST(Units, VariantsAreConversionsAroundTheProjection) {
   const auto pair = makePair(transverseMercator(9), geographic("Clarke 1866", "Clarke 1866"));
   const Points in = spread(true);
   Slot err;
-  struct Row {
-    const char *in, *out;
+  const auto convert = [&](Points &points, const char *from, const char *to) {
+    if (from && to) oprj_PointsConvertByUnitName(points.data(), kCount, from, to, err);
   };
-  for (const auto &[inUnit, outUnit] : {Row{"us_survey_feet", "degrees"},
-                                        {"meters", "radians"},
-                                        {nullptr, "Minutes"},
-                                        {"kilometers", nullptr},
-                                        {nullptr, nullptr}}) {
+  for (const auto &[inUnit, outUnit] :
+       {std::pair<const char *, const char *>{"us_survey_feet", "degrees"},
+        {"meters", "radians"},
+        {nullptr, "Minutes"},
+        {"kilometers", nullptr},
+        {nullptr, nullptr}}) {
     SCOPED_TRACE(std::string(inUnit ? inUnit : "-") + " to " + (outUnit ? outUnit : "-"));
     Points metres = in, expected(kCount), out(kCount), given = in;
-    if (inUnit) oprj_PointsConvertByUnitName(metres.data(), kCount, inUnit, "meters", err);
+    convert(metres, inUnit, "meters");
     oprj_ProjectPair(pair.get(), metres.data(), expected.data(), kCount, err);
-    if (outUnit) oprj_PointsConvertByUnitName(expected.data(), kCount, "radians", outUnit, err);
+    convert(expected, "radians", outUnit);
     const int64_t blocks = omsc_HeapBlockCount();
     omsc_HeapFailNth(1);
     EXPECT_NE(oprj_ProjectPairWithUnits(pair.get(), given.data(), inUnit, out.data(), outUnit,
@@ -319,13 +294,13 @@ TEST(Units, VariantsAreConversionsAroundTheProjection) {
 
     // The legs alone.
     oprj_ProjectToLatLon(metres.data(), pair->in, expected.data(), kCount, err);
-    if (outUnit) oprj_PointsConvertByUnitName(expected.data(), kCount, "radians", outUnit, err);
+    convert(expected, "radians", outUnit);
     oprj_ProjectToLatLonWithUnits(in.data(), inUnit, pair->in, out.data(), outUnit, kCount, err);
     EXPECT_TRUE(same(out.data(), expected.data(), kCount));
     Points angles = out, back(kCount);
-    if (outUnit) oprj_PointsConvertByUnitName(angles.data(), kCount, outUnit, "radians", err);
+    convert(angles, outUnit, "radians");
     oprj_ProjectFromLatLon(angles.data(), pair->in, expected.data(), kCount, err);
-    if (inUnit) oprj_PointsConvertByUnitName(expected.data(), kCount, "meters", inUnit, err);
+    convert(expected, "meters", inUnit);
     oprj_ProjectFromLatLonWithUnits(out.data(), outUnit, pair->in, back.data(), inUnit, kCount,
                                     err);
     EXPECT_TRUE(same(back.data(), expected.data(), kCount));
@@ -341,18 +316,17 @@ TEST(Units, FailuresNameTheStageAndTheKindOfPoints) {
   const LeakCheck leaks;
   const auto mercator = makeHandle(transverseMercator(9)), plain = makeHandle(geographic());
   const HandlePtr engine(oprj_ProjectionInitInternal(OPRJ_TITLE_PE, nullptr, nullptr));
-  struct Row {
+  const auto convert = [](const char *points) {
+    return std::string("Error returned from oprj_PointsConvertByUnitName for ") + points;
+  };
+  const struct {
     const Oprj_MapProjectionEx *in;
     const char *inUnit;
     const Oprj_MapProjectionEx *out;
     const char *outUnit;
     int32_t code;
     std::string message;
-  };
-  const auto convert = [](const char *points) {
-    return std::string("Error returned from oprj_PointsConvertByUnitName for ") + points;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {nullptr, "feet", plain.get(), "degrees", 1, "Invalid input projection"},
       {plain.get(), "feet", nullptr, "degrees", 1, "Invalid input projection"},
       {plain.get(), "feet", engine.get(), "degrees", 2, "OPRJ_PROPARAMETERS_GET failed"},
@@ -362,11 +336,10 @@ TEST(Units, FailuresNameTheStageAndTheKindOfPoints) {
       {plain.get(), "degrees", mercator.get(), "degrees", 7, convert("output projected points")},
       {mercator.get(), "feet", plain.get(), "other", 7, convert("output LL")}};
   const Oprj_Point point{1, 2};
+  Slot err;
   for (const auto &row : rows) {
-    Slot err;
-    EXPECT_EQ(
-        oprj_ProjectWithUnits(&point, row.in, row.inUnit, nullptr, row.out, row.outUnit, 1, err),
-        nullptr);
+    EXPECT_FALSE(
+        oprj_ProjectWithUnits(&point, row.in, row.inUnit, nullptr, row.out, row.outUnit, 1, err));
     expectReport(err, "oprj_ProjectWithUnits", row.code, row.message.c_str());
   }
 
@@ -376,36 +349,31 @@ TEST(Units, FailuresNameTheStageAndTheKindOfPoints) {
                                                                      setUnit + "inUnit"},
         {"feet", "fet", 2, setUnit + "outUnit"},
         {"feet", "degrees", 3, "Error returned from ocvt_UnitsConvert for the x value"}}) {
-    Slot err;
     Oprj_Point kept = point;
     EXPECT_EQ(oprj_PointsConvertByUnitName(&kept, 1, from, to, err), 0);
     expectReport(err, "oprj_PointsConvertByUnitName", code, message.c_str());
     EXPECT_TRUE(same(&kept, &point, 1));
   }
-  Slot err;
-  EXPECT_EQ(oprj_PointsConvertByUnitName(nullptr, 1, "feet", "meters", err), 0);
-  expectReport(err, "oprj_PointsConvertByUnitName", 5, "Invalid input points");
+  expectFailure(oprj_PointsConvertByUnitName(nullptr, 1, "feet", "meters", err), err,
+                "oprj_PointsConvertByUnitName: Invalid input points (5)");
   EXPECT_EQ(oprj_PointsConvertByUnitName(nullptr, 0, "feet", "meters", err), 1);
 }
 
 TEST(Units, SizesOnTheSphere) {
   const LeakCheck leaks;
   Slot err;
+  // GRS 1980's authalic radius, 6371007.181 m [Moritz, Geodetic Reference System 1980]; without a
+  // record, or with one whose spheroid was never filled in, the nominal sphere.
   const auto grs = geographic("GRS 1980", "NAD83 (DMA)");
-  // GRS 1980's authalic radius, 6371007.181 m [Moritz, Geodetic Reference System 1980].
-  const double degree = 6371007.181 * kDegree;
-  EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), grs.get(), 1, err), degree, 1e-3);
-  EXPECT_NEAR(oprj_ConvertLonSizeToMeters(theToolkit(), grs.get(), 2, 60, err), degree, 1e-3);
-  EXPECT_NEAR(oprj_ConvertMetersToLatSize(theToolkit(), grs.get(), degree, err), 1, 1e-9);
-  EXPECT_NEAR(oprj_ConvertMetersToLonSize(theToolkit(), grs.get(), degree, -60, err), 2, 1e-9);
-  // Without a record: the nominal sphere, 6370997 m.
-  EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), nullptr, 1, err), 6370997 * kDegree, 1e-6);
-  EXPECT_NEAR(oprj_ConvertMetersToLonSize(theToolkit(), nullptr, 6370997 * kDegree, 0, err), 1,
-              1e-12);
-  // and for a record whose spheroid was never filled in
-  const RecordPtr unfilled(oprj_ProParametersCreate(nullptr));
-  EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), unfilled.get(), 1, err), 6370997 * kDegree,
-              1e-6);
+  const RecordPtr none, unfilled(oprj_ProParametersCreate(nullptr));
+  for (const auto &[record, radius] :
+       {std::pair{grs.get(), 6371007.181}, {none.get(), 6370997.0}, {unfilled.get(), 6370997.0}}) {
+    const double degree = radius * kDegree;
+    EXPECT_NEAR(oprj_ConvertLatSizeToMeters(theToolkit(), record, 1, err), degree, 1e-3);
+    EXPECT_NEAR(oprj_ConvertLonSizeToMeters(theToolkit(), record, 2, 60, err), degree, 1e-3);
+    EXPECT_NEAR(oprj_ConvertMetersToLatSize(theToolkit(), record, degree, err), 1, 1e-9);
+    EXPECT_NEAR(oprj_ConvertMetersToLonSize(theToolkit(), record, degree, -60, err), 2, 1e-9);
+  }
   expectNoReport(err);
   oprj_ConvertLonSizeToMeters(nullptr, nullptr, 1, 0, err);
   expectReport(err, "oprj_ConvertLonSizeToMeters", 2, "Error returned from oprj_SpheroidByName");
