@@ -60,7 +60,8 @@ int main(int argc, char **argv) {
   app.footer(kSystemHelp);
   app.set_version_flag("-V,--version", "oprj " OPRJ_VERSION);
   app.add_flag("-v,--verbose", console.verbose, "Tell what is done, on standard error");
-  app.add_flag("-q,--quiet", console.quiet, "No warnings; reasons of failed points are told all the same");
+  app.add_flag("-q,--quiet", console.quiet,
+               "No warnings; reasons of failed points are told all the same");
   app.require_subcommand(1);
   app.fallthrough();
   addProject(app, console, action);
