@@ -56,7 +56,6 @@ struct Family {
 
 /// Entries of proParams by index; angles in radians (write 45 * kDeg).
 using Entries = std::vector<std::pair<int, double>>;
-using EntryList = std::initializer_list<std::pair<int, double>>;
 
 /// A parameter record of `count` entries; the axes may be {0, 0}: a spheroid never filled in.
 class Record {

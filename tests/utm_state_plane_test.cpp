@@ -42,7 +42,7 @@ using PjPtr = std::unique_ptr<PJ, Free>;
 
 /// A UTM or State Plane record.
 struct ZoneRecord : Record {
-  ZoneRecord(int32_t number, int32_t zone, EntryList entries, Axes axes = kClarke1866,
+  ZoneRecord(int32_t number, int32_t zone, const Entries &entries, Axes axes = kClarke1866,
              int32_t count = 4)
       : Record(number, entries, axes, count) {
     get()->proZone = zone;
