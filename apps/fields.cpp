@@ -116,6 +116,14 @@ const char *readNumber(std::string_view field, Notation notation, double *value)
   return nullptr;
 }
 
+char *writeShortest(char *to, double value) {
+  constexpr double kSmallest = 1e-5, kLargest = 1e15;
+  const double size = std::fabs(value);
+  if (size < kLargest && (size >= kSmallest || size == 0.0))
+    return std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed).ptr;
+  return std::to_chars(to, to + kLongestNumber, value).ptr;
+}
+
 char *writeFixed(char *to, double value, int digits) {
   // up to here a power of ten times a number is a double with its fraction and its rounding error
   constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};

@@ -48,6 +48,10 @@ inline constexpr size_t kLongestNumber = 340;
 /// end.
 char *writeFixed(char *to, double value, int digits);
 
+/// Writes a finite number by the fewest digits that reproduce it, without an exponent when its size
+/// is ordinary. Returns the end.
+char *writeShortest(char *to, double value);
+
 }  // namespace program
 
 #endif

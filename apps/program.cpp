@@ -2,10 +2,11 @@
 
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+
+#include "fields.h"
 
 namespace program {
 
@@ -112,11 +113,8 @@ std::string referenceFile(const char *name) {
 }
 
 std::string numberText(double value, int digits) {
-  char text[400];
-  const auto end =
-      digits < 0 ? std::to_chars(text, text + sizeof text, value)
-                 : std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits);
-  return {text, end.ptr};
+  char text[kLongestNumber];
+  return {text, digits < 0 ? writeShortest(text, value) : writeFixed(text, value, digits)};
 }
 
 std::string lower(std::string_view text) {

@@ -1,6 +1,5 @@
 // oprj project on delimited text.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -211,7 +210,7 @@ class TextJob::Lines {
     if (std::isnan(value)) return std::copy_n("nan", 3, to);
     if (format_.dms)
       return writeDms(to, value, format_.digits < 0 ? 5 : std::min(format_.digits, 9));
-    if (format_.digits < 0) return std::to_chars(to, to + kLongestNumber, value).ptr;
+    if (format_.digits < 0) return writeShortest(to, value);
     return writeFixed(to, value, format_.digits);
   }
 

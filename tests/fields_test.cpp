@@ -105,4 +105,18 @@ TEST(Fields, NumbersAreReadAsTheirColumnMeansThem) {
   }
 }
 
+TEST(Fields, ShortestDigitsHaveNoExponentAtOrdinarySizes) {
+  for (const auto &[value, text] : {std::pair{500000.0, "500000"},
+                                    {-0.0, "-0"},
+                                    {1e-5, "0.00001"},
+                                    {0.1, "0.1"},
+                                    {123456789012345.5, "123456789012345.5"},
+                                    {1e15, "1e+15"},
+                                    {-1.5e-7, "-1.5e-07"},
+                                    {4427757.218878973, "4427757.218878973"}}) {
+    char written[program::kLongestNumber];
+    EXPECT_EQ(std::string(written, program::writeShortest(written, value)), text);
+  }
+}
+
 }  // namespace
