@@ -5,6 +5,9 @@
 // easting and northing). Below e = 1e-5 the closed form of the sphere is used. Domain: the series
 // is meant for a few degrees beside the central meridian: within 1 mm of the exact projection up to
 // 4 degrees, 0.4 m at 10 degrees. The sphere projects (lon0 +- 90 degrees, 0) into infinity.
+// Operations, as every family has them: oprj_TransverseMercatorInit,
+// oprj_TransverseMercatorFromLL, oprj_TransverseMercatorToLL,
+// oprj_TransverseMercatorCopyParameters, oprj_TransverseMercatorProParametersEqual.
 // Formulation: the series is multiplied out so that neither the tangent nor a division by the
 // cosine of the latitude occurs forward (t = tan² appears only with powers of cos² in front).
 #include "projections/family.h"
