@@ -1,8 +1,9 @@
 /* The pipeline: arrays of points from one coordinate system to another, always through longitude
    and latitude: inverse of the input system, datum shift, forward of the output system. Points are
    pairs of doubles, geographic ones in radians, projected ones in metres unless a unit is named. A
-   negative count sizes arrays as 0; nothing grows with the count but the output array. Arrays must
-   not overlap. */
+   negative count sizes arrays as 0; nothing grows with the count but the output array. The output
+   may be the input array itself, of which operations with two legs or units then keep a copy for
+   the call; arrays must not overlap otherwise. */
 #ifndef OPRJ_PROJECT_H
 #define OPRJ_PROJECT_H
 
@@ -19,7 +20,7 @@ OPRJ_API Oprj_Point *oprj_ProjectPair(const Oprj_ProjectionPair *pair, const Opr
                                       Oprj_Point *out, int32_t count, Oerr_Report **err);
 
 /** The same with the units of the points by name; null: metres, or radians for a geographic system.
-   The input array is never changed. */
+   The input array is not changed, unless it is the output too. */
 OPRJ_API Oprj_Point *oprj_ProjectWithUnits(const Oprj_Point *in,
                                            const Oprj_MapProjectionEx *inHandle, const char *inUnit,
                                            Oprj_Point *out, const Oprj_MapProjectionEx *outHandle,
