@@ -291,10 +291,6 @@ template <class V>
 OPRJ_INLINE Truth<V> isFinite(V x) {
   return abs(x) < V(kInfinity);
 }
-template <class V>
-OPRJ_INLINE Truth<V> isNaN(V x) {
-  return x != x;
-}
 
 /// Horner: polynomial(x, c0, c1, c2) = c0 + c1 x + c2 x².
 template <class V>
