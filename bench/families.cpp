@@ -6,7 +6,7 @@
 #include <memory>
 #include <random>
 
-#include "projections/kernels.h"
+#include "lanes/kernels.h"
 #include "report.h"
 #include "tests/family_cases.h"
 #include "tests/gctp_peer.h"

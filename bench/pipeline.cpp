@@ -7,7 +7,7 @@
 #include <memory>
 #include <random>
 
-#include "projections/kernels.h"
+#include "lanes/kernels.h"
 #include "report.h"
 
 namespace bench {

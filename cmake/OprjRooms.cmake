@@ -32,7 +32,7 @@ function(oprj_room name)
   endif()
 endfunction()
 
-# oprj_lanes_room(NAME SOURCES ...): sources with lanes (projections/lanes.h), built three times: for the
+# oprj_lanes_room(NAME SOURCES ...): sources with lanes (lanes/lanes.h), built three times: for the
 # baseline (which also makes the flat operations), for AVX2 with FMA and for AVX-512.
 function(oprj_lanes_room name)
   set(flags_baseline -DOPRJ_FLAT=1)

@@ -1,5 +1,5 @@
 // Where datum definitions and grids are looked for.
-#include "core/upward.h"
+#include "tables/upward.h"
 
 Ofio_SearchList *OrvikDatum::DatumManagerGetConfigurationSearchList(Oerr_Report **err) {
   return ofio_CreateSLFromEnv("ORVIK_DATUMS_PATH", ".", err);

@@ -2,7 +2,7 @@
 #include <oprj/datum_shift.h>
 #include <oprj/ofio.h>
 
-#include "core/upward.h"
+#include "tables/upward.h"
 #include "toolkit/error_scope.h"
 #include "toolkit/heap.h"
 

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "core/records.h"
-#include "projections/kernels.h"
+#include "records/records.h"
+#include "lanes/kernels.h"
 
 namespace orvik::oprj {
 

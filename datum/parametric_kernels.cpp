@@ -27,8 +27,8 @@
 // 88.95 degrees (Molodensky's formulas are left there), increments beyond the series, longitudes
 // beyond 540 degrees, results that fold over a pole, NaN.
 #include "datum/parametric.h"
-#include "projections/kernels.h"
-#include "projections/lanes.h"
+#include "lanes/kernels.h"
+#include "lanes/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

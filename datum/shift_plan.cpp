@@ -3,6 +3,7 @@
 #include "datum/shift_plan.h"
 
 #include <oprj/oint.h>
+#include <oprj/tables.h>
 
 #include <algorithm>
 #include <limits>

@@ -11,7 +11,7 @@
 #ifndef OPRJ_DATUM_SHIFT_PLAN_H
 #define OPRJ_DATUM_SHIFT_PLAN_H
 
-#include "core/records.h"
+#include "records/records.h"
 #include "datum/parametric.h"
 
 namespace orvik::oprj {

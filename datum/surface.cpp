@@ -1,7 +1,7 @@
 // Shift surfaces, which are not built yet.
 #include <oprj/datum_shift.h>
 
-#include "core/upward.h"
+#include "tables/upward.h"
 #include "toolkit/error_scope.h"
 
 using orvik::toolkit::ErrorScope;

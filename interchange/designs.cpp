@@ -8,7 +8,7 @@
 #include <new>
 #include <vector>
 
-#include "core/upward.h"
+#include "tables/upward.h"
 #include "interchange/shared_designs.h"
 #include "toolkit/error_scope.h"
 

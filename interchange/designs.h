@@ -22,6 +22,9 @@ OPRJ_API Omif_Design *oprj_MapInfoDesignDefine(Omif_Dictionary *dictionary, Oerr
 OPRJ_API Omif_Design *oprj_ElevationInfoDesignDefine(Omif_Dictionary *dictionary,
                                                      Oerr_Report **err);
 
+/** Builds the dictionary of record designs and keeps four of them in `data`. */
+OPRJ_API Omif_Dictionary *oprj_InitDictionaryCreate(Oprj_InitData *data, Oerr_Report **err);
+
 OPRJ_END_C
 
 #endif

@@ -1,7 +1,7 @@
 // The function set titled "PE", whose data is a coordinate system object of the Projection Engine.
 // This build binds no engine: objects cannot be made from text, and what would compute with one
 // reports so.
-#include "core/function_sets.h"
+#include "pipeline/function_sets.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {

@@ -5,7 +5,7 @@
 #include <oprj/families.h>
 #include <oprj/geodetic.h>
 
-#include "projections/kernels.h"
+#include "lanes/kernels.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {

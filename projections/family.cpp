@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "core/records.h"
+#include "records/records.h"
 #include "projections/descriptor.h"
 #include "toolkit/error_scope.h"
 

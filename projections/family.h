@@ -24,7 +24,7 @@
 #define OPRJ_FAMILY_H
 
 #include "projections/descriptor.h"
-#include "projections/lanes.h"
+#include "lanes/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

@@ -7,7 +7,7 @@
 #ifndef OPRJ_LOBES_H
 #define OPRJ_LOBES_H
 
-#include "projections/lanes.h"
+#include "lanes/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

@@ -8,7 +8,7 @@
 #ifndef OPRJ_MERIDIAN_H
 #define OPRJ_MERIDIAN_H
 
-#include "projections/lanes.h"
+#include "lanes/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

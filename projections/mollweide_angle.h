@@ -9,7 +9,7 @@
 #ifndef OPRJ_MOLLWEIDE_ANGLE_H
 #define OPRJ_MOLLWEIDE_ANGLE_H
 
-#include "projections/lanes.h"
+#include "lanes/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

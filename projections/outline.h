@@ -3,7 +3,7 @@
 #define OPRJ_OUTLINE_H
 
 #include "projections/descriptor.h"
-#include "projections/lanes.h"
+#include "lanes/lanes.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

@@ -5,7 +5,7 @@
 // Kept: the comparison leaves out entry 7, and asks for 8 entries where the initialiser asks for 6.
 #include <oprj/families.h>
 
-#include "core/records.h"
+#include "records/records.h"
 #include "projections/descriptor.h"
 
 namespace {

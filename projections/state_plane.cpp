@@ -14,7 +14,7 @@
 #include <cmath>
 #include <iterator>
 
-#include "core/records.h"
+#include "records/records.h"
 
 namespace {
 

@@ -6,10 +6,11 @@
 // -6 and 0 degrees give zone 31 and zone 30 never comes from a longitude.
 #include <oprj/families.h>
 #include <oprj/ocvt.h>
+#include <oprj/tables.h>
 
 #include <cmath>
 
-#include "core/records.h"
+#include "records/records.h"
 #include "toolkit/error_scope.h"
 
 namespace {

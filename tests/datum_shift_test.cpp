@@ -9,7 +9,7 @@
 #include <random>
 #include <thread>
 
-#include "projections/kernels.h"
+#include "lanes/kernels.h"
 #include "tests/datum_support.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #define OPRJ_TESTS_DATUM_SUPPORT_H
 
 #include <oprj/datum_shift.h>
+#include <oprj/tables.h>
 
 #include <cmath>
 #include <cstring>

@@ -10,7 +10,7 @@
 #include <set>
 
 #include "family_cases.h"
-#include "projections/kernels.h"
+#include "lanes/kernels.h"
 
 namespace {
 

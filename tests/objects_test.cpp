@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "core/function_sets.h"
+#include "pipeline/function_sets.h"
 #include "tests/objects_support.h"
 
 namespace {

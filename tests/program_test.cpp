@@ -355,7 +355,7 @@ TEST_F(Program, OneInstructionSetAsGoodAsAnother) {
   const Outcome wide = run(kFromTo + "--digits 6", in);
   for (const std::string set : {"baseline", "avx2", "avx512"})
     EXPECT_EQ(run(kFromTo + "--digits 6", in, "OPRJ_ISA=" + set).out, wide.out) << set;
-  expectParts(run("list units", "", "OPRJ_ISA=mmx").err, "OPRJ_ISA=mmx");
+  expectParts(run("list zones", "", "OPRJ_ISA=mmx").err, "OPRJ_ISA=mmx");
 }
 
 }  // namespace

@@ -1,0 +1,67 @@
+// The function sets that a handle can name, and what they share. A set is a constant table; a
+// handle reaches its set through its title.
+#ifndef OPRJ_PIPELINE_FUNCTION_SETS_H
+#define OPRJ_PIPELINE_FUNCTION_SETS_H
+
+#include <oprj/projection.h>
+
+#include <cstring>
+
+#include "records/records.h"
+
+namespace orvik::oprj {
+
+using OwnedHandle = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
+
+/// Titled OPRJ_TITLE_NATIVE: the data is an Oprj_MapProjection.
+extern const Oprj_MapProjectionFunctions kNativeSet;
+
+/// Its two point operations, for callers that know the set: single points save an indirect call.
+void nativeProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                                  Oerr_Report **err);
+void nativeProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                           Oerr_Report **err);
+
+/// Every operation reports "Unimplemented": what a further set starts from. No title reaches it.
+extern const Oprj_MapProjectionFunctions kDefaultSet;
+
+/// What the room that binds the Projection Engine supplies (interchange/engine_set.cpp): the set
+/// titled OPRJ_TITLE_PE and the reader of its objects.
+struct EngineSet {
+  Oprj_MapProjectionFunctions functions;
+  /// A new coordinate system object from its text, or null with a report.
+  void *(*fromString)(const char *text, Oerr_Report **err);
+};
+extern const EngineSet kEngineSet;
+
+/// An internal record whose executable name holds text: the text describes the system, and the set
+/// titled OPRJ_TITLE_PE computes it.
+bool asksForEngine(const Oprj_ProParameters &record);
+
+inline bool isGeographic(const Oprj_ProParameters &record) {
+  return record.proType == OPRJ_INTERNAL && record.proNumber == 0;
+}
+
+/// Titles are compared by pointer, then by text.
+inline bool sameTitle(const char *first, const char *second) {
+  return first == second || (first && second && std::strcmp(first, second) == 0);
+}
+
+/// The spheroid and its datum are named, and the datum is not of the undefined type.
+inline bool hasDatum(const Oprj_Spheroid *spheroid) {
+  return spheroid && *textOf(spheroid->sphereName) && spheroid->datum &&
+         *textOf(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
+}
+
+/// What a shift between two geographic systems needs; it is due when the datum names differ, case
+/// included.
+inline bool haveDatums(const Oprj_Spheroid *source, const Oprj_Spheroid *target) {
+  return hasDatum(source) && hasDatum(target);
+}
+
+/// A point count as an array length.
+inline uint32_t arrayLength(int32_t count) { return count > 0 ? static_cast<uint32_t>(count) : 0; }
+
+}  // namespace orvik::oprj
+
+#endif

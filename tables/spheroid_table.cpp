@@ -1,0 +1,287 @@
+// The spheroid table: one per process, shared by all reference data that use it.
+#include <oprj/olex.h>
+#include <oprj/othr.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "tables/table_records.h"
+#include "tables/upward.h"
+
+namespace orvik::oprj {
+
+namespace {
+
+void freeDatumEntry(Oprj_DatumTableEntry *datum) {
+  omsc_HeapFree(datum->name);
+  omsc_HeapFree(datum->gridname);
+  omsc_HeapFree(datum->description);
+  if (const Oprj_SurfaceSource *source = datum->surface) {
+    omsc_HeapFree(source->longitudeFile);
+    omsc_HeapFree(source->latitudeFile);
+    omsc_HeapFree(source->baseDatum);
+    omsc_HeapFree(datum->surface);
+  }
+  omsc_HeapFree(datum);
+}
+
+void freeSpheroidEntry(Oprj_SpheroidTableEntry *entry) {
+  while (auto *alias = entry->aliases) {
+    entry->aliases = alias->next;
+    omsc_HeapFree(alias->name);
+    omsc_HeapFree(alias);
+  }
+  while (auto *datum = entry->datums) {
+    entry->datums = datum->next;
+    freeDatumEntry(datum);
+  }
+  omsc_HeapFree(entry->name);
+  omsc_HeapFree(entry->description);
+  omsc_HeapFree(entry);
+}
+
+/// The spheroid table map: all spheroids that the process knows, in the order they were read, with
+/// indexes of their names and of all datums' names. It counts who uses its list and empties when
+/// nobody does, so that a reload starts afresh. Every member is called under the toolkit's guard.
+class SpheroidTableMap {
+ public:
+  /// The process's map, never destroyed: reference data may outlive static objects.
+  static SpheroidTableMap &get() {
+    static auto &map = *new SpheroidTableMap;
+    return map;
+  }
+
+  /// Takes over the entries of a file, *list being what is left when memory runs out (bad_alloc). A
+  /// spheroid that is known keeps its axes and number; a datum that is known, under whichever
+  /// spheroid, is not loaded.
+  void add(Oprj_SpheroidTableEntry **list) {
+    while (Oprj_SpheroidTableEntry *entry = *list) {
+      const auto [known, isNew] = spheroids_.try_emplace(entry->name, entry);
+      *list = std::exchange(entry->next, nullptr);
+      Oprj_DatumTableEntry *datums = std::exchange(entry->datums, nullptr);
+      Oprj_SpheroidTableEntry *home = known->second;
+      if (isNew) {
+        *tailOf(&list_) = entry;
+      } else {
+        if (entry->a != home->a || entry->b != home->b || entry->number != home->number)
+          oerr_LogMessage("%s keeps the number and the axes that were read first", home->name);
+        freeSpheroidEntry(entry);
+      }
+      addDatums(datums, home);
+    }
+  }
+
+  bool isList(const Oprj_SpheroidTableEntry *list) const { return list && list == list_; }
+
+  /// The whole list, used once more until it is released.
+  Oprj_SpheroidTableEntry *use() {
+    if (list_) ++users_;
+    return list_;
+  }
+  void release() {
+    if (users_ > 0) --users_;
+    emptyIfUnused();
+  }
+  void emptyIfUnused() {
+    if (users_ > 0) return;
+    spheroids_.clear();
+    datums_.clear();
+    freeSpheroidEntries(std::exchange(list_, nullptr));
+  }
+
+ private:
+  void addDatums(Oprj_DatumTableEntry *datums, Oprj_SpheroidTableEntry *home) {
+    Oprj_DatumTableEntry **tail = tailOf(&home->datums);
+    try {
+      while (Oprj_DatumTableEntry *datum = datums) {
+        const bool isNew = datums_.insert(datum->name).second;
+        datums = std::exchange(datum->next, nullptr);
+        if (isNew) {
+          append(tail, datum);
+        } else {
+          oerr_LogMessage("%s is not loaded because the datum with same name already exists",
+                          datum->name);
+          freeDatumEntry(datum);
+        }
+      }
+    } catch (const std::bad_alloc &) {
+      while (Oprj_DatumTableEntry *datum = datums) {
+        datums = datum->next;
+        freeDatumEntry(datum);
+      }
+      throw;
+    }
+  }
+
+  Oprj_SpheroidTableEntry *list_ = nullptr;
+  int64_t users_ = 0;
+  // The keys lie in the records.
+  std::unordered_map<std::string_view, Oprj_SpheroidTableEntry *> spheroids_;
+  std::unordered_set<std::string_view> datums_;
+};
+
+/// What kept a callee from reading a source.
+enum class Problem { kSyntax, kFile, kMemory };
+
+/// The toolkit's reports tell the cases apart by function and code.
+Problem problemOf(const Oerr_Report *report) {
+  constexpr std::pair<std::string_view, int32_t> kSyntaxReport{"olex_Parse", 7};
+  constexpr std::pair<std::string_view, int32_t> kMemoryReports[] = {
+      {"olex_Parse", 5}, {"ofio_Which", 3}, {"ofio_FileRead", 4}, {"ofio_DirectoryList", 4}};
+  const Oerr_Report *root = oerr_RootCauseGet(report);
+  const std::pair<std::string_view, int32_t> found{oerr_FunctionGet(root), oerr_CodeGet(root)};
+  if (found == kSyntaxReport) return Problem::kSyntax;
+  const bool memory = std::find(std::begin(kMemoryReports), std::end(kMemoryReports), found) !=
+                      std::end(kMemoryReports);
+  return memory ? Problem::kMemory : Problem::kFile;
+}
+
+/// Parses one source and joins what it holds to the map. A syntax error is printed and what came
+/// before it stays; so is the problem of a file that only was `listed` in a directory. All else
+/// fails.
+bool addSource(const char *text, const Ofio_SearchList *list, const char *name, bool listed,
+               ErrorScope &e) {
+  Oprj_SpheroidTableEntry *entries = nullptr;
+  if (!olex_Parse(text, list, name, spheroidGrammar, &entries, e.cause())) {
+    const Problem problem = problemOf(e.causeReport());
+    if (problem == Problem::kMemory || (problem == Problem::kFile && !listed)) {
+      freeSpheroidEntries(entries);
+      return e.fail(2, "Error returned from olex_Parse");
+    }
+    e.printCause();
+  }
+  try {
+    SpheroidTableMap::get().add(&entries);
+    return true;
+  } catch (const std::bad_alloc &) {
+    freeSpheroidEntries(entries);
+    return e.fail(3, "Error allocating spheroid table map");
+  }
+}
+
+/// A file is taken as its name stands, else where the datum directories have it.
+bool addFile(const char *name, ErrorScope &e) {
+  const OwnedText here{ofio_Which(nullptr, name, e.cause())};
+  if (here) return addSource(nullptr, nullptr, name, false, e);
+  if (problemOf(e.causeReport()) == Problem::kMemory)
+    return e.fail(6, "Error returned from ofio_Which");
+  const OwnedSearchList list{OrvikDatum::DatumManagerGetConfigurationSearchList(e.cause())};
+  if (!list) return e.fail(1, "DatumManagerGetConfigurationSearchList failed");
+  return addSource(nullptr, list.get(), name, false, e);
+}
+
+/// Adds the tables of one directory to the map, and their number to `files`.
+bool addDirectory(const char *directory, int32_t &files, ErrorScope &e) {
+  int32_t count = 0;
+  char **names = ofio_DirectoryList(directory, "spheroid*.tab", &count, e.cause());
+  if (!names) {
+    if (problemOf(e.causeReport()) == Problem::kMemory)
+      return e.fail(4, "Error returned from ofio_DirectoryList");
+    e.printCause();
+  }
+  bool added = true;
+  for (int32_t i = 0; added && i < count; ++i) {
+    Oerr_Report *problem = nullptr;
+    const OwnedText path{ofnp_FileNameSet(directory, names[i], &problem)};
+    if (path) {
+      added = addSource(nullptr, nullptr, path.get(), true, e);
+    } else {
+      problem = oerr_CreateErrorReport(e.operation(), 5, OERR_SEVERITY_ERROR, problem,
+                                       "ofnp_FileNameSet fail");
+      oerr_PrintErrorReport(problem);
+      oerr_DeleteErrorReport(&problem);
+    }
+  }
+  files += count;
+  ofio_NamesFree(&names);
+  return added;
+}
+
+bool addDirectories(ErrorScope &e) {
+  const OwnedSearchList list{OrvikDatum::DatumManagerGetConfigurationSearchList(e.cause())};
+  if (!list) return e.fail(1, "DatumManagerGetConfigurationSearchList failed");
+  const int32_t count = ofio_SearchListCount(list.get());
+  int32_t files = 0;
+  for (int32_t i = 0; i < count; ++i)
+    if (!addDirectory(ofio_SearchListElement(list.get(), i), files, e)) return false;
+  // Not a failure, but every later lookup of a spheroid will be one.
+  if (count == 0)
+    oerr_LogMessage("ORVIK_DATUMS_PATH names no directory to read spheroid*.tab from");
+  for (int32_t i = 0; files == 0 && i < count; ++i)
+    oerr_LogMessage("No spheroid*.tab in \"%s\"", ofio_SearchListElement(list.get(), i));
+  return true;
+}
+
+}  // namespace
+
+void freeSpheroidEntries(Oprj_SpheroidTableEntry *list) {
+  while (Oprj_SpheroidTableEntry *entry = list) {
+    list = entry->next;
+    freeSpheroidEntry(entry);
+  }
+}
+
+}  // namespace orvik::oprj
+
+using namespace orvik::oprj;
+
+Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const char *text, const char *fileName,
+                                                 Oerr_Report **err) {
+  ErrorScope e("oprj_SpheroidTableParse", err);
+  const orvik::toolkit::Guard guard;
+  auto &map = SpheroidTableMap::get();
+  const bool added = text       ? addSource(text, nullptr, nullptr, false, e)
+                     : fileName ? addFile(fileName, e)
+                                : addDirectories(e);
+  if (added) return map.use();
+  map.emptyIfUnused();
+  return nullptr;
+}
+
+Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, const char *fileName,
+                                                Oerr_Report **err) {
+  ErrorScope e("oprj_SpheroidTableRead", err);
+  if (!data) return e.fail(1, "Invalid input InitData");
+  Oprj_SpheroidTableEntry *entries = oprj_SpheroidTableParse(nullptr, fileName, e.cause());
+  if (e.calleeFailed()) return e.fail(2, "Error returned from oprj_SpheroidTableParse");
+  if (data->spheroidTable == entries) {
+    oprj_SpheroidTableEntryFree(&entries);  // used by this reference data already
+  } else {
+    data->spheroidTable = oprj_SpheroidTableEntryList(data->spheroidTable, entries, nullptr);
+  }
+  return data->spheroidTable;
+}
+
+Oprj_SpheroidTableEntry *oprj_SpheroidTableEntryList(Oprj_SpheroidTableEntry *list,
+                                                     Oprj_SpheroidTableEntry *entries,
+                                                     Oerr_Report **err) {
+  ErrorScope e("oprj_SpheroidTableEntryList", err);
+  const orvik::toolkit::Guard guard;
+  while (entries) {
+    const Oprj_SpheroidTableEntry *listed = list;
+    while (listed && listed != entries) listed = listed->next;
+    Oprj_SpheroidTableEntry *entry = entries;
+    entries = entry->next;
+    if (listed) continue;
+    entry->next = nullptr;
+    *tailOf(&list) = entry;
+  }
+  return list;
+}
+
+void oprj_SpheroidTableEntryFree(Oprj_SpheroidTableEntry **list) {
+  if (!list) return;
+  const orvik::toolkit::Guard guard;
+  auto &map = SpheroidTableMap::get();
+  // Entries in front of the map's list are the caller's own; the map's are freed with its last use.
+  while (*list && !map.isList(*list)) {
+    Oprj_SpheroidTableEntry *own = std::exchange(*list, (*list)->next);
+    freeSpheroidEntry(own);
+  }
+  if (*list) map.release();
+  *list = nullptr;
+}

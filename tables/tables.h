@@ -1,0 +1,293 @@
+/* The reference data: projection dictionary, spheroid and datum tables, State Plane zones and the
+   dictionary of record designs, with their loading, lookups, printers and the interactive query.
+   The languages of the files are described in docs/reference-files.md. */
+#ifndef OPRJ_TABLES_H
+#define OPRJ_TABLES_H
+
+#include "oint.h"
+#include "omif.h"
+#include "parameters.h"
+
+OPRJ_BEGIN_C
+
+/** kind of Oprj_QueryEntry. */
+enum {
+  OPRJ_QUERY_SPHEROID = 0,
+  OPRJ_QUERY_SPHEROID_BY_NAME = 1,
+  OPRJ_QUERY_UTM_ZONE = 2,
+  OPRJ_QUERY_STATE_PLANE_ZONE = 3,
+  OPRJ_QUERY_NUMBER = 4,
+  OPRJ_QUERY_ANGLE = 5,
+  OPRJ_QUERY_DISTANCE = 6,
+  OPRJ_QUERY_NAD_CODE = 7,
+  OPRJ_QUERY_CONDITION = 8,
+  OPRJ_QUERY_INTEGER = 9
+};
+
+/** unit of Oprj_QueryEntry. */
+enum {
+  OPRJ_QUERY_UNIT_DD = 0,
+  OPRJ_QUERY_UNIT_RADIANS = 1,
+  OPRJ_QUERY_UNIT_FEET = 2,
+  OPRJ_QUERY_UNIT_METERS = 3,
+  OPRJ_QUERY_UNIT_NONE = 4
+};
+
+typedef struct Oprj_QueryEntry Oprj_QueryEntry;
+typedef struct Oprj_CondQueryEntry Oprj_CondQueryEntry;
+typedef struct Oprj_Query Oprj_Query;
+typedef struct Oprj_SPTableEntry Oprj_SPTableEntry;
+typedef struct Oprj_DatumTableEntry Oprj_DatumTableEntry;
+typedef struct Oprj_SpheroidTableEntry Oprj_SpheroidTableEntry;
+typedef struct Oprj_SpheroidAlias Oprj_SpheroidAlias;
+
+/** A question that fills a field or a slot of proParams. */
+struct Oprj_QueryEntry {
+  Oprj_QueryEntry *next;
+  char *prompt;
+  int32_t index;
+  int32_t kind;
+  int32_t unit;
+  Oprj_CondQueryEntry *conditionalList;
+  /** Working space of the dialogue; kind 1 keeps its spheroid's name here (owned). */
+  union {
+    int32_t words[4];
+    char *spheroidName;
+  } valueArea;
+};
+
+/** A branch of a condition: chosen by `value`, it asks `queryEntryList` (may be null). */
+struct Oprj_CondQueryEntry {
+  Oprj_CondQueryEntry *next;
+  double value;
+  char *label;
+  Oprj_QueryEntry *queryEntryList;
+};
+
+/** A projection of the dictionary. */
+struct Oprj_Query {
+  Oprj_Query *next;
+  char *name;
+  int32_t type; /**< 0 internal, 1 external */
+  union {
+    int32_t number;   /**< internal */
+    char *executable; /**< external */
+  };
+  Oprj_QueryEntry *paramsQuerylist;
+  Oprj_QueryEntry *proParamsQuerylist;
+};
+
+/** A State Plane zone. */
+struct Oprj_SPTableEntry {
+  Oprj_SPTableEntry *next;
+  char *stateName;
+  char *zoneName;
+  int32_t zoneNumber;
+  int32_t nadCode; /**< 1 NAD27, 2 NAD83 */
+  int32_t
+      projectionNumber; /**< 1 Transverse Mercator, 2 Lambert, 3 Polyconic, 4 Oblique Mercator */
+  int32_t fipsCode;     /**< negated */
+  Oprj_DblArray parameters; /**< nine */
+};
+
+struct Oprj_SpheroidAlias {
+  Oprj_SpheroidAlias *next;
+  char *name;
+};
+
+/** What the shifts of a surface datum are read from. */
+typedef struct {
+  int32_t kind;                         /**< 0 constant, 1 raster, 2 vector */
+  double longitudeShift, latitudeShift; /**< constant: arc-seconds, east and north positive */
+  char *longitudeFile;                  /**< raster; vector: its file */
+  char *latitudeFile;                   /**< raster */
+  int32_t bilinear;                     /**< resample or interpolation "bilinear" */
+  int32_t hasNodata;
+  double nodata;
+  char *baseDatum;
+  int32_t baseIsGrid; /**< keyword "gridbasedatum" */
+  int32_t fromDatum;  /**< keyword "fromdatum" */
+} Oprj_SurfaceSource;
+
+/** A datum of a spheroid's table entry. */
+struct Oprj_DatumTableEntry {
+  Oprj_DatumTableEntry *next;
+  char *name;
+  int32_t type;
+  double params[7];
+  char *gridname;
+  Oprj_SurfaceSource *surface; /**< owned; only for the surface type */
+  char *description;
+};
+
+/** A spheroid with its datums. */
+struct Oprj_SpheroidTableEntry {
+  Oprj_SpheroidTableEntry *next;
+  char *name;
+  int32_t number;
+  double a, b;
+  Oprj_SpheroidAlias *aliases;
+  char *description;
+  Oprj_DatumTableEntry *datums;
+};
+
+/** The projection reference data: read once, then only read. */
+typedef struct {
+  Oprj_Query *queryTable;
+  Oprj_SpheroidTableEntry *spheroidTable;
+  Oprj_SPTableEntry *statePlaneTable;
+  Omif_Dictionary *dictionary; /**< lives as long as the process */
+  void *reserved;
+  const Omif_Design *datumDesign;
+  const Omif_Design *proParametersDesign;
+  const Omif_Design *elevationInfoDesign;
+  const Omif_Design *mapInfoDesign;
+} Oprj_InitData;
+
+/* --- start --- */
+
+/** Loads the reference data anew into the toolkit's record (null: the process's own); not while
+   other threads use the tables. Returns the report in the slot, or null; without a slot the report
+   is the caller's to delete. */
+OPRJ_API Oerr_Report *oprj_Init(Oint_Toolkit *toolkit, Oerr_Report **err);
+
+/** The loaded reference data of the toolkit's record (borrowed), loading it when the slot is empty;
+   null with 1 "Toolkit has not been initialized" or 2 "Error returned from oprj_Init". */
+OPRJ_API const Oprj_InitData *oprj_InitDataGet(Oint_Toolkit *toolkit, Oerr_Report **err);
+
+/** New reference data from files (null: the default ones). A table that cannot be read stays empty:
+   the data is returned all the same, beside the report of the last step that failed. */
+OPRJ_API Oprj_InitData *oprj_InitProjectionData(const char *dictionaryFile,
+                                                const char *spheroidFile,
+                                                const char *statePlaneFile, Oerr_Report **err);
+OPRJ_API Oprj_InitData *oprj_InitDataCreate(Oerr_Report **err);
+OPRJ_API void oprj_InitDataFree(Oprj_InitData **data);
+
+/* --- files to lists: Parse takes a text or else a file (both null: the default files) and returns
+   a new list; Read appends it to the data's table and returns that --- */
+
+OPRJ_API Oprj_Query *oprj_QueryTableRead(Oprj_InitData *data, const char *fileName,
+                                         Oerr_Report **err);
+OPRJ_API Oprj_Query *oprj_QueryTableParse(const char *text, const char *fileName,
+                                          Oerr_Report **err);
+OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, const char *fileName,
+                                                         Oerr_Report **err);
+/** The list is the process's one table of all spheroids read so far, and the caller one more user
+   of it: release it with oprj_SpheroidTableEntryFree. Syntax errors are printed, and what was read
+   before them stays. */
+OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const char *text, const char *fileName,
+                                                          Oerr_Report **err);
+OPRJ_API Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const char *fileName,
+                                             Oerr_Report **err);
+OPRJ_API Oprj_SPTableEntry *oprj_SPTableParse(const char *text, const char *fileName,
+                                              Oerr_Report **err);
+
+/* --- records of the tables: creators copy texts and adopt lists only on success --- */
+
+OPRJ_API Oprj_Query *oprj_QueryCreate(const char *name, int32_t type, int32_t number,
+                                      const char *executable, Oprj_QueryEntry *paramsQuerylist,
+                                      Oprj_QueryEntry *proParamsQuerylist, Oerr_Report **err);
+OPRJ_API Oprj_QueryEntry *oprj_QueryEntryCreate(const char *prompt, int32_t index, int32_t kind,
+                                                int32_t unit, Oprj_CondQueryEntry *conditionalList,
+                                                Oerr_Report **err);
+OPRJ_API Oprj_QueryEntry *oprj_QueryEntryCreateSpheroidByName(const char *prompt,
+                                                              const char *spheroidName,
+                                                              Oerr_Report **err);
+OPRJ_API Oprj_CondQueryEntry *oprj_CondQueryEntryCreate(double value, const char *label,
+                                                        Oprj_QueryEntry *queryEntryList,
+                                                        Oerr_Report **err);
+OPRJ_API Oprj_SPTableEntry *oprj_SPTableEntryCreate(Oerr_Report **err);
+
+/** Links `entry` behind the last element of `list`; either may be null. Returns the head. */
+OPRJ_API Oprj_Query *oprj_QueryList(Oprj_Query *list, Oprj_Query *entry, Oerr_Report **err);
+/** Joins to `list` those entries of `entries` that it does not hold yet. Returns the head. */
+OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableEntryList(Oprj_SpheroidTableEntry *list,
+                                                              Oprj_SpheroidTableEntry *entries,
+                                                              Oerr_Report **err);
+
+OPRJ_API void oprj_QueryFree(Oprj_Query **list);
+OPRJ_API void oprj_QueryEntryFree(Oprj_QueryEntry **list);
+OPRJ_API void oprj_CondQueryEntryFree(Oprj_CondQueryEntry **list);
+OPRJ_API void oprj_SPTableEntryFree(Oprj_SPTableEntry **list);
+/** Releases the process's table, which empties with its last user. */
+OPRJ_API void oprj_SpheroidTableEntryFree(Oprj_SpheroidTableEntry **list);
+
+/* Printers write the files' own language to standard output. */
+OPRJ_API void oprj_QueryListPrint(const Oprj_Query *list);
+OPRJ_API void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list);
+OPRJ_API void oprj_CondQueryEntryListPrint(const Oprj_CondQueryEntry *list);
+
+/* --- lookups: entries are borrowed. Each takes the toolkit's record first and loads the reference
+   tables when that has not happened: 1 "Toolkit has not been initialized", 2 "Error returned from
+   oprj_Init" --- */
+
+OPRJ_API const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByName(Oint_Toolkit *toolkit,
+                                                                 const char *name,
+                                                                 Oerr_Report **err);
+OPRJ_API const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByNumber(Oint_Toolkit *toolkit,
+                                                                   int32_t number,
+                                                                   Oerr_Report **err);
+OPRJ_API const Oprj_Query *oprj_QueryByName(Oint_Toolkit *toolkit, const char *name,
+                                            Oerr_Report **err);
+OPRJ_API const Oprj_Query *oprj_QueryByNumber(Oint_Toolkit *toolkit, int32_t number,
+                                              Oerr_Report **err);
+OPRJ_API const Oprj_Query *oprj_QueryByExample(Oint_Toolkit *toolkit,
+                                               const Oprj_ProParameters *record, Oerr_Report **err);
+OPRJ_API Oprj_CharStr *oprj_ProjName(Oint_Toolkit *toolkit, int32_t number, Oprj_CharStr *target,
+                                     Oerr_Report **err);
+OPRJ_API const Oprj_SPTableEntry *oprj_SPEntryByNames(Oint_Toolkit *toolkit, const char *stateName,
+                                                      const char *zoneName, int32_t nadCode,
+                                                      Oerr_Report **err);
+/** `zone` below 0 is compared with the stored (negated) FIPS code, else with the zone number. */
+OPRJ_API const Oprj_SPTableEntry *oprj_SPEntryByZoneNumber(Oint_Toolkit *toolkit, int32_t zone,
+                                                           int32_t nadCode, Oerr_Report **err);
+
+/* --- spheroid and datum lookups --- */
+
+OPRJ_API Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *toolkit, const char *name,
+                                            Oprj_Spheroid *target, Oerr_Report **err);
+OPRJ_API Oprj_Spheroid *oprj_SpheroidByNum(Oint_Toolkit *toolkit, int32_t number,
+                                           Oprj_Spheroid *target, Oerr_Report **err);
+/** Stores the axes (metres, finite and above 0) with e² and the authalic radius; name and datum
+ * stay. */
+OPRJ_API Oprj_Spheroid *oprj_SpheroidByAxes(Oint_Toolkit *toolkit, double a, double b,
+                                            Oprj_Spheroid *target, Oerr_Report **err);
+/** From a 15-element parameter array: element 0 a spheroid number, or negative with axes in 13
+ * and 14. */
+OPRJ_API Oprj_Spheroid *oprj_SpheroidByParms(Oint_Toolkit *toolkit, const Oprj_DblArray *params,
+                                             Oprj_Spheroid *target, Oerr_Report **err);
+OPRJ_API int32_t oprj_SpheroidNumberByName(Oint_Toolkit *toolkit, const char *name,
+                                           Oerr_Report **err);
+/** Fills `target` (reset first) with a datum of the spheroid's table entry; an empty name or
+   "Undefined" leaves it undefined. A grid datum's file is opened. */
+OPRJ_API Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const char *spheroidName,
+                                      const char *datumName, Oprj_Datum *target, Oerr_Report **err);
+/** New text: the first table entry whose axes differ by less than 1e-5 m (or `tolerance`). */
+OPRJ_API char *oprj_GetSpheroidNameByAxes(Oint_Toolkit *toolkit, double a, double b,
+                                          Oerr_Report **err);
+OPRJ_API char *oprj_GetSpheroidNameByAxesWithTolerance(Oint_Toolkit *toolkit, double a, double b,
+                                                       double tolerance, Oerr_Report **err);
+OPRJ_API char *oprj_GetSpheroidNameByDatumName(Oint_Toolkit *toolkit, const char *datumName,
+                                               Oerr_Report **err);
+
+/** A new record from the dictionary entry of that name (any case): parameters all zero, spheroid
+    "Clarke 1866" with its datum of the same name. */
+OPRJ_API Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const char *name,
+                                                            Oerr_Report **err);
+/** New text: "UTM, Zone 17" and the like, else the projection's name. */
+OPRJ_API char *oprj_ProjectionDescribe(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
+                                       Oerr_Report **err);
+/* --- dialogue on standard input and output --- */
+
+/** Asks on standard output, reads names from standard input. */
+OPRJ_API Oprj_Spheroid *oprj_SpheroidSelect(Oint_Toolkit *toolkit, Oprj_Spheroid *target,
+                                            Oerr_Report **err);
+OPRJ_API const Oprj_Query *oprj_QuerySelect(Oint_Toolkit *toolkit, Oerr_Report **err);
+/** Asks the entry's questions and fills `record` (null: a new one). When a datum's grid file is not
+    installed, the record is returned complete and the report stands beside it. */
+OPRJ_API Oprj_ProParameters *oprj_ProParametersQuery(Oint_Toolkit *toolkit, const Oprj_Query *query,
+                                                     Oprj_ProParameters *record, Oerr_Report **err);
+
+OPRJ_END_C
+
+#endif
