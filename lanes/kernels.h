@@ -6,17 +6,20 @@
 
 namespace orvik::oprj {
 
-/// Where a run over points ended: `index` of the point that stopped it, -1 when all are done, and
-/// the family's number of the stop (or one of the two common stops).
-struct PointStop {
-  int32_t index = -1;
-  int32_t stop = 0;
+/// Why a point has no place, as it is reported: code and text (with "point # %ld:  %lf, %lf" where
+/// the text tells the point) and, for a solver's failure, the solver's own report as its cause.
+struct StopText {
+  int32_t code;
+  const char *text;
+  const char *solver = nullptr;
+  int32_t iterations = 0;
 };
 
-inline constexpr int32_t kNoStop = -1;
-/// The stops that every family has: no place on the sheet, no place on the globe.
-inline constexpr int32_t kCannotProject = -2;
-inline constexpr int32_t kInputData = -3;
+/// Where a run over points ended: `index` of the point that stopped it, -1 when all are done.
+struct PointStop {
+  int32_t index = -1;
+  const StopText *why = nullptr;
+};
 
 /// Index of the instruction set in use: 0 baseline, 1 AVX2 with FMA, 2 AVX-512. Chosen once when
 /// the library is loaded: the widest that the processor has, or what the environment variable

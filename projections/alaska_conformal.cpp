@@ -43,10 +43,8 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
   using ForwardRun = AlaskaConformalRun;
   using InverseRun = AlaskaConformalRun;
   static constexpr Row row{.number = 26, .minimum = 8, .compared = entries(6, 7)};
-  enum Stop : int32_t { kIterations };
-  static constexpr StopText stops[] = {
-      {4,
-       "Too many iterations for Alaska Conformal inverse transformation, point # %ld:  %lf, %lf"}};
+  static constexpr StopText kIterations{
+      4, "Too many iterations for Alaska Conformal inverse transformation, point # %ld:  %lf, %lf"};
 
   static constexpr double kLon0 = -152.0 * kDegree, kLat0 = 64.0 * kDegree;
   static constexpr int kOrder = 6;
@@ -142,4 +140,6 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(AlaskaConformal, AlaskaConformal)
+OPRJ_FAMILY(AlaskaConformal, oprj_AlaskaConformalInit, oprj_AlaskaConformalFromLL,
+            oprj_AlaskaConformalToLL, oprj_AlaskaConformalCopyParameters,
+            oprj_AlaskaConformalProParametersEqual)

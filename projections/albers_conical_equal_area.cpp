@@ -23,18 +23,8 @@ struct AlbersBlock {
 
 struct AlbersConicalEqualArea : FamilyBase<AlbersBlock> {
   static constexpr Row row{.number = 3, .minimum = 8, .compared = entries(2, 7)};
-  static constexpr const char *checks[] = {kOppositeParallels};
-  static constexpr int32_t checkCount = 1;
-  // The first two belong to the forward function's reports; neither helper ever fills its slot.
-  enum Stop : int32_t { kQsfn, kAdjl, kPhi1 };
-  static constexpr StopText stops[] = {
-      {4, "Error returned from oprj_Qsfn"},
-      {5, "Error returned from oprj_Adjl"},
-      {4, "Error returned from oprj_Phi1", "oprj_Phi1", kPhi1Iterations}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return oppositeParallels(p[2], p[3]) ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {kOppositeParallels};
+  static constexpr StopText kPhi1{4, "Error returned from oprj_Phi1", "oprj_Phi1", kPhi1Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, AlbersBlock &b) {
     b = {s.a,  s.e,
@@ -92,4 +82,7 @@ struct AlbersConicalEqualArea : FamilyBase<AlbersBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(AlbersConicalEqualArea, AlbersConicalEqualArea)
+OPRJ_FAMILY(AlbersConicalEqualArea, oprj_AlbersConicalEqualAreaInit,
+            oprj_AlbersConicalEqualAreaFromLL, oprj_AlbersConicalEqualAreaToLL,
+            oprj_AlbersConicalEqualAreaCopyParameters,
+            oprj_AlbersConicalEqualAreaProParametersEqual)

@@ -73,7 +73,8 @@ struct AnchoredLSR : FamilyBase<AnchoredLSRBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(AnchoredLSR, AnchoredLSR)
+OPRJ_FAMILY(AnchoredLSR, oprj_AnchoredLSRInit, oprj_AnchoredLSRFromLL, oprj_AnchoredLSRToLL,
+            oprj_AnchoredLSRCopyParameters, oprj_AnchoredLSRProParametersEqual)
 
 #if OPRJ_FLAT
 

@@ -12,9 +12,8 @@ namespace orvik::oprj::OPRJ_SET {
 
 struct AzimuthalEquidistant : Azimuthal {
   static constexpr Row row{.number = 12, .minimum = 8, .compared = entries(4, 7)};
-  enum Stop : int32_t { kCircle, kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Point projects into a circle"},
-                                       {4, "Improper parameter"}};
+  static constexpr StopText kCircle{4, "Point projects into a circle"};
+  static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
@@ -40,4 +39,6 @@ struct AzimuthalEquidistant : Azimuthal {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(AzimuthalEquidistant, AzimuthalEquidistant)
+OPRJ_FAMILY(AzimuthalEquidistant, oprj_AzimuthalEquidistantInit, oprj_AzimuthalEquidistantFromLL,
+            oprj_AzimuthalEquidistantToLL, oprj_AzimuthalEquidistantCopyParameters,
+            oprj_AzimuthalEquidistantProParametersEqual)

@@ -12,10 +12,10 @@
 
 namespace orvik::oprj::OPRJ_SET {
 
-inline constexpr char kOppositeParallels[] =
-    "Equal latitudes for st. parallels on opposite sides of equator";
-
-inline bool oppositeParallels(double phi1, double phi2) { return std::fabs(phi1 + phi2) <= kClose; }
+/// Entries 2 and 3 are one latitude on both sides of the equator: a cylinder.
+inline constexpr ValueCheck kOppositeParallels{
+    [](const Entries &p, const Ellipsoid &) { return std::fabs(p[2] + p[3]) <= kClose; },
+    "Equal latitudes for st. parallels on opposite sides of equator"};
 /// Parallels this close are one: n is then the sine of the latitude.
 inline bool oneParallel(double phi1, double phi2) { return std::fabs(phi1 - phi2) < kClose; }
 

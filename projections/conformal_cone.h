@@ -32,12 +32,12 @@ inline void setReference(ConformalCone &c, const Ellipsoid &s, double phi) {
   c.psi1 = isometricLatitude<double>(c.conformal, {sine, cosine});
 }
 
-/// The pole at the cone's apex is a place; the opposite one is `kPole`.
+/// The pole at the cone's apex is a place; the opposite one stops.
 template <class V>
-OPRJ_INLINE Projected<V> coneForward(const ConformalCone &c, V lon, V lat, int32_t kPole,
+OPRJ_INLINE Projected<V> coneForward(const ConformalCone &c, V lon, V lat, const StopText &noPlace,
                                      Stops<V> &stop) {
   const Truth<V> pole = atPole(lat), opposite = lat * V(c.n) <= V(0.0);
-  stop.when(pole & opposite, kPole);
+  stop.when(pole & opposite, noPlace);
   const V psi = isometricLatitude(c.conformal, sincos(lat));
   const V exponent = V(-c.n) * (psi - V(c.psi1));
   const V grown = std::fabs(c.n) < kFlatCone ? expm1(exponent) : exp(exponent) - 1.0;
@@ -48,7 +48,7 @@ OPRJ_INLINE Projected<V> coneForward(const ConformalCone &c, V lon, V lat, int32
 }
 
 template <class V>
-OPRJ_INLINE Geographic<V> coneInverse(const ConformalCone &c, V x, V y, int32_t kPhi2,
+OPRJ_INLINE Geographic<V> coneInverse(const ConformalCone &c, V x, V y, const StopText &unsolved,
                                       Stops<V> &stop) {
   const V east = (x - V(c.east)) * V(1.0 / c.scale), north = (y - V(c.north)) * V(1.0 / c.scale);
   const Fan<V> fan = fanOf(c.n, c.r1, east, north);
@@ -60,7 +60,7 @@ OPRJ_INLINE Geographic<V> coneInverse(const ConformalCone &c, V x, V y, int32_t 
   const V correction = select(abs(z) < V(0.5), rounding * (2.0 - w), V(0.0));
   const V psi = fma(V(-0.5 / c.n), log(w) + correction, V(c.psi1));
   const Solved<V> lat = latitudeOfIsometric(c.conformal, psi);
-  stop.when(~lat.converged, kPhi2);
+  stop.when(~lat.converged, unsolved);
   return {fanLongitude(c.n, c.lon0, fan, r2, stop), lat.phi};
 }
 

@@ -2,10 +2,13 @@
 #ifndef OPRJ_DESCRIPTOR_H
 #define OPRJ_DESCRIPTOR_H
 
-#include <oprj/families.h>
 #include <oprj/geodetic.h>
 
+#include <span>
+#include <type_traits>
+
 #include "lanes/kernels.h"
+#include "projections/registry.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
@@ -36,14 +39,8 @@ struct Row {
   Oprj_PointFunction3D fromLL3D = nullptr, toLL3D = nullptr;
 };
 
-/// What is reported for a stop: the family's code and text (with "point # %ld:  %lf, %lf" where the
-/// text tells the point) and, for a solver's failure, the solver's own report as its cause.
-struct StopText {
-  int32_t code;
-  const char *text;
-  const char *solver = nullptr;
-  int32_t iterations = 0;
-};
+/// The stops that every family has: no place on the sheet, no place on the globe.
+extern const StopText kCannotProject, kInputData;
 
 /// proParams of a record; entries that it lacks are 0.
 struct Entries {
@@ -57,55 +54,89 @@ struct Ellipsoid {
   double a, e, es;
 };
 
+/// A check of an initialiser on the record's values; the first that fails is reported by its text.
+struct ValueCheck {
+  bool (*fails)(const Entries &, const Ellipsoid &);
+  const char *text;
+};
+inline constexpr ValueCheck kNoScale{
+    [](const Entries &p, const Ellipsoid &) { return p[2] == 0.0; }, "Invalid scale factor"};
+
+/// One of the five exported operations and its name in reports.
+template <class Function>
+struct Door {
+  const char *name;
+  Function function;
+};
+#define OPRJ_DOOR(function) \
+  { #function, function }
+
 /// A family as the flat operations see it.
 struct Family {
   Row row;
-  const char *init, *fromLL, *toLL, *copyParameters, *equal;  ///< the operations' names
-  Oprj_PointFunction forward, inverse;
-  Oprj_ParametersCopier copy;
-  Oprj_ParametersTest test;
   int32_t blockLength;
-  const char *const *checks;  ///< texts of the value checks
-  int32_t checkCount;
-  const StopText *stops;
-  int32_t (*refuse)(const Entries &, const Ellipsoid &);  ///< number of the check that fails, or -1
+  std::span<const ValueCheck> checks;
   bool (*derive)(const Entries &, const Ellipsoid &, double *);  ///< false: unusable values
+  Door<Initialiser> init;
+  Door<Oprj_PointFunction> fromLL, toLL;
+  Door<Oprj_ParametersCopier> copy;
+  Door<Oprj_ParametersTest> equal;
 };
+
+/// The family F behind its doors; F is what family.h asks for, without the formulas.
+template <class F>
+constexpr Family familyOf(Door<Initialiser> init, Door<Oprj_PointFunction> fromLL,
+                          Door<Oprj_PointFunction> toLL, Door<Oprj_ParametersCopier> copy,
+                          Door<Oprj_ParametersTest> equal) {
+  using Block = typename F::Block;
+  static_assert(sizeof(Block) % sizeof(double) == 0 && std::is_standard_layout_v<Block> &&
+                    std::is_trivially_copyable_v<Block>,
+                "a block is an array of doubles");
+  return {F::row,
+          sizeof(Block) / sizeof(double),
+          F::checks,
+          [](const Entries &p, const Ellipsoid &s, double *block) {
+            return F::derive(p, s, *reinterpret_cast<Block *>(block));
+          },
+          init,
+          fromLL,
+          toLL,
+          copy,
+          equal};
+}
 
 Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *record,
                                Oerr_Report **err);
 /// Reports the point that stopped a run under the operation of `e`.
-void reportStop(toolkit::ErrorScope &e, const Family &family, PointStop where,
-                const Oprj_Point *in);
+void reportStop(toolkit::ErrorScope &e, PointStop where, const Oprj_Point *in);
 /// The body of a family's forward function. `run` is the point loop of the instruction set in use,
 /// reached by direct calls: an indirect one can cost a tenth of a single point.
-template <class Run>
+template <auto run>
 void familyFromLL(const Family &family, const Oprj_Point *geog, const double *block,
-                  Oprj_Point *proj, int32_t count, Oerr_Report **err, Run run) {
-  toolkit::ErrorScope e(family.fromLL, err);
+                  Oprj_Point *proj, int32_t count, Oerr_Report **err) {
+  toolkit::ErrorScope e(family.fromLL.name, err);
   if (!block) return void(e.fail(1, "Invalid input parameters"));
   if (!geog) return void(e.fail(2, "Invalid input geog points"));
   if (!proj) return void(e.fail(3, "Invalid input projected points"));
   const PointStop stop = run(block, geog, proj, count);
-  if (stop.index >= 0) reportStop(e, family, stop, geog);
+  if (stop.index >= 0) reportStop(e, stop, geog);
 }
 /// The body of its inverse function.
-template <class Run>
+template <auto run>
 void familyToLL(const Family &family, const Oprj_Point *proj, const double *block, Oprj_Point *geog,
-                int32_t count, Oerr_Report **err, Run run) {
-  toolkit::ErrorScope e(family.toLL, err);
+                int32_t count, Oerr_Report **err) {
+  toolkit::ErrorScope e(family.toLL.name, err);
   if (!block) return void(e.fail(1, "Invalid input parameters"));
   if (!proj) return void(e.fail(2, "Invalid input projected points"));
   if (!geog) return void(e.fail(3, "Invalid input geog points"));
   const PointStop stop = run(block, proj, geog, count);
-  if (stop.index >= 0) reportStop(e, family, stop, proj);
+  if (stop.index >= 0) reportStop(e, stop, proj);
 }
 /// The equality test under the name `operation`, by what the row compares.
 int32_t recordsEqual(const char *operation, const Row &row, const Oprj_ProParameters *first,
                      const Oprj_ProParameters *second, Oerr_Report **err);
-/// The copier for a block of `length` doubles under the name `operation`.
-double *copyBlock(const char *operation, int32_t length, const double *block, double *old,
-                  Oerr_Report **err);
+/// The copier of the family's blocks.
+double *copyBlock(const Family &family, const double *block, double *old, Oerr_Report **err);
 Ellipsoid ellipsoidOf(const Oprj_Spheroid *spheroid);
 
 }  // namespace orvik::oprj

@@ -23,15 +23,12 @@ struct EquidistantConicBlock {
 
 struct EquidistantConic : FamilyBase<EquidistantConicBlock> {
   static constexpr Row row{.number = 8, .minimum = 9, .compared = entries(2, 8)};
-  static constexpr const char *checks[] = {kOppositeParallels};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kPhi3 };
-  static constexpr StopText stops[] = {
-      {4, "Error returned from oprj_Phi3", "oprj_Phi3", kPhi3Iterations}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return (p[8] != 0.0 ? oppositeParallels(p[2], p[3]) : std::fabs(p[2]) <= kClose) ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &s) {
+                                             return p[8] != 0.0 ? kOppositeParallels.fails(p, s)
+                                                                : std::fabs(p[2]) <= kClose;
+                                           },
+                                           kOppositeParallels.text}};
+  static constexpr StopText kPhi3{4, "Error returned from oprj_Phi3", "oprj_Phi3", kPhi3Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, EquidistantConicBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], meridianOf(p[4]), p[5], p[6], p[7], p[8], 0.0, 0.0, 0.0, {}};
@@ -88,4 +85,6 @@ struct EquidistantConic : FamilyBase<EquidistantConicBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(EquidistantConic, EquidistantConic)
+OPRJ_FAMILY(EquidistantConic, oprj_EquidistantConicInit, oprj_EquidistantConicFromLL,
+            oprj_EquidistantConicToLL, oprj_EquidistantConicCopyParameters,
+            oprj_EquidistantConicProParametersEqual)

@@ -19,14 +19,11 @@ static_assert(sizeof(EquirectangularBlock) == 10 * sizeof(double));
 
 struct Equirectangular : FamilyBase<EquirectangularBlock> {
   static constexpr Row row{.number = 17, .minimum = 8, .compared = entries(4, 7)};
-  static constexpr const char *checks[] = {"Improper parameter"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Improper parameter"}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return __builtin_fabs(__builtin_cos(p[5])) <= kClose ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &) {
+                                             return __builtin_fabs(__builtin_cos(p[5])) <= kClose;
+                                           },
+                                           "Improper parameter"}};
+  static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, EquirectangularBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7], 0.0, 0.0, 0.0};
@@ -55,4 +52,6 @@ struct Equirectangular : FamilyBase<EquirectangularBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Equirectangular, Equirectangular)
+OPRJ_FAMILY(Equirectangular, oprj_EquirectangularInit, oprj_EquirectangularFromLL,
+            oprj_EquirectangularToLL, oprj_EquirectangularCopyParameters,
+            oprj_EquirectangularProParametersEqual)

@@ -16,14 +16,10 @@ struct ESOMBlock {
 
 struct ESOM : FamilyBase<ESOMBlock> {
   static constexpr Row row{.number = 23, .minimum = 8, .compared = entries(4, 7)};
-  static constexpr const char *checks[] = {"Improper parameter"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kTooMany };
-  static constexpr StopText stops[] = {{4, "Too many iterations"}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return isLandsatPath(p[4], p[5]) ? -1 : 0;
-  }
+  static constexpr ValueCheck checks[] = {
+      {[](const Entries &p, const Ellipsoid &) { return !isLandsatPath(p[4], p[5]); },
+       "Improper parameter"}};
+  static constexpr StopText kTooMany{4, "Too many iterations"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, ESOMBlock &b) {
     b = {s.a, s.e, s.es, p[4], p[5], p[6], p[7], landsatOrbit(s.es, false, p[5])};
@@ -45,4 +41,5 @@ struct ESOM : FamilyBase<ESOMBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(ESOM, ESOM)
+OPRJ_FAMILY(ESOM, oprj_ESOMInit, oprj_ESOMFromLL, oprj_ESOMToLL, oprj_ESOMCopyParameters,
+            oprj_ESOMProParametersEqual)

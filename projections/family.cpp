@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "records/records.h"
 #include "projections/descriptor.h"
+#include "records/records.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
@@ -17,9 +17,6 @@ using toolkit::ErrorScope;
 
 /// Radius used when no spheroid was ever filled in: the sphere of nominal radius, metres.
 constexpr double kNominalRadius = 6370997.0;
-
-/// Codes of the common stops.
-constexpr int32_t kCommonStopCode = 20;
 
 bool usable(const double *block, int32_t length) {
   for (int32_t i = 0; i < length; ++i) {
@@ -35,6 +32,10 @@ using OwnedBlock = std::unique_ptr<double, BlockFree>;
 
 }  // namespace
 
+constexpr int32_t kCommonStopCode = 20;
+const StopText kCannotProject{kCommonStopCode, "Point cannot be projected, point # %ld:  %lf, %lf"};
+const StopText kInputData{kCommonStopCode, "Input data error, point # %ld:  %lf, %lf"};
+
 Ellipsoid ellipsoidOf(const Oprj_Spheroid *spheroid) {
   if (!spheroid || spheroid->a == 0.0) return {kNominalRadius, 0.0, 0.0};
   double es = std::isinf(spheroid->eSquared) ? std::nan("") : spheroid->eSquared;
@@ -48,16 +49,17 @@ Ellipsoid ellipsoidOf(const Oprj_Spheroid *spheroid) {
 
 Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *record,
                                Oerr_Report **err) {
-  ErrorScope e(family.init, err);
+  ErrorScope e(family.init.name, err);
   if (!record) return e.fail(1, "Invalid projection parameters");
   if (entryCount(*record) < family.row.minimum)
     return e.fail(2, "Insufficient projection parameters");
   const Entries values{entriesOf(*record)};
   const Ellipsoid ellipsoid = ellipsoidOf(record->proSpheroid);
-  const int32_t check = family.refuse(values, ellipsoid);
   int32_t code = 3;  // value checks count from here, whichever of them fails
-  if (check >= 0) return e.fail(code + check, "%s", family.checks[check]);
-  code += family.checkCount;
+  for (const ValueCheck &check : family.checks) {
+    if (check.fails(values, ellipsoid)) return e.fail(code, "%s", check.text);
+    ++code;
+  }
 
   OwnedBlock block(oprj_ParametersCreate(family.blockLength, e.cause()));
   if (!block) return e.fail(code, "%s", family.row.noBlock);
@@ -73,54 +75,42 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
   }
   object->proParameters = copy.release();
   object->parameters = block.release();
-  object->toLL = family.inverse;
-  object->fromLL = family.forward;
+  object->toLL = family.toLL.function;
+  object->fromLL = family.fromLL.function;
   object->toLL3D = family.row.toLL3D;
   object->fromLL3D = family.row.fromLL3D;
-  object->copyParameters = family.copy;
-  object->proParametersEqual = family.test;
+  object->copyParameters = family.copy.function;
+  object->proParametersEqual = family.equal.function;
   return object;
 }
 
-void reportStop(toolkit::ErrorScope &e, const Family &family, PointStop where,
-                const Oprj_Point *in) {
+void reportStop(toolkit::ErrorScope &e, PointStop where, const Oprj_Point *in) {
   const Oprj_Point &p = in[where.index];
   const long index = where.index;
-  if (where.stop == kCannotProject) {
-    e.failAtPoint(index, p.x, p.y, kCommonStopCode,
-                  "Point cannot be projected, point # %ld:  %lf, %lf", index, p.x, p.y);
-    return;
-  }
-  if (where.stop == kInputData) {
-    e.failAtPoint(index, p.x, p.y, kCommonStopCode, "Input data error, point # %ld:  %lf, %lf",
-                  index, p.x, p.y);
-    return;
-  }
-  const StopText &text = family.stops[where.stop];
-  if (text.solver) {
-    *e.cause() = oerr_CreateErrorReport(text.solver, 1, OERR_SEVERITY_ERROR, nullptr,
+  const StopText &why = *where.why;
+  if (why.solver) {
+    *e.cause() = oerr_CreateErrorReport(why.solver, 1, OERR_SEVERITY_ERROR, nullptr,
                                         "Latitude failed to converge after %ld iterations",
-                                        static_cast<long>(text.iterations));
+                                        static_cast<long>(why.iterations));
   }
-  if (std::strchr(text.text, '%')) {
+  if (std::strchr(why.text, '%')) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    e.failAtPoint(index, p.x, p.y, text.code, text.text, index, p.x, p.y);
+    e.failAtPoint(index, p.x, p.y, why.code, why.text, index, p.x, p.y);
 #pragma GCC diagnostic pop
   } else {
-    e.failAtPoint(index, p.x, p.y, text.code, "%s", text.text);
+    e.failAtPoint(index, p.x, p.y, why.code, "%s", why.text);
   }
 }
 
-double *copyBlock(const char *operation, int32_t length, const double *block, double *old,
-                  Oerr_Report **err) {
-  ErrorScope e(operation, err);
+double *copyBlock(const Family &family, const double *block, double *old, Oerr_Report **err) {
+  ErrorScope e(family.copy.name, err);
   if (!block) {
     omsc_HeapFree(old);
     return e.fail(1, "Invalid input parameters");
   }
-  double *copy = oprj_ParametersCreate(length, e.cause());
-  if (copy) std::memcpy(copy, block, static_cast<size_t>(length) * sizeof(double));
+  double *copy = oprj_ParametersCreate(family.blockLength, e.cause());
+  if (copy) std::memcpy(copy, block, static_cast<size_t>(family.blockLength) * sizeof(double));
   omsc_HeapFree(old);  // behind the copying, so that `old` may be `block`
   if (!copy) return e.fail(2, "Error returned from oprj_ParametersCreate");
   return copy;

@@ -5,14 +5,14 @@
 //
 //   struct Sinusoidal : FamilyBase<SinusoidalBlock> {
 //     static constexpr Row row{.number = 16, .minimum = 8, .compared = entries(4) | entries(6, 7)};
-//     enum : int32_t { kOffTheSheet };
-//     static constexpr StopText stops[] = {{4, "Improper parameter"}};
+//     static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 //     static bool derive(const Entries &p, const Ellipsoid &s, SinusoidalBlock &b);
 //     template <class V> static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop);
 //     template <class V> static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop);
 //   };
 //   ...
-//   OPRJ_FAMILY(Sinusoidal, Sinusoidal)
+//   OPRJ_FAMILY(Sinusoidal, oprj_SinusoidalInit, oprj_SinusoidalFromLL, oprj_SinusoidalToLL,
+//               oprj_SinusoidalCopyParameters, oprj_SinusoidalProParametersEqual)
 //
 // OPRJ_FAMILY makes the point loops of the instruction set that is being compiled and, with the
 // baseline, the five flat operations of families.h. Formulas contain no loop over points and no
@@ -23,8 +23,8 @@
 #ifndef OPRJ_FAMILY_H
 #define OPRJ_FAMILY_H
 
-#include "projections/descriptor.h"
 #include "lanes/lanes.h"
+#include "projections/descriptor.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -43,13 +43,13 @@ struct Geographic {
 template <class V>
 struct Stops {
   Mask hit = never<Lanes>();
-  OPRJ_INLINE void when(Mask condition, int32_t) { hit = hit | condition; }
+  OPRJ_INLINE void when(Mask condition, const StopText &) { hit = hit | condition; }
 };
 template <>
 struct Stops<double> {
-  int32_t first = kNoStop;
-  OPRJ_INLINE void when(Flag condition, int32_t stop) {
-    if (condition.value && first == kNoStop) first = stop;
+  const StopText *first = nullptr;
+  OPRJ_INLINE void when(Flag condition, const StopText &why) {
+    if (condition.value && !first) first = &why;
   }
 };
 
@@ -60,10 +60,7 @@ struct FamilyBase {
   /// What forward and inverse are handed: the block, or constants made from it once a call.
   using ForwardRun = BlockType;
   using InverseRun = BlockType;
-  static constexpr const char *const *checks = nullptr;
-  static constexpr int32_t checkCount = 0;
-  static constexpr const StopText *stops = nullptr;
-  static int32_t refuse(const Entries &, const Ellipsoid &) { return -1; }
+  static constexpr std::span<const ValueCheck> checks{};
 };
 
 // --- the point loop ---
@@ -79,20 +76,20 @@ struct Choose<false, Forward, Inverse> {
 template <class F, bool kForward>
 using RunOf = typename Choose<kForward, typename F::ForwardRun, typename F::InverseRun>::Type;
 
-/// One point through the scalar instantiation; returns its stop.
+/// One point through the scalar instantiation; returns why it stops, or null.
 template <class F, bool kForward>
-int32_t projectPoint(const RunOf<F, kForward> &run, Oprj_Point in, Oprj_Point *out) {
+const StopText *projectPoint(const RunOf<F, kForward> &run, Oprj_Point in, Oprj_Point *out) {
   double x = in.x, y = in.y;
   if (x != x || y != y) {
     *out = {kNaN, kNaN};
-    return kNoStop;
+    return nullptr;
   }
   Stops<double> stops;
   Oprj_Point result;
   if constexpr (kForward) {
     if (abs(x) > kPi) x = abs(x) > kFarthestAngle ? kNaN : adjustLongitude(adjustLongitude(x));
     if (F::row.stopsBeyondPoles && abs(y) > kHalfPi) {
-      if (abs(y) > kHalfPi + kClose) return kCannotProject;
+      if (abs(y) > kHalfPi + kClose) return &kCannotProject;
       y = copysign(kHalfPi, y);
     }
     const Projected<double> p = F::template forward<double>(run, x, y, stops);
@@ -101,20 +98,20 @@ int32_t projectPoint(const RunOf<F, kForward> &run, Oprj_Point in, Oprj_Point *o
     const Geographic<double> g = F::template inverse<double>(run, x, y, stops);
     result = {g.lon, g.lat};
   }
-  if (stops.first != kNoStop) return stops.first;
+  if (stops.first) return stops.first;
   // infinite coordinates can lead to finite places (a pole), which nobody meant
   if (!(abs(x) < kInfinity && abs(y) < kInfinity && abs(result.x) < kInfinity &&
         abs(result.y) < kInfinity))
-    return kForward ? kCannotProject : kInputData;
+    return kForward ? &kCannotProject : &kInputData;
   *out = result;
-  return kNoStop;
+  return nullptr;
 }
 
-/// A group of kLanes points; returns the place of the point that stopped it (its stop in *stop), or
+/// A group of kLanes points; returns the place of the point that stopped it (why, in *why), or
 /// -1.
 template <class F, bool kForward>
 OPRJ_INLINE int32_t projectGroup(const RunOf<F, kForward> &run, const Oprj_Point *in,
-                                 Oprj_Point *out, int32_t *stop) {
+                                 Oprj_Point *out, const StopText **why) {
   Lanes x, y;
   loadPairs(&in->x, x, y);
   Mask odd = ~(isFinite(x) & isFinite(y));
@@ -152,7 +149,7 @@ OPRJ_INLINE int32_t projectGroup(const RunOf<F, kForward> &run, const Oprj_Point
   for (int32_t k = 0; k < kLanes; ++k) {
     if (flags[k].x == 0.0) {
       out[k] = good[k];
-    } else if ((*stop = projectPoint<F, kForward>(run, in[k], out + k)) != kNoStop) {
+    } else if ((*why = projectPoint<F, kForward>(run, in[k], out + k))) {
       return k;
     }
   }
@@ -181,8 +178,8 @@ template <class F, bool kForward>
                                                      int32_t count) {
   const RunFrom<F, kForward> made(*reinterpret_cast<const typename F::Block *>(block));
   for (int32_t i = first; i < count; ++i) {
-    const int32_t stop = projectPoint<F, kForward>(made.run, in[i], out + i);
-    if (stop != kNoStop) return {i, stop};
+    const StopText *why = projectPoint<F, kForward>(made.run, in[i], out + i);
+    if (why) return {i, why};
   }
   return {};
 }
@@ -191,20 +188,21 @@ template <class F, bool kForward>
 [[gnu::noinline]] PointStop projectMany(const double *block, const Oprj_Point *in, Oprj_Point *out,
                                         int32_t count) {
   const RunFrom<F, kForward> made(*reinterpret_cast<const typename F::Block *>(block));
-  int32_t done = 0, stop = kNoStop;
+  int32_t done = 0;
+  const StopText *why = nullptr;
   for (; count - done >= kLanes; done += kLanes) {
-    const int32_t place = projectGroup<F, kForward>(made.run, in + done, out + done, &stop);
+    const int32_t place = projectGroup<F, kForward>(made.run, in + done, out + done, &why);
     if (place >= 0) [[unlikely]]
-      return {done + place, stop};
+      return {done + place, why};
   }
   const int32_t rest = count - done;
   if (rest < kWorthPadding) return projectFew<F, kForward>(block, in, out, done, count);
   Oprj_Point padded[kLanes];
   for (int32_t k = 0; k < kLanes; ++k) padded[k] = in[done + (k < rest ? k : 0)];
-  const int32_t place = projectGroup<F, kForward>(made.run, padded, padded, &stop);
+  const int32_t place = projectGroup<F, kForward>(made.run, padded, padded, &why);
   const int32_t good = place >= 0 ? place : rest;
   for (int32_t k = 0; k < good; ++k) out[done + k] = padded[k];
-  if (place >= 0) return {done + place, stop};
+  if (place >= 0) return {done + place, why};
   return {};
 }
 
@@ -218,92 +216,85 @@ PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *o
 
 // --- OPRJ_FAMILY ---
 
-/// The point loops of one instruction set under names of their own.
-#define OPRJ_FAMILY_LOOPS(NAME, TYPE)                                                             \
-  namespace orvik::oprj::OPRJ_SET {                                                               \
-  static_assert(sizeof(TYPE::Block) % sizeof(double) == 0 && __is_standard_layout(TYPE::Block) && \
-                __is_trivially_copyable(TYPE::Block));                                            \
-  OPRJ_DECLARE_LOOPS(NAME)                                                                        \
-  PointStop NAME##Forward(const double *block, const Oprj_Point *in, Oprj_Point *out,             \
-                          int32_t count) {                                                        \
-    return projectPoints<TYPE, true>(block, in, out, count);                                      \
-  }                                                                                               \
-  PointStop NAME##Inverse(const double *block, const Oprj_Point *in, Oprj_Point *out,             \
-                          int32_t count) {                                                        \
-    return projectPoints<TYPE, false>(block, in, out, count);                                     \
-  }                                                                                               \
-  }
-#define OPRJ_DECLARE_LOOPS(NAME)                                                      \
-  PointStop NAME##Forward(const double *block, const Oprj_Point *in, Oprj_Point *out, \
-                          int32_t count);                                             \
-  PointStop NAME##Inverse(const double *block, const Oprj_Point *in, Oprj_Point *out, \
-                          int32_t count);
-
-/// The loop of the instruction set in use. Few points go through AVX2 even where AVX-512 is in use:
-/// the bits are the same, and AVX-512's masks make single numbers slower.
-#define OPRJ_RUN(LOOP)                                                                             \
-  [](const double *block, const Oprj_Point *in, Oprj_Point *out, int32_t count) {                  \
-    using namespace orvik::oprj;                                                                   \
-    if (instructionSet == 2 && count >= kWorthPadding) return avx512::LOOP(block, in, out, count); \
-    if (instructionSet >= 1) return avx2::LOOP(block, in, out, count);                             \
-    return OPRJ_SET::LOOP(block, in, out, count);                                                  \
-  }
-
+/// OPRJ_FAMILY(TYPE, the names of its five operations).
 #if OPRJ_FLAT
-#define OPRJ_FAMILY(NAME, TYPE)                                                                   \
-  OPRJ_FAMILY_LOOPS(NAME, TYPE)                                                                   \
+
+namespace orvik::oprj {
+
+/// The loops of the wider sets, which are instantiated in their own objects.
+#define OPRJ_DECLARE_LOOPS(SET)                                                       \
+  namespace SET {                                                                     \
+  template <class F, bool kForward>                                                   \
+  PointStop projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *out, \
+                          int32_t count);                                             \
+  }
+OPRJ_DECLARE_LOOPS(avx2)
+OPRJ_DECLARE_LOOPS(avx512)
+#undef OPRJ_DECLARE_LOOPS
+
+/// The loop of the instruction set in use, of a family as each set knows it. Few points go through
+/// AVX2 even where AVX-512 is in use: the bits are the same, and AVX-512's masks make single
+/// numbers slower.
+template <bool kForward, class Baseline, class Avx2, class Avx512>
+OPRJ_INLINE PointStop runPoints(const double *block, const Oprj_Point *in, Oprj_Point *out,
+                                int32_t count) {
+  if (instructionSet == 2 && count >= kWorthPadding)
+    return avx512::projectPoints<Avx512, kForward>(block, in, out, count);
+  if (instructionSet >= 1) return avx2::projectPoints<Avx2, kForward>(block, in, out, count);
+  return OPRJ_SET::projectPoints<Baseline, kForward>(block, in, out, count);
+}
+
+}  // namespace orvik::oprj
+
+#define OPRJ_FAMILY(TYPE, INIT, FROM_LL, TO_LL, COPY, EQUAL)                                      \
   namespace orvik::oprj {                                                                         \
   namespace avx2 {                                                                                \
-  OPRJ_DECLARE_LOOPS(NAME)                                                                        \
+  struct TYPE;                                                                                    \
   }                                                                                               \
   namespace avx512 {                                                                              \
-  OPRJ_DECLARE_LOOPS(NAME)                                                                        \
+  struct TYPE;                                                                                    \
   }                                                                                               \
-  static const Family NAME##Family = {                                                            \
-      OPRJ_SET::TYPE::row,                                                                        \
-      "oprj_" #NAME "Init",                                                                       \
-      "oprj_" #NAME "FromLL",                                                                     \
-      "oprj_" #NAME "ToLL",                                                                       \
-      "oprj_" #NAME "CopyParameters",                                                             \
-      "oprj_" #NAME "ProParametersEqual",                                                         \
-      oprj_##NAME##FromLL,                                                                        \
-      oprj_##NAME##ToLL,                                                                          \
-      oprj_##NAME##CopyParameters,                                                                \
-      oprj_##NAME##ProParametersEqual,                                                            \
-      static_cast<int32_t>(sizeof(OPRJ_SET::TYPE::Block) / sizeof(double)),                       \
-      OPRJ_SET::TYPE::checks,                                                                     \
-      OPRJ_SET::TYPE::checkCount,                                                                 \
-      OPRJ_SET::TYPE::stops,                                                                      \
-      OPRJ_SET::TYPE::refuse,                                                                     \
-      [](const Entries &p, const Ellipsoid &s, double *block) {                                   \
-        return OPRJ_SET::TYPE::derive(p, s, *reinterpret_cast<OPRJ_SET::TYPE::Block *>(block));   \
-      }};                                                                                         \
+  namespace {                                                                                     \
+  static_assert(registeredNumber(INIT) == OPRJ_SET::TYPE::row.number,                             \
+                "registered under another number");                                               \
+  constexpr Family kFamily = familyOf<OPRJ_SET::TYPE>(                                            \
+      OPRJ_DOOR(INIT), OPRJ_DOOR(FROM_LL), OPRJ_DOOR(TO_LL), OPRJ_DOOR(COPY), OPRJ_DOOR(EQUAL));  \
+  template <bool kForward>                                                                        \
+  constexpr auto kRun = runPoints<kForward, OPRJ_SET::TYPE, avx2::TYPE, avx512::TYPE>;            \
   }                                                                                               \
-  Oprj_MapProjection *oprj_##NAME##Init(Oint_Toolkit *, const Oprj_ProParameters *record,         \
-                                        Oerr_Report **err) {                                      \
-    return orvik::oprj::familyInit(orvik::oprj::NAME##Family, record, err);                       \
   }                                                                                               \
-  void oprj_##NAME##FromLL(const Oprj_Point *geog, const double *parameters, Oprj_Point *proj,    \
-                           int32_t count, Oerr_Report **err) {                                    \
-    orvik::oprj::familyFromLL(orvik::oprj::NAME##Family, geog, parameters, proj, count, err,      \
-                              OPRJ_RUN(NAME##Forward));                                           \
+  Oprj_MapProjection *INIT(Oint_Toolkit *, const Oprj_ProParameters *record, Oerr_Report **err) { \
+    return orvik::oprj::familyInit(orvik::oprj::kFamily, record, err);                            \
   }                                                                                               \
-  void oprj_##NAME##ToLL(const Oprj_Point *proj, const double *parameters, Oprj_Point *geog,      \
-                         int32_t count, Oerr_Report **err) {                                      \
-    orvik::oprj::familyToLL(orvik::oprj::NAME##Family, proj, parameters, geog, count, err,        \
-                            OPRJ_RUN(NAME##Inverse));                                             \
+  void FROM_LL(const Oprj_Point *geog, const double *block, Oprj_Point *proj, int32_t count,      \
+               Oerr_Report **err) {                                                               \
+    using namespace orvik::oprj;                                                                  \
+    familyFromLL<kRun<true>>(kFamily, geog, block, proj, count, err);                             \
   }                                                                                               \
-  double *oprj_##NAME##CopyParameters(const double *parameters, double *old, Oerr_Report **err) { \
-    return orvik::oprj::copyBlock(orvik::oprj::NAME##Family.copyParameters,                       \
-                                  orvik::oprj::NAME##Family.blockLength, parameters, old, err);   \
+  void TO_LL(const Oprj_Point *proj, const double *block, Oprj_Point *geog, int32_t count,        \
+             Oerr_Report **err) {                                                                 \
+    using namespace orvik::oprj;                                                                  \
+    familyToLL<kRun<false>>(kFamily, proj, block, geog, count, err);                              \
   }                                                                                               \
-  int32_t oprj_##NAME##ProParametersEqual(const Oprj_ProParameters *first,                        \
-                                          const Oprj_ProParameters *second, Oerr_Report **err) {  \
-    return orvik::oprj::recordsEqual(orvik::oprj::NAME##Family.equal,                             \
-                                     orvik::oprj::NAME##Family.row, first, second, err);          \
+  double *COPY(const double *block, double *old, Oerr_Report **err) {                             \
+    return orvik::oprj::copyBlock(orvik::oprj::kFamily, block, old, err);                         \
+  }                                                                                               \
+  int32_t EQUAL(const Oprj_ProParameters *first, const Oprj_ProParameters *second,                \
+                Oerr_Report **err) {                                                              \
+    return orvik::oprj::recordsEqual(orvik::oprj::kFamily.equal.name, orvik::oprj::kFamily.row,   \
+                                     first, second, err);                                         \
   }
+
 #else
-#define OPRJ_FAMILY(NAME, TYPE) OPRJ_FAMILY_LOOPS(NAME, TYPE)
+
+#define OPRJ_FAMILY(TYPE, INIT, FROM_LL, TO_LL, COPY, EQUAL)                                      \
+  namespace orvik::oprj::OPRJ_SET {                                                               \
+  template PointStop projectPoints<TYPE, true>(const double *, const Oprj_Point *, Oprj_Point *,  \
+                                               int32_t);                                          \
+  template PointStop projectPoints<TYPE, false>(const double *, const Oprj_Point *, Oprj_Point *, \
+                                                int32_t);                                         \
+  }
+
 #endif
 
 #endif

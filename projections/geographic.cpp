@@ -6,17 +6,30 @@
 #include <cmath>
 #include <limits>
 
-#include "records/records.h"
 #include "projections/descriptor.h"
+#include "records/records.h"
 #include "toolkit/error_scope.h"
 
 namespace {
 
 using orvik::toolkit::ErrorScope;
 
-struct GeographicBlock {
-  double a, e, es;
+struct Geographic {
+  struct Block {
+    double a, e, es;
+  };
+  static constexpr orvik::oprj::Row row{.number = 0, .minimum = 0};
+  static constexpr std::span<const orvik::oprj::ValueCheck> checks{};
+  static bool derive(const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &s, Block &b) {
+    b = {s.a, s.e, s.es};
+    return true;
+  }
 };
+static_assert(orvik::oprj::registeredNumber(oprj_GeographicInit) == Geographic::row.number);
+constexpr orvik::oprj::Family kGeographic = orvik::oprj::familyOf<Geographic>(
+    OPRJ_DOOR(oprj_GeographicInit), OPRJ_DOOR(oprj_GeographicFromLL),
+    OPRJ_DOOR(oprj_GeographicToLL), OPRJ_DOOR(oprj_GeographicCopyParameters),
+    OPRJ_DOOR(oprj_GeographicProParametersEqual));
 
 void copyPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -30,27 +43,6 @@ void copyPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count) {
 
 Oprj_MapProjection *oprj_GeographicInit(Oint_Toolkit *, const Oprj_ProParameters *record,
                                         Oerr_Report **err) {
-  static constexpr orvik::oprj::Row kRow{.number = 0, .minimum = 0};
-  static const orvik::oprj::Family kGeographic = {
-      kRow,
-      "oprj_GeographicInit",
-      "oprj_GeographicFromLL",
-      "oprj_GeographicToLL",
-      "oprj_GeographicCopyParameters",
-      "oprj_GeographicProParametersEqual",
-      oprj_GeographicFromLL,
-      oprj_GeographicToLL,
-      oprj_GeographicCopyParameters,
-      oprj_GeographicProParametersEqual,
-      sizeof(GeographicBlock) / sizeof(double),
-      nullptr,
-      0,
-      nullptr,
-      [](const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &) -> int32_t { return -1; },
-      [](const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &s, double *block) {
-        *reinterpret_cast<GeographicBlock *>(block) = {s.a, s.e, s.es};
-        return true;
-      }};
   Oprj_MapProjection *object = orvik::oprj::familyInit(kGeographic, record, err);
   if (object) object->geographic = oprj_GeographicFromLL;
   return object;
@@ -75,8 +67,7 @@ void oprj_GeographicToLL(const Oprj_Point *proj, const double *parameters, Oprj_
 }
 
 double *oprj_GeographicCopyParameters(const double *parameters, double *old, Oerr_Report **err) {
-  return orvik::oprj::copyBlock("oprj_GeographicCopyParameters",
-                                sizeof(GeographicBlock) / sizeof(double), parameters, old, err);
+  return orvik::oprj::copyBlock(kGeographic, parameters, old, err);
 }
 
 /// The names and the whole arrays count, exactly; a missing element is 0.

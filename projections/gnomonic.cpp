@@ -12,8 +12,7 @@ namespace orvik::oprj::OPRJ_SET {
 
 struct Gnomonic : Azimuthal {
   static constexpr Row row{.number = 13, .minimum = 8, .compared = entries(4, 7)};
-  enum Stop : int32_t { kInfinite };
-  static constexpr StopText stops[] = {{4, "Point projects into infinity"}};
+  static constexpr StopText kInfinite{4, "Point projects into infinity"};
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
@@ -34,4 +33,5 @@ struct Gnomonic : Azimuthal {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Gnomonic, Gnomonic)
+OPRJ_FAMILY(Gnomonic, oprj_GnomonicInit, oprj_GnomonicFromLL, oprj_GnomonicToLL,
+            oprj_GnomonicCopyParameters, oprj_GnomonicProParametersEqual)

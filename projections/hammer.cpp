@@ -50,4 +50,5 @@ struct Hammer : FamilyBase<HammerBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Hammer, Hammer)
+OPRJ_FAMILY(Hammer, oprj_HammerInit, oprj_HammerFromLL, oprj_HammerToLL, oprj_HammerCopyParameters,
+            oprj_HammerProParametersEqual)

@@ -20,18 +20,15 @@ struct InterruptedGoodeBlock {
 
 struct InterruptedGoode : FamilyBase<InterruptedGoodeBlock> {
   static constexpr Row row{.number = 27, .minimum = 0};
-  enum Stop : int32_t { kIterations, kGap, kOutside };
-  static constexpr StopText stops[] = {
-      {4,
-       "Too many iterations for Interrupted Goode Homolosine forward transformation, "
-       "point # %ld:  %lf, %lf"},
-      {4,
-       "In interrupted area in Interrupted Goode Homolosine inverse transformation, "
-       "point # %ld:  %lf, %lf"},
-      {5,
-       "Input data error in Interrupted Goode Homolosine inverse transformation, "
-       "point # %ld:  %lf, %lf"},
-  };
+  static constexpr StopText kIterations{4,
+                                        "Too many iterations for Interrupted Goode Homolosine "
+                                        "forward transformation, point # %ld:  %lf, %lf"};
+  static constexpr StopText kGap{4,
+                                 "In interrupted area in Interrupted Goode Homolosine inverse "
+                                 "transformation, point # %ld:  %lf, %lf"};
+  static constexpr StopText kOutside{5,
+                                     "Input data error in Interrupted Goode Homolosine inverse "
+                                     "transformation, point # %ld:  %lf, %lf"};
 
   static constexpr double kJoint = 0.710987989993;         // rad
   static constexpr double kJointHeight = 0.7109879899072;  // of Mollweide's part, over a
@@ -92,4 +89,6 @@ struct InterruptedGoode : FamilyBase<InterruptedGoodeBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(InterruptedGoode, InterruptedGoode)
+OPRJ_FAMILY(InterruptedGoode, oprj_InterruptedGoodeInit, oprj_InterruptedGoodeFromLL,
+            oprj_InterruptedGoodeToLL, oprj_InterruptedGoodeCopyParameters,
+            oprj_InterruptedGoodeProParametersEqual)

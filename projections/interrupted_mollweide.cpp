@@ -25,15 +25,12 @@ constexpr double abscissaOf(double degrees) {
 
 struct InterruptedMollweide : FamilyBase<InterruptedMollweideBlock> {
   static constexpr Row row{.number = 29, .minimum = 0};
-  enum Stop : int32_t { kIterations, kGap };
-  static constexpr StopText stops[] = {
-      {4,
-       "Iteration failed to converge in Interrupted Mollweide forward transformation, "
-       "point # %ld:  %lf, %lf"},
-      {4,
-       "In interrupted area in Interrupted Mollweide inverse transformation, "
-       "point # %ld:  %lf, %lf"},
-  };
+  static constexpr StopText kIterations{4,
+                                        "Iteration failed to converge in Interrupted Mollweide "
+                                        "forward transformation, point # %ld:  %lf, %lf"};
+  static constexpr StopText kGap{4,
+                                 "In interrupted area in Interrupted Mollweide inverse "
+                                 "transformation, point # %ld:  %lf, %lf"};
 
   static constexpr LobeTable<3, 3> kLobes = {{{-kPi, abscissaOf(110), abscissaOf(60)},
                                               {abscissaOf(110), abscissaOf(-100), abscissaOf(-170)},
@@ -75,4 +72,6 @@ struct InterruptedMollweide : FamilyBase<InterruptedMollweideBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(InterruptedMollweide, InterruptedMollweide)
+OPRJ_FAMILY(InterruptedMollweide, oprj_InterruptedMollweideInit, oprj_InterruptedMollweideFromLL,
+            oprj_InterruptedMollweideToLL, oprj_InterruptedMollweideCopyParameters,
+            oprj_InterruptedMollweideProParametersEqual)

@@ -14,9 +14,8 @@ namespace orvik::oprj::OPRJ_SET {
 
 struct LambertAzimuthalEqualArea : Azimuthal {
   static constexpr Row row{.number = 11, .minimum = 9, .compared = entries(4, 8)};
-  enum Stop : int32_t { kCircle, kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Point projects into a circle"},
-                                       {4, "Improper parameter"}};
+  static constexpr StopText kCircle{4, "Point projects into a circle"};
+  static constexpr StopText kOffTheSheet{4, "Improper parameter"};
   static constexpr double kSlack = 1e-6;  // metres beyond the outline that count as rounding
 
   template <class V>
@@ -41,4 +40,7 @@ struct LambertAzimuthalEqualArea : Azimuthal {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(LambertAzimuthalEqual_Area, LambertAzimuthalEqualArea)
+OPRJ_FAMILY(LambertAzimuthalEqualArea, oprj_LambertAzimuthalEqual_AreaInit,
+            oprj_LambertAzimuthalEqual_AreaFromLL, oprj_LambertAzimuthalEqual_AreaToLL,
+            oprj_LambertAzimuthalEqual_AreaCopyParameters,
+            oprj_LambertAzimuthalEqual_AreaProParametersEqual)

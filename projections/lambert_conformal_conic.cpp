@@ -20,15 +20,8 @@ struct LambertConformalConicBlock {
 
 struct LambertConformalConic : FamilyBase<LambertConformalConicBlock> {
   static constexpr Row row{.number = 4, .minimum = 8, .compared = entries(2, 7)};
-  static constexpr const char *checks[] = {kOppositeParallels};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kPhi2 };
-  static constexpr StopText stops[] = {
-      {4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return oppositeParallels(p[2], p[3]) ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {kOppositeParallels};
+  static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, LambertConformalConicBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], meridianOf(p[4]), p[5], p[6], p[7], {}};
@@ -79,4 +72,6 @@ struct LambertConformalConic : FamilyBase<LambertConformalConicBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(LambertConformalConic, LambertConformalConic)
+OPRJ_FAMILY(LambertConformalConic, oprj_LambertConformalConicInit, oprj_LambertConformalConicFromLL,
+            oprj_LambertConformalConicToLL, oprj_LambertConformalConicCopyParameters,
+            oprj_LambertConformalConicProParametersEqual)

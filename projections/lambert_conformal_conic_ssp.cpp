@@ -23,18 +23,12 @@ struct LambertConformalConicSSP : FamilyBase<LambertConformalConicSSPBlock> {
                            .tooFewCompared = "Too few parameters in input param array",
                            .noBlock = "Error creating parameters",
                            .noCopy = "Error copying parameters"};
-  static constexpr const char *checks[] = {
-      "Invalid projection parameters. Latitude of natural origin and scale both cannot be 0"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kOppositePole, kPhi2 };
-  static constexpr StopText stops[] = {
-      {4, "Point cannot be projected"},
-      {4, "Error return from oprj_Phi2", "oprj_Phi2", kPhi2Iterations}};
-
   /// Either of them being 0 is refused, whatever the text says.
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return std::fabs(p[2]) <= kClose || p[4] == 0.0 ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {
+      {[](const Entries &p, const Ellipsoid &) { return std::fabs(p[2]) <= kClose || p[4] == 0.0; },
+       "Invalid projection parameters. Latitude of natural origin and scale both cannot be 0"}};
+  static constexpr StopText kOppositePole{4, "Point cannot be projected"};
+  static constexpr StopText kPhi2{4, "Error return from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, LambertConformalConicSSPBlock &b) {
     b = {s.a, s.e, s.es, p[2], meridianOf(p[3]), p[4], p[5], p[6], {}};
@@ -61,4 +55,7 @@ struct LambertConformalConicSSP : FamilyBase<LambertConformalConicSSPBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(LambertConformalConicSSP, LambertConformalConicSSP)
+OPRJ_FAMILY(LambertConformalConicSSP, oprj_LambertConformalConicSSPInit,
+            oprj_LambertConformalConicSSPFromLL, oprj_LambertConformalConicSSPToLL,
+            oprj_LambertConformalConicSSPCopyParameters,
+            oprj_LambertConformalConicSSPProParametersEqual)

@@ -22,15 +22,10 @@ struct MercatorBlock {
 
 struct Mercator : FamilyBase<MercatorBlock> {
   static constexpr Row row{.number = 5, .minimum = 8, .compared = entries(4, 7)};
-  static constexpr const char *checks[] = {"Improper parameter"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kPhi2 };
-  static constexpr StopText stops[] = {
-      {4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return abs(std::cos(p[5])) <= kClose ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {
+      {[](const Entries &p, const Ellipsoid &) { return abs(std::cos(p[5])) <= kClose; },
+       "Improper parameter"}};
+  static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, MercatorBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7], 0.0, conformalLatitudeOf(s.e, s.es)};
@@ -56,4 +51,5 @@ struct Mercator : FamilyBase<MercatorBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Mercator, Mercator)
+OPRJ_FAMILY(Mercator, oprj_MercatorInit, oprj_MercatorFromLL, oprj_MercatorToLL,
+            oprj_MercatorCopyParameters, oprj_MercatorProParametersEqual)

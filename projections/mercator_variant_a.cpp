@@ -26,10 +26,7 @@ struct MercatorVariantABlock {
 struct MercatorVariantA : FamilyBase<MercatorVariantABlock> {
   static constexpr Row row{
       .number = 69, .minimum = 8, .compared = entries(2, 7), .comparedNumber = 5};
-  static constexpr const char *checks[] = {"Invalid scale factor"};
-  static constexpr int32_t checkCount = 1;
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) { return p[2] == 0.0 ? 0 : -1; }
+  static constexpr ValueCheck checks[] = {kNoScale};
 
   static bool derive(const Entries &p, const Ellipsoid &s, MercatorVariantABlock &b) {
     b = {s.a,  s.e,  s.es,       p[2], meridianOf(p[4]),
@@ -61,4 +58,6 @@ struct MercatorVariantA : FamilyBase<MercatorVariantABlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(MercatorVariantA, MercatorVariantA)
+OPRJ_FAMILY(MercatorVariantA, oprj_MercatorVariantAInit, oprj_MercatorVariantAFromLL,
+            oprj_MercatorVariantAToLL, oprj_MercatorVariantACopyParameters,
+            oprj_MercatorVariantAProParametersEqual)

@@ -46,4 +46,6 @@ struct MillerCylindrical : FamilyBase<MillerCylindricalBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(MillerCylindrical, MillerCylindrical)
+OPRJ_FAMILY(MillerCylindrical, oprj_MillerCylindricalInit, oprj_MillerCylindricalFromLL,
+            oprj_MillerCylindricalToLL, oprj_MillerCylindricalCopyParameters,
+            oprj_MillerCylindricalProParametersEqual)

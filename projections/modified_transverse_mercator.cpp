@@ -21,8 +21,7 @@ static_assert(sizeof(MTMBlock) == 4 * sizeof(double));
 
 struct MTM : FamilyBase<MTMBlock> {
   static constexpr Row row{.number = 22, .minimum = 4};
-  enum Stop : int32_t { kIterations };
-  static constexpr StopText stops[] = {{4, "Too many iterations"}};
+  static constexpr StopText kIterations{4, "Too many iterations"};
 
   static constexpr double kScale = 2500000.0;
   static constexpr double kLon0 = -150.0 * kDegree;
@@ -83,4 +82,5 @@ struct MTM : FamilyBase<MTMBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(MTM, MTM)
+OPRJ_FAMILY(MTM, oprj_MTMInit, oprj_MTMFromLL, oprj_MTMToLL, oprj_MTMCopyParameters,
+            oprj_MTMProParametersEqual)

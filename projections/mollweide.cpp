@@ -16,12 +16,9 @@ struct MollweideBlock {
 
 struct Mollweide : FamilyBase<MollweideBlock> {
   static constexpr Row row{.number = 28, .minimum = 8, .compared = entries(4) | entries(6, 7)};
-  enum Stop : int32_t { kIterations };
-  static constexpr StopText stops[] = {
-      {4,
-       "Iteration failed to converge in Mollweide forward transformation, point # %ld:  %lf, "
-       "%lf"},
-  };
+  static constexpr StopText kIterations{
+      4,
+      "Iteration failed to converge in Mollweide forward transformation, point # %ld:  %lf, %lf"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, MollweideBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
@@ -51,4 +48,5 @@ struct Mollweide : FamilyBase<MollweideBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Mollweide, Mollweide)
+OPRJ_FAMILY(Mollweide, oprj_MollweideInit, oprj_MollweideFromLL, oprj_MollweideToLL,
+            oprj_MollweideCopyParameters, oprj_MollweideProParametersEqual)

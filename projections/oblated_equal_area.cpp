@@ -23,12 +23,9 @@ static_assert(sizeof(OblatedEqualAreaBlock) == 17 * sizeof(double));
 
 struct OblatedEqualArea : FamilyBase<OblatedEqualAreaBlock> {
   static constexpr Row row{.number = 33, .minimum = 9, .compared = entries(2, 8)};
-  static constexpr const char *checks[] = {"Improper parameter"};
-  static constexpr int32_t checkCount = 1;
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    return p[2] == 0.0 || p[3] == 0.0 ? 0 : -1;
-  }
+  static constexpr ValueCheck checks[] = {
+      {[](const Entries &p, const Ellipsoid &) { return p[2] == 0.0 || p[3] == 0.0; },
+       "Improper parameter"}};
 
   static bool derive(const Entries &p, const Ellipsoid &s, OblatedEqualAreaBlock &b) {
     setCentre(p, s, b);
@@ -89,4 +86,6 @@ struct OblatedEqualArea : FamilyBase<OblatedEqualAreaBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(OblatedEqualArea, OblatedEqualArea)
+OPRJ_FAMILY(OblatedEqualArea, oprj_OblatedEqualAreaInit, oprj_OblatedEqualAreaFromLL,
+            oprj_OblatedEqualAreaToLL, oprj_OblatedEqualAreaCopyParameters,
+            oprj_OblatedEqualAreaProParametersEqual)

@@ -41,25 +41,25 @@ struct ObliqueMercatorRun : ObliqueMercatorBlock {
         conformal(conformalLatitudeOf(b.e, b.es)) {}
 };
 
+inline bool isPole(double lat) { return std::fabs(std::fabs(lat) - kHalfPi) <= kClose; }
+
+/// Whether the entries give no central line: one on the equator has no centre there; one that runs
+/// backwards would come out mirrored.
+inline bool hasNoLine(const Entries &p) {
+  if (p[12] != 0.0) return std::fabs(p[5]) <= kClose || std::cos(p[3]) < -kClose;
+  return std::fabs(p[9] - p[11]) <= kClose || std::fabs(p[9]) <= kClose || isPole(p[9]);
+}
+
 struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
   using ForwardRun = ObliqueMercatorRun;
   using InverseRun = ObliqueMercatorRun;
   static constexpr Row row{.number = 20, .minimum = 12, .compared = entries(2, 12)};
-  static constexpr const char *checks[] = {"Invalid scale factor", "Improper parameter"};
-  static constexpr int32_t checkCount = 2;
-  enum Stop : int32_t { kInfinite, kPhi2 };
-  static constexpr StopText stops[] = {
-      {4, "Point projectes into infinity"},
-      {4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations},
-  };
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    if (p[2] == 0.0) return 0;
-    if (atPole(p[5])) return 1;
-    // A line on the equator has no centre there; one that runs backwards would come out mirrored.
-    if (p[12] != 0.0) return std::fabs(p[5]) <= kClose || std::cos(p[3]) < -kClose ? 1 : -1;
-    return std::fabs(p[9] - p[11]) <= kClose || std::fabs(p[9]) <= kClose || atPole(p[9]) ? 1 : -1;
-  }
+  static constexpr ValueCheck checks[] = {
+      kNoScale,
+      {[](const Entries &p, const Ellipsoid &) { return isPole(p[5]) || hasNoLine(p); },
+       "Improper parameter"}};
+  static constexpr StopText kInfinite{4, "Point projectes into infinity"};
+  static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, ObliqueMercatorBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], p[4], p[5], p[6], p[7], p[12], 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
@@ -131,7 +131,6 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
   }
 
  private:
-  static bool atPole(double lat) { return std::fabs(std::fabs(lat) - kHalfPi) <= kClose; }
   static double powerOfT(const ObliqueMercatorBlock &b, double lat) {
     return std::pow(oprj_Tsfn(b.e, lat, std::sin(lat), nullptr), b.B);
   }
@@ -139,4 +138,6 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(ObliqueMercator, ObliqueMercator)
+OPRJ_FAMILY(ObliqueMercator, oprj_ObliqueMercatorInit, oprj_ObliqueMercatorFromLL,
+            oprj_ObliqueMercatorToLL, oprj_ObliqueMercatorCopyParameters,
+            oprj_ObliqueMercatorProParametersEqual)

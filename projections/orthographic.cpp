@@ -13,9 +13,8 @@ namespace orvik::oprj::OPRJ_SET {
 struct Orthographic : Azimuthal {
   static constexpr Row row{
       .number = 14, .minimum = 8, .compared = entries(4, 7), .unusable = "Improper parameters"};
-  enum Stop : int32_t { kFarSide, kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Point cannot be projected"},
-                                       {4, "Improper parameters"}};
+  static constexpr StopText kFarSide{4, "Point cannot be projected"};
+  static constexpr StopText kOffTheSheet{4, "Improper parameters"};
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
@@ -35,4 +34,5 @@ struct Orthographic : Azimuthal {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Orthographic, Orthographic)
+OPRJ_FAMILY(Orthographic, oprj_OrthographicInit, oprj_OrthographicFromLL, oprj_OrthographicToLL,
+            oprj_OrthographicCopyParameters, oprj_OrthographicProParametersEqual)

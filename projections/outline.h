@@ -2,8 +2,8 @@
 #ifndef OPRJ_OUTLINE_H
 #define OPRJ_OUTLINE_H
 
-#include "projections/descriptor.h"
 #include "lanes/lanes.h"
+#include "projections/descriptor.h"
 
 namespace orvik::oprj::OPRJ_SET {
 

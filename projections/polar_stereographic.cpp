@@ -26,9 +26,7 @@ struct PolarStereographicBlock {
 
 struct PolarStereographic : FamilyBase<PolarStereographicBlock> {
   static constexpr Row row{.number = 6, .minimum = 8, .compared = entries(4, 7)};
-  enum Stop : int32_t { kPhi2 };
-  static constexpr StopText stops[] = {
-      {4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations}};
+  static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, PolarStereographicBlock &b) {
     b = {s.a,  s.e,
@@ -67,4 +65,6 @@ struct PolarStereographic : FamilyBase<PolarStereographicBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(PolarStereographic, PolarStereographic)
+OPRJ_FAMILY(PolarStereographic, oprj_PolarStereographicInit, oprj_PolarStereographicFromLL,
+            oprj_PolarStereographicToLL, oprj_PolarStereographicCopyParameters,
+            oprj_PolarStereographicProParametersEqual)

@@ -39,9 +39,7 @@ inline constexpr double kSmallStep = 0.01;
 
 struct Polyconic : FamilyBase<PolyconicBlock> {
   static constexpr Row row{.number = 7, .minimum = 8, .compared = entries(4, 7)};
-  enum Stop : int32_t { kPhi4 };
-  static constexpr StopText stops[] = {
-      {4, "Error returned from oprj_Phi4", "oprj_Phi4", kPhi4Iterations}};
+  static constexpr StopText kPhi4{4, "Error returned from oprj_Phi4", "oprj_Phi4", kPhi4Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, PolyconicBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7], 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
@@ -124,4 +122,5 @@ struct Polyconic : FamilyBase<PolyconicBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Polyconic, Polyconic)
+OPRJ_FAMILY(Polyconic, oprj_PolyconicInit, oprj_PolyconicFromLL, oprj_PolyconicToLL,
+            oprj_PolyconicCopyParameters, oprj_PolyconicProParametersEqual)

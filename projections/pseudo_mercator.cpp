@@ -41,4 +41,6 @@ struct PseudoMercator : FamilyBase<PseudoMercatorBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(PseudoMercator, PseudoMercator)
+OPRJ_FAMILY(PseudoMercator, oprj_PseudoMercatorInit, oprj_PseudoMercatorFromLL,
+            oprj_PseudoMercatorToLL, oprj_PseudoMercatorCopyParameters,
+            oprj_PseudoMercatorProParametersEqual)

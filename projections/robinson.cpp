@@ -75,8 +75,7 @@ OPRJ_INLINE Interval<Lanes> intervalAt(Lanes index) {
 struct Robinson : FamilyBase<RobinsonBlock> {
   static constexpr Row row{.number = 24, .minimum = 8, .compared = entries(4) | entries(6, 7)};
   static constexpr double kEast = 0.8487, kNorth = 1.3523;
-  enum Stop : int32_t { kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Computation error"}};
+  static constexpr StopText kOffTheSheet{4, "Computation error"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, RobinsonBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
@@ -116,4 +115,5 @@ struct Robinson : FamilyBase<RobinsonBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(ROBIN, Robinson)
+OPRJ_FAMILY(Robinson, oprj_ROBINInit, oprj_ROBINFromLL, oprj_ROBINToLL, oprj_ROBINCopyParameters,
+            oprj_ROBINProParametersEqual)

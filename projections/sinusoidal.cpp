@@ -16,8 +16,7 @@ static_assert(sizeof(SinusoidalBlock) == 7 * sizeof(double));
 
 struct Sinusoidal : FamilyBase<SinusoidalBlock> {
   static constexpr Row row{.number = 16, .minimum = 8, .compared = entries(4) | entries(6, 7)};
-  enum Stop : int32_t { kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Improper parameter"}};
+  static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, SinusoidalBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7], 1.0 / s.a};
@@ -46,4 +45,5 @@ struct Sinusoidal : FamilyBase<SinusoidalBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Sinusoidal, Sinusoidal)
+OPRJ_FAMILY(Sinusoidal, oprj_SinusoidalInit, oprj_SinusoidalFromLL, oprj_SinusoidalToLL,
+            oprj_SinusoidalCopyParameters, oprj_SinusoidalProParametersEqual)

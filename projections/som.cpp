@@ -5,18 +5,19 @@
 // Kept: the comparison leaves out entry 7, and asks for 8 entries where the initialiser asks for 6.
 #include <oprj/families.h>
 
-#include "records/records.h"
 #include "projections/descriptor.h"
+#include "records/records.h"
 
 namespace {
 
 using namespace orvik::oprj;
 
-constexpr int32_t kGenericNumber = 25;
+constexpr int32_t kNumber = 21, kGenericNumber = 25;
+static_assert(registeredNumber(oprj_SOMInit) == kNumber);
 constexpr int32_t kGenericEntries = 13;
 constexpr int32_t kPathForm = 12;  // the entry that chooses it
 
-constexpr Row kComparison = {.number = 21, .minimum = 8, .compared = entries(4, 6)};
+constexpr Row kComparison = {.number = kNumber, .minimum = 8, .compared = entries(4, 6)};
 constexpr int32_t kEntriesNeeded = 6;
 
 }  // namespace

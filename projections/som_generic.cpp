@@ -22,18 +22,15 @@ struct SOMGeneric : FamilyBase<SOMGenericBlock> {
                            .minimum = 13,
                            .compared = entries(2, 3) | entries(6, 7) | entries(10) | entries(12),
                            .comparedMinimumFirst = 8};
-  static constexpr const char *checks[] = {"Improper parameter"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kForward, kInverse };
-  static constexpr StopText stops[] = {
-      {4, "Too many iterations for SOM forward transformation, point # %ld:  %lf, %lf"},
-      {4, "Too many iterations for SOM inverse transformation, point # %ld:  %lf, %lf"},
-  };
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) {
-    const bool good = p[12] != 0.0 ? isLandsatPath(p[2], p[3]) : p[8] > 0.0;
-    return good ? -1 : 0;
-  }
+  static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &) {
+                                             return !(p[12] != 0.0 ? isLandsatPath(p[2], p[3])
+                                                                   : p[8] > 0.0);
+                                           },
+                                           "Improper parameter"}};
+  static constexpr StopText kForward{
+      4, "Too many iterations for SOM forward transformation, point # %ld:  %lf, %lf"};
+  static constexpr StopText kInverse{
+      4, "Too many iterations for SOM inverse transformation, point # %ld:  %lf, %lf"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, SOMGenericBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], p[4], p[6], p[7], p[8], p[10], p[12], {}};
@@ -57,4 +54,5 @@ struct SOMGeneric : FamilyBase<SOMGenericBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(SOMGeneric, SOMGeneric)
+OPRJ_FAMILY(SOMGeneric, oprj_SOMGenericInit, oprj_SOMGenericFromLL, oprj_SOMGenericToLL,
+            oprj_SOMGenericCopyParameters, oprj_SOMGenericProParametersEqual)

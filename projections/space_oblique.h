@@ -133,7 +133,7 @@ OPRJ_INLINE V trackOffset(const SpaceObliqueOrbit &o, SinCos<V> lam) {
 
 template <class V>
 Projected<V> spaceObliqueForward(const SpaceObliqueOrbit &o, double es, V lon, V lat,
-                                 Stops<V> &stop, int32_t notConverged) {
+                                 Stops<V> &stop, const StopText &notConverged) {
   const SinCos<V> phi = sincos(lat);
   const V n = sqrt(fma(V(-es) * phi.sin, phi.sin, V(1.0)));
   const V rho = phi.cos / n, z = (1.0 - es) * phi.sin / n;
@@ -189,7 +189,7 @@ Projected<V> spaceObliqueForward(const SpaceObliqueOrbit &o, double es, V lon, V
 
 template <class V>
 Geographic<V> spaceObliqueInverse(const SpaceObliqueOrbit &o, double es, V x, V y, Stops<V> &stop,
-                                  int32_t notConverged) {
+                                  const StopText &notConverged) {
   V lam = x / V(o.b);
   SinCos<V> at = {V(0.0), V(0.0)};
   Truth<V> open = V(0.0) == V(0.0);

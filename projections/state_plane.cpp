@@ -6,7 +6,6 @@
 // object gets the State Plane record and comparison. Its spheroid is the zone's, whatever the
 // record says, and comparing records does not look at the spheroids either.
 // Kept: entry 0 = 3 means NAD83, as 2 does.
-#include <oprj/families.h>
 #include <oprj/ostr.h>
 #include <oprj/tables.h>
 
@@ -14,6 +13,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "projections/registry.h"
 #include "records/records.h"
 
 namespace {
@@ -21,6 +21,7 @@ namespace {
 using namespace orvik::oprj;
 
 constexpr int32_t kNumber = 2;
+static_assert(registeredNumber(oprj_StatePlaneInit) == kNumber);
 constexpr int32_t kConstantsNeeded = 9;
 constexpr int32_t kEntries = 15;  // the length that the angle conversion asks for
 constexpr int32_t kNad27 = 1, kNad83 = 2;
@@ -30,7 +31,7 @@ constexpr double kAxisTolerance = 1e-5;  // m: axes that agree so far keep their
 struct Underlying {
   const char *name;  ///< in the projection dictionary
   int32_t number;
-  Oprj_MapProjection *(*init)(Oint_Toolkit *, const Oprj_ProParameters *, Oerr_Report **);
+  Initialiser init;
   int32_t entriesRead;
   int32_t constants[8];  ///< for entries 0 to 7: the constant's index, kUnused: 0
   double azimuthForm;    ///< entry 12

@@ -14,8 +14,7 @@ namespace orvik::oprj::OPRJ_SET {
 
 struct Stereographic : Azimuthal {
   static constexpr Row row{.number = 10, .minimum = 10, .compared = entries(4, 9)};
-  enum Stop : int32_t { kInfinite };
-  static constexpr StopText stops[] = {{4, "Point projects into infinity"}};
+  static constexpr StopText kInfinite{4, "Point projects into infinity"};
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
@@ -35,4 +34,5 @@ struct Stereographic : Azimuthal {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(Stereographic, Stereographic)
+OPRJ_FAMILY(Stereographic, oprj_StereographicInit, oprj_StereographicFromLL, oprj_StereographicToLL,
+            oprj_StereographicCopyParameters, oprj_StereographicProParametersEqual)

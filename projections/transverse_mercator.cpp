@@ -5,9 +5,6 @@
 // easting and northing). Below e = 1e-5 the closed form of the sphere is used. Domain: the series
 // is meant for a few degrees beside the central meridian: within 1 mm of the exact projection up to
 // 4 degrees, 0.4 m at 10 degrees. The sphere projects (lon0 +- 90 degrees, 0) into infinity.
-// Operations, as every family has them: oprj_TransverseMercatorInit,
-// oprj_TransverseMercatorFromLL, oprj_TransverseMercatorToLL,
-// oprj_TransverseMercatorCopyParameters, oprj_TransverseMercatorProParametersEqual.
 // Formulation: the series is multiplied out so that neither the tangent nor a division by the
 // cosine of the latitude occurs forward (t = tan² appears only with powers of cos² in front).
 #include "projections/family.h"
@@ -38,15 +35,9 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   using InverseRun = TransverseMercatorInverse;
   static constexpr Row row{
       .number = 9, .minimum = 8, .compared = entries(2) | entries(4, 7), .stopsBeyondPoles = false};
-  static constexpr const char *checks[] = {"Invalid scale factor"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kInfinite, kPhi3 };
-  static constexpr StopText stops[] = {
-      {4, "Point projects into infinity"},
-      {4, "Error returned from oprj_Phi3", "oprj_Phi3", kPhi3Iterations},
-  };
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) { return p[2] == 0.0 ? 0 : -1; }
+  static constexpr ValueCheck checks[] = {kNoScale};
+  static constexpr StopText kInfinite{4, "Point projects into infinity"};
+  static constexpr StopText kPhi3{4, "Error returned from oprj_Phi3", "oprj_Phi3", kPhi3Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, TransverseMercatorBlock &b) {
     b = {s.a, s.e, s.es, p[2], meridianOf(p[4]), p[5], p[6], p[7], 1.0, 0.0, 0.0, 0.0, 0.0, 0.0};
@@ -142,4 +133,6 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(TransverseMercator, TransverseMercator)
+OPRJ_FAMILY(TransverseMercator, oprj_TransverseMercatorInit, oprj_TransverseMercatorFromLL,
+            oprj_TransverseMercatorToLL, oprj_TransverseMercatorCopyParameters,
+            oprj_TransverseMercatorProParametersEqual)

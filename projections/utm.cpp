@@ -4,12 +4,12 @@
 // southern hemisphere). The object is Transverse Mercator's with the UTM record and comparison.
 // Kept: a zone derived from a longitude truncates toward zero, so that longitudes strictly between
 // -6 and 0 degrees give zone 31 and zone 30 never comes from a longitude.
-#include <oprj/families.h>
 #include <oprj/ocvt.h>
 #include <oprj/tables.h>
 
 #include <cmath>
 
+#include "projections/registry.h"
 #include "records/records.h"
 #include "toolkit/error_scope.h"
 
@@ -21,6 +21,8 @@ using orvik::oprj::OwnedParameters;
 using orvik::toolkit::ErrorScope;
 
 constexpr int32_t kEntriesNeeded = 4;
+constexpr int32_t kNumber = 1;
+static_assert(orvik::oprj::registeredNumber(oprj_UTMInit) == kNumber);
 constexpr double kScale = 0.9996;
 constexpr double kFalseEasting = 500000.0;     // m
 constexpr double kSouthFalseNorthing = 1.0e7;  // m
@@ -94,7 +96,7 @@ int32_t oprj_UTMProParametersEqual(const Oprj_ProParameters *first,
   ErrorScope e("oprj_UTMProParametersEqual", err);
   if (!first || !second) return e.fail(1, "Invalid input parmArray");
   if (first->proType != OPRJ_INTERNAL || second->proType != OPRJ_INTERNAL ||
-      first->proNumber != 1 || second->proNumber != 1)
+      first->proNumber != kNumber || second->proNumber != kNumber)
     return 0;
   if (entryCount(*first) < kEntriesNeeded || entryCount(*second) < kEntriesNeeded)
     return e.fail(2, "Too few parameters in input parmArray");
@@ -120,7 +122,7 @@ Oprj_ProParameters *oprj_UTMDetailsGet(Oint_Toolkit *toolkit, const Oprj_ProPara
   ErrorScope e("oprj_UTMDetailsGet", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
   if (entryCount(*record) < kEntriesNeeded) return e.fail(2, "Insufficient projection parameters");
-  if (record->proType != OPRJ_INTERNAL || record->proNumber != 1)
+  if (record->proType != OPRJ_INTERNAL || record->proNumber != kNumber)
     return e.fail(3, "Expected UTM projection parameters");
   const int32_t zone = zoneOf(record, e.cause());
   if (!zone) return e.fail(4, "Error returned from figureUTMzone");

@@ -28,12 +28,11 @@ struct VanDerGrinten : FamilyBase<VanDerGrintenBlock> {
   static constexpr double kPhi5Upto = 1.0;  // rad
   /// X² + Y² of the outermost point that counts as on the sheet: 0.6 mm outside of the circle.
   static constexpr double kOutermost = 1.0 + 2.0 * kClose / kPi;
-  enum Stop : int32_t { kOffTheSheet, kPhi5, kPhi6 };
-  static constexpr StopText stops[] = {
-      {4, "Improper parameter"},
-      {5, "Error returned from oprj_Phi5, point # %ld:  %lf, %lf", "oprj_Phi5", kSolverIterations},
-      {6, "Error returned from oprj_Phi6, point # %ld:  %lf, %lf", "oprj_Phi6", kSolverIterations},
-  };
+  static constexpr StopText kOffTheSheet{4, "Improper parameter"};
+  static constexpr StopText kPhi5{5, "Error returned from oprj_Phi5, point # %ld:  %lf, %lf",
+                                  "oprj_Phi5", kSolverIterations};
+  static constexpr StopText kPhi6{6, "Error returned from oprj_Phi6, point # %ld:  %lf, %lf",
+                                  "oprj_Phi6", kSolverIterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, VanDerGrintenBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};
@@ -101,4 +100,6 @@ struct VanDerGrinten : FamilyBase<VanDerGrintenBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(VanderGrintenI, VanDerGrinten)
+OPRJ_FAMILY(VanDerGrinten, oprj_VanderGrintenIInit, oprj_VanderGrintenIFromLL,
+            oprj_VanderGrintenIToLL, oprj_VanderGrintenICopyParameters,
+            oprj_VanderGrintenIProParametersEqual)

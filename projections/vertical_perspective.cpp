@@ -24,12 +24,10 @@ static_assert(sizeof(VerticalPerspectiveBlock) == 15 * sizeof(double));
 
 struct VerticalPerspective : FamilyBase<VerticalPerspectiveBlock> {
   static constexpr Row row{.number = 15, .minimum = 8, .compared = entries(2) | entries(4, 7)};
-  static constexpr const char *checks[] = {"Improper parameter"};
-  static constexpr int32_t checkCount = 1;
-  enum Stop : int32_t { kBeyondHorizon, kOffTheSheet };
-  static constexpr StopText stops[] = {{4, "Point cannot be projected"}, {4, "Improper parameter"}};
-
-  static int32_t refuse(const Entries &p, const Ellipsoid &) { return p[2] > 0.0 ? -1 : 0; }
+  static constexpr ValueCheck checks[] = {
+      {[](const Entries &p, const Ellipsoid &) { return !(p[2] > 0.0); }, "Improper parameter"}};
+  static constexpr StopText kBeyondHorizon{4, "Point cannot be projected"};
+  static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, VerticalPerspectiveBlock &b) {
     setCentre(p, s, b);
@@ -62,4 +60,8 @@ struct VerticalPerspective : FamilyBase<VerticalPerspectiveBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(GeneralVerticalNear_SidePerspective, VerticalPerspective)
+OPRJ_FAMILY(VerticalPerspective, oprj_GeneralVerticalNear_SidePerspectiveInit,
+            oprj_GeneralVerticalNear_SidePerspectiveFromLL,
+            oprj_GeneralVerticalNear_SidePerspectiveToLL,
+            oprj_GeneralVerticalNear_SidePerspectiveCopyParameters,
+            oprj_GeneralVerticalNear_SidePerspectiveProParametersEqual)

@@ -24,12 +24,9 @@ struct WagnerIV : FamilyBase<WagnerIVBlock> {
   static constexpr double kC = 2.9604205062;
   static constexpr double kHeight = 1.56548, kWidth = 0.8631;
   static constexpr int kMaxIterations = 30;
-  enum Stop : int32_t { kIterations };
-  static constexpr StopText stops[] = {
-      {4,
-       "Iteration failed to converge for Wagner IV forward transformation, point # %ld:  %lf, "
-       "%lf"},
-  };
+  static constexpr StopText kIterations{
+      4,
+      "Iteration failed to converge for Wagner IV forward transformation, point # %ld:  %lf, %lf"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, WagnerIVBlock &b) {
     const AuxiliaryAngle<double> pole = auxiliaryAngle(kPi - kC, kMaxIterations);
@@ -65,4 +62,5 @@ struct WagnerIV : FamilyBase<WagnerIVBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(WagnerIV, WagnerIV)
+OPRJ_FAMILY(WagnerIV, oprj_WagnerIVInit, oprj_WagnerIVFromLL, oprj_WagnerIVToLL,
+            oprj_WagnerIVCopyParameters, oprj_WagnerIVProParametersEqual)

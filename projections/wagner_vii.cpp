@@ -64,4 +64,5 @@ struct WagnerVII : FamilyBase<WagnerVIIBlock> {
 
 }  // namespace orvik::oprj::OPRJ_SET
 
-OPRJ_FAMILY(WagnerVII, WagnerVII)
+OPRJ_FAMILY(WagnerVII, oprj_WagnerVIIInit, oprj_WagnerVIIFromLL, oprj_WagnerVIIToLL,
+            oprj_WagnerVIICopyParameters, oprj_WagnerVIIProParametersEqual)
