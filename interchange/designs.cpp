@@ -8,9 +8,10 @@
 #include <new>
 #include <vector>
 
-#include "tables/upward.h"
 #include "interchange/shared_designs.h"
+#include "tables/upward.h"
 #include "toolkit/error_scope.h"
+#include "toolkit/lasting.h"
 
 using namespace orvik::oprj;
 using orvik::toolkit::ErrorScope;
@@ -87,8 +88,8 @@ struct SharedDictionary {
 /// The dictionaries that have been shared; the last is the one that is shared now. They live as
 /// long as the process, as the designs made in them do. Touched only inside the toolkit's guard.
 std::vector<SharedDictionary> &sharedDictionaries() {
-  static auto &dictionaries = *new std::vector<SharedDictionary>;
-  return dictionaries;
+  static orvik::toolkit::Lasting<std::vector<SharedDictionary>> dictionaries;
+  return *dictionaries;
 }
 
 bool share(Omif_Dictionary *dictionary) {

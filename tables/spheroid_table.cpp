@@ -11,6 +11,7 @@
 
 #include "tables/table_records.h"
 #include "tables/upward.h"
+#include "toolkit/lasting.h"
 
 namespace orvik::oprj {
 
@@ -49,10 +50,10 @@ void freeSpheroidEntry(Oprj_SpheroidTableEntry *entry) {
 /// nobody does, so that a reload starts afresh. Every member is called under the toolkit's guard.
 class SpheroidTableMap {
  public:
-  /// The process's map, never destroyed: reference data may outlive static objects.
+  /// The process's map.
   static SpheroidTableMap &get() {
-    static auto &map = *new SpheroidTableMap;
-    return map;
+    static toolkit::Lasting<SpheroidTableMap> map;
+    return *map;
   }
 
   /// Takes over the entries of a file, *list being what is left when memory runs out (bad_alloc). A
@@ -130,14 +131,17 @@ enum class Problem { kSyntax, kFile, kMemory };
 /// The toolkit's reports tell the cases apart by function and code.
 Problem problemOf(const Oerr_Report *report) {
   constexpr std::pair<std::string_view, int32_t> kSyntaxReport{"olex_Parse", 7};
-  constexpr std::pair<std::string_view, int32_t> kMemoryReports[] = {
-      {"olex_Parse", 5}, {"ofio_Which", 3}, {"ofio_FileRead", 4}, {"ofio_DirectoryList", 4}};
+  constexpr std::pair<std::string_view, int32_t> kFileReports[] = {{"ofio_Which", 2},
+                                                                   {"ofio_DirectoryList", 3},
+                                                                   {"ofio_FileRead", 2},
+                                                                   {"ofio_FileRead", 3},
+                                                                   {"ofio_FileRead", 5}};
   const Oerr_Report *root = oerr_RootCauseGet(report);
   const std::pair<std::string_view, int32_t> found{oerr_FunctionGet(root), oerr_CodeGet(root)};
   if (found == kSyntaxReport) return Problem::kSyntax;
-  const bool memory = std::find(std::begin(kMemoryReports), std::end(kMemoryReports), found) !=
-                      std::end(kMemoryReports);
-  return memory ? Problem::kMemory : Problem::kFile;
+  const bool file =
+      std::find(std::begin(kFileReports), std::end(kFileReports), found) != std::end(kFileReports);
+  return file ? Problem::kFile : Problem::kMemory;
 }
 
 /// Parses one source and joins what it holds to the map. A syntax error is printed and what came
@@ -174,8 +178,14 @@ bool addFile(const char *name, ErrorScope &e) {
   return addSource(nullptr, list.get(), name, false, e);
 }
 
-/// Adds the tables of one directory to the map, and their number to `files`.
-bool addDirectory(const char *directory, int32_t &files, ErrorScope &e) {
+/// What a walk over the datum directories met.
+struct Walk {
+  int32_t files = 0;
+  bool whole = true;  ///< no file was left out for lack of memory
+};
+
+/// Adds the tables of one directory to the map.
+bool addDirectory(const char *directory, Walk &walk, ErrorScope &e) {
   int32_t count = 0;
   char **names = ofio_DirectoryList(directory, "spheroid*.tab", &count, e.cause());
   if (!names) {
@@ -190,13 +200,14 @@ bool addDirectory(const char *directory, int32_t &files, ErrorScope &e) {
     if (path) {
       added = addSource(nullptr, nullptr, path.get(), true, e);
     } else {
+      walk.whole = false;
       problem = oerr_CreateErrorReport(e.operation(), 5, OERR_SEVERITY_ERROR, problem,
                                        "ofnp_FileNameSet fail");
       oerr_PrintErrorReport(problem);
       oerr_DeleteErrorReport(&problem);
     }
   }
-  files += count;
+  walk.files += count;
   ofio_NamesFree(&names);
   return added;
 }
@@ -205,13 +216,15 @@ bool addDirectories(ErrorScope &e) {
   const OwnedSearchList list{OrvikDatum::DatumManagerGetConfigurationSearchList(e.cause())};
   if (!list) return e.fail(1, "DatumManagerGetConfigurationSearchList failed");
   const int32_t count = ofio_SearchListCount(list.get());
-  int32_t files = 0;
+  Walk walk;
   for (int32_t i = 0; i < count; ++i)
-    if (!addDirectory(ofio_SearchListElement(list.get(), i), files, e)) return false;
+    if (!addDirectory(ofio_SearchListElement(list.get(), i), walk, e)) return false;
+  // A table that lacks a file would stay as it is for the life of the process.
+  if (!walk.whole) return e.fail(5, "ofnp_FileNameSet fail");
   // Not a failure, but every later lookup of a spheroid will be one.
   if (count == 0)
     oerr_LogMessage("ORVIK_DATUMS_PATH names no directory to read spheroid*.tab from");
-  for (int32_t i = 0; files == 0 && i < count; ++i)
+  for (int32_t i = 0; walk.files == 0 && i < count; ++i)
     oerr_LogMessage("No spheroid*.tab in \"%s\"", ofio_SearchListElement(list.get(), i));
   return true;
 }

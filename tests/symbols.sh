@@ -3,6 +3,7 @@
 # 1. liboPrj exports oprj_… and the classes of OrvikDatum and orvik::oprj alone.
 # 2. Objects of the AVX2 and AVX-512 sets hold no weak symbol outside of their own namespace: the linker could
 #    take wide code for the whole library.
+# 3. Thread-local data is there from a thread's start: made on first use, it ends the process without memory.
 set -u
 build=$1 bad=0
 foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | awk '{$1="";$2="";print}' | sed 's/^ *//' |
@@ -16,6 +17,10 @@ for set in avx2 avx512; do
   [ -n "$objects" ] || { echo "no objects of the set $set in $build"; bad=1; continue; }
   weak=$(nm -C $objects | grep -E '^[0-9a-f]* *[WVu] ' | grep -v "orvik::oprj::$set::" | sort -u)
   [ -z "$weak" ] || { echo "weak symbols of $set outside of its namespace:"; echo "$weak"; bad=1; }
+done
+for library in liboPrj liboPrjToolkit; do
+  late=$(readelf -rW "$build/lib/$library.so" | grep -E 'DTPMOD|TLSDESC')
+  [ -z "$late" ] || { echo "$library allocates thread-local data on first use:"; echo "$late"; bad=1; }
 done
 [ $bad = 0 ] && echo "symbols are as they should be"
 exit $bad

@@ -13,6 +13,7 @@
 #include "toolkit/c_locale.h"
 #include "toolkit/error_scope.h"
 #include "toolkit/heap.h"
+#include "toolkit/lasting.h"
 
 /// One block: the record, then the function's name and the message.
 struct Oerr_Report {
@@ -137,10 +138,9 @@ struct Log {
   void *context = nullptr;
 };
 
-/// Never destroyed: threads may log while the process ends.
 Log &messageLog() {
-  static Log &log = *new Log;
-  return log;
+  static Lasting<Log> log;
+  return *log;
 }
 
 }  // namespace

@@ -82,6 +82,11 @@ int regularFileProblem(const char *path) {
   return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
 }
 
+/// What the system could not do for lack of memory is told as all lack of memory is.
+void throwIfNoMemory(int error) {
+  if (error == ENOMEM) throw std::bad_alloc();
+}
+
 const char *fileProblem(int error) {
   return error == EINVAL ? "Not a regular file" : systemReason(error);
 }
@@ -219,8 +224,10 @@ char **ofio_DirectoryList(const char *directory, const char *pattern, int32_t *c
   if (!pattern) return e.fail(2, "Invalid input pattern");
   return guarded(e, 4, [&]() -> char ** {
     const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory));
-    if (!stream)
+    if (!stream) {
+      throwIfNoMemory(errno);
       return e.fail(3, "Directory \"%s\" cannot be read: %s", directory, systemReason(errno));
+    }
     HeapVector<HeapText> found;
     for (;;) {
       errno = 0;
@@ -229,7 +236,9 @@ char **ofio_DirectoryList(const char *directory, const char *pattern, int32_t *c
         return e.fail(3, "Directory \"%s\" cannot be read: %s", directory, systemReason(errno));
       if (!entry) break;
       if (!matches(pattern, entry->d_name)) continue;
-      if (regularFileProblem(joined(directory, entry->d_name).c_str()) != 0) continue;
+      // Only what is certainly no file is left out: reading the others tells what is wrong.
+      const int problem = regularFileProblem(joined(directory, entry->d_name).c_str());
+      if (problem == EISDIR || problem == EINVAL || problem == ENOENT) continue;
       found.emplace_back(entry->d_name);
     }
     std::sort(found.begin(), found.end());  // char_traits compares as unsigned bytes

@@ -1,4 +1,4 @@
-// The one per-process record. It lives as long as the process and so lies outside the counted heap.
+// The one per-process record. It lies in static memory, so that making it cannot fail.
 #include <oprj/oint.h>
 
 #include <array>
@@ -6,6 +6,7 @@
 #include <string>
 
 #include "toolkit/error_scope.h"
+#include "toolkit/lasting.h"
 
 struct Oint_Toolkit {
   struct Slot {
@@ -20,10 +21,9 @@ struct Oint_Toolkit {
 using orvik::toolkit::ErrorScope;
 
 Oint_Toolkit *oint_InitToolkit(Oerr_Report **err) {
-  ErrorScope e("oint_InitToolkit", err);
-  static Oint_Toolkit *const toolkit = new (std::nothrow) Oint_Toolkit;
-  if (!toolkit) return e.fail(1, "Error allocating Toolkit");
-  return toolkit;
+  const ErrorScope e("oint_InitToolkit", err);
+  static orvik::toolkit::Lasting<Oint_Toolkit> toolkit;
+  return &*toolkit;
 }
 
 void **oint_LibrarySlot(Oint_Toolkit *toolkit, const char *library) {

@@ -10,8 +10,8 @@ OPRJ_BEGIN_C
 
 typedef struct Oint_Toolkit Oint_Toolkit;
 
-/** The process's record, made by the first call; later calls return the same. It lives as long as
-   the process. Null with a report when it cannot be made. */
+/** The process's record, always the same; never null. It lives as long as the process. Clears the
+   slot. */
 OPRJ_API Oint_Toolkit *oint_InitToolkit(Oerr_Report **err);
 
 /** The address of the slot that `library` keeps its data in (null until set), or null for a null

@@ -17,7 +17,9 @@ struct FailureHook {
   int64_t made = 0;
   int64_t failAt = 0;
 };
-constinit thread_local FailureHook hook;
+// Of a library that is opened late, other models allocate on a thread's first use and end the
+// process when they cannot.
+[[gnu::tls_model("initial-exec")]] constinit thread_local FailureHook hook;
 
 }  // namespace
 

@@ -2,12 +2,13 @@
 
 #include <mutex>
 
+#include "toolkit/lasting.h"
+
 namespace {
 
-/// Never destroyed: threads and static objects may use the guard while the process ends.
 std::recursive_mutex &guard() {
-  static auto &mutex = *new std::recursive_mutex;
-  return mutex;
+  static orvik::toolkit::Lasting<std::recursive_mutex> mutex;
+  return *mutex;
 }
 
 }  // namespace
