@@ -1,11 +1,14 @@
 // The language of the projection dictionary:
 //
 //   block  = text "{" ("Internal" number | "External" text) {entry} "}"
-//   entry  = text "<" ending ">" | text "<" number ":" "condition" ">" "{" {branch} "}"
+//   entry  = text "<" ending ">" [key] | text "<" number ":" "condition" ">" "{" {branch} "}"
 //   ending = "spheroid" | "utmzone" | "spzone" | "spheroidname" text
 //          | number ":" ("number" | "integer" | "nadcode"
 //                        | "angle" ":" ("dd" | "radians") | "distance" ":" ("feet" | "meters"))
 //   branch = number ":" text [":" "{" {entry} "}"]
+//   key    = "key" text ["needed" | "default" (number | text)]
+//
+// A key follows number, integer, angle and distance only: it says how texts answer the question.
 #include "tables/table_grammar.h"
 #include "tables/table_records.h"
 
@@ -50,6 +53,11 @@ class DictionaryBuilder {
     entry<OPRJ_QUERY_SPHEROID_BY_NAME>();
     entry_->valueArea.spheroidName = newText(text);
   }
+
+  void key(Lexeme text) { entry_->key = newText(text); }
+  void needed() { entry_->needed = 1; }
+  void defaultValue(double value) { entry_->defaultValue = value; }
+  void defaultKey(Lexeme text) { entry_->defaultKey = newText(text); }
 
   void condition() {
     if (depth_ == kConditionDepth) throw SyntaxStop{prompt_.data, "conditions nested less deeply"};
@@ -101,24 +109,30 @@ const auto branch = number[action<&B::branchValue>] >> colon >>
 const auto condition = word("condition")[action<&B::condition>] >> close >> open >> *branch >>
                        need('}', "a value or \"}\"") >> x3::eps[action<&B::conditionEnd>];
 
+const auto key = word("key") >> need(quoted, "a key in quotes")[action<&B::key>] >>
+                 -(word("needed")[action<&B::needed>] |
+                   word("default") >>
+                       need(number[action<&B::defaultValue>] | quoted[action<&B::defaultKey>],
+                            "a number or a key in quotes"));
+
 const auto angle =
     word("angle") >> colon >>
     need(word("dd")[action<&B::entry<OPRJ_QUERY_ANGLE, OPRJ_QUERY_UNIT_DD>>] |
              word("radians")[action<&B::entry<OPRJ_QUERY_ANGLE, OPRJ_QUERY_UNIT_RADIANS>>],
          "dd or radians") >>
-    close;
+    close >> -key;
 
 const auto distance =
     word("distance") >> colon >>
     need(word("meters")[action<&B::entry<OPRJ_QUERY_DISTANCE, OPRJ_QUERY_UNIT_METERS>>] |
              word("feet")[action<&B::entry<OPRJ_QUERY_DISTANCE, OPRJ_QUERY_UNIT_FEET>>],
          "meters or feet") >>
-    close;
+    close >> -key;
 
 const auto simple = (word("number")[action<&B::entry<OPRJ_QUERY_NUMBER>>] |
-                     word("integer")[action<&B::entry<OPRJ_QUERY_INTEGER>>] |
-                     word("nadcode")[action<&B::entry<OPRJ_QUERY_NAD_CODE>>]) >>
-                    close;
+                     word("integer")[action<&B::entry<OPRJ_QUERY_INTEGER>>]) >>
+                        close >> -key |
+                    word("nadcode")[action<&B::entry<OPRJ_QUERY_NAD_CODE>>] >> close;
 
 const auto unindexed =
     (word("spheroid")[action<&B::entry<OPRJ_QUERY_SPHEROID>>] |

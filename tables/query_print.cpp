@@ -10,16 +10,24 @@ using namespace orvik::oprj;
 
 namespace {
 
-void printAngleUnit(int32_t unit) {
-  // Kept: an unknown unit leaves the line without its closing part.
-  if (unit == OPRJ_QUERY_UNIT_DD) std::printf(":dd>\n");
-  if (unit == OPRJ_QUERY_UNIT_RADIANS) std::printf(":radians>\n");
+/// The end of a line whose question a text can answer.
+void printEnd(const Oprj_QueryEntry &entry) {
+  std::printf(">");
+  if (entry.key) {
+    std::printf(" key \"%s\"", entry.key);
+    const orvik::toolkit::ClassicLocale points;
+    if (entry.needed) std::printf(" needed");
+    else if (entry.defaultKey) std::printf(" default \"%s\"", entry.defaultKey);
+    else if (entry.defaultValue != 0.0) std::printf(" default %.17g", entry.defaultValue);
+  }
+  std::printf("\n");
 }
 
-void printDistanceUnit(int32_t unit) {
-  // Kept: as for angles.
-  if (unit == OPRJ_QUERY_UNIT_FEET) std::printf(":feet>\n");
-  if (unit == OPRJ_QUERY_UNIT_METERS) std::printf(":meters>\n");
+/// Kept: an unknown unit leaves the line without its closing part.
+void printUnit(const Oprj_QueryEntry &entry, int32_t unit, const char *name) {
+  if (entry.unit != unit) return;
+  std::printf(":%s", name);
+  printEnd(entry);
 }
 
 }  // namespace
@@ -55,15 +63,18 @@ void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
         std::printf("spzone>\n");
         break;
       case OPRJ_QUERY_NUMBER:
-        std::printf("%ld:number>\n", index);
+        std::printf("%ld:number", index);
+        printEnd(*entry);
         break;
       case OPRJ_QUERY_ANGLE:
         std::printf("%ld:angle", index);
-        printAngleUnit(entry->unit);
+        printUnit(*entry, OPRJ_QUERY_UNIT_DD, "dd");
+        printUnit(*entry, OPRJ_QUERY_UNIT_RADIANS, "radians");
         break;
       case OPRJ_QUERY_DISTANCE:
         std::printf("%ld:distance", index);
-        printDistanceUnit(entry->unit);
+        printUnit(*entry, OPRJ_QUERY_UNIT_FEET, "feet");
+        printUnit(*entry, OPRJ_QUERY_UNIT_METERS, "meters");
         break;
       case OPRJ_QUERY_NAD_CODE:
         std::printf("%ld:nadcode>\n", index);
@@ -74,7 +85,8 @@ void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
         std::printf("\t}\n");
         break;
       case OPRJ_QUERY_INTEGER:
-        std::printf("%ld:integer>\n", index);
+        std::printf("%ld:integer", index);
+        printEnd(*entry);
         break;
       // Kept: the spheroid by name prints as an unknown kind.
       default:

@@ -109,6 +109,8 @@ void oprj_QueryEntryFree(Oprj_QueryEntry **list) {
   while (Oprj_QueryEntry *dead = *list) {
     *list = dead->next;
     omsc_HeapFree(dead->prompt);
+    omsc_HeapFree(dead->key);
+    omsc_HeapFree(dead->defaultKey);
     if (dead->kind == OPRJ_QUERY_SPHEROID_BY_NAME) omsc_HeapFree(dead->valueArea.spheroidName);
     oprj_CondQueryEntryFree(&dead->conditionalList);
     omsc_HeapFree(dead);

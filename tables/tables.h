@@ -54,6 +54,11 @@ struct Oprj_QueryEntry {
     int32_t words[4];
     char *spheroidName;
   } valueArea;
+  /* How texts (text.h) answer the question. */
+  char *key;           /**< its short name ("lon_0"); null: the slot's number alone */
+  int32_t needed;      /**< 1: it has no natural answer and must be given */
+  double defaultValue; /**< the answer when it is left out, in the question's unit (degrees, ...) */
+  char *defaultKey;    /**< the key whose answer is taken instead of defaultValue; may be null */
 };
 
 /** A branch of a condition: chosen by `value`, it asks `queryEntryList` (may be null). */

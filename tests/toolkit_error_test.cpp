@@ -114,6 +114,23 @@ TEST(ErrorReport, PointsAreFoundOutermostFirst) {
   oerr_DeleteErrorReport(&outer);
 }
 
+TEST(ErrorReport, KindsAndSuggestionsAreFoundOutermostFirst) {
+  Oerr_Report *root = oerr_CreateErrorReport("root", 1, 2, nullptr, "m");
+  Oerr_Report *outer = oerr_CreateErrorReport("outer", 1, 2, root, "m");
+  EXPECT_EQ(oerr_KindGet(outer), 0);
+  EXPECT_EQ(oerr_SuggestionGet(outer, 0), nullptr);
+  oerr_KindSet(root, 5);
+  for (const char *text : {"one", "two"}) oerr_SuggestionAdd(root, text);
+  EXPECT_EQ(oerr_KindGet(outer), 5);
+  EXPECT_STREQ(oerr_SuggestionGet(outer, 1), "two");
+  oerr_KindSet(outer, 6);
+  oerr_SuggestionAdd(outer, "three");
+  EXPECT_EQ(oerr_KindGet(outer), 6);
+  EXPECT_STREQ(oerr_SuggestionGet(outer, 0), "three");
+  for (const int32_t beyond : {1, -1}) EXPECT_EQ(oerr_SuggestionGet(outer, beyond), nullptr);
+  oerr_DeleteErrorReport(&outer);
+}
+
 TEST(ErrorReport, ExhaustedMemoryGivesTheStaticReport) {
   if (kSanitizer) GTEST_SKIP() << "sanitizers need unlimited address space";
   const auto withoutMemory = [] {
@@ -130,7 +147,11 @@ TEST(ErrorReport, ExhaustedMemoryGivesTheStaticReport) {
     Oerr_Report *cause = oerr_CreateErrorReport("cause", 1, 2, nullptr, "small");
     Oerr_Report *report = oerr_CreateErrorReport("f", 9, 0, cause, "%s", large.c_str());
     oerr_PointSet(report, 1, 2, 3);  // shared by all threads: nothing may be stored in it
-    if (oerr_PointGet(report, nullptr, nullptr, nullptr) != 0) _exit(3);
+    oerr_KindSet(report, 1);
+    oerr_SuggestionAdd(report, "x");
+    if (oerr_PointGet(report, nullptr, nullptr, nullptr) != 0 || oerr_KindGet(report) != 0 ||
+        oerr_SuggestionGet(report, 0))
+      _exit(3);
     report = oerr_CreateErrorReport("caller", 4, 2, report, "Error returned");
     oerr_PrintErrorReport(report);
     oerr_DeleteErrorReport(&report);

@@ -15,6 +15,16 @@
 #include "toolkit/heap.h"
 #include "toolkit/lasting.h"
 
+namespace {
+
+/// One block: the link, then the text.
+struct Suggestion {
+  Suggestion *next;
+  char *text() { return reinterpret_cast<char *>(this + 1); }
+};
+
+}  // namespace
+
 /// One block: the record, then the function's name and the message.
 struct Oerr_Report {
   Oerr_Report *cause;
@@ -25,6 +35,8 @@ struct Oerr_Report {
   bool hasPoint;
   int64_t index;
   double x, y;
+  int32_t kind;
+  Suggestion *suggestions;
 };
 
 namespace {
@@ -40,7 +52,9 @@ Oerr_Report outOfMemory = {.cause = nullptr,
                            .hasPoint = false,
                            .index = 0,
                            .x = 0.0,
-                           .y = 0.0};
+                           .y = 0.0,
+                           .kind = 0,
+                           .suggestions = nullptr};
 
 /// A printf-style text in memory of malloc; short ones stay in a buffer of its own.
 class Formatted {
@@ -171,7 +185,9 @@ Oerr_Report *oerr_CreateErrorReportV(const char *function, int32_t code, int32_t
                                  .hasPoint = false,
                                  .index = 0,
                                  .x = 0.0,
-                                 .y = 0.0};
+                                 .y = 0.0,
+                                 .kind = 0,
+                                 .suggestions = nullptr};
 }
 
 Oerr_Report *oerr_CreateErrorReport(const char *function, int32_t code, int32_t severity,
@@ -190,6 +206,10 @@ void oerr_DeleteErrorReport(Oerr_Report **report) {
   while (next && next != &outOfMemory) {
     Oerr_Report *done = next;
     next = next->cause;
+    while (Suggestion *dead = done->suggestions) {
+      done->suggestions = dead->next;
+      std::free(dead);
+    }
     std::free(done);
   }
 }
@@ -242,6 +262,34 @@ int32_t oerr_PointGet(const Oerr_Report *report, int64_t *index, double *x, doub
   if (x) *x = report->x;
   if (y) *y = report->y;
   return 1;
+}
+
+void oerr_KindSet(Oerr_Report *report, int32_t kind) {
+  if (report && report != &outOfMemory) report->kind = kind;
+}
+
+int32_t oerr_KindGet(const Oerr_Report *report) {
+  while (report && report->kind == 0) report = report->cause;
+  return report ? report->kind : 0;
+}
+
+void oerr_SuggestionAdd(Oerr_Report *report, const char *text) {
+  if (!report || report == &outOfMemory || !text) return;
+  const size_t size = std::strlen(text) + 1;
+  auto *made = static_cast<Suggestion *>(std::malloc(sizeof(Suggestion) + size));
+  if (!made) return;
+  made->next = nullptr;
+  std::memcpy(made->text(), text, size);
+  Suggestion **tail = &report->suggestions;
+  while (*tail) tail = &(*tail)->next;
+  *tail = made;
+}
+
+const char *oerr_SuggestionGet(const Oerr_Report *report, int32_t index) {
+  while (report && !report->suggestions) report = report->cause;
+  Suggestion *found = report && index >= 0 ? report->suggestions : nullptr;
+  for (; found && index > 0; --index) found = found->next;
+  return found ? found->text() : nullptr;
 }
 
 void oerr_LogSinkSet(Oerr_LogSink sink, void *context) {

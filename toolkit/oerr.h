@@ -48,6 +48,21 @@ OPRJ_API void oerr_PointSet(Oerr_Report *report, int64_t index, double x, double
     point, outermost first; else returns 0. */
 OPRJ_API int32_t oerr_PointGet(const Oerr_Report *report, int64_t *index, double *x, double *y);
 
+/** What kind of failure a report tells of, for callers that act on it: the header of the reporting
+    operation lists its kinds. Messages are for people alone. */
+OPRJ_API void oerr_KindSet(Oerr_Report *report, int32_t kind);
+
+/** The kind of the outermost report of the chain that has one, else 0. */
+OPRJ_API int32_t oerr_KindGet(const Oerr_Report *report);
+
+/** Adds a text that could stand instead of one that was refused (copied; dropped without memory).
+ */
+OPRJ_API void oerr_SuggestionAdd(Oerr_Report *report, const char *text);
+
+/** Suggestion number `index`, from 0, of the outermost report of the chain that has any: borrowed;
+    null behind the last. */
+OPRJ_API const char *oerr_SuggestionGet(const Oerr_Report *report, int32_t index);
+
 /** Receives a line of the message log, without line end. */
 typedef void (*Oerr_LogSink)(const char *line, void *context);
 

@@ -162,6 +162,19 @@ def read_ending(reader):
     return ":".join(ending)
 
 
+def read_answer(reader):
+    """What may stand behind ">": the key of a question and what holds when it is left out."""
+    if not reader.take("word", "key"):
+        return ""
+    answer = f' key "{reader.want("text")}"'
+    if reader.take("word", "needed"):
+        return answer + " needed"
+    if reader.take("word", "default"):
+        other = reader.take("text")
+        return answer + (f' default "{other}"' if other else " default %g" % reader.number())
+    return answer
+
+
 def read_entries(reader):
     entries = []
     while reader.peek("text"):
@@ -169,7 +182,9 @@ def read_entries(reader):
         reader.want("mark", "<")
         ending = read_ending(reader)
         reader.want("mark", ">")
-        branches = None
+        answer, branches = "", None
+        if ending.split(":")[1:2] and ending.split(":")[1] in ("number", "integer", "angle", "distance"):
+            answer = read_answer(reader)
         if ending.endswith(":condition"):
             branches = []
             reader.want("mark", "{")
@@ -183,7 +198,7 @@ def read_entries(reader):
                     nested = read_entries(reader)
                     reader.want("mark", "}")
                 branches.append((value, label, nested))
-        entries.append((prompt, ending, branches))
+        entries.append((prompt, ending, branches, answer))
     return entries
 
 
@@ -201,8 +216,8 @@ def read_dictionary(name):
 
 def print_entries(entries):
     out = ""
-    for prompt, ending, branches in entries:
-        out += f'\t"{prompt}" <{ending}>'
+    for prompt, ending, branches, answer in entries:
+        out += f'\t"{prompt}" <{ending}>{answer}'
         if branches is not None:
             out += " {\n"
             for value, label, nested in branches:
@@ -213,7 +228,7 @@ def print_entries(entries):
 
 
 def flattened(entries):
-    for prompt, ending, branches in entries:
+    for prompt, ending, branches, _ in entries:
         yield prompt, ending
         for _, _, nested in branches or ():
             yield from flattened(nested)
@@ -241,17 +256,17 @@ def check_dictionary():
         asked = {int(ending.split(":")[0]) for _, ending in questions if ending[0].isdigit()}
         expect(asked == slots, title, "asks the slots", sorted(asked), "not", sorted(slots))
         expect(max(asked, default=-1) + 1 >= least, title, "needs", least, "slots")
-        for _, _, branches in (entry for entry in entries if entry[2] is not None):
+        for _, _, branches, _ in (entry for entry in entries if entry[2] is not None):
             values = [value for value, _, _ in branches]
             labels = [label.lower() for _, label, _ in branches]
             expect(len(set(values)) == len(values) >= 2, title, "repeats a branch value")
             expect(len(set(labels)) == len(labels), title, "repeats a branch label")
             expect(0 in values, title, "has no branch for a record that holds zeros")
-        numbered = [ending[0].isdigit() for _, ending, _ in entries]
+        numbered = [ending[0].isdigit() for _, ending, _, _ in entries]
         expect(numbered == sorted(numbered), title, "must ask spheroid and zone first")
         record = "spzone" if number == 2 else "spheroid"
-        expect(record in {ending for _, ending, _ in entries}, title, "must ask", record)
-    expect("utmzone" in {ending for _, ending, _ in named[1][1]}, "UTM must ask its zone")
+        expect(record in {ending for _, ending, _, _ in entries}, title, "must ask", record)
+    expect("utmzone" in {ending for _, ending, _, _ in named[1][1]}, "UTM must ask its zone")
 
 
 # --- spheroid.tab, spheroid_epsg.tab ----------------------------------------------------------

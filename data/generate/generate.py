@@ -47,20 +47,22 @@ Projection dictionary: what each projection asks, and which slot each answer fil
       "PROMPT" <spheroid>  <utmzone>  <spzone>  <spheroidname "NAME">
       "PROMPT" <SLOT:number>  <SLOT:integer>  <SLOT:nadcode>
       "PROMPT" <SLOT:angle:dd>  <SLOT:angle:radians>  <SLOT:distance:meters>  <SLOT:distance:feet>
+      key "KEY" [needed | default VALUE | default "OTHER KEY"]   behind each of the last two lines
       "PROMPT" <SLOT:condition> { VALUE:"LABEL": { questions of this branch } ... }
     }
 
+A key stands for the question in texts (NAME; KEY=VALUE; ...); left out and not needed it is 0.
 A new parameter record has room up to the highest slot asked, branches included.  Without its
 comments the file is exactly what printing the dictionary writes.
 """
 
 
 def entry_lines(entry):
-    ending, prompt, *branches = entry
-    if not branches:
-        return [f"\t{quoted(prompt)} <{ending}>\n"]
+    ending, prompt, rest = entry
+    if isinstance(rest, str):
+        return [f"\t{quoted(prompt)} <{ending}>{rest}\n"]
     lines = [f"\t{quoted(prompt)} <{ending}> {{\n"]
-    for value, label, entries in branches[0]:
+    for value, label, entries in rest:
         lines.append(f"\t\t{value:g}:{quoted(label)}: {{\n")
         lines += (line for nested in entries for line in entry_lines(nested))
         lines.append("\t\t}\n")
