@@ -134,13 +134,12 @@ const auto simple = (word("number")[action<&B::entry<OPRJ_QUERY_NUMBER>>] |
                         close >> -key |
                     word("nadcode")[action<&B::entry<OPRJ_QUERY_NAD_CODE>>] >> close;
 
-const auto unindexed =
-    (word("spheroid")[action<&B::entry<OPRJ_QUERY_SPHEROID>>] |
-     word("utmzone")[action<&B::entry<OPRJ_QUERY_UTM_ZONE>>] |
-     word("spzone")[action<&B::entry<OPRJ_QUERY_STATE_PLANE_ZONE>>] |
-     word("spheroidname") >>
-         need(quoted, "a spheroid's name in quotes")[action<&B::spheroidName>]) >>
-    close;
+const auto unindexed = (word("spheroid")[action<&B::entry<OPRJ_QUERY_SPHEROID>>] |
+                        word("utmzone")[action<&B::entry<OPRJ_QUERY_UTM_ZONE>>] |
+                        word("spzone")[action<&B::entry<OPRJ_QUERY_STATE_PLANE_ZONE>>] |
+                        word("spheroidname") >>
+                            need(named, "a spheroid's name in quotes")[action<&B::spheroidName>]) >>
+                       close;
 
 const auto indexed = slot[action<&B::index>] >> colon >>
                      need(angle | distance | simple | condition,
@@ -151,12 +150,11 @@ const auto entry_def = quoted[action<&B::prompt>] >> need('<', "\"<\"") >>
 
 BOOST_SPIRIT_DEFINE(entry)
 
-const auto block = quoted[action<&B::name>] >> open >>
+const auto block = named[action<&B::name>] >> open >>
                    need(word("Internal") >>
                                 need(integer, "a projection number")[action<&B::internal>] |
                             word("External") >>
-                                need(quoted,
-                                     "an executable's name in quotes")[action<&B::external>],
+                                need(named, "an executable's name in quotes")[action<&B::external>],
                         "Internal or External") >>
                    *entry >> need('}', "a question or \"}\"");
 

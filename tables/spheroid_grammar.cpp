@@ -96,7 +96,7 @@ using B = SpheroidBuilder;
 const Number<double> axis{std::numeric_limits<double>::min(), std::numeric_limits<double>::max()};
 
 const auto axisNeeded = need(axis, "the length of an axis, above 0");
-const auto fileName = need(quoted, "a file name in quotes");
+const auto fileName = need(named, "a file name in quotes");
 const auto longitude = need(word("longitude"), "longitude");
 const auto latitude = need(word("latitude"), "latitude");
 const auto shift = need(number, "a shift in arc-seconds");
@@ -118,7 +118,7 @@ const auto vector = word("vector")[action<&B::sourceKind<kVector>>] >>
 
 const auto base = need(word("basedatum") | word("gridbasedatum")[action<&B::gridBase>],
                        "basedatum or gridbasedatum") >>
-                  need(quoted, "a datum's name in quotes")[action<&B::baseDatum>] >>
+                  need(named, "a datum's name in quotes")[action<&B::baseDatum>] >>
                   -word("fromdatum")[action<&B::fromDatum>];
 
 const auto surface = word("surface")[action<&B::surface>] >>
@@ -133,15 +133,15 @@ const auto regression = word("regression")[action<&B::type<OPRJ_DATUM_REGRESSION
 
 const auto descriptionNeeded = need(quoted, "a description in quotes");
 
-const auto datum = quoted[action<&B::datumName>] >>
+const auto datum = named[action<&B::datumName>] >>
                    need(parametric | grid | regression | surface,
                         "parametric, grid, regression or surface") >>
                    -(word("description") >> descriptionNeeded[action<&B::datumDescription>]);
 
-const auto spheroid = quoted[action<&B::name>] >> need('{', "\"{\"") >>
+const auto spheroid = named[action<&B::name>] >> need('{', "\"{\"") >>
                       need(integer, "a spheroid number")[action<&B::number>] >>
                       axisNeeded[action<&B::semiMajor>] >> axisNeeded[action<&B::semiMinor>] >>
-                      *(word("alias") >> need(quoted, "a name in quotes")[action<&B::alias>]) >>
+                      *(word("alias") >> need(named, "a name in quotes")[action<&B::alias>]) >>
                       -(word("description") >> descriptionNeeded[action<&B::description>]) >> *datum
                       >> need('}', "a datum's name in quotes or \"}\"") >> x3::eps[action<&B::end>];
 

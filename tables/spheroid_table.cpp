@@ -6,7 +6,6 @@
 #include <cstring>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 #include "tables/table_records.h"
@@ -17,32 +16,58 @@ namespace orvik::oprj {
 
 namespace {
 
-void freeDatumEntry(Oprj_DatumTableEntry *datum) {
-  omsc_HeapFree(datum->name);
-  omsc_HeapFree(datum->gridname);
-  omsc_HeapFree(datum->description);
-  if (const Oprj_SurfaceSource *source = datum->surface) {
-    omsc_HeapFree(source->longitudeFile);
-    omsc_HeapFree(source->latitudeFile);
-    omsc_HeapFree(source->baseDatum);
-    omsc_HeapFree(datum->surface);
-  }
-  omsc_HeapFree(datum);
+/// Takes the record behind a link out of its list.
+template <class Record>
+Record *unlink(Record **link) {
+  Record *taken = *link;
+  *link = std::exchange(taken->next, nullptr);
+  return taken;
 }
 
-void freeSpheroidEntry(Oprj_SpheroidTableEntry *entry) {
-  while (auto *alias = entry->aliases) {
-    entry->aliases = alias->next;
+void freeDatums(Oprj_DatumTableEntry *list) {
+  while (list) {
+    Oprj_DatumTableEntry *datum = unlink(&list);
+    omsc_HeapFree(datum->name);
+    omsc_HeapFree(datum->gridname);
+    omsc_HeapFree(datum->description);
+    if (const Oprj_SurfaceSource *source = datum->surface) {
+      omsc_HeapFree(source->longitudeFile);
+      omsc_HeapFree(source->latitudeFile);
+      omsc_HeapFree(source->baseDatum);
+      omsc_HeapFree(datum->surface);
+    }
+    omsc_HeapFree(datum);
+  }
+}
+
+void freeAliases(Oprj_SpheroidAlias *list) {
+  while (list) {
+    Oprj_SpheroidAlias *alias = unlink(&list);
     omsc_HeapFree(alias->name);
     omsc_HeapFree(alias);
   }
-  while (auto *datum = entry->datums) {
-    entry->datums = datum->next;
-    freeDatumEntry(datum);
-  }
-  omsc_HeapFree(entry->name);
-  omsc_HeapFree(entry->description);
-  omsc_HeapFree(entry);
+}
+
+/// Equal texts; none equals none only.
+bool same(const char *first, const char *second) {
+  return first && second ? std::strcmp(first, second) == 0 : first == second;
+}
+
+bool same(const Oprj_SurfaceSource *first, const Oprj_SurfaceSource *second) {
+  if (!first || !second) return first == second;
+  return first->kind == second->kind && first->longitudeShift == second->longitudeShift &&
+         first->latitudeShift == second->latitudeShift &&
+         same(first->longitudeFile, second->longitudeFile) &&
+         same(first->latitudeFile, second->latitudeFile) && first->bilinear == second->bilinear &&
+         first->hasNodata == second->hasNodata && first->nodata == second->nodata &&
+         same(first->baseDatum, second->baseDatum) && first->baseIsGrid == second->baseIsGrid &&
+         first->fromDatum == second->fromDatum;
+}
+
+/// Two datums of one name define the same shift; descriptions may differ.
+bool same(const Oprj_DatumTableEntry &first, const Oprj_DatumTableEntry &second) {
+  return first.type == second.type && std::ranges::equal(first.params, second.params) &&
+         same(first.gridname, second.gridname) && same(first.surface, second.surface);
 }
 
 /// The spheroid table map: all spheroids that the process knows, in the order they were read, with
@@ -58,21 +83,38 @@ class SpheroidTableMap {
 
   /// Takes over the entries of a file, *list being what is left when memory runs out (bad_alloc). A
   /// spheroid that is known keeps its axes and number; a datum that is known, under whichever
-  /// spheroid, is not loaded.
+  /// spheroid, is not loaded. What is left out, or cannot be found, is told, unless it equals what
+  /// is known.
   void add(Oprj_SpheroidTableEntry **list) {
     while (Oprj_SpheroidTableEntry *entry = *list) {
-      const auto [known, isNew] = spheroids_.try_emplace(entry->name, entry);
-      *list = std::exchange(entry->next, nullptr);
+      const auto [place, isNew] = spheroids_.try_emplace(entry->name);
+      Spheroid &known = place->second;
+      unlink(list);
+      Oprj_SpheroidAlias *aliases = std::exchange(entry->aliases, nullptr);
       Oprj_DatumTableEntry *datums = std::exchange(entry->datums, nullptr);
-      Oprj_SpheroidTableEntry *home = known->second;
       if (isNew) {
-        *tailOf(&list_) = entry;
-      } else {
-        if (entry->a != home->a || entry->b != home->b || entry->number != home->number)
-          oerr_LogMessage("%s keeps the number and the axes that were read first", home->name);
-        freeSpheroidEntry(entry);
+        known = {entry, &entry->aliases, &entry->datums};
+        append(tail_, entry);
       }
-      addDatums(datums, home);
+      *known.aliases = aliases;
+      *known.datums = datums;
+      try {
+        if (isNew) {
+          indexNumber(entry);
+          indexName(entry->name, entry);
+        } else {
+          const Oprj_SpheroidTableEntry &home = *known.entry;
+          if (entry->a != home.a || entry->b != home.b || entry->number != home.number)
+            oerr_LogMessage("%s keeps the number and the axes that were read first", home.name);
+          freeSpheroidEntries(entry);
+        }
+        indexAliases(known.aliases, known.entry);
+        indexDatums(known.datums, known.entry);
+      } catch (const std::bad_alloc &) {  // what is not indexed is not kept
+        freeAliases(std::exchange(*known.aliases, nullptr));
+        freeDatums(std::exchange(*known.datums, nullptr));
+        throw;
+      }
     }
   }
 
@@ -90,39 +132,74 @@ class SpheroidTableMap {
   void emptyIfUnused() {
     if (users_ > 0) return;
     spheroids_.clear();
+    numbers_.clear();
+    names_.clear();
     datums_.clear();
     freeSpheroidEntries(std::exchange(list_, nullptr));
+    tail_ = &list_;
   }
 
  private:
-  void addDatums(Oprj_DatumTableEntry *datums, Oprj_SpheroidTableEntry *home) {
-    Oprj_DatumTableEntry **tail = tailOf(&home->datums);
-    try {
-      while (Oprj_DatumTableEntry *datum = datums) {
-        const bool isNew = datums_.insert(datum->name).second;
-        datums = std::exchange(datum->next, nullptr);
-        if (isNew) {
-          append(tail, datum);
-        } else {
-          oerr_LogMessage("%s is not loaded because the datum with same name already exists",
-                          datum->name);
-          freeDatumEntry(datum);
-        }
+  /// A spheroid with the last links of its lists.
+  struct Spheroid {
+    Oprj_SpheroidTableEntry *entry;
+    Oprj_SpheroidAlias **aliases;
+    Oprj_DatumTableEntry **datums;
+  };
+  struct Datum {
+    const Oprj_DatumTableEntry *entry;
+    const Oprj_SpheroidTableEntry *home;
+  };
+
+  void indexNumber(const Oprj_SpheroidTableEntry *entry) {
+    const auto [first, isNew] = numbers_.try_emplace(entry->number, entry);
+    if (!isNew)
+      oerr_LogMessage("The spheroid number %ld finds %s, not %s, which was read later",
+                      static_cast<long>(entry->number), first->second->name, entry->name);
+  }
+  /// False when the name leads to another spheroid already.
+  bool indexName(const char *name, const Oprj_SpheroidTableEntry *entry) {
+    const auto [first, isNew] = names_.try_emplace(name, entry);
+    if (first->second == entry) return isNew;
+    oerr_LogMessage("The spheroid name %s finds %s, not %s, which was read later", name,
+                    first->second->name, entry->name);
+    return false;
+  }
+
+  /// Indexes the aliases behind the link `last`, which moves on, and drops those that find nothing
+  /// new.
+  void indexAliases(Oprj_SpheroidAlias **&last, const Oprj_SpheroidTableEntry *entry) {
+    while (Oprj_SpheroidAlias *alias = *last) {
+      if (indexName(alias->name, entry)) {
+        last = &alias->next;
+      } else {
+        freeAliases(unlink(last));
       }
-    } catch (const std::bad_alloc &) {
-      while (Oprj_DatumTableEntry *datum = datums) {
-        datums = datum->next;
-        freeDatumEntry(datum);
+    }
+  }
+  /// The same for datums.
+  void indexDatums(Oprj_DatumTableEntry **&last, const Oprj_SpheroidTableEntry *home) {
+    while (Oprj_DatumTableEntry *datum = *last) {
+      const auto [known, isNew] = datums_.try_emplace(datum->name, Datum{datum, home});
+      if (isNew) {
+        last = &datum->next;
+        continue;
       }
-      throw;
+      if (known->second.home != home || !same(*known->second.entry, *datum))
+        oerr_LogMessage("%s is not loaded because the datum with same name already exists",
+                        datum->name);
+      freeDatums(unlink(last));
     }
   }
 
   Oprj_SpheroidTableEntry *list_ = nullptr;
+  Oprj_SpheroidTableEntry **tail_ = &list_;
   int64_t users_ = 0;
-  // The keys lie in the records.
-  std::unordered_map<std::string_view, Oprj_SpheroidTableEntry *> spheroids_;
-  std::unordered_set<std::string_view> datums_;
+  // The first that bears a name or number; the keys lie in the records.
+  std::unordered_map<std::string_view, Spheroid> spheroids_;
+  std::unordered_map<int32_t, const Oprj_SpheroidTableEntry *> numbers_;
+  std::unordered_map<std::string_view, const Oprj_SpheroidTableEntry *> names_;
+  std::unordered_map<std::string_view, Datum> datums_;
 };
 
 /// What kept a callee from reading a source.
@@ -232,9 +309,13 @@ bool addDirectories(ErrorScope &e) {
 }  // namespace
 
 void freeSpheroidEntries(Oprj_SpheroidTableEntry *list) {
-  while (Oprj_SpheroidTableEntry *entry = list) {
-    list = entry->next;
-    freeSpheroidEntry(entry);
+  while (list) {
+    Oprj_SpheroidTableEntry *entry = unlink(&list);
+    freeAliases(entry->aliases);
+    freeDatums(entry->datums);
+    omsc_HeapFree(entry->name);
+    omsc_HeapFree(entry->description);
+    omsc_HeapFree(entry);
   }
 }
 
@@ -274,15 +355,21 @@ Oprj_SpheroidTableEntry *oprj_SpheroidTableEntryList(Oprj_SpheroidTableEntry *li
                                                      Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidTableEntryList", err);
   const orvik::toolkit::Guard guard;
-  while (entries) {
-    const Oprj_SpheroidTableEntry *listed = list;
-    while (listed && listed != entries) listed = listed->next;
-    Oprj_SpheroidTableEntry *entry = entries;
-    entries = entry->next;
-    if (listed) continue;
-    entry->next = nullptr;
-    *tailOf(&list) = entry;
-  }
+  // A list that holds an entry holds all behind it too, for an entry has one successor. So the
+  // lists share their ends, as long as these are alike, and only what is in front is to be joined.
+  const auto length = [](const Oprj_SpheroidTableEntry *entry) {
+    int64_t count = 0;
+    for (; entry; entry = entry->next) ++count;
+    return count;
+  };
+  Oprj_SpheroidTableEntry **end = &entries;
+  const Oprj_SpheroidTableEntry *listed = list;
+  int64_t surplus = length(entries) - length(list);
+  for (; surplus > 0; --surplus) end = &(*end)->next;
+  for (; surplus < 0; ++surplus) listed = listed->next;
+  for (; *end != listed; listed = listed->next) end = &(*end)->next;
+  *end = nullptr;
+  *tailOf(&list) = entries;
   return list;
 }
 
@@ -291,10 +378,7 @@ void oprj_SpheroidTableEntryFree(Oprj_SpheroidTableEntry **list) {
   const orvik::toolkit::Guard guard;
   auto &map = SpheroidTableMap::get();
   // Entries in front of the map's list are the caller's own; the map's are freed with its last use.
-  while (*list && !map.isList(*list)) {
-    Oprj_SpheroidTableEntry *own = std::exchange(*list, (*list)->next);
-    freeSpheroidEntry(own);
-  }
+  while (*list && !map.isList(*list)) freeSpheroidEntries(unlink(list));
   if (*list) map.release();
   *list = nullptr;
 }

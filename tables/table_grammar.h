@@ -2,7 +2,8 @@
 // error stops a grammar. Included by the grammar sources only (it brings in Boost.Spirit X3).
 //
 // White space, commas and comments (# to the end of the line) separate; texts stand in double
-// quotes, without escapes or line breaks; numbers are decimal with sign and exponent.
+// quotes, without escapes or line breaks; a text that is a name is not empty and does not end in a
+// blank; numbers are decimal with sign and exponent.
 //
 // Semantic actions build the records while the text is read, so nothing is copied but the texts
 // that stay. Nothing backtracks over more than one token: once a construct has begun, what must
@@ -81,37 +82,22 @@ struct Quoted : x3::parser<Quoted> {
   }
 };
 
-inline constexpr double kUnbounded = std::numeric_limits<double>::infinity();
-
-/// A decimal number between two bounds; whole ones are truncated toward zero first.
-template <class Value>
-struct Number : x3::parser<Number<Value>> {
-  using attribute_type = Value;
+/// A name: texts that lookups compare with names, from which records drop the blanks at the end.
+struct Named : x3::parser<Named> {
+  using attribute_type = Lexeme;
   static bool const has_attribute = true;
 
-  constexpr Number(double lowest, double highest) : low(lowest), high(highest) {}
-
   template <class Context, class RContext, class Attribute>
-  bool parse(const char *&first, const char *const &last, const Context &context, RContext &,
-             Attribute &attribute) const {
-    x3::skip_over(first, last, context);
-    const char *at = first;
-    if (at != last && *at == '+') ++at;
-    const char *digits = at;
-    if (digits == at && digits != last && *digits == '-' && *first != '+') ++digits;
-    // from_chars would read "inf" and "nan" as numbers.
-    if (digits == last || (*digits != '.' && (*digits < '0' || *digits > '9'))) return false;
-    double value = 0.0;
-    const auto read = std::from_chars(at, last, value);
-    if (read.ec != std::errc()) return false;
-    if constexpr (std::is_integral_v<Value>) value = std::trunc(value);
-    if (!(value >= low && value <= high)) return false;
-    first = read.ptr;
-    x3::traits::move_to(static_cast<Value>(value), attribute);
+  bool parse(const char *&first, const char *const &last, const Context &context,
+             RContext &rcontext, Attribute &attribute) const {
+    Lexeme name;
+    if (!Quoted().parse(first, last, context, rcontext, name)) return false;
+    if (name.size == 0) throw SyntaxStop{name.data, "a name between the quotes"};
+    const char *end = name.data + name.size - 1;
+    if (*end == ' ' || *end == '\t') throw SyntaxStop{end, "a name that does not end in a blank"};
+    x3::traits::move_to(name, attribute);
     return true;
   }
-
-  double low, high;
 };
 
 /// A keyword, exactly so and not part of a longer word.
@@ -132,11 +118,47 @@ struct Word : x3::parser<Word> {
     return true;
   }
 
+  /// Whether a word or a number would go on with `c`.
   static bool continues(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '.' || c == '+' || c == '-';
   }
 
   std::string_view word;
+};
+
+inline constexpr double kUnbounded = std::numeric_limits<double>::infinity();
+
+/// A decimal number between two bounds; whole ones are truncated toward zero first. What would
+/// go on a number or a word must not follow at once.
+template <class Value>
+struct Number : x3::parser<Number<Value>> {
+  using attribute_type = Value;
+  static bool const has_attribute = true;
+
+  constexpr Number(double lowest, double highest) : low(lowest), high(highest) {}
+
+  template <class Context, class RContext, class Attribute>
+  bool parse(const char *&first, const char *const &last, const Context &context, RContext &,
+             Attribute &attribute) const {
+    x3::skip_over(first, last, context);
+    const char *at = first;
+    if (at != last && *at == '+') ++at;
+    const char *digits = at;
+    if (digits == at && digits != last && *digits == '-' && *first != '+') ++digits;
+    // from_chars would read "inf" and "nan" as numbers.
+    if (digits == last || (*digits != '.' && (*digits < '0' || *digits > '9'))) return false;
+    double value = 0.0;
+    const auto read = std::from_chars(at, last, value);
+    if (read.ec != std::errc() || (read.ptr != last && Word::continues(*read.ptr))) return false;
+    if constexpr (std::is_integral_v<Value>) value = std::trunc(value);
+    if (!(value >= low && value <= high)) return false;
+    first = read.ptr;
+    x3::traits::move_to(static_cast<Value>(value), attribute);
+    return true;
+  }
+
+  double low, high;
 };
 
 /// What must come now: where it does not, the grammar stops.
@@ -165,6 +187,7 @@ constexpr auto need(const Subject &subject, const char *expected) {
 }
 
 inline const Quoted quoted{};
+inline const Named named{};
 inline const Number<double> number{-kUnbounded, kUnbounded};
 inline const Number<int32_t> integer{std::numeric_limits<int32_t>::min(),
                                      std::numeric_limits<int32_t>::max()};

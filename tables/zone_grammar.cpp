@@ -43,8 +43,8 @@ using B = ZoneBuilder;
 constexpr int32_t kLargest = std::numeric_limits<int32_t>::max();
 const Number<int32_t> fips{-kLargest, kLargest};
 
-const auto zone = quoted[action<&B::stateName>] >>
-                  need(quoted, "a zone's name in quotes")[action<&B::zoneName>] >>
+const auto zone = named[action<&B::stateName>] >>
+                  need(named, "a zone's name in quotes")[action<&B::zoneName>] >>
                   need(integer, "a zone number")[action<&B::zoneNumber>] >>
                   need(word("nad27")[action<&B::nadCode<1>>] |
                            word("nad83")[action<&B::nadCode<2>>],

@@ -169,6 +169,15 @@ TEST(Dictionary, TellsWhereAndWhatItExpected) {
   for (int i = 0; i < 33; ++i) deep += "\"p\" <1:condition> { 1:\"l\": { ";
   const std::string start = "\"N\" { Internal 1 ";
   const SyntaxCase cases[] = {
+      {"\"\" {", "1:2", "a name between the quotes, found \"\" {\""},
+      {"\"N \" {", "1:3", "a name that does not end in a blank, found \" \" {\""},
+      {"\"N\" { External \"e\t\" }", "1:18",
+       "a name that does not end in a blank, found byte 0x09"},
+      {start + "\"p\" <spheroidname \" \">", "1:37",
+       "a name that does not end in a blank, found \" \">\""},
+      {"\"N\" { Internal 1.2.3", "1:16", "a projection number, found \"1.2.3\""},
+      {"\"N\" { Internal 0x10", "1:16", "a projection number, found \"0x10\""},
+      {"\"N\" { Internal 1-2", "1:16", "a projection number, found \"1-2\""},
       {"name {", "1:1", "a projection's name in quotes or the end of the file, found \"name {\""},
       {"\"N\" \n (", "2:2", "\"{\", found \"(\""},
       {"\"N\" { Interna 1", "1:7", "Internal or External, found \"Interna 1\""},
@@ -209,6 +218,9 @@ TEST(ZoneTable, TellsWhereAndWhatItExpected) {
   const LeakCheck leaks;
   const std::string eight = "\"A\" \"B\" 1 nad27 1 5 1 2 3 4 5 6 7 8 ";
   const SyntaxCase cases[] = {
+      {"\"\" \"B\"", "1:2", "a name between the quotes, found \"\" \"B\"\""},
+      {"\"A\" \"B \"", "1:7", "a name that does not end in a blank, found \" \"\""},
+      {eight + "9e", "1:37", "nine constants, found \"9e\""},
       {"\"A\" 5", "1:5", "a zone's name in quotes, found \"5\""},
       {"\"A\" \"B\" nad27", "1:9", "a zone number, found \"nad27\""},
       {"\"A\" \"B\" 1 nad22", "1:11", "nad27 or nad83, found \"nad22\""},

@@ -1,5 +1,5 @@
 // Lookups in the reference tables, and what the installed tables must hold.
-#include <oprj/projection.h>
+#include <oprj/project.h>
 
 #include <cmath>
 #include <limits>
@@ -436,6 +436,32 @@ TEST(InstalledTables, AreReadWholeWithoutAWord) {
   EXPECT_EQ(length(data->spheroidTable), 73);
   EXPECT_EQ(datums, 312 + 781);
   EXPECT_EQ(length(data->statePlaneTable), 259);
+}
+
+// What the page shows as a table that works alone does so.
+TEST(InstalledTables, TheDocumentedTableServesTheInstalledProjections) {
+  const std::string page = readFile(OPRJ_SOURCE_DIR "/docs/reference-files.md");
+  const size_t start = page.find("spheroidfile \"A table");
+  const TemporaryDirectory directory;
+  directory.write("spheroid.tab", page.substr(start, page.find("```", start) - start));
+  {
+    const ScopedEnvironment datums("ORVIK_DATUMS_PATH", directory.path().c_str());
+    ASSERT_EQ(oprj_Init(toolkit(), nullptr), nullptr);
+    Slot slot;
+    for (const auto *query = oprj_InitDataGet(toolkit(), nullptr)->queryTable; query;
+         query = query->next)
+      EXPECT_TRUE(ParametersPtr(oprj_ProParametersCreateByName(toolkit(), query->name, slot)))
+          << slot.chain();
+    EXPECT_GT(oprj_ConvertLonSizeToMeters(toolkit(), nullptr, 1, 0, slot), 111000) << slot.chain();
+    const SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
+    const std::pair<const char *, const char *> needed[] = {{"clrk66", "NAD27 (CONUS)"},
+                                                            {"GRS 1980", "NAD83"},
+                                                            {"GRS 1980", "NAD83 (DMA)"},
+                                                            {"WGS 84", "WGS 84"}};
+    for (const auto &[name, datum] : needed)
+      EXPECT_TRUE(oprj_DatumByName(toolkit(), name, datum, spheroid->datum, slot)) << slot.chain();
+  }
+  EXPECT_EQ(oprj_Init(toolkit(), nullptr), nullptr);  // the installed ones again
 }
 
 TEST(InstalledTables, EveryProjectionMakesARecordLongEnoughForItsFamily) {
