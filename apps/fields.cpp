@@ -1,7 +1,5 @@
 #include "fields.h"
 
-#include <oprj/ocvt.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -12,18 +10,24 @@ namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
+/// Behind the quote that closes the one at `p`, a doubled one standing for one; null when there is
+/// none.
+const char *quoteEnd(const char *p, const char *end) {
+  for (++p; p < end; ++p) {
+    if (*p != '"') continue;
+    if (p + 1 < end && p[1] == '"') ++p;
+    else return p + 1;
+  }
+  return nullptr;
+}
+
 /// The end of the field that starts at `p`: a delimiter outside of quotes, or the end of the line.
 const char *fieldEnd(const char *p, const char *end, char delimiter) {
   const char *q = p;
   while (q < end && isBlank(*q) && *q != delimiter) ++q;
-  if (q < end && *q == '"') {
-    for (++q; q < end; ++q) {
-      if (*q != '"') continue;
-      if (q + 1 < end && q[1] == '"') ++q;  // a doubled quote stands for one
-      else break;
-    }
-  }
-  const void *found = q < end ? std::memchr(q, delimiter, static_cast<size_t>(end - q)) : nullptr;
+  if (q < end && *q == '"') q = quoteEnd(q, end);
+  const void *found =
+      q && q < end ? std::memchr(q, delimiter, static_cast<size_t>(end - q)) : nullptr;
   return found ? static_cast<const char *>(found) : end;
 }
 
@@ -36,6 +40,7 @@ void forEachField(std::string_view line, Delimiter delimiter, Visit visit) {
       while (p < end && isBlank(*p)) ++p;
       if (p == end) return;
       const char *begin = p;
+      if (const char *const past = *p == '"' ? quoteEnd(p, end) : nullptr) p = past;
       while (p < end && !isBlank(*p)) ++p;
       if (!visit(std::string_view(begin, static_cast<size_t>(p - begin)))) return;
     }
@@ -50,12 +55,23 @@ void forEachField(std::string_view line, Delimiter delimiter, Visit visit) {
 
 }  // namespace
 
-Delimiter guessDelimiter(std::string_view line) {
-  for (const char c : {'\t', ';', ','}) {
-    if (fieldEnd(line.data(), line.data() + line.size(), c) != line.data() + line.size())
-      return {c};
+std::string separatorsIn(std::string_view line) {
+  constexpr std::string_view kSeparators = "\t;,";
+  bool found[kSeparators.size()] = {};
+  bool begins = true;  // a field may begin here
+  for (size_t i = 0; i < line.size(); ++i) {
+    if (const char *const past =
+            begins && line[i] == '"' ? quoteEnd(&line[i], line.data() + line.size()) : nullptr)
+      i = static_cast<size_t>(past - line.data()) - 1;
+    const size_t which = kSeparators.find(line[i]);
+    if (which != std::string_view::npos) found[which] = true;
+    begins = which != std::string_view::npos || isBlank(line[i]);
   }
-  return {' '};
+  std::string result;
+  for (size_t i = 0; i < kSeparators.size(); ++i) {
+    if (found[i]) result += kSeparators[i];
+  }
+  return result;
 }
 
 std::vector<std::string_view> splitLine(std::string_view line, Delimiter delimiter) {
@@ -65,14 +81,6 @@ std::vector<std::string_view> splitLine(std::string_view line, Delimiter delimit
     return true;
   });
   return fields;
-}
-
-std::string_view bareField(std::string_view field) {
-  while (!field.empty() && isBlank(field.front())) field.remove_prefix(1);
-  while (!field.empty() && isBlank(field.back())) field.remove_suffix(1);
-  if (field.size() >= 2 && field.front() == '"' && field.back() == '"')
-    field = field.substr(1, field.size() - 2);
-  return field;
 }
 
 Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t xColumn,
@@ -87,42 +95,25 @@ Coordinates findCoordinates(std::string_view line, Delimiter delimiter, int32_t 
   return found;
 }
 
-const char *readNumber(std::string_view field, Notation notation, double *value) {
-  constexpr const char *kNoNumber = "a coordinate is not a number";
-  // most fields are a number and nothing else
-  if (const auto [stop, error] = std::from_chars(field.data(), field.data() + field.size(), *value);
-      error == std::errc() && stop == field.data() + field.size())
-    return std::isfinite(*value) ? nullptr : kNoNumber;
-  field = bareField(field);
-  if (field.empty()) return "a coordinate is missing";
-  const char *begin = field.data(), *const end = begin + field.size();
-  if (*begin == '+' && field.size() > 1 && begin[1] != '-' && begin[1] != '+') ++begin;
-  const auto [stop, error] = std::from_chars(begin, end, *value);
-  if (error == std::errc() && stop == end) return std::isfinite(*value) ? nullptr : kNoNumber;
-  if (notation == Notation::kNumber) return kNoNumber;
-  char text[64];
-  // a zero byte would end the text early
-  if (field.size() >= sizeof text || std::memchr(field.data(), 0, field.size())) return kNoNumber;
-  std::memcpy(text, field.data(), field.size());
-  text[field.size()] = 0;
-  if (!ocvt_AngleParse(text, value)) return kNoNumber;
-  const bool ofLatitude = std::strchr("NSns", field.back()) != nullptr;
-  const bool ofLongitude = std::strchr("EWew", field.back()) != nullptr;
-  if ((ofLatitude || ofLongitude) && notation == Notation::kAngle) return kNoNumber;
-  if (ofLatitude && notation == Notation::kLongitude)
-    return "a latitude stands where the longitude is expected: the axes look swapped";
-  if (ofLongitude && notation == Notation::kLatitude)
-    return "a longitude stands where the latitude is expected: the axes look swapped";
-  return nullptr;
-}
-
 char *writeShortest(char *to, double value) {
   constexpr double kSmallest = 1e-5, kLargest = 1e15;
   const double size = std::fabs(value);
+  if (size == 0.0) value = 0.0;
   if (size < kLargest && (size >= kSmallest || size == 0.0))
     return std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed).ptr;
   return std::to_chars(to, to + kLongestNumber, value).ptr;
 }
+
+namespace {
+
+/// What std::to_chars wrote, less the sign of a zero.
+char *withoutSignOfZero(char *from, char *end) {
+  if (*from != '-' || std::any_of(from, end, [](char c) { return c >= '1' && c <= '9'; }))
+    return end;
+  return std::copy(from + 1, end, from);
+}
+
+}  // namespace
 
 char *writeFixed(char *to, double value, int digits) {
   // up to here a power of ten times a number is a double with its fraction and its rounding error
@@ -130,7 +121,8 @@ char *writeFixed(char *to, double value, int digits) {
   constexpr int kMostDigits = 9;
   constexpr double kLargest = 0x1p52;
   if (digits > kMostDigits || !(std::fabs(value) * kPowers[digits] < kLargest))
-    return std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed, digits).ptr;
+    return withoutSignOfZero(
+        to, std::to_chars(to, to + kLongestNumber, value, std::chars_format::fixed, digits).ptr);
 
   const double power = kPowers[digits], scaled = std::fabs(value) * power;
   auto whole = static_cast<uint64_t>(scaled);
@@ -139,7 +131,7 @@ char *writeFixed(char *to, double value, int digits) {
   const double error = beyondHalf == 0.0 ? std::fma(std::fabs(value), power, -scaled) : 0.0;
   if (beyondHalf > 0.0 || (beyondHalf == 0.0 && (error > 0.0 || (error == 0.0 && whole % 2 == 1))))
     ++whole;
-  if (std::signbit(value)) *to++ = '-';
+  if (std::signbit(value) && whole != 0) *to++ = '-';
   if (digits == 0) return std::to_chars(to, to + kLongestNumber, whole).ptr;
   // the quotient of doubles is right or one too large; dividing the integers takes ten times as
   // long

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <optional>
+#include <tuple>
 #include <utility>
 
 namespace program {
@@ -10,17 +11,28 @@ namespace {
 
 using Names = std::vector<std::string>;
 
+using UsualWords = std::vector<const char *>;
+
 /// What coordinate columns are usually called, the more telling names first.
 struct UsualNames {
-  std::vector<const char *> x, y;
+  UsualWords x, y;
 };
-const UsualNames kGeographicNames = {{"longitude", "lon", "long", "lng"}, {"latitude", "lat"}};
-const UsualNames kPlaneNames = {{"easting", "east", "x"}, {"northing", "north", "y"}};
+/// Darwin Core calls them decimalLongitude and decimalLatitude, or as they were found: verbatim.
+const UsualNames kGeographicNames = {
+    {"longitude", "lon", "long", "lng", "decimallongitude", "longitud", "verbatimlongitude"},
+    {"latitude", "lat", "decimallatitude", "latitud", "verbatimlatitude"}};
+const UsualNames kPlaneNames = {{"easting", "east", "x", "xcoord", "rechtswert", "este"},
+                                {"northing", "north", "y", "ycoord", "hochwert", "norte"}};
+/// Names that say nothing when other words stand beside them.
+const UsualNames kLetterNames = {{"e"}, {"n"}};
+const UsualWords kHeightNames = {
+    "height", "elevation", "elev",  "altitude", "alt", "ellipsoidalheight",
+    "h",      "z",         "hoehe", "zcoord"};
 
 Names namesOf(std::string_view line, Delimiter delimiter) {
   Names names;
   for (const std::string_view field : splitLine(line, delimiter))
-    names.emplace_back(trimmed(bareField(field)));
+    names.push_back(plainField(field));
   return names;
 }
 
@@ -32,7 +44,7 @@ int32_t indexOf(const Names &names, const std::string &wanted) {
 }
 
 /// A column that is called one of the names; -1 when there is none.
-int32_t called(const Names &names, const std::vector<const char *> &usual) {
+int32_t called(const Names &names, const UsualWords &usual) {
   for (const char *name : usual) {
     if (const int32_t index = indexOf(names, name); index >= 0) return index;
   }
@@ -41,7 +53,7 @@ int32_t called(const Names &names, const std::vector<const char *> &usual) {
 
 /// Whether one of the names is a word of the text, as in "Longitude (deg)" and "POINT_X"; a text
 /// with a number beside it ("x 5") is data.
-bool mentions(std::string_view text, const std::vector<const char *> &usual) {
+bool mentions(std::string_view text, const UsualWords &usual) {
   bool found = false;
   std::string word;
   if (text.find_first_of("\",;\t") != std::string_view::npos) return false;  // several fields
@@ -62,7 +74,7 @@ bool mentions(std::string_view text, const std::vector<const char *> &usual) {
 }
 
 /// The one column that mentions one of the names; -1 when there is none, or are several.
-int32_t mentioned(const Names &names, const std::vector<const char *> &usual) {
+int32_t mentioned(const Names &names, const UsualWords &usual) {
   int32_t found = -1;
   for (size_t i = 0; i < names.size(); ++i) {
     if (!mentions(names[i], usual)) continue;
@@ -76,9 +88,10 @@ using Columns = std::optional<std::pair<int32_t, int32_t>>;
 
 /// The columns whose names say that they hold the coordinates of such a system.
 Columns usualColumns(const Names &names, bool geographic, bool exactly) {
-  const UsualNames *families[] = {&kGeographicNames, &kPlaneNames};
+  const UsualNames *families[] = {&kGeographicNames, &kPlaneNames, &kLetterNames};
   if (!geographic) std::swap(families[0], families[1]);
-  const std::pair<int, int> pairs[] = {{0, 0}, {1, 1}, {0, 1}, {1, 0}};
+  std::vector<std::pair<int, int>> pairs = {{0, 0}, {1, 1}, {0, 1}, {1, 0}};
+  if (exactly) pairs.emplace_back(2, 2);
   const auto find = exactly ? called : mentioned;
   for (const auto &[xFamily, yFamily] : pairs) {
     const int32_t x = find(names, families[xFamily]->x), y = find(names, families[yFamily]->y);
@@ -92,6 +105,24 @@ bool usualX(const std::string &name) {
 }
 bool usualY(const std::string &name) {
   return mentions(name, kGeographicNames.y) || mentions(name, kPlaneNames.y);
+}
+
+/// Numbers that are none of the coordinates they look like: null, or what is wrong.
+const char *misread(std::string_view line, Delimiter delimiter) {
+  const std::vector<std::string_view> words = splitLine(line, {' '});
+  if (delimiter.character == ',' && words.size() > 1 && hasDecimalComma(words[0]) &&
+      hasDecimalComma(words[1]))
+    return "the coordinates have a decimal comma (see --decimal-comma)";  // 77,5 38,25
+  if (!delimiter.blanks()) return nullptr;
+  const auto stands = [&](std::string_view letters) {
+    return std::any_of(words.begin(), words.end(), [&](std::string_view word) {
+      return word.size() == 1 && letters.find(word[0]) != std::string_view::npos;
+    });
+  };
+  return stands("EWew") && stands("NSns")  // 77 30 00 W 38 15 00 N
+             ? "degrees, minutes and seconds apart by blanks need another separator between the "
+               "coordinates"
+             : nullptr;
 }
 
 std::string quoted(std::string_view text) {
@@ -127,45 +158,58 @@ void LayoutWishes::readColumns(const std::string &text) {
 
 LayoutFinder::LayoutFinder(const LayoutWishes &wishes, const System &from, const Console &console)
     : wishes_(wishes), from_(from), console_(console) {
-  if (!wishes.hasColumns) return;
+  if (wishes.decimalComma) layout_.decimalPoint = ',';
   if (wishes.x.number >= 0) layout_.xColumn = wishes.x.number;
   if (wishes.y.number >= 0) layout_.yColumn = wishes.y.number;
+  if (wishes.swapped) std::swap(layout_.xColumn, layout_.yColumn);
 }
 
-std::vector<Delimiter> LayoutFinder::candidates() const {
+std::vector<Delimiter> LayoutFinder::candidates(std::string_view line) const {
   const std::string &asked = wishes_.delimiter;
   if (asked == "comma") return {{','}};
   if (asked == "semicolon") return {{';'}};
   if (asked == "tab") return {{'\t'}};
   if (asked == "blank") return {{' '}};
-  return {{'\t'}, {';'}, {','}, {' '}};
+  if (separator_) return {{separator_}};
+  std::vector<Delimiter> all;
+  for (const char c : separatorsIn(line)) {
+    if (c != ',' || !wishes_.decimalComma) all.push_back({c});
+  }
+  return all.empty() ? std::vector<Delimiter>{{' '}} : all;
 }
 
-bool LayoutFinder::takeLine(const std::string &file, std::string_view line) {
-  if (trimmed(line).empty()) return false;
-  constexpr int32_t kHeaderLines = 20;  // titles and comments stand above it, but not more
+/// "sep=;" in the first line, as spreadsheets write it.
+bool LayoutFinder::takeSeparator(std::string_view line) {
+  const std::string text = lower(bareField(line));
+  if (text.size() != 5 || !text.starts_with("sep=")) return false;
+  separator_ = text.back();
+  return true;
+}
+
+LayoutFinder::Line LayoutFinder::takeLine(const std::string &file, std::string_view line) {
+  constexpr int32_t kHeaderLines = 20;  // titles stand above it, but not more
+  if (isBlankLine(line)) return Line::kPassedOn;
   const bool first = linesSeen_ == 0;
   if (linesSeen_ < kHeaderLines) ++linesSeen_;
-  if (first) {
-    const std::vector<Delimiter> all = candidates();
-    layout_.delimiter = all.size() == 1 ? all[0] : guessDelimiter(line);
-  }
-  const bool isComment = line.starts_with('#') && wishes_.header != "yes";
-  if (wishes_.header != "no" && linesSeen_ < kHeaderLines && !isComment && takeHeader(file, line)) {
+  if ((first && takeSeparator(line)) || (isComment(line) && wishes_.header != "yes"))
+    return Line::kPassedOn;
+  layout_.delimiter = candidates(line).front();
+  if (wishes_.header != "no" && linesSeen_ < kHeaderLines && takeHeader(file, line)) {
     settled_ = true;
     tell("a header");
-    return true;
+    return Line::kHeader;
   }
   settled_ = takeData(line);
   if (settled_) tell("no header");
-  else if (first && wishes_.header == "auto" && !isComment) warnOfStrangeNames(file, line);
-  return false;
+  else if (!std::exchange(warned_, true) && wishes_.header == "auto")
+    warnOfStrangeNames(file, line);
+  return settled_ ? Line::kPoint : Line::kUnreadable;
 }
 
 /// By names that say which columns hold the coordinates, or because the options say so.
 bool LayoutFinder::takeHeader(const std::string &file, std::string_view line) {
   for (const bool exactly : {true, false}) {
-    for (const Delimiter delimiter : candidates()) {
+    for (const Delimiter delimiter : candidates(line)) {
       if (takeHeaderWith(file, line, delimiter, exactly)) return true;
     }
   }
@@ -180,45 +224,80 @@ bool LayoutFinder::takeHeader(const std::string &file, std::string_view line) {
   throw Stop(kUsage, file + ": the header " + quoted(line) + " has too few columns");
 }
 
+/// Whether a header's cell would be a coordinate if it were none.
+bool LayoutFinder::holdsNumber(const Names &names, int32_t column, Notation notation) const {
+  double ignored;
+  return static_cast<size_t>(column) < names.size() &&
+         !readNumber(names[static_cast<size_t>(column)], notation, &ignored, layout_.decimalPoint);
+}
+
 bool LayoutFinder::takeHeaderWith(const std::string &file, std::string_view line,
                                   Delimiter delimiter, bool exactly) {
   const Names names = namesOf(line, delimiter);
   const auto count = static_cast<int32_t>(names.size());
   const Columns usual = usualColumns(names, from_.geographic, exactly);
   const bool asked = wishes_.header == "yes";
+  int32_t x = layout_.xColumn, y = layout_.yColumn;
   if (!wishes_.hasColumns) {
     if (!usual && (!asked || exactly || count < 2)) return false;
-    const auto [x, y] = usual.value_or(std::pair{0, 1});
-    layout_ = {delimiter, x, y};
-    return true;
-  }
-  const int32_t x = wishes_.x.number >= 0 ? wishes_.x.number : indexOf(names, wishes_.x.name);
-  const int32_t y = wishes_.y.number >= 0 ? wishes_.y.number : indexOf(names, wishes_.y.name);
-  if (x < 0 || y < 0) return false;
-  if (x >= count || y >= count) {
-    if (!usual) return false;
-    throw Stop(kUsage, file + ": --columns: the header has no column " +
-                           std::to_string(std::max(x, y) + 1));
+    // a row of data may hold such words too ("Long Beach,North Shore")
+    const int numbers =
+        holdsNumber(names, x, from_.xNotation()) + holdsNumber(names, y, from_.yNotation());
+    const bool sure =
+        exactly && usual && mentions(names[static_cast<size_t>(usual->first)], kGeographicNames.x);
+    if (!asked && numbers > (sure ? 1 : 0)) return false;
+    if (usual) std::tie(x, y) = *usual;
+    if (usual && wishes_.swapped) std::swap(x, y);
+  } else {
+    if (wishes_.byName()) {
+      const auto find = [&](const LayoutWishes::Column &column) {
+        return column.number >= 0 ? column.number : indexOf(names, column.name);
+      };
+      x = find(wishes_.x), y = find(wishes_.y);
+      if (x < 0 || y < 0) return false;
+      if (wishes_.swapped) std::swap(x, y);
+    }
+    if (x >= count || y >= count) {
+      if (!usual) return false;
+      throw Stop(kUsage, file + ": --columns: the header has no column " +
+                             std::to_string(std::max(x, y) + 1));
+    }
   }
   const std::string &xName = names[static_cast<size_t>(x)], &yName = names[static_cast<size_t>(y)];
-  const bool inOrder = usualX(xName) && usualY(yName), swapped = usualY(xName) && usualX(yName);
-  if (!wishes_.byName() && !asked && !inOrder && !swapped) return false;
-  if (swapped && !inOrder)
-    console_.warn(file + ": --columns takes " + quoted(xName) + " for x (longitude) and " +
-                  quoted(yName) + " for y (latitude)");
-  layout_ = {delimiter, x, y};
+  const bool inOrder = usualX(xName) && usualY(yName), isSwapped = usualY(xName) && usualX(yName);
+  if (wishes_.hasColumns && !asked) {
+    if (!wishes_.byName() && !inOrder && !isSwapped) return false;
+    if (holdsNumber(names, x, from_.xNotation()) || holdsNumber(names, y, from_.yNotation()))
+      return false;
+  }
+  const bool isLatitude = mentions(xName, kGeographicNames.y);
+  if (isSwapped && !inOrder && (isLatitude || !wishes_.swapped))
+    console_.warn(file + ": " + (wishes_.swapped ? "--swap-in" : "--columns") + " takes " +
+                  quoted(xName) + " for x (longitude) and " + quoted(yName) + " for y (latitude)");
+  layout_.delimiter = delimiter;
+  layout_.xColumn = x;
+  layout_.yColumn = y;
+  heightColumn_ = called(names, kHeightNames);
+  if (heightColumn_ < 0) heightColumn_ = mentioned(names, kHeightNames);
   return true;
 }
 
 bool LayoutFinder::takeData(std::string_view line) {
-  for (const Delimiter delimiter : candidates()) {
+  reason_ = nullptr;
+  for (const Delimiter delimiter : candidates(line)) {
     const Coordinates at = findCoordinates(line, delimiter, layout_.xColumn, layout_.yColumn);
+    const char *reason = "the line has too few columns";
     double ignored;
-    if (!at.x.data() || !at.y.data() || readNumber(at.x, from_.xNotation(), &ignored) ||
-        readNumber(at.y, from_.yNotation(), &ignored))
-      continue;
-    layout_.delimiter = delimiter;
-    return true;
+    if (at.x.data() && at.y.data()) {
+      reason = readNumber(at.x, from_.xNotation(), &ignored, layout_.decimalPoint);
+      if (!reason) reason = readNumber(at.y, from_.yNotation(), &ignored, layout_.decimalPoint);
+      if (!reason) reason = misread(line, delimiter);
+    }
+    if (!reason) {
+      layout_.delimiter = delimiter;
+      return true;
+    }
+    if (!reason_) reason_ = reason;
   }
   return false;
 }
@@ -229,7 +308,7 @@ void LayoutFinder::warnOfStrangeNames(const std::string &file, std::string_view 
   const Names names = namesOf(line, layout_.delimiter);
   double ignored;
   for (const std::string &name : names) {
-    if (!readNumber(name, from_.xNotation(), &ignored)) return;
+    if (!readNumber(name, from_.xNotation(), &ignored) || hasDecimalComma(name)) return;
   }
   if (names.size() < 2 || lower(line).find("nan") != std::string::npos) return;
   console_.warn(file + ": the first line " + quoted(line) +

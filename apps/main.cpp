@@ -1,7 +1,12 @@
 // oprj: map projections and datum shifts from a shell.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 
 #include "commands.h"
@@ -13,19 +18,55 @@ namespace {
 
 using namespace program;
 
-/// What the first argument that is no option names must be a command.
-void refuseUnknownCommand(const CLI::App &app, int argc, char **argv) {
-  std::vector<std::string> commands;
-  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
-    commands.push_back(command->get_name());
-  for (int i = 1; i < argc; ++i) {
-    const std::string word = argv[i];
-    if (word.starts_with('-')) continue;  // the program's own options take no values
-    if (std::find(commands.begin(), commands.end(), word) == commands.end())
-      throw Stop(kUsage, withNearest("there is no command \"" + word + "\"", word, commands) +
-                             "; `oprj --help` lists them");
-    return;
+using Names = std::vector<std::string>;
+
+/// The commands, or one of them by its name.
+std::vector<CLI::App *> commandsOf(CLI::App &app, const std::string &name = "") {
+  return app.get_subcommands(
+      [&](const CLI::App *command) { return name.empty() || command->get_name() == name; });
+}
+
+bool isOption(std::string_view word) { return word.size() > 1 && word.starts_with('-'); }
+
+/// The first argument that is no option must name a command, which is returned; null when there is
+/// none, but one of the options answers by itself.
+CLI::App *commandAsked(CLI::App &app, const Names &arguments) {
+  bool answers = false;
+  for (const std::string &word : arguments) {
+    answers = answers || word == "-h" || word == "--help" || word == "-V" || word == "--version";
+    if (isOption(word)) continue;  // the program's own options take no values
+    if (const auto found = commandsOf(app, word); !found.empty()) return found.front();
+    Names names;
+    for (const CLI::App *command : commandsOf(app)) names.push_back(command->get_name());
+    throw Stop(kUsage, withNearest("there is no command \"" + word + "\"", word, names) +
+                           "; `oprj --help` lists them");
   }
+  if (!answers) throw Stop(kUsage, "a command is missing; `oprj --help` lists them");
+  return nullptr;
+}
+
+void addOptionNames(const CLI::App &app, Names &names) {
+  for (const CLI::Option *option : app.get_options()) {
+    for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
+    for (const std::string &name : option->get_snames()) names.push_back("-" + name);
+  }
+}
+
+/// What is wrong with the arguments, in one line, with what may have been meant.
+Stop wrongArguments(const CLI::App &app, const CLI::App *command, const CLI::ParseError &problem) {
+  const std::string help =
+      "; `oprj " + (command ? command->get_name() + " " : std::string()) + "--help` tells more";
+  for (const std::string &word : app.remaining(true)) {
+    if (!isOption(word)) return {kUsage, "there is no place for \"" + word + "\"" + help};
+    Names names;
+    addOptionNames(app, names);
+    if (command) addOptionNames(*command, names);
+    const std::string option = word.substr(0, word.find('='));
+    return {kUsage, withNearest("there is no option " + option, option, names) + help};
+  }
+  std::string text = problem.what();
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return {kUsage, text + help};
 }
 
 /// Output that could not be written must not go unnoticed.
@@ -35,34 +76,47 @@ void finishOutput() {
     throw Stop(kInputOutput, "cannot write to standard output");
 }
 
-Status run(CLI::App &app, const Action &action, int argc, char **argv) {
-  refuseUnknownCommand(app, argc, argv);
+Status run(CLI::App &app, const Action &action, Names arguments) {
+  const CLI::App *const command = commandAsked(app, arguments);
+  std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &problem) {
-    const bool answered = app.exit(problem) == 0;  // --help and --version
+    app.parse(std::move(arguments));
+  } catch (const CLI::Success &answer) {  // --help and --version
+    app.exit(answer);
     finishOutput();
-    return answered ? kGood : kUsage;
+    return kGood;
+  } catch (const CLI::ParseError &problem) {
+    throw wrongArguments(app, command, problem);
   }
   const Status status = action();
   finishOutput();
   return status;
 }
 
+/// A standard descriptor that is closed would be given to the first file that is opened, and
+/// messages would go there. The null device takes its place, opened so that using it fails.
+void occupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) continue;
+    if (open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) != descriptor)
+      std::_Exit(kInputOutput);  // there is nobody to tell
+  }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is noticed as a failed write
+  occupyStandardDescriptors();
+  std::signal(SIGPIPE, SIG_DFL);  // a reader that has enough ends the program, and nothing is told
 
   Console console;
   Action action;
   CLI::App app("Projects points between coordinate systems and shifts geodetic datums.", "oprj");
-  app.footer(kSystemHelp);
+  app.footer(std::string(kSystemHelp) + kEndHelp);
   app.set_version_flag("-V,--version", "oprj " OPRJ_VERSION);
   app.add_flag("-v,--verbose", console.verbose, "Tell what is done, on standard error");
   app.add_flag("-q,--quiet", console.quiet,
                "No warnings; reasons of failed points are told all the same");
-  app.require_subcommand(1);
   app.fallthrough();
   addProject(app, console, action);
   addDescribe(app, console, action);
@@ -72,13 +126,15 @@ int main(int argc, char **argv) {
   addDefine(app, console, action);
   addManual(app, action);
 
+  for (CLI::App *command : commandsOf(app)) command->footer(command->get_footer() + kEndHelp);
+
   try {
-    return run(app, action, argc, argv);
+    return run(app, action, Names(argv + 1, argv + argc));
   } catch (const Stop &stop) {
-    std::fprintf(stderr, "oprj: %s\n", stop.what());
+    tell(std::string("oprj: ") + stop.what());
     return stop.status;
   } catch (const std::exception &problem) {
-    std::fprintf(stderr, "oprj: %s\n", problem.what());
+    tell(std::string("oprj: ") + problem.what());
     return kInputOutput;
   }
 }

@@ -5,6 +5,17 @@
 #include "system.h"
 
 namespace program {
+
+const char *const kEndHelp =
+    "Exit status: 0 all points good, 1 some points failed, 2 usage, 3 a coordinate system or data "
+    "file that\n"
+    "cannot be used, 4 input or output failed.\n"
+    "Variables: ORVIK_PROJECTIONS_PATH, where mapprojections.dat and sptable.tab are found; "
+    "ORVIK_DATUMS_PATH, where\n"
+    "spheroid*.tab and grids are found (both: folders set apart by colons; the installed data when "
+    "unset); OPRJ_ISA,\n"
+    "the instruction set to use: baseline, avx2 or avx512.\n";
+
 namespace {
 
 std::string escaped(const std::string &text) {

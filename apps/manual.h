@@ -6,6 +6,9 @@
 
 namespace program {
 
+/// What ends the help of every command: exit statuses and variables.
+extern const char *const kEndHelp;
+
 void addManual(CLI::App &app, Action &action);
 
 }  // namespace program

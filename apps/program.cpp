@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -10,12 +11,73 @@
 
 namespace program {
 
+namespace {
+
+/// How many bytes of well-formed UTF-8 begin the text, at most a character; 0: none.
+size_t characterLength(std::string_view text) {
+  const auto byte = [text](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned first = byte(0);
+  const size_t length = first < 0x80                    ? 1
+                        : first >= 0xC2 && first < 0xE0 ? 2
+                        : first >= 0xE0 && first < 0xF0 ? 3
+                        : first >= 0xF0 && first < 0xF5 ? 4
+                                                        : 0;
+  if (length > text.size()) return 0;
+  for (size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+  }
+  // longer than needed, a half of a UTF-16 pair, beyond the last character
+  const bool excluded =
+      length > 2 && ((first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) >= 0xA0) ||
+                     (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) >= 0x90));
+  return excluded ? 0 : length;
+}
+
+/// Calls `character(bytes)` for each character and `stray(byte)` for each byte that belongs to
+/// none.
+template <class Character, class Stray>
+void forEachCharacter(std::string_view text, Character character, Stray stray) {
+  while (!text.empty()) {
+    const size_t length = characterLength(text);
+    if (length > 0) character(text.substr(0, length));
+    else stray(static_cast<unsigned char>(text.front()));
+    text.remove_prefix(std::max<size_t>(length, 1));
+  }
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string result;
+  const auto escape = [&](unsigned code) {
+    char escaped[8];
+    std::snprintf(escaped, sizeof escaped, "\\x%02x", code);
+    result += escaped;
+  };
+  forEachCharacter(
+      text,
+      [&](std::string_view character) {
+        const auto first = static_cast<unsigned char>(character[0]);
+        const auto last = static_cast<unsigned char>(character.back());
+        if (character == "\n") result += "\\n";
+        else if (character == "\t") result += "\\t";
+        else if (first < 0x20 || first == 0x7F) escape(first);
+        else if (first == 0xC2 && last < 0xA0) escape(last);  // of Latin-1
+        else result += character;
+      },
+      escape);
+  return result;
+}
+
+void tell(const std::string &line) { std::fprintf(stderr, "%s\n", printable(line).c_str()); }
+
 void Console::warn(const std::string &text) const {
-  if (!quiet) std::fprintf(stderr, "oprj: warning: %s\n", text.c_str());
+  warnings.push_back(text);
+  if (!quiet) tell("oprj: warning: " + text);
 }
 
 void Console::detail(const std::string &text) const {
-  if (verbose) std::fprintf(stderr, "oprj: %s\n", text.c_str());
+  if (verbose) tell("oprj: " + text);
 }
 
 namespace {
@@ -146,18 +208,20 @@ std::string nearest(std::string_view query, const std::vector<std::string> &name
 
 std::string jsonText(std::string_view text) {
   std::string result = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      result += '\\';
-      result += c;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
-      result += code;
-    } else {
-      result += c;
-    }
-  }
+  forEachCharacter(
+      text,
+      [&](std::string_view character) {
+        if (character == "\"" || character == "\\") {
+          result += '\\';
+        } else if (const auto code = static_cast<unsigned char>(character[0]); code < 0x20) {
+          char escaped[8];
+          std::snprintf(escaped, sizeof escaped, "\\u%04x", code);
+          result += escaped;
+          return;
+        }
+        result += character;
+      },
+      [&](unsigned) { result += "\xEF\xBF\xBD"; });  // U+FFFD
   return result + "\"";
 }
 

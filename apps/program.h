@@ -26,10 +26,16 @@ struct Stop : std::runtime_error {
   Status status;
 };
 
+/// The text with control characters escaped, and bytes that are no UTF-8: safe on a terminal.
+std::string printable(std::string_view text);
+/// A line to standard error, printable.
+void tell(const std::string &line);
+
 /// Messages: everything but results, to standard error.
 struct Console {
   bool verbose = false;
   bool quiet = false;
+  mutable std::vector<std::string> warnings;  ///< told or not
   /// "oprj: warning: ..." unless quiet.
   void warn(const std::string &text) const;
   /// Only with -v.

@@ -1,8 +1,6 @@
 // oprj project: points from files or standard input to standard output or a file, streaming.
 #include "project.h"
 
-#include <exception>
-
 #include "commands.h"
 #include "shift.h"
 
@@ -11,19 +9,23 @@ namespace {
 
 constexpr const char *kTextHelp =
     "A header that names the columns says where the coordinates are; else they are columns 1 and "
-    "2, "
-    "or those of\n"
-    "--columns. The first line that can be read as a point settles what sets fields apart. Other "
-    "columns are passed\n"
-    "on; a line that cannot be read or projected keeps its place with nan. A field cannot hold a "
-    "line "
-    "break, even in\n"
-    "quotes.\n";
+    "2, or those of\n"
+    "--columns. Fields are set apart by tabs, semicolons or commas, or by blanks when a line has "
+    "none of these; the\n"
+    "first line that can be read as a point settles it, or a first line sep=;. Degrees may be "
+    "written 77.5W, W77.5,\n"
+    "77:30:00W, 77d30m0s, 77-30-00W, 77 30 00 W or with the signs for degree, minute and second. "
+    "Other columns, blank\n"
+    "lines and comments (#) are passed on; a line that cannot be read or projected keeps its place "
+    "with nan. A field\n"
+    "cannot hold a line break, even in quotes. Files packed by gzip are unpacked, UTF-16 becomes "
+    "UTF-8.\n";
 
 struct Options {
   std::string from, to, columns, output, report;
   std::vector<std::string> files;
-  bool csv = false, binary = false;
+  bool csv = false, binary = false, inverse = false, swapIn = false, swapOut = false;
+  int threads = 1;
   LayoutWishes layout;
   NumberFormat format;
 };
@@ -38,48 +40,73 @@ void runJobs(const Options &options, const JobParts &parts, const std::vector<st
   }
 }
 
+/// The name of the report is part of what is written there.
+void writeReport(const std::string &path, const Tally &tally, const std::string &end,
+                 Status status) {
+  Output report(path);
+  report.put(tally.report(end, status));
+  report.finish();
+}
+
+/// What is told when all is done, or as much of it as could be.
+void tellEnd(const System &from, const System &to, const Projector &projector, const Tally &tally,
+             const Console &console) {
+  const Told &sums = tally.sums();
+  if (!shiftsBetween(from, to) && !sameDatum(from, to))
+    console.warn(std::to_string(sums.points) + " points were not shifted: the datum of the " +
+                 (undefinedDatum(from) ? "input" : "output") + " system is undefined" +
+                 (from.spheroid().a == to.spheroid().a && from.spheroid().b == to.spheroid().b
+                      ? ""
+                      : ", although the spheroids differ"));
+  if (sums.pointsInComments > 0)
+    console.warn(std::to_string(sums.pointsInComments) +
+                 " lines that start with # were passed on as comments, although they could be read "
+                 "as points");
+  projector.warnOfFarPoints(sums.far);
+  tally.printSummary();
+}
+
 Status run(Options &options, const Console &console) {
   options.layout.readColumns(options.columns);
+  options.layout.swapped = options.swapIn;
+  if (options.inverse) std::swap(options.from, options.to);
+  if (!options.report.empty() && !options.report.ends_with(".json"))
+    throw Stop(kUsage, "--report takes the name of a file that ends in .json, not \"" +
+                           options.report + "\"");
   Oint_Toolkit *toolkit = startLibrary(console);
   const System from = readSystem(toolkit, options.from, console),
                to = readSystem(toolkit, options.to, console);
   if (options.format.dms && !to.inDegrees())
     throw Stop(kUsage, "--dms writes degrees: the output is in " + to.unit);
   requireShift(from, to);
-  auto projector = std::make_unique<Projector>(toolkit, from, to, console);
-  console.detail("axis order: longitude (easting) first; input in " + from.unit + ", output in " +
-                 to.unit);
+  const Projector projector(toolkit, from, to, console);
+  console.detail(std::string("axis order: longitude (easting) first") +
+                 (options.swapIn ? ", in the input second" : "") +
+                 (options.swapOut ? ", in the output second" : "") + "; input in " + from.unit +
+                 ", output in " + to.unit);
 
   const std::vector<std::string> files =
       options.files.empty() ? std::vector<std::string>{"-"} : options.files;
-  checkStreams(files, options.output);
+  checkStreams(files, options.output, options.report);
   Output output(options.output);
   Tally tally(console);
-  const auto tellEnd = [&] {
-    if (!shiftsBetween(from, to) && !sameDatum(from, to))
-      console.warn(std::to_string(tally.points()) + " points were not shifted: the datum of the " +
-                   (undefinedDatum(from) ? "input" : "output") + " system is undefined" +
-                   (from.spheroid().a == to.spheroid().a && from.spheroid().b == to.spheroid().b
-                        ? ""
-                        : ", although the spheroids differ"));
-    projector->warnOfFarPoints();
-    tally.printSummary();
-    if (options.report == "json") tally.printJson();
-  };
+  std::string end;
+  Status status = kGood;
   try {
-    runJobs(options, {from, to, console, *projector, tally, output}, files);
+    runJobs(options,
+            {from, to, console, projector, tally, output, options.swapIn, options.swapOut,
+             options.threads},
+            files);
     output.finish();
-  } catch (...) {
-    // What was done stays done, and is told; what ended it is told last.
-    try {
-      output.flush();
-    } catch (const Stop &) {  // when writing itself failed, that is what is told
-    }
-    tellEnd();
-    throw;
+  } catch (const Stop &stop) {
+    end = stop.what();  // told last, behind what was done
+    status = stop.status;
   }
-  tellEnd();
-  return tally.failed() > 0 ? kSomePointsFailed : kGood;
+  tellEnd(from, to, projector, tally, console);
+  if (end.empty() && tally.failed() > 0) status = kSomePointsFailed;
+  if (!options.report.empty()) writeReport(options.report, tally, end, status);
+  if (!end.empty()) throw Stop(status, end);
+  return status;
 }
 
 }  // namespace
@@ -117,8 +144,22 @@ void addProject(CLI::App &app, const Console &console, Action &action) {
   command->add_flag("--dms", options->format.dms, "Write geographic results as d:mm:ss.s")
       ->excludes(binary);
   command->add_option("-o,--output", options->output, "Write to this file")->type_name("OUT");
-  command->add_option("--report", options->report, "Add a summary to standard error")
-      ->check(CLI::IsMember({"json"}));
+  command
+      ->add_option("--report", options->report, "Write all counts and reasons to this file (JSON)")
+      ->type_name("FILE.json");
+  command->add_flag("-I,--inverse", options->inverse, "Exchange the two coordinate systems");
+  command->add_flag("--swap-in", options->swapIn, "Latitude (northing) stands first in the input");
+  command->add_flag("--swap-out", options->swapOut,
+                    "Latitude (northing) stands first in the output");
+  command
+      ->add_flag("--decimal-comma", options->layout.decimalComma,
+                 "Numbers have a decimal comma, in the output too")
+      ->excludes(binary);
+  command
+      ->add_option("--threads", options->threads,
+                   "Project by so many threads, reading and writing meanwhile (default: 1)")
+      ->check(CLI::Range(1, 256))
+      ->type_name("N");
   command->add_option("files", options->files, "Input files; none or \"-\": standard input")
       ->type_name("FILE");
   command->footer(std::string(kTextHelp) + kSystemHelp);

@@ -18,9 +18,11 @@ struct NumberFormat {
 struct JobParts {
   const System &from, &to;
   const Console &console;
-  Projector &projector;
+  const Projector &projector;
   Tally &tally;
   Output &output;
+  bool swapIn = false, swapOut = false;  ///< latitude (northing) stands first
+  int threads = 1;
 };
 
 /// Lines in, lines out, through any number of files.
@@ -31,8 +33,8 @@ class TextJob {
   void run(const std::string &path);
 
  private:
-  class Lines;
-  std::unique_ptr<Lines> lines_;
+  class Files;
+  std::unique_ptr<Files> files_;
 };
 
 /// Pairs of doubles in the machine's byte order.

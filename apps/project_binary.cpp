@@ -4,15 +4,19 @@
 #include <cstring>
 
 #include "project.h"
+#include "project_input.h"
 
 namespace program {
 
 void runBinary(const JobParts &parts, const std::string &path) {
-  Input input(path);
-  Progress progress;
+  Input input(path, Input::Kind::kBytes, parts.console);
+  Progress progress(parts.console);
   std::vector<Oprj_Point> points(kBatch);
-  std::vector<Failure> failures;
+  const auto work = std::make_unique<Projector::Work>();
   char *const bytes = reinterpret_cast<char *>(points.data());
+  const auto swapAll = [&points](size_t count) {
+    for (size_t i = 0; i < count; ++i) std::swap(points[i].x, points[i].y);
+  };
   int64_t total = 0;
   size_t held = 0;
   for (bool ended = false; !ended;) {
@@ -22,28 +26,27 @@ void runBinary(const JobParts &parts, const std::string &path) {
     held += got;
     const size_t whole = held / sizeof(Oprj_Point);
     if (!ended && whole < points.size() && input.ready()) continue;
-    const auto count = static_cast<int32_t>(whole);
-    failures.clear();
-    for (int32_t i = 0; i < count; ++i) {
-      Oprj_Point &point = points[static_cast<size_t>(i)];
-      if (const char *reason = implausible(point, parts.from.geographic, parts.from.unitFactor)) {
-        point = {NAN, NAN};
-        failures.push_back({i, reason, ""});
-      }
+    Told told;
+    told.points = static_cast<int64_t>(whole);
+    if (parts.swapIn) swapAll(whole);
+    for (size_t i = 0; i < whole; ++i) {
+      const Doubt doubt = implausible(points[i], parts.from.geographic, parts.from.unitFactor);
+      if (!doubt.reason) continue;
+      points[i] = {NAN, NAN};
+      told.failures.push_back({total + static_cast<int64_t>(i) + 1, 1, doubt.reason, ""});
     }
-    const std::vector<Failure> &refused = parts.projector.project(points.data(), count);
-    failures.insert(failures.end(), refused.begin(), refused.end());
-    std::sort(failures.begin(), failures.end(),
-              [](const Failure &a, const Failure &b) { return a.index < b.index; });
-    for (const Failure &failure : failures)
-      parts.tally.addFailure(input.name(), total + failure.index + 1, 1, failure.cause,
-                             failure.chain);
+    parts.projector.project(points.data(), static_cast<int32_t>(whole), *work, told.far);
+    for (Failure &failure : work->failures)
+      told.failures.push_back(
+          {total + failure.index + 1, 1, std::move(failure.cause), std::move(failure.chain)});
+    std::sort(told.failures.begin(), told.failures.end(),
+              [](const Told::Line &a, const Told::Line &b) { return a.line < b.line; });
+    parts.tally.add(input.name(), told);
+    if (parts.swapOut) swapAll(whole);
     parts.output.put({bytes, whole * sizeof(Oprj_Point)});
-    parts.tally.addPoints(count);
-    total += count;
+    total += told.points;
     held -= whole * sizeof(Oprj_Point);
     std::memmove(bytes, bytes + whole * sizeof(Oprj_Point), held);
-    if (!ended && !input.ready()) parts.output.flush();  // what waits for more is shown meanwhile
   }
   if (held != 0)
     throw Stop(kInputOutput, input.name() + ": ends in the middle of a point (" +

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <cstdio>
+#include <functional>
 
 namespace program {
 namespace {
@@ -17,33 +17,50 @@ constexpr double kFarDegrees = 10;
 
 }  // namespace
 
-void Tally::addFailure(const std::string &file, int64_t line, int64_t column,
-                       std::string_view cause, const std::string &chain) {
-  auto found = causes_.find(cause);
+void Tally::addFailure(const std::string &file, const Told::Line &failure) {
+  auto found = causes_.find(failure.cause);
   if (found == causes_.end())
-    found = causes_.try_emplace(causes_.size() < kCausesKept ? std::string(cause) : "other causes")
-                .first;
+    found =
+        causes_.try_emplace(causes_.size() < kCausesKept ? failure.cause : "other causes").first;
   ++found->second;
   if (failed_++ >= kReasonsShown) return;
-  std::fprintf(stderr, "%s:%lld:%lld: %.*s\n", file.c_str(), static_cast<long long>(line),
-               static_cast<long long>(column), static_cast<int>(cause.size()), cause.data());
-  if (!chain.empty()) console_.detail("  " + chain);
+  tell(file + ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column) + ": " +
+       failure.cause);
+  if (!failure.chain.empty()) console_.detail("  " + failure.chain);
+}
+
+void Tally::add(const std::string &file, const Told &part) {
+  for (const Told::Line &failure : part.failures) addFailure(file, failure);
+  for (int64_t Told::*count :
+       {&Told::points, &Told::comments, &Told::blanks, &Told::headers, &Told::pointsInComments})
+    sums_.*count += part.*count;
+  sums_.far.resize(std::max(sums_.far.size(), part.far.size()));
+  std::transform(part.far.begin(), part.far.end(), sums_.far.begin(), sums_.far.begin(),
+                 std::plus<>());
 }
 
 void Tally::printSummary() const {
   if (failed_ <= kReasonsShown) return;
-  std::fprintf(stderr, "oprj: %lld of %lld points failed:\n", static_cast<long long>(failed_),
-               static_cast<long long>(points_));
-  for (const auto &[cause, count] : causes_)
-    std::fprintf(stderr, "  %lld: %s\n", static_cast<long long>(count), cause.c_str());
+  tell("oprj: " + std::to_string(failed_) + " of " + std::to_string(sums_.points) +
+       " points failed:");
+  for (const auto &[cause, count] : causes_) tell("  " + std::to_string(count) + ": " + cause);
 }
 
-void Tally::printJson() const {
-  std::string causes;
+std::string Tally::report(const std::string &end, Status status) const {
+  std::string causes, warnings;
   for (const auto &[cause, count] : causes_)
     causes += (causes.empty() ? "" : ", ") + jsonText(cause) + ": " + std::to_string(count);
-  std::fprintf(stderr, "{\"points\": %lld, \"failed\": %lld, \"causes\": {%s}}\n",
-               static_cast<long long>(points_), static_cast<long long>(failed_), causes.c_str());
+  for (const std::string &warning : console_.warnings)
+    warnings += (warnings.empty() ? "" : ", ") + jsonText(warning);
+  const auto count = [](const char *name, int64_t value) {
+    return std::string("  \"") + name + "\": " + std::to_string(value) + ",\n";
+  };
+  return "{\n" + count("points", sums_.points) + count("failed", failed_) + "  \"causes\": {" +
+         causes + "},\n" + count("comments", sums_.comments) +
+         count("points_in_comments", sums_.pointsInComments) + count("blank_lines", sums_.blanks) +
+         count("headers", sums_.headers) + "  \"warnings\": [" + warnings + "],\n" +
+         (end.empty() ? "" : "  \"error\": " + jsonText(end) + ",\n") +
+         "  \"status\": " + std::to_string(status) + "\n}\n";
 }
 
 Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to,
@@ -91,7 +108,8 @@ void Projector::watch(Oint_Toolkit *toolkit, const System &system, const System 
 
 /// Far by the longitude, when there is one; by an easting that is far already at the equator; or by
 /// a northing beyond the pole.
-void Projector::Meridian::count(const Oprj_Point *own, const Oprj_Point *other, int32_t count) {
+int64_t Projector::Meridian::count(const Oprj_Point *own, const Oprj_Point *other,
+                                   int32_t count) const {
   constexpr double kLimit = kFarDegrees * kDegree;
   int32_t found = 0;
   for (int32_t i = 0; i < count; ++i) {
@@ -101,49 +119,52 @@ void Projector::Meridian::count(const Oprj_Point *own, const Oprj_Point *other, 
                        (std::fabs(own[i].y - north) > northLimit);
     found += isFar & !std::isunordered(own[i].x, other[i].x);  // those that failed are told already
   }
-  far += found;
+  return found;
 }
 
-void Projector::warnOfFarPoints() const {
-  for (const Meridian &meridian : meridians_) {
-    if (meridian.far == 0) continue;
-    console_.warn(std::to_string(meridian.far) + " points lie more than " +
-                  numberText(kFarDegrees) + " degrees beside the central meridian of \"" +
-                  meridian.name +
+void Projector::warnOfFarPoints(const std::vector<int64_t> &far) const {
+  for (size_t i = 0; i < far.size(); ++i) {
+    if (far[i] == 0) continue;
+    console_.warn(std::to_string(far[i]) + " points lie more than " + numberText(kFarDegrees) +
+                  " degrees beside the central meridian of \"" + meridians_[i].name +
                   "\": its formulas are meant for a zone, and lose metres to kilometres there");
   }
 }
 
-const std::vector<Failure> &Projector::project(Oprj_Point *points, int32_t count) {
-  failures_.clear();
-  if (identity_) return failures_;  // bit for bit
+void Projector::project(Oprj_Point *points, int32_t count, Work &work,
+                        std::vector<int64_t> &far) const {
+  work.failures.clear();
+  if (identity_) return;  // bit for bit
   for (int32_t i = 0; i < count; ++i)
     points[i] = {points[i].x * inFactor_, points[i].y * inFactor_};
-  projectRange(points, 0, count);
-  checkResults(points, count);
-  for (Meridian &meridian : meridians_) {
-    const bool isInput = meridian.isInput;
-    meridian.count(isInput ? points : results_, isInput ? results_ : points, count);
+  projectRange(points, 0, count, work);
+  checkResults(points, count, work);
+  far.resize(meridians_.size());
+  for (size_t i = 0; i < meridians_.size(); ++i) {
+    const bool isInput = meridians_[i].isInput;
+    far[i] += meridians_[i].count(isInput ? points : work.results, isInput ? work.results : points,
+                                  count);
   }
   for (int32_t i = 0; i < count; ++i)
-    points[i] = {results_[i].x / outFactor_, results_[i].y / outFactor_};
-  return failures_;
+    points[i] = {work.results[i].x / outFactor_, work.results[i].y / outFactor_};
 }
 
 /// A failure names its point. What stands before it is projected again, because the results hold
 /// only the stage that failed; behind it the steps begin small, and grow while all goes well.
-void Projector::projectRange(const Oprj_Point *points, int32_t first, int32_t count) {
+void Projector::projectRange(const Oprj_Point *points, int32_t first, int32_t count,
+                             Work &work) const {
+  auto &[err, failures, results] = work;
   const int32_t end = first + count;
   int32_t step = count;
   while (first < end) {
     step = std::min(step, end - first);
-    if (oprj_ProjectPair(pair_.get(), points + first, results_ + first, step, err_.get())) {
+    if (oprj_ProjectPair(pair_.get(), points + first, results + first, step, err.get())) {
       first += step;
       step *= 2;
       continue;
     }
     int64_t named = 0;
-    if (!oerr_PointGet(err_.report(), &named, nullptr, nullptr) || named < 0 || named >= step) {
+    if (!oerr_PointGet(err.report(), &named, nullptr, nullptr) || named < 0 || named >= step) {
       if (step > 1) {
         step = 1;
         continue;
@@ -151,39 +172,41 @@ void Projector::projectRange(const Oprj_Point *points, int32_t first, int32_t co
       named = 0;
     }
     const auto before = static_cast<int32_t>(named);
-    Failure failure{first + before, err_.rootMessage(), console_.verbose ? err_.text() : ""};
-    projectRange(points, first, before);
-    results_[first + before] = {NAN, NAN};
-    failures_.push_back(std::move(failure));
+    Failure failure{first + before, err.rootMessage(), console_.verbose ? err.text() : ""};
+    projectRange(points, first, before, work);
+    results[first + before] = {NAN, NAN};
+    failures.push_back(std::move(failure));
     first += before + 1;
     step = before + 1;
   }
 }
 
 /// A formula far outside of its domain may give a result that is no place, without a report.
-void Projector::checkResults(const Oprj_Point *points, int32_t count) {
+void Projector::checkResults(const Oprj_Point *points, int32_t count, Work &work) const {
+  auto &failures = work.failures;
+  Oprj_Point *const results = work.results;
   const auto isResult = [this](Oprj_Point p) {
     return (std::fabs(p.x) <= largestX_) & (std::fabs(p.y) <= largestY_);
   };
   bool all = true;
-  for (int32_t i = 0; i < count; ++i) all &= isResult(results_[i]);
+  for (int32_t i = 0; i < count; ++i) all &= isResult(results[i]);
   if (all) return;
-  const size_t reported = failures_.size();
+  const size_t reported = failures.size();
   size_t next = 0;
   for (int32_t i = 0; i < count; ++i) {
-    if (isResult(results_[i])) continue;
-    const bool isReported = next < reported && failures_[next].index == i;
+    if (isResult(results[i])) continue;
+    const bool isReported = next < reported && failures[next].index == i;
     if (isReported) ++next;
     else if (!std::isnan(points[i].x) && !std::isnan(points[i].y))
-      failures_.push_back({i,
-                           toGeographic_ && std::isfinite(results_[i].x + results_[i].y)
-                               ? "the result is no place on the globe"
-                               : "the result is not a finite number",
-                           ""});
-    results_[i] = {NAN, NAN};
+      failures.push_back({i,
+                          toGeographic_ && std::isfinite(results[i].x + results[i].y)
+                              ? "the result is no place on the globe"
+                              : "the result is not a finite number",
+                          ""});
+    results[i] = {NAN, NAN};
   }
-  std::inplace_merge(failures_.begin(), failures_.begin() + static_cast<std::ptrdiff_t>(reported),
-                     failures_.end(),
+  std::inplace_merge(failures.begin(), failures.begin() + static_cast<std::ptrdiff_t>(reported),
+                     failures.end(),
                      [](const Failure &a, const Failure &b) { return a.index < b.index; });
 }
 

@@ -15,13 +15,20 @@ inline constexpr int32_t kBatch = 2048;  // points a call: stays in cache
 inline constexpr double kLargestLongitude = 360 * kDegree + 1e-10;
 inline constexpr double kLargestLatitude = 90 * kDegree + 1e-10;
 
-/// What makes an input point none: not a number, or no place on the globe. Null when it is one.
-inline const char *implausible(Oprj_Point p, bool geographic, double unitFactor) {
-  if (!std::isfinite(p.x) || !std::isfinite(p.y)) return "a coordinate is not a number";
-  if (!geographic) return nullptr;
-  if (std::fabs(p.y * unitFactor) > kLargestLatitude) return "latitude beyond 90 degrees";
-  if (std::fabs(p.x * unitFactor) > kLargestLongitude) return "longitude beyond 360 degrees";
-  return nullptr;
+/// What makes an input point none: not a number, or no place on the globe.
+struct Doubt {
+  const char *reason = nullptr;  ///< null: it is one
+  bool ofY = false;              ///< which coordinate
+};
+inline Doubt implausible(Oprj_Point p, bool geographic, double unitFactor) {
+  constexpr const char *kNoNumber = "a coordinate is not a number";
+  if (!std::isfinite(p.x)) return {kNoNumber, false};
+  if (!std::isfinite(p.y)) return {kNoNumber, true};
+  if (!geographic) return {};
+  if (std::fabs(p.y * unitFactor) > kLargestLatitude) return {"latitude beyond 90 degrees", true};
+  if (std::fabs(p.x * unitFactor) > kLargestLongitude)
+    return {"longitude beyond 360 degrees", false};
+  return {};
 }
 
 /// A point that the library refused, or that came out as no place.
@@ -31,37 +38,57 @@ struct Failure {
   std::string chain;  ///< all messages; only with -v
 };
 
+/// What is told of a part of a file.
+struct Told {
+  struct Line {
+    int64_t line, column;
+    std::string cause, chain;
+  };
+  int64_t points = 0, comments = 0, blanks = 0, headers = 0;
+  int64_t pointsInComments = 0;  ///< comments that could be read as points
+  std::vector<int64_t> far;      ///< beside the meridians of the projector
+  std::vector<Line> failures;
+};
+
 /// The count of points, and of those that failed: the first reasons as they come, then a count by
 /// cause.
 class Tally {
  public:
   explicit Tally(const Console &console) : console_(console) {}
-  void addPoints(int64_t count) { points_ += count; }
-  void addFailure(const std::string &file, int64_t line, int64_t column, std::string_view cause,
-                  const std::string &chain = "");
-  int64_t points() const { return points_; }
+  void add(const std::string &file, const Told &part);
+  const Told &sums() const { return sums_; }  ///< without failures
   int64_t failed() const { return failed_; }
   /// The count by cause, when not every reason was told.
   void printSummary() const;
-  void printJson() const;
+  /// As JSON: everything that was told.
+  std::string report(const std::string &end, Status status) const;
 
  private:
+  void addFailure(const std::string &file, const Told::Line &failure);
   const Console &console_;
-  int64_t points_ = 0, failed_ = 0;
+  Told sums_;
+  int64_t failed_ = 0;
   std::map<std::string, int64_t, std::less<>> causes_;
 };
 
-/// Batches of points through a pair of systems.
+/// Points through a pair of systems. Any number of threads may project at once.
 class Projector {
  public:
   Projector(Oint_Toolkit *toolkit, const System &from, const System &to, const Console &console);
 
-  /// Projects up to kBatch points in place. Those that fail become NaN and are returned, first ones
-  /// first, until the next call; those that are NaN stay so and are not spoken of.
-  const std::vector<Failure> &project(Oprj_Point *points, int32_t count);
+  /// What one thread works with.
+  struct Work {
+    Slot err;
+    std::vector<Failure> failures;
+    Oprj_Point results[kBatch];
+  };
+  /// Projects up to kBatch points in place. Those that fail become NaN and are told in
+  /// `work.failures`, first ones first; those that are NaN stay so and are not spoken of. `far`
+  /// counts the points beside each meridian.
+  void project(Oprj_Point *points, int32_t count, Work &work, std::vector<int64_t> &far) const;
 
-  /// Points far beside the central meridian of a Transverse Mercator: told once, with their count.
-  void warnOfFarPoints() const;
+  /// Points far beside the central meridian of a Transverse Mercator.
+  void warnOfFarPoints(const std::vector<int64_t> &far) const;
 
  private:
   /// A Transverse Mercator of the pair: which coordinates lie far beside its central meridian.
@@ -70,12 +97,11 @@ class Projector {
     bool isInput;
     double longitude;  ///< NaN: the other system has none
     double east, north, eastLimit, northLimit;
-    int64_t far = 0;
-    void count(const Oprj_Point *own, const Oprj_Point *other, int32_t count);
+    int64_t count(const Oprj_Point *own, const Oprj_Point *other, int32_t count) const;
   };
   void watch(Oint_Toolkit *toolkit, const System &system, const System &other, bool isInput);
-  void projectRange(const Oprj_Point *points, int32_t first, int32_t count);
-  void checkResults(const Oprj_Point *points, int32_t count);
+  void projectRange(const Oprj_Point *points, int32_t first, int32_t count, Work &work) const;
+  void checkResults(const Oprj_Point *points, int32_t count, Work &work) const;
 
   const Console &console_;
   Slot err_;
@@ -84,8 +110,6 @@ class Projector {
   bool identity_, toGeographic_;
   double largestX_, largestY_;  ///< of results
   std::vector<Meridian> meridians_;
-  std::vector<Failure> failures_;
-  Oprj_Point results_[kBatch];
 };
 
 }  // namespace program

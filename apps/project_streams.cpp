@@ -1,13 +1,10 @@
 #include "project_streams.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -27,7 +24,7 @@ bool lookAt(const std::string &path, int standard, struct stat &about) {
 
 }  // namespace
 
-Output::Output(const std::string &path) : buffer_(kBufferSize), descriptor_(STDOUT_FILENO) {
+Output::Output(const std::string &path) : descriptor_(STDOUT_FILENO) {
   if (isStandard(path)) return;
   name_ = path;
   created_ = access(path.c_str(), F_OK) != 0;
@@ -41,11 +38,6 @@ Output::~Output() {
   if (created_ && !begun_) unlink(name_.c_str());
 }
 
-void Output::put(std::string_view text) {
-  char *to = room(text.size());
-  filled(std::copy(text.begin(), text.end(), to));
-}
-
 void Output::begin() {
   struct stat about;
   if (!std::exchange(begun_, true) && descriptor_ > STDERR_FILENO &&
@@ -53,21 +45,18 @@ void Output::begin() {
     fail("cannot write to");
 }
 
-void Output::flush() {
-  const size_t size = std::exchange(used_, 0);
-  if (size == 0) return;
+void Output::put(std::string_view bytes) {
+  if (bytes.empty()) return;
   begin();
-  size_t done = 0;
-  while (done < size) {
-    const ssize_t written = write(descriptor_, buffer_.data() + done, size - done);
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) fail("cannot write to");
-    done += static_cast<size_t>(written);
+    bytes.remove_prefix(static_cast<size_t>(written));
   }
 }
 
 void Output::finish() {
-  flush();
   begin();
   if (descriptor_ > STDERR_FILENO && close(std::exchange(descriptor_, -1)) != 0)
     fail("cannot close");
@@ -75,67 +64,26 @@ void Output::finish() {
 
 void Output::fail(const char *what) const { stop(what, name_); }
 
-Input::Input(const std::string &path)
-    : name_(path == "-" ? "<stdin>" : path), descriptor_(STDIN_FILENO) {
-  if (path == "-") return;
-  descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor_ < 0) fail("cannot open");
-  struct stat about;
-  if (fstat(descriptor_, &about) == 0 && S_ISREG(about.st_mode)) size_ = about.st_size;
-}
-
-Input::~Input() {
-  if (descriptor_ > STDERR_FILENO) close(descriptor_);
-}
-
-size_t Input::read(char *to, size_t size) {
-  while (true) {
-    const ssize_t got = ::read(descriptor_, to, size);
-    if (got >= 0) {
-      done_ += got;
-      return static_cast<size_t>(got);
-    }
-    if (errno != EINTR) fail("cannot read");
-  }
-}
-
-bool Input::ready() const {
-  struct pollfd asked = {descriptor_, POLLIN, 0};
-  return poll(&asked, 1, 0) != 0;
-}
-
-void Input::fail(const char *what) const { stop(what, name_); }
-
-void checkStreams(const std::vector<std::string> &inputs, const std::string &output) {
-  struct stat out, in;
-  const bool outIsFile = lookAt(output, STDOUT_FILENO, out) && S_ISREG(out.st_mode);
+void checkStreams(const std::vector<std::string> &inputs, const std::string &output,
+                  const std::string &report) {
+  struct stat out, told, in;
+  const auto same = [](const struct stat &a, const struct stat &b) {
+    return S_ISREG(a.st_mode) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+  };
+  const bool hasOut = lookAt(output, STDOUT_FILENO, out);
+  const bool hasReport = !report.empty() && stat(report.c_str(), &told) == 0;
+  if ((hasOut && hasReport && same(told, out)) || (!output.empty() && report == output))
+    throw Stop(kUsage, "the report and the results go to the same file");
   for (const std::string &path : inputs) {
     // not opened on trial: a pipe can be opened only once
     if (!lookAt(path, STDIN_FILENO, in)) stop("cannot open", path);
     if (S_ISDIR(in.st_mode)) stop("cannot read", path, EISDIR);
     if (!isStandard(path) && access(path.c_str(), R_OK) != 0) stop("cannot open", path);
-    if (outIsFile && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
-      throw Stop(kUsage, "the output file is one of the input files: " +
+    if ((hasOut && same(out, in)) || (hasReport && same(told, in)))
+      throw Stop(kUsage, std::string("the ") + (hasOut && same(out, in) ? "output" : "report") +
+                             " file is one of the input files: " +
                              (isStandard(path) ? "standard input" : path));
   }
-}
-
-void Progress::show(const Input &input) {
-  static const bool terminal = isatty(STDERR_FILENO) != 0;
-  if (!terminal || input.size() <= 0) return;
-  const auto now = Clock::now();
-  if (now - start_ < std::chrono::seconds(2) || now - last_ < std::chrono::milliseconds(250))
-    return;
-  last_ = now;
-  shown_ = true;
-  const int percent = static_cast<int>(100 * std::min(input.done(), input.size()) / input.size());
-  std::string bar(static_cast<size_t>(percent / 2), '#');
-  bar.resize(50, '.');
-  std::fprintf(stderr, "\r%s [%s] %d %%", input.name().c_str(), bar.c_str(), percent);
-}
-
-Progress::~Progress() {
-  if (shown_) std::fprintf(stderr, "\r\033[K");
 }
 
 }  // namespace program

@@ -1,15 +1,32 @@
-// Where the points of `oprj project` come from and go to.
+// Where the points of `oprj project` go to.
 #ifndef OPRJ_APPS_PROJECT_STREAMS_H
 #define OPRJ_APPS_PROJECT_STREAMS_H
 
-#include <chrono>
-#include <cstdint>
+#include <algorithm>
 
 #include "program.h"
 
 namespace program {
 
-inline constexpr size_t kBufferSize = 256 * 1024;
+/// Bytes that grow.
+class Buffer {
+ public:
+  /// Room for `size` bytes; `filled` tells where writing ended.
+  char *room(size_t size) {
+    if (bytes_.size() - used_ < size) bytes_.resize(std::max(2 * bytes_.size(), used_ + size));
+    return bytes_.data() + used_;
+  }
+  void filled(const char *end) { used_ = static_cast<size_t>(end - bytes_.data()); }
+  void put(std::string_view text) {
+    filled(std::copy(text.begin(), text.end(), room(text.size())));
+  }
+  std::string_view view() const { return {bytes_.data(), used_}; }
+  void clear() { used_ = 0; }
+
+ private:
+  std::vector<char> bytes_;
+  size_t used_ = 0;
+};
 
 /// Bytes to a file or standard output; failures end the program. A file that exists keeps what it
 /// holds until the first results are written, or the job ends well without any.
@@ -20,66 +37,21 @@ class Output {
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
-  /// Room for `size` bytes; `filled` tells where writing ended.
-  char *room(size_t size) {
-    if (buffer_.size() - used_ < size) flush();
-    if (buffer_.size() < size) buffer_.resize(size);
-    return buffer_.data() + used_;
-  }
-  void filled(const char *end) { used_ = static_cast<size_t>(end - buffer_.data()); }
-  void put(std::string_view text);
-  void flush();
+  void put(std::string_view bytes);
   void finish();
 
  private:
   void begin();
   [[noreturn]] void fail(const char *what) const;
 
-  std::vector<char> buffer_;
-  size_t used_ = 0;
   std::string name_ = "standard output";
   int descriptor_;
   bool begun_ = false, created_ = false;
 };
 
-/// Bytes of a file or standard input ("-"), in pieces.
-class Input {
- public:
-  explicit Input(const std::string &path);
-  ~Input();
-  Input(const Input &) = delete;
-  Input &operator=(const Input &) = delete;
-
-  /// Up to `size` bytes; 0 at the end.
-  size_t read(char *to, size_t size);
-  /// Whether reading would not have to wait.
-  bool ready() const;
-  const std::string &name() const { return name_; }
-  int64_t size() const { return size_; }  ///< below 0: not known
-  int64_t done() const { return done_; }
-
- private:
-  [[noreturn]] void fail(const char *what) const;
-
-  std::string name_;
-  int descriptor_;
-  int64_t size_ = -1, done_ = 0;
-};
-
-/// Throws Stop unless all inputs are there to be read and none is the output.
-void checkStreams(const std::vector<std::string> &inputs, const std::string &output);
-
-/// A percentage on standard error while a long job runs on a terminal.
-class Progress {
- public:
-  void show(const Input &input);
-  ~Progress();
-
- private:
-  using Clock = std::chrono::steady_clock;
-  bool shown_ = false;
-  Clock::time_point start_ = Clock::now(), last_ = start_;
-};
+/// Throws Stop unless all inputs are there to be read and none is an output ("" is no report).
+void checkStreams(const std::vector<std::string> &inputs, const std::string &output,
+                  const std::string &report);
 
 }  // namespace program
 

@@ -17,8 +17,11 @@ std::string fixed(double value, int digits) {
 
 std::string byTheLibrary(double value, int digits) {
   char text[program::kLongestNumber];
-  return {text,
-          std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits).ptr};
+  const std::string result(
+      text, std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits).ptr);
+  return result.find_first_of("123456789") == std::string::npos && value <= 0
+             ? result.substr(std::signbit(value))
+             : result;
 }
 
 TEST(Fields, FixedDigitsAreTheCorrectlyRoundedOnes) {
@@ -94,6 +97,34 @@ TEST(Fields, NumbersAreReadAsTheirColumnMeansThem) {
       {"7S", kLongitude, NAN},
       {"7S", kLatitude, -7},
       {"7W", kLatitude, NAN},
+      // every way to write an angle
+      {"77d30m0s", kLongitude, 77.5},
+      {"77d30m0sS", kLatitude, -77.5},
+      {"77D 30' 0\"", kAngle, 77.5},
+      {"\"77\xC2\xB0 30'0\"\" W\"", kLongitude, -77.5},
+      {"77\xB0 30' W", kLongitude, -77.5},
+      {"77\xC2\xB0 30\xE2\x80\xB2 0\xE2\x80\xB3", kAngle, 77.5},
+      {"77\xC2\xB0"
+       "30''",
+       kAngle, NAN},
+      {"77-30-00W", kLongitude, -77.5},
+      {"77-30-00", kLongitude, NAN},
+      {"W77.5", kLongitude, -77.5},
+      {"N 38 15.6", kLatitude, 38.26},
+      {"77 30 00 w", kLongitude, -77.5},
+      {"-77 30", kAngle, -77.5},
+      {"\xE2\x88\x92"
+       "77.5",
+       kNumber, -77.5},
+      {"-77 30 W", kLongitude, NAN},
+      {"W 77 30 W", kLongitude, NAN},
+      {"77 60", kAngle, NAN},
+      {"77.5 30", kAngle, NAN},
+      {"77:30 15", kAngle, NAN},
+      {"77 30 15 5", kAngle, NAN},
+      {"N", kLatitude, NAN},
+      {"N-5", kLatitude, NAN},
+      {"77,5", kAngle, NAN},
       {{"7\0\0", 3}, kLatitude, NAN},
       {{"7\0", 2}, kNumber, NAN},
   };
@@ -107,7 +138,7 @@ TEST(Fields, NumbersAreReadAsTheirColumnMeansThem) {
 
 TEST(Fields, ShortestDigitsHaveNoExponentAtOrdinarySizes) {
   for (const auto &[value, text] : {std::pair{500000.0, "500000"},
-                                    {-0.0, "-0"},
+                                    {-0.0, "0"},
                                     {1e-5, "0.00001"},
                                     {0.1, "0.1"},
                                     {123456789012345.5, "123456789012345.5"},

@@ -1,6 +1,7 @@
 // The program as its users meet it: arguments and input in; results, messages and exit status out.
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <sstream>
 
@@ -51,7 +52,28 @@ TEST_F(Program, ReplacesTheCoordinatesAndKeepsTheRest) {
       // what sets the fields apart is outside of quotes, and makes a point of the line
       {"--columns 2,3", "\"A; b\",-75,40\n", "\"A; b\",500033.67,4427758.55\n"},
       {"", "\"x; y\",lon,lat\n,-75,40\n", "\"x; y\",easting,northing\n,500033.67,4427758.55\n"},
-      {"", "-75 40 Reading, PA\n", "500033.67 4427758.55 Reading, PA\n"},
+      {"--delimiter blank", "-75 40 Reading, PA\n", "500033.67 4427758.55 Reading, PA\n"},
+      {"", "-75 40 \"Reading, PA\"\n", "500033.67 4427758.55 \"Reading, PA\"\n"},
+      {"--columns 2,3", "\"A b\" -75 40\n", "\"A b\" 500033.67 4427758.55\n"},
+      {"", "-75 0 0,40 0 0\n", "500033.67,4427758.55\n"},
+      // a header names columns, and none of its fields would be a coordinate
+      {"", "-75,40,Long Beach,North Shore\n-75,40,a,b\n",
+       "500033.67,4427758.55,Long Beach,North Shore\n500033.67,4427758.55,a,b\n"},
+      {"", "7,lon,lat\n7,-75,40\n", "7,easting,northing\n7,500033.67,4427758.55\n"},
+      {"", "id,decimalLatitude,decimalLongitude\n7,40,-75\n",
+       "id,northing,easting\n7,4427758.55,500033.67\n"},
+      {"", "E,N\n-75,40\n", "easting,northing\n500033.67,4427758.55\n"},
+      {"", "Hochwert;Rechtswert\n40;-75\n", "northing;easting\n4427758.55;500033.67\n"},
+      // comments and blank lines pass on, a line of spreadsheets too
+      {"", "sep=;\r\n# 1;2\n-75;40\n \n", "sep=;\r\n# 1;2\n500033.67;4427758.55\n \n"},
+      {"", "# a comment\n-75,40\n\n  # another\n",
+       "# a comment\n500033.67,4427758.55\n\n  # another\n"},
+      {"--decimal-comma", "-75,0;40,0;1,5\n", "500033,67;4427758,55;1,5\n"},
+      // axes
+      {"--swap-in", "40,-75,x\n", "500033.67,4427758.55,x\n"},
+      {"--swap-out", "-75,40,x\n", "4427758.55,500033.67,x\n"},
+      {"--swap-in --swap-out", "40 -75\n", "4427758.55 500033.67\n"},
+      {"--swap-in", "y,x\n-75,40\n", "northing,easting\n4427758.55,500033.67\n"},
       // names in other words, blanks around them, numbers beside them
       {"", "Latitude (deg),POINT_LON\n40,-75\n", "northing,easting\n4427758.55,500033.67\n"},
       {"--columns ' A , B '", "A,B\n-75,40\n", "easting,northing\n500033.67,4427758.55\n"},
@@ -76,11 +98,11 @@ TEST_F(Program, ABadLineKeepsItsPlaceAndIsToldWithReason) {
           "-75,40\nabc,def\n,\n-75\n\n-75,95\n-400,40\n-75,4O\nnan,40\n1e999,2\n-75,40\n");
   EXPECT_EQ(outcome.status, 1);
   std::string expected = "500033.67,4427758.55\n";
-  for (int i = 0; i < 9; ++i) expected += "nan,nan\n";
+  for (int i = 0; i < 9; ++i) expected += i == 3 ? "\n" : "nan,nan\n";
   EXPECT_EQ(outcome.out, expected + "500033.67,4427758.55\n");
   expectParts(outcome.err,
               "<stdin>:2:1: a coordinate is not a number|<stdin>:3:1: a coordinate is missing|"
-              "<stdin>:4:4: the line has too few columns|<stdin>:5:1: the line is blank|"
+              "<stdin>:4:4: the line has too few columns|"
               "<stdin>:6:5: latitude beyond 90 degrees|<stdin>:7:1: longitude beyond 360 degrees|"
               "<stdin>:8:5: a coordinate is not a number|<stdin>:9:1: a coordinate is not a number|"
               "<stdin>:10:1: a coordinate is not a number");
@@ -91,8 +113,11 @@ TEST_F(Program, LinesThatCannotBeReadSpoilNoOthers) {
   struct {
     std::string before, out, err;
   } const cases[] = {
-      {"\n", "nan nan\n", "<stdin>:1:1: the line is blank"},
-      {"# a comment\n", "nan nan comment\n", "<stdin>:1:1: a coordinate is not a number"},
+      // what other ways to write the same would make of them
+      {"-75 0 0 W 40 0 0 N\n", "nan nan 0 W 40 0 0 N\n", "<stdin>:1:1: degrees, minutes and"},
+      {"-75,5 40,5\n", "nan,nan,5\n", "<stdin>:1:1: the coordinates have a decimal comma"},
+      {"-75,5;40,5\n", "nan;nan\n", "<stdin>:1:1: a coordinate has a decimal comma (see --dec"},
+      {"-75 40 Reading, PA\n", "nan,nan\n", "<stdin>:1:1: a coordinate is not a number"},
       {"abc def\n", "nan nan\n", "first line \"abc def\" is no header|<stdin>:1:1: a coordinate"},
       {"Breite,Laenge\n", "nan,nan\n", "first line \"Breite,Laenge\" is no header"},
       {"40N,75W\n", "nan,nan\n", "<stdin>:1:1: a latitude stands where|the axes look swapped"},
@@ -115,14 +140,17 @@ TEST_F(Program, LinesThatCannotBeReadSpoilNoOthers) {
 TEST_F(Program, TellsTwentyReasonsAndThenASummary) {
   std::string in;
   for (int i = 0; i < 1500; ++i) in += "-75 99\n-75 40\n";
-  const Outcome outcome = run(kFromTo + "--report json", in);
+  const Outcome outcome = run(kFromTo + "--report " + path("r.json"), "# told\n\n" + in + "-7 4\n");
   EXPECT_EQ(outcome.status, 1);
   size_t lines = 0;
   for (size_t at = 0; (at = outcome.err.find("<stdin>:", at)) != std::string::npos; ++at) ++lines;
   EXPECT_EQ(lines, 20u);
   expectParts(outcome.err,
-              "1500 of 3000 points failed|1500: latitude beyond 90 degrees|{\"points\": 3000, "
-              "\"failed\": 1500, \"causes\": {\"latitude beyond 90 degrees\": 1500}}");
+              "1500 of 3001 points failed|1500: latitude beyond 90 degrees|warning: 1 points lie");
+  expectParts(readFile(path("r.json")),
+              "\"points\": 3001,|\"failed\": 1500,|\"comments\": 1,|\"blank_lines\": 1,|"
+              "\"causes\": {\"latitude beyond 90 degrees\": 1500}|\"warnings\": [\"1 points lie|"
+              "\"status\": 1");
 }
 
 TEST_F(Program, PointsThatAProjectionRefusesAreToldWithTheirLine) {
@@ -313,12 +341,61 @@ TEST_F(Program, InputAndOutputFailuresAreNoticed) {
   EXPECT_EQ(readFile(points), "-75 40\n") << "not emptied";
   for (const std::string answer : {"--help", "--version", "list units"})
     EXPECT_EQ(run(answer + " > /dev/full").status, 4) << answer;
-  // a reader that goes away
+  // a reader that goes away ends the program as every other
   std::string many;
   for (int i = 0; i < 100000; ++i) many += "-75 40\n";
   const Outcome cut = run(kFromTo, many, "", "| head -n 1");
-  EXPECT_EQ(cut.status, 4);
-  expectParts(cut.err, "cannot write");
+  EXPECT_EQ(cut.status, 128 + SIGPIPE);
+  EXPECT_EQ(cut.err, "");
+  // closed descriptors are no place for files and messages
+  EXPECT_EQ(run(kFromTo + "- <&- 2> /dev/null; (exit $?)").status, 4);
+  EXPECT_EQ(run(kFromTo + ">&-", "-75 40\n").status, 4);
+  const std::string bad = folder_.write("bad", "a b\n");
+  EXPECT_EQ(run(kFromTo + "-o " + path("kept") + " " + bad + " 2>&-; (exit $?)").status, 1);
+  EXPECT_EQ(readFile(path("kept")), "nan nan\n");
+}
+
+TEST_F(Program, PackedAndWideFilesAreReadAsTheTextTheyHold) {
+  std::string text = "lon,lat,n\xC3\xA4me\r\n";
+  for (int i = 0; i < 30000; ++i) text += "-75,40,\xE2\x82\xAC \xF0\x9F\x98\x80\r\n";
+  const std::string file = folder_.write("plain", text);
+  const Outcome plain = run(kFromTo + file);
+  ASSERT_EQ(plain.status, 0) << plain.err;
+  for (const std::string way :
+       {"iconv -t UTF-16", "iconv -t UTF-16BE", "gzip", "iconv -t UTF-16 | gzip",
+        "(head -c 1000 | gzip; cat | gzip)", "(printf '\\357\\273\\277'; cat)"}) {
+    const std::string packed = path("packed");
+    ASSERT_EQ(std::system(("cat " + file + " | " + way + " > " + packed).c_str()), 0) << way;
+    const Outcome outcome = run(kFromTo + packed);
+    EXPECT_EQ(outcome.err, "") << way;
+    EXPECT_TRUE(outcome.out == plain.out) << way << outcome.out.substr(0, 100);
+  }
+  const std::string gzip = path("gzip");
+  ASSERT_EQ(std::system(("gzip < " + file + " > " + gzip).c_str()), 0);
+  const std::string bytes = readFile(gzip);
+  for (const auto &[damaged, what] :
+       {std::pair{bytes.substr(0, bytes.size() - 9), "ends in the middle of its packed data"},
+        {bytes.substr(0, 40) + std::string(40, 'x') + bytes.substr(80),
+         "packed data is damaged"}}) {
+    const Outcome outcome = run(kFromTo + folder_.write("damaged", damaged));
+    EXPECT_EQ(outcome.status, 4);
+    expectParts(outcome.err, what);
+  }
+}
+
+TEST_F(Program, AnyNumberOfThreadsWritesTheSame) {
+  std::string text;
+  for (int i = 0; i < 200000; ++i)
+    text += i % 999 ? std::to_string(-78 + i * 3e-5) + ",40.5,x\n" : i % 2 ? "bad,40\n" : "\n";
+  const std::string file = folder_.write("points", text);
+  const std::string files = file + " - " + file;
+  const Outcome one = run(kFromTo + files, "-75,40");
+  EXPECT_EQ(one.status, 1);
+  for (const std::string threads : {"2", "3"}) {
+    const Outcome many = run(kFromTo + "--threads " + threads + " " + files, "-75,40");
+    EXPECT_TRUE(many.out == one.out) << threads;
+    EXPECT_EQ(many.err, one.err);
+  }
 }
 
 TEST_F(Program, TheSamePointByEveryWayToNameAZone) {
