@@ -41,9 +41,6 @@ inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kHalfPi = kPi / 2;
 inline constexpr double kTwoPi = 2 * kPi;
 inline constexpr double kDegree = kPi / 180;  // radians
-/// Angles beyond this (radians, 167,000 turns) are refused: a double no longer tells 1.5 mm on the
-/// ground, and farther out whole turns are guesswork.
-inline constexpr double kFarthestAngle = 0x1p20;
 inline constexpr double kInfinity = __builtin_inf();
 inline constexpr double kNaN = __builtin_nan("");
 

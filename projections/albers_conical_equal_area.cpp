@@ -22,8 +22,12 @@ struct AlbersBlock {
 };
 
 struct AlbersConicalEqualArea : FamilyBase<AlbersBlock> {
-  static constexpr Row row{.number = 3, .minimum = 8, .compared = entries(2, 7)};
+  static constexpr Row row{
+      .number = 3, .minimum = 8, .angles = entries(2, 5), .compared = entries(2, 7)};
   static constexpr ValueCheck checks[] = {kOppositeParallels};
+  // The first two belong to the forward function's reports; neither helper ever fills its slot.
+  static constexpr StopText kQsfn{4, "Error returned from oprj_Qsfn"};
+  static constexpr StopText kAdjl{5, "Error returned from oprj_Adjl"};
   static constexpr StopText kPhi1{4, "Error returned from oprj_Phi1", "oprj_Phi1", kPhi1Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, AlbersBlock &b) {

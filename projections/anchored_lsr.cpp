@@ -27,6 +27,7 @@ struct AnchoredLSRBlock {
 struct AnchoredLSR : FamilyBase<AnchoredLSRBlock> {
   static constexpr Row row{.number = 53,
                            .minimum = 8,
+                           .angles = entries(4, 5),
                            .compared = entries(4, 7),
                            .fromLL3D = oprj_AnchoredLSRFromLL3D,
                            .toLL3D = oprj_AnchoredLSRToLL3D};
@@ -96,8 +97,7 @@ constexpr Oprj_Point3D kNowhere = {OPRJ_SET::kNaN, OPRJ_SET::kNaN, OPRJ_SET::kNa
 
 /// East, north, up of longitude, latitude, height; not finite when there is none.
 Oprj_Point3D toLocal(const Block &b, const Oprj_Point3D &geog) {
-  if (std::fabs(geog.y) > OPRJ_SET::kHalfPi + kClose ||
-      std::fabs(geog.x) > OPRJ_SET::kFarthestAngle)
+  if (std::fabs(geog.y) > OPRJ_SET::kHalfPi + kClose || std::fabs(geog.x) > kFarthestAngle)
     return kNowhere;
   const double s = std::sin(geog.y), c = std::cos(geog.y), dLon = geog.x - b.lon0;
   const double n = b.a / std::sqrt(1.0 - b.es * s * s);

@@ -63,6 +63,10 @@ struct ConformalLatitude {
   double start[kSeriesOrder];  ///< (phi - chi) / sin 2chi by cos 2chi
 };
 
+/// 1 - e² below which e atanh(e s) leaves too few digits of the isometric latitude.
+inline constexpr double kFlattest = 1e-4;
+inline bool isTooFlat(double es) { return 1.0 - es < kFlattest; }
+
 inline ConformalLatitude conformalLatitudeOf(double e, double es) {
   ConformalLatitude c{e, es <= kEarthLike ? 1.0 : 0.0, {}, {}};
   double power = es;
@@ -237,6 +241,8 @@ OPRJ_INLINE Solved<V> latitudeOfQ(const AuthalicLatitude &c, V q) {
     phi = select(polar, copysign(kHalfPi - 2.0 * asin(sqrt(0.5 * h)), q), phi);
     open = open | (w < V(-kPoleSlackQ));
   }
+  // On a very flat spheroid the iteration can leave the globe and settle beyond a pole.
+  if (c.earthLike == 0.0) open = open | (abs(phi) > V(kHalfPi + kPhi1Tolerance));
   return {phi, ~open};
 }
 

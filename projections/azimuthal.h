@@ -66,6 +66,16 @@ OPRJ_INLINE FromCentre<V> seenFromCentre(const Block &b, V lon, V lat) {
           2.0 * fma(across, sin2, sinDifference * sinDifference)};
 }
 
+/// The same with (east, north) lengthened to what 1 + cos c says in the far hemisphere, sin²c = (1
+/// + cos c)(1 - cos c): near the antipode the radius of an equal-area sheet differs from its edge
+/// by the square of what is left, which rounding of the vector itself would swallow (100 m there).
+template <class V>
+OPRJ_INLINE FromCentre<V> lengthened(FromCentre<V> from) {
+  const V sine2 = fma(from.east, from.east, from.north * from.north);
+  const V factor = sqrt(select(from.plus < V(1.0), from.plus * (2.0 - from.plus) / sine2, V(1.0)));
+  return {from.east * factor, from.north * factor, from.plus, from.minus};
+}
+
 /// A point on the sheet over a, its offsets taken off, and the square of its distance.
 template <class V>
 struct OnSheet {

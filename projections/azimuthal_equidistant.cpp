@@ -11,7 +11,8 @@
 namespace orvik::oprj::OPRJ_SET {
 
 struct AzimuthalEquidistant : Azimuthal {
-  static constexpr Row row{.number = 12, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 12, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
   static constexpr StopText kCircle{4, "Point projects into a circle"};
   static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 

@@ -17,6 +17,10 @@ namespace orvik::oprj {
 /// ground.
 inline constexpr double kClose = 1e-10;
 
+/// Angles beyond this (radians, 167,000 turns) are refused: a double no longer tells 1.5 mm on the
+/// ground, and farther out whole turns are guesswork.
+inline constexpr double kFarthestAngle = 0x1p20;
+
 /// Entries `first` to `last` of proParams as a set of bits.
 constexpr uint32_t entries(int first, int last) {
   return ((2u << last) - 1) & ~((1u << first) - 1);
@@ -26,9 +30,12 @@ constexpr uint32_t entries(int only) { return 1u << only; }
 /// A family's line in the registry and what its initialiser and equality test say.
 struct Row {
   int32_t number;
-  int32_t minimum;              ///< entries that the initialiser needs
-  uint32_t compared = 0;        ///< entries that the equality test compares
-  int32_t comparedNumber = -1;  ///< the number that the test asks for, when it is not `number`
+  int32_t minimum;                   ///< entries that the initialiser needs
+  uint32_t angles = 0;               ///< entries that are angles
+  uint32_t offsets = entries(6, 7);  ///< entries that are added to the sheet's coordinates
+  int32_t scale = -1;                ///< the entry that scales the sheet
+  uint32_t compared = 0;             ///< entries that the equality test compares
+  int32_t comparedNumber = -1;       ///< the number that the test asks for, when it is not `number`
   int32_t comparedMinimumFirst = -1;  ///< entries that the test needs, when they are not `minimum`
   int32_t comparedMinimumSecond = -1;
   const char *tooFewCompared = "Too few parameters in input parmArray";

@@ -22,7 +22,8 @@ struct EquidistantConicBlock {
 };
 
 struct EquidistantConic : FamilyBase<EquidistantConicBlock> {
-  static constexpr Row row{.number = 8, .minimum = 9, .compared = entries(2, 8)};
+  static constexpr Row row{
+      .number = 8, .minimum = 9, .angles = entries(2, 5), .compared = entries(2, 8)};
   static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &s) {
                                              return p[8] != 0.0 ? kOppositeParallels.fails(p, s)
                                                                 : std::fabs(p[2]) <= kClose;

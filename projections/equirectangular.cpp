@@ -18,7 +18,8 @@ struct EquirectangularBlock {
 static_assert(sizeof(EquirectangularBlock) == 10 * sizeof(double));
 
 struct Equirectangular : FamilyBase<EquirectangularBlock> {
-  static constexpr Row row{.number = 17, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 17, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
   static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &) {
                                              return __builtin_fabs(__builtin_cos(p[5])) <= kClose;
                                            },

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "projections/descriptor.h"
 #include "records/records.h"
@@ -23,6 +24,19 @@ bool usable(const double *block, int32_t length) {
     if (!std::isfinite(block[i])) return false;
   }
   return block[0] >= 0.0;  // the semi-major axis
+}
+
+/// Whether a map can have these entries: angles that still tell places apart, and offsets whose
+/// last bit is below 0.6 mm on the ground at the sheet's scale.
+bool bearable(const Row &row, const Entries &values, double a) {
+  const double unit = a * (row.scale < 0 ? 1.0 : std::fabs(values[row.scale]));
+  const double farthestOffset = kClose / std::numeric_limits<double>::epsilon() * unit;
+  for (int32_t i = 0; i < 32; ++i) {
+    const double magnitude = std::fabs(values[i]);
+    if ((row.angles >> i & 1u) && !(magnitude <= kFarthestAngle)) return false;
+    if ((row.offsets >> i & 1u) && !(magnitude <= farthestOffset)) return false;
+  }
+  return true;
 }
 
 struct BlockFree {
@@ -68,8 +82,9 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
   if (!copy) return e.fail(code + 1, "%s", family.row.noCopy);
   Oprj_MapProjection *object = oprj_ProjectionCreate(e.cause());
   if (!object) return e.fail(code + 2, "Error returned from oprj_ProjectionCreate");
-  const bool derived = family.derive(values, ellipsoid, block.get());
-  if (!derived || !(ellipsoid.es < 1.0) || !usable(block.get(), family.blockLength)) {
+  const bool derived = ellipsoid.es < 1.0 && bearable(family.row, values, ellipsoid.a) &&
+                       family.derive(values, ellipsoid, block.get());
+  if (!derived || !usable(block.get(), family.blockLength)) {
     omsc_HeapFree(object);
     return e.fail(code + 3, "%s", family.row.unusable);
   }

@@ -87,7 +87,8 @@ const StopText *projectPoint(const RunOf<F, kForward> &run, Oprj_Point in, Oprj_
   Stops<double> stops;
   Oprj_Point result;
   if constexpr (kForward) {
-    if (abs(x) > kPi) x = abs(x) > kFarthestAngle ? kNaN : adjustLongitude(adjustLongitude(x));
+    if (abs(x) > kFarthestAngle) return &kCannotProject;
+    if (abs(x) > kPi) x = adjustLongitude(adjustLongitude(x));
     if (F::row.stopsBeyondPoles && abs(y) > kHalfPi) {
       if (abs(y) > kHalfPi + kClose) return &kCannotProject;
       y = copysign(kHalfPi, y);

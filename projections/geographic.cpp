@@ -18,7 +18,7 @@ struct Geographic {
   struct Block {
     double a, e, es;
   };
-  static constexpr orvik::oprj::Row row{.number = 0, .minimum = 0};
+  static constexpr orvik::oprj::Row row{.number = 0, .minimum = 0, .offsets = 0};
   static constexpr std::span<const orvik::oprj::ValueCheck> checks{};
   static bool derive(const orvik::oprj::Entries &, const orvik::oprj::Ellipsoid &s, Block &b) {
     b = {s.a, s.e, s.es};

@@ -11,7 +11,8 @@
 namespace orvik::oprj::OPRJ_SET {
 
 struct Gnomonic : Azimuthal {
-  static constexpr Row row{.number = 13, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 13, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
   static constexpr StopText kInfinite{4, "Point projects into infinity"};
 
   template <class V>

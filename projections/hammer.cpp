@@ -19,7 +19,8 @@ struct HammerBlock {
 };
 
 struct Hammer : FamilyBase<HammerBlock> {
-  static constexpr Row row{.number = 30, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 30, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr double kRootOfTwo = 1.414213562;
 
   static bool derive(const Entries &p, const Ellipsoid &s, HammerBlock &b) {

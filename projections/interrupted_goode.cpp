@@ -19,7 +19,7 @@ struct InterruptedGoodeBlock {
 };
 
 struct InterruptedGoode : FamilyBase<InterruptedGoodeBlock> {
-  static constexpr Row row{.number = 27, .minimum = 0};
+  static constexpr Row row{.number = 27, .minimum = 0, .offsets = 0};
   static constexpr StopText kIterations{4,
                                         "Too many iterations for Interrupted Goode Homolosine "
                                         "forward transformation, point # %ld:  %lf, %lf"};

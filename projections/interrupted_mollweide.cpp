@@ -24,7 +24,7 @@ constexpr double abscissaOf(double degrees) {
 }
 
 struct InterruptedMollweide : FamilyBase<InterruptedMollweideBlock> {
-  static constexpr Row row{.number = 29, .minimum = 0};
+  static constexpr Row row{.number = 29, .minimum = 0, .offsets = 0};
   static constexpr StopText kIterations{4,
                                         "Iteration failed to converge in Interrupted Mollweide "
                                         "forward transformation, point # %ld:  %lf, %lf"};

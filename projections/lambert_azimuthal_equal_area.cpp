@@ -5,22 +5,21 @@
 // northing); entry 8 must be there and is compared, but means nothing here. The sphere has radius
 // a. Domain: all but the antipode and 1.4e-5 rad around it, which would be a circle of radius 2 a;
 // the inverse accepts 1e-6 m beyond that circle.
-// Accuracy: 2e-8 m within 160 degrees of the centre, 2e-5 m at the edge; back to 1e-12 degrees, and
-// to 1e-10 one degree from the antipode, where the sheet holds no more of it.
 // Kept: equality compares entry 8 although no formula reads it.
 #include "projections/azimuthal.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
 struct LambertAzimuthalEqualArea : Azimuthal {
-  static constexpr Row row{.number = 11, .minimum = 9, .compared = entries(4, 8)};
+  static constexpr Row row{
+      .number = 11, .minimum = 9, .angles = entries(4, 5), .compared = entries(4, 8)};
   static constexpr StopText kCircle{4, "Point projects into a circle"};
   static constexpr StopText kOffTheSheet{4, "Improper parameter"};
   static constexpr double kSlack = 1e-6;  // metres beyond the outline that count as rounding
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
-    const FromCentre<V> from = seenFromCentre(b, lon, lat);
+    const FromCentre<V> from = lengthened(seenFromCentre(b, lon, lat));
     stop.when(from.plus <= V(kClose), kCircle);
     const V k = b.a * sqrt(2.0 / from.plus);
     return {fma(k, from.east, V(b.falseEast)), fma(k, from.north, V(b.falseNorth))};

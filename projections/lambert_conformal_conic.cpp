@@ -19,13 +19,14 @@ struct LambertConformalConicBlock {
 };
 
 struct LambertConformalConic : FamilyBase<LambertConformalConicBlock> {
-  static constexpr Row row{.number = 4, .minimum = 8, .compared = entries(2, 7)};
+  static constexpr Row row{
+      .number = 4, .minimum = 8, .angles = entries(2, 5), .compared = entries(2, 7)};
   static constexpr ValueCheck checks[] = {kOppositeParallels};
   static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, LambertConformalConicBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], meridianOf(p[4]), p[5], p[6], p[7], {}};
-    if (!betweenPoles(b.phi1) || !betweenPoles(b.phi2)) return false;
+    if (isTooFlat(s.es) || !betweenPoles(b.phi1) || !betweenPoles(b.phi2)) return false;
     ConformalCone &c = b.cone;
     setReference(c, s, b.phi1);
     c.n = coneConstant(s, b.phi1, b.phi2);

@@ -19,6 +19,9 @@ struct LambertConformalConicSSPBlock {
 struct LambertConformalConicSSP : FamilyBase<LambertConformalConicSSPBlock> {
   static constexpr Row row{.number = 67,
                            .minimum = 7,
+                           .angles = entries(2, 3),
+                           .offsets = entries(5, 6),
+                           .scale = 4,
                            .compared = entries(2, 6),
                            .tooFewCompared = "Too few parameters in input param array",
                            .noBlock = "Error creating parameters",
@@ -32,7 +35,7 @@ struct LambertConformalConicSSP : FamilyBase<LambertConformalConicSSPBlock> {
 
   static bool derive(const Entries &p, const Ellipsoid &s, LambertConformalConicSSPBlock &b) {
     b = {s.a, s.e, s.es, p[2], meridianOf(p[3]), p[4], p[5], p[6], {}};
-    if (!betweenPoles(b.phi0)) return false;
+    if (isTooFlat(s.es) || !betweenPoles(b.phi0)) return false;
     setReference(b.cone, s, b.phi0);
     b.cone.n = std::sin(b.phi0);
     b.cone.scale = s.a * b.k0;

@@ -7,11 +7,8 @@
 
 namespace orvik::oprj::OPRJ_SET {
 
-/// An entry as the central meridian of the formulas: within (-pi, pi]; NaN, which makes the block
-/// unusable, when it is absurd.
-inline double meridianOf(double entry) {
-  return abs(entry) > kFarthestAngle ? kNaN : adjustLongitude(adjustLongitude(entry));
-}
+/// An entry as the central meridian of the formulas: within (-pi, pi].
+inline double meridianOf(double entry) { return adjustLongitude(adjustLongitude(entry)); }
 
 /// adjustLongitude for the difference of two wrapped longitudes, |x| <= 2 pi: the same bits without
 /// its division.

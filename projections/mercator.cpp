@@ -21,13 +21,15 @@ struct MercatorBlock {
 };
 
 struct Mercator : FamilyBase<MercatorBlock> {
-  static constexpr Row row{.number = 5, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 5, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
   static constexpr ValueCheck checks[] = {
       {[](const Entries &p, const Ellipsoid &) { return abs(std::cos(p[5])) <= kClose; },
        "Improper parameter"}};
   static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, MercatorBlock &b) {
+    if (isTooFlat(s.es)) return false;
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7], 0.0, conformalLatitudeOf(s.e, s.es)};
     b.radius = s.a * oprj_Msfn(s.e, std::sin(p[5]), std::cos(p[5]), nullptr);
     return true;

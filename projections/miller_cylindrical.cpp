@@ -19,7 +19,8 @@ struct MillerCylindricalBlock {
 static_assert(sizeof(MillerCylindricalBlock) == 7 * sizeof(double));
 
 struct MillerCylindrical : FamilyBase<MillerCylindricalBlock> {
-  static constexpr Row row{.number = 18, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 18, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
 
   static bool derive(const Entries &p, const Ellipsoid &s, MillerCylindricalBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7], 1.0 / s.a};

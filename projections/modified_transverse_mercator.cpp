@@ -20,7 +20,7 @@ struct MTMBlock {
 static_assert(sizeof(MTMBlock) == 4 * sizeof(double));
 
 struct MTM : FamilyBase<MTMBlock> {
-  static constexpr Row row{.number = 22, .minimum = 4};
+  static constexpr Row row{.number = 22, .minimum = 4, .offsets = 0};
   static constexpr StopText kIterations{4, "Too many iterations"};
 
   static constexpr double kScale = 2500000.0;

@@ -15,7 +15,8 @@ struct MollweideBlock {
 };
 
 struct Mollweide : FamilyBase<MollweideBlock> {
-  static constexpr Row row{.number = 28, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 28, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr StopText kIterations{
       4,
       "Iteration failed to converge in Mollweide forward transformation, point # %ld:  %lf, %lf"};

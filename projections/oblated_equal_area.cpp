@@ -22,7 +22,8 @@ struct OblatedEqualAreaBlock {
 static_assert(sizeof(OblatedEqualAreaBlock) == 17 * sizeof(double));
 
 struct OblatedEqualArea : FamilyBase<OblatedEqualAreaBlock> {
-  static constexpr Row row{.number = 33, .minimum = 9, .compared = entries(2, 8)};
+  static constexpr Row row{
+      .number = 33, .minimum = 9, .angles = entries(4, 5) | entries(8), .compared = entries(2, 8)};
   static constexpr ValueCheck checks[] = {
       {[](const Entries &p, const Ellipsoid &) { return p[2] == 0.0 || p[3] == 0.0; },
        "Improper parameter"}};
@@ -39,7 +40,7 @@ struct OblatedEqualArea : FamilyBase<OblatedEqualAreaBlock> {
 
   template <class V>
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
-    const FromCentre<V> from = seenFromCentre(b, lon, lat);
+    const FromCentre<V> from = lengthened(seenFromCentre(b, lon, lat));
     const V east = fma(from.east, V(b.cosTheta), from.north * b.sinTheta);
     const V north = fma(from.north, V(b.cosTheta), -from.east * b.sinTheta);
     // sin M = x'/2 = east / root, cos M = adjacent / root with root² = 2 (1 + cos c)

@@ -53,7 +53,11 @@ inline bool hasNoLine(const Entries &p) {
 struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
   using ForwardRun = ObliqueMercatorRun;
   using InverseRun = ObliqueMercatorRun;
-  static constexpr Row row{.number = 20, .minimum = 12, .compared = entries(2, 12)};
+  static constexpr Row row{.number = 20,
+                           .minimum = 12,
+                           .angles = entries(3, 5) | entries(8, 11),
+                           .scale = 2,
+                           .compared = entries(2, 12)};
   static constexpr ValueCheck checks[] = {
       kNoScale,
       {[](const Entries &p, const Ellipsoid &) { return isPole(p[5]) || hasNoLine(p); },

@@ -11,8 +11,11 @@
 namespace orvik::oprj::OPRJ_SET {
 
 struct Orthographic : Azimuthal {
-  static constexpr Row row{
-      .number = 14, .minimum = 8, .compared = entries(4, 7), .unusable = "Improper parameters"};
+  static constexpr Row row{.number = 14,
+                           .minimum = 8,
+                           .angles = entries(4, 5),
+                           .compared = entries(4, 7),
+                           .unusable = "Improper parameters"};
   static constexpr StopText kFarSide{4, "Point cannot be projected"};
   static constexpr StopText kOffTheSheet{4, "Improper parameters"};
 

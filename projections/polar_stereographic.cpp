@@ -25,10 +25,12 @@ struct PolarStereographicBlock {
 };
 
 struct PolarStereographic : FamilyBase<PolarStereographicBlock> {
-  static constexpr Row row{.number = 6, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 6, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
   static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, PolarStereographicBlock &b) {
+    if (isTooFlat(s.es)) return false;
     b = {s.a,  s.e,
          s.es, meridianOf(p[4]),
          p[5], p[6],

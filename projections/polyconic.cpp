@@ -38,7 +38,8 @@ inline constexpr double kHighestStart = 0.7;
 inline constexpr double kSmallStep = 0.01;
 
 struct Polyconic : FamilyBase<PolyconicBlock> {
-  static constexpr Row row{.number = 7, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 7, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
   static constexpr StopText kPhi4{4, "Error returned from oprj_Phi4", "oprj_Phi4", kPhi4Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, PolyconicBlock &b) {

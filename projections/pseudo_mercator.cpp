@@ -17,7 +17,8 @@ struct PseudoMercatorBlock {
 };
 
 struct PseudoMercator : FamilyBase<PseudoMercatorBlock> {
-  static constexpr Row row{.number = 68, .minimum = 8, .compared = entries(4, 7)};
+  static constexpr Row row{
+      .number = 68, .minimum = 8, .angles = entries(4), .compared = entries(4, 7)};
 
   static bool derive(const Entries &p, const Ellipsoid &s, PseudoMercatorBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[5], p[6], p[7]};

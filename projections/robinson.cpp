@@ -73,7 +73,8 @@ OPRJ_INLINE Interval<Lanes> intervalAt(Lanes index) {
 }
 
 struct Robinson : FamilyBase<RobinsonBlock> {
-  static constexpr Row row{.number = 24, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 24, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr double kEast = 0.8487, kNorth = 1.3523;
   static constexpr StopText kOffTheSheet{4, "Computation error"};
 

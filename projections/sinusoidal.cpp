@@ -15,7 +15,8 @@ struct SinusoidalBlock {
 static_assert(sizeof(SinusoidalBlock) == 7 * sizeof(double));
 
 struct Sinusoidal : FamilyBase<SinusoidalBlock> {
-  static constexpr Row row{.number = 16, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 16, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, SinusoidalBlock &b) {

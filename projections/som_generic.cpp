@@ -17,16 +17,20 @@ struct SOMGenericBlock {
   SpaceObliqueOrbit orbit;
 };
 
+/// Minutes: a year. What takes longer does not go round the Earth.
+inline constexpr double kLongestPeriod = 366 * kMinutesPerDay;
+
 struct SOMGeneric : FamilyBase<SOMGenericBlock> {
   static constexpr Row row{.number = 25,
                            .minimum = 13,
+                           .angles = entries(3, 4),
                            .compared = entries(2, 3) | entries(6, 7) | entries(10) | entries(12),
                            .comparedMinimumFirst = 8};
-  static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &) {
-                                             return !(p[12] != 0.0 ? isLandsatPath(p[2], p[3])
-                                                                   : p[8] > 0.0);
-                                           },
-                                           "Improper parameter"}};
+  static constexpr ValueCheck checks[] = {
+      {[](const Entries &p, const Ellipsoid &) {
+         return !(p[12] != 0.0 ? isLandsatPath(p[2], p[3]) : p[8] > 0.0 && p[8] <= kLongestPeriod);
+       },
+       "Improper parameter"}};
   static constexpr StopText kForward{
       4, "Too many iterations for SOM forward transformation, point # %ld:  %lf, %lf"};
   static constexpr StopText kInverse{

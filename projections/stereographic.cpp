@@ -13,7 +13,8 @@
 namespace orvik::oprj::OPRJ_SET {
 
 struct Stereographic : Azimuthal {
-  static constexpr Row row{.number = 10, .minimum = 10, .compared = entries(4, 9)};
+  static constexpr Row row{
+      .number = 10, .minimum = 10, .angles = entries(4, 5), .compared = entries(4, 9)};
   static constexpr StopText kInfinite{4, "Point projects into infinity"};
 
   template <class V>

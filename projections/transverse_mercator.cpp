@@ -5,6 +5,8 @@
 // easting and northing). Below e = 1e-5 the closed form of the sphere is used. Domain: the series
 // is meant for a few degrees beside the central meridian: within 1 mm of the exact projection up to
 // 4 degrees, 0.4 m at 10 degrees. The sphere projects (lon0 +- 90 degrees, 0) into infinity.
+// Kept: backwards, a footpoint beyond a pole is the pole of the northing's sign, so that with the
+// latitude of origin at the south pole northing 0 is the north pole.
 // Formulation: the series is multiplied out so that neither the tangent nor a division by the
 // cosine of the latitude occurs forward (t = tan² appears only with powers of cos² in front).
 #include "projections/family.h"
@@ -33,8 +35,12 @@ struct TransverseMercatorInverse : TransverseMercatorBlock {
 
 struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   using InverseRun = TransverseMercatorInverse;
-  static constexpr Row row{
-      .number = 9, .minimum = 8, .compared = entries(2) | entries(4, 7), .stopsBeyondPoles = false};
+  static constexpr Row row{.number = 9,
+                           .minimum = 8,
+                           .angles = entries(4, 5),
+                           .scale = 2,
+                           .compared = entries(2) | entries(4, 7),
+                           .stopsBeyondPoles = false};
   static constexpr ValueCheck checks[] = {kNoScale};
   static constexpr StopText kInfinite{4, "Point projects into infinity"};
   static constexpr StopText kPhi3{4, "Error returned from oprj_Phi3", "oprj_Phi3", kPhi3Iterations};

@@ -21,7 +21,8 @@ struct VanDerGrintenBlock {
 };
 
 struct VanDerGrinten : FamilyBase<VanDerGrintenBlock> {
-  static constexpr Row row{.number = 19, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 19, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr int kSolverIterations = 35;
   static constexpr double kSolverTolerance = 1e-10;  // rad
   /// Starts up to this latitude belong to oprj_Phi5, those above to oprj_Phi6.

@@ -23,7 +23,8 @@ struct VerticalPerspectiveBlock {
 static_assert(sizeof(VerticalPerspectiveBlock) == 15 * sizeof(double));
 
 struct VerticalPerspective : FamilyBase<VerticalPerspectiveBlock> {
-  static constexpr Row row{.number = 15, .minimum = 8, .compared = entries(2) | entries(4, 7)};
+  static constexpr Row row{
+      .number = 15, .minimum = 8, .angles = entries(4, 5), .compared = entries(2) | entries(4, 7)};
   static constexpr ValueCheck checks[] = {
       {[](const Entries &p, const Ellipsoid &) { return !(p[2] > 0.0); }, "Improper parameter"}};
   static constexpr StopText kBeyondHorizon{4, "Point cannot be projected"};

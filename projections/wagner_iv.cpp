@@ -20,7 +20,8 @@ struct WagnerIVBlock {
 };
 
 struct WagnerIV : FamilyBase<WagnerIVBlock> {
-  static constexpr Row row{.number = 31, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 31, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr double kC = 2.9604205062;
   static constexpr double kHeight = 1.56548, kWidth = 0.8631;
   static constexpr int kMaxIterations = 30;

@@ -16,7 +16,8 @@ struct WagnerVIIBlock {
 };
 
 struct WagnerVII : FamilyBase<WagnerVIIBlock> {
-  static constexpr Row row{.number = 32, .minimum = 8, .compared = entries(4) | entries(6, 7)};
+  static constexpr Row row{
+      .number = 32, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr double kShare = 0.90631;  // sine of the latitude that the pole becomes
   static constexpr double kEast = 2.66723, kNorth = 1.24104;
 

@@ -48,7 +48,7 @@ std::vector<Row> systems() {
       {"Lambert Azimuthal Equal-area; lat_0=-90; lon_0=33" + sphere, true, world},
       {"Azimuthal Equidistant; lat_0=0; lon_0=180" + sphere, true, world},
       {"Orthographic; lat_0=0; lon_0=0" + sphere, false, world},
-      {"Sinusoidal; a=1; b=1; lon_0=77; x_0=1e6", true, world},
+      {"Sinusoidal; a=1; b=1; lon_0=77; x_0=1e5", true, world},
       {"Oblique Mercator (Hotine); datum=WGS 84; k_0=1; lat_0=40; lon_1=-120; lat_1=30; lon_2=-60; "
        "lat_2=50",
        false},

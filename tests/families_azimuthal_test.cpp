@@ -247,6 +247,26 @@ TEST(Azimuthal, WhatIsAcceptedComesBack) {
   }
 }
 
+// Up to the stop the radius of an equal-area sheet holds the distance from the antipode to 2 mm.
+TEST(Azimuthal, EqualAreaNearTheAntipode) {
+  for (const Entries &entries : {centredAt(-100, 40), centredAt(20, -75, {{2, 2}, {3, 2}}),
+                                 centredAt(179, 3, {{2, 3}, {3, 2.5}, {8, 0.3}})}) {
+    const double lon = entries[entries.size() - 2].second + kPi, lat = -entries.back().second;
+    const Family &family = entries.size() > 2 ? kOblated : kEqualArea;
+    const Projection projection = make(family, entries);
+    for (int i = 0; i < 360; ++i) {
+      for (const double c : {1e-2, 1e-3, 1e-4, 1.5e-5}) {
+        const double dLat = c * std::cos(i * kDeg), dLon = c * std::sin(i * kDeg) / std::cos(lat);
+        const Oprj_Point sheet = projection.forward((lon + dLon) / kDeg, (lat + dLat) / kDeg),
+                         back = projection.inverse(sheet.x, sheet.y);
+        EXPECT_NEAR(back.y * kDeg, lat + dLat, 2e-3 / kR);
+        EXPECT_NEAR(std::remainder(back.x * kDeg - lon - dLon, 2 * kPi) * std::cos(lat), 0,
+                    2e-3 / kR);
+      }
+    }
+  }
+}
+
 // Whatever the inverse accepts of the whole plane, forward brings back to the same point of it.
 TEST(Azimuthal, NoPlaceOffTheSheet) {
   const Entries centre = centredAt(-100, 40, kShape);

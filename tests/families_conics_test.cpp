@@ -202,7 +202,30 @@ TEST(Conics, PolyconicReachesTheWholeGlobe) {
     EXPECT_LE(roundTripDeg(ours, {-180, 180, lat, lat, 20 - 1e-9}), 1e-11) << lat;
 }
 
+// On spheroids so flat the iteration may fail, and must not settle beyond a pole.
+TEST(Conics, AlbersOnDiscsComesBackOrStops) {
+  for (const double ratio : {0.31, 0.1, 0.01}) {
+    const Projection ours(kAlbers, conic(30, 45, 0, 0), {6378137, 6378137 * ratio});
+    int back = 0;
+    for (double lat = -89; lat < 90; lat += 0.5) {
+      const Oprj_Point sheet = ours.forward(20, lat);
+      Oprj_Point place;
+      Oerr_Report *err = nullptr;
+      ours.object()->toLL(&sheet, ours.object()->parameters, &place, 1, &err);
+      if (!err) {
+        EXPECT_NEAR(place.y / kDeg, lat, 1e-6);
+        ++back;
+      }
+      oerr_DeleteErrorReport(&err);
+    }
+    EXPECT_GT(back, 100);
+  }
+}
+
 TEST(Conics, Refusals) {
+  const Axes disc{6378137, 6378137 * 0.00995};  // e² 0.99990
+  checkRefusals(kLambert, disc, {{"a disc", conic(30, 60, 0, 0), 8, 7, kUnusable}});
+  checkRefusals(kSingle, disc, {{"a disc", single(40, 0, 1), 7, 7, kUnusable}});
   for (const Family *family : kWithTwoParallels) {
     checkRefusals(*family, kGRS80,
                   {{"too short", conic(30, 60, 0, 0), family == &kEquidistant ? 8 : 7, 2, kTooFew},

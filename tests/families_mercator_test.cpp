@@ -54,6 +54,7 @@ TEST(Mercators, AgreeWithPeersAndComeBack) {
       {kMercator, "merc", 10, 0, 0, kNominalSphere, 1e-11, 1e-12},
       {kVariantA, "merc +k_0=0.997", 110, 0, 0.997, kGRS80, 2e-10, 2e-10},
       {kVariantA, "merc +k_0=2", 470, 0, 2, kNominalSphere, 1e-11, 1e-12},
+      {kVariantA, "merc +k_0=1.2", -20, 0, 1.2, flattened(6378137, 15.4), 2e-9, 1e-9},
       {kPseudo, "webmerc", 370, 30, 0, kWGS84, 1e-11, 1e-12},
       {kPolar, "stere +lat_0=90 +lat_ts=71", -45, 71, 0, kGRS80, 5e-11, 1e-12},
       {kPolar, "stere +lat_0=-90 +lat_ts=-71", 460, -71, 0, kInternational, 5e-11, 1e-12},
@@ -151,11 +152,17 @@ TEST(Mercators, Refusals) {
                    {"no number", {{5, kNaN}}, 8, 6, kUnusable}});
   }
   constexpr const char *kScale = "Invalid scale factor";
-  checkRefusals(kVariantA, kGRS80,
-                {{"too short", entries(0, 0, 0, 0, 1), 7, 2, kTooFew},
-                 {"scale 0", entries(0), 8, 3, kScale},
-                 {"scale -0", entries(0, 0, 0, 0, -0.0), 8, 3, kScale},
-                 {"infinite scale", entries(0, 0, 0, 0, kInf), 8, 7, kUnusable}});
+  checkRefusals(
+      kVariantA, kGRS80,
+      {{"too short", entries(0, 0, 0, 0, 1), 7, 2, kTooFew},
+       {"scale 0", entries(0), 8, 3, kScale},
+       {"scale -0", entries(0, 0, 0, 0, -0.0), 8, 3, kScale},
+       {"scale below the offset's last bit", entries(0, 0, 5e5, 0, 1e-13), 8, 7, kUnusable},
+       {"infinite scale", entries(0, 0, 0, 0, kInf), 8, 7, kUnusable}});
+  // e² of 0.99990: e atanh(e s) cancels the sphere's isometric latitude.
+  const Axes disc{6378137, 6378137 * 0.00995};
+  checkRefusals(kMercator, disc, {{"a disc", entries(0), 8, 7, kUnusable}});
+  checkRefusals(kPolar, disc, {{"a disc", entries(0), 8, 6, kUnusable}});
   // A negative semi-major axis would be a mirror.
   checkRefusals(kMercator, {-6378137.0, -6356752.3},
                 {{"negative axis", entries(0), 8, 7, kUnusable}});
@@ -183,8 +190,8 @@ TEST(Mercators, Stops) {
                 {"a hair from it", true, {0.1, side * (-M_PI_2 + 0.9e-10)}, 20, kForward},
                 {"beyond a pole", true, {0.1, 1.6}, 20, kForward},
                 {"infinite longitude", true, {kInf, 0.7}, 20, kForward}});
-  for (const Family &family : {kMercator, kPolar}) {
-    const Projection flat(family, entries(0, 20), kFlat);
+  for (const Family &family : {kMercator, kPolar, kVariantA}) {
+    const Projection flat(family, entries(0, 20, 0, 0, 1), kFlat);
     checkStops(flat, {0.2, 1.5},
                {{"slow", false, flat.forward(5, 10), 4, "Error returned from oprj_Phi2"}});
   }

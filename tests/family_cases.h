@@ -11,7 +11,7 @@
 namespace oprj_test {
 
 /// A system and the box (degrees) that it is used in. `proj` is PROJ's definition without axes,
-/// empty when it has none; `gctp` is libgctp's code, -1 when it has none, with `angles` the entries
+/// empty when it has none; `gctp` is libgctp's code, -1 when it has none; `angles` are the entries
 /// that are angles. `closed` tells a closed form from an iteration in each direction (forward,
 /// inverse).
 struct FamilyCase {
@@ -109,14 +109,14 @@ inline const std::vector<FamilyCase> &familyCases() {
                  "+proj=oea +m=1.33 +n=2 +theta=0 +lon_0=-100 +lat_0=40", 30, {4, 5, 8}, true,
                  true),
       FamilyCase("Anchored LSR", oprj_AnchoredLSRInit, 53, centre, kGRS80, {-105, -95, 35, 45, 0.5},
-                 "", -1, {}, true, false),
+                 "", -1, {4, 5}, true, false),
       FamilyCase("Lambert conformal conic, one parallel", oprj_LambertConformalConicSSPInit, 67,
                  {{2, 39 * d}, {3, -96 * d}, {4, 0.9996}}, kGRS80, states,
-                 "+proj=lcc +lat_1=39 +lat_0=39 +lon_0=-96 +k_0=0.9996", -1, {}, true, false),
+                 "+proj=lcc +lat_1=39 +lat_0=39 +lon_0=-96 +k_0=0.9996", -1, {2, 3}, true, false),
       FamilyCase("Pseudo Mercator", oprj_PseudoMercatorInit, 68, {{4, 0}}, kWGS84,
-                 {-179, 179, -85, 85, 5}, "+proj=webmerc", -1, {}, true, true),
+                 {-179, 179, -85, 85, 5}, "+proj=webmerc", -1, {4}, true, true),
       FamilyCase("Mercator variant A", oprj_MercatorVariantAInit, 69, {{2, 0.997}, {4, 110 * d}},
-                 kGRS80, {20, 179, -80, 80, 5}, "+proj=merc +k_0=0.997 +lon_0=110", -1, {}, true,
+                 kGRS80, {20, 179, -80, 80, 5}, "+proj=merc +k_0=0.997 +lon_0=110", -1, {4}, true,
                  true),
   };
   return cases;
