@@ -3,10 +3,11 @@
 #include "datum/parametric.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
-#include "records/records.h"
 #include "lanes/kernels.h"
+#include "records/records.h"
 
 namespace orvik::oprj {
 
@@ -101,8 +102,7 @@ bool areNumbers(const Oprj_ShiftParameters &p) {
 
 }  // namespace
 
-void ParametricShift::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destination) {
-  step_ = Step::kNoSpheroid;
+ParametricShift::ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroid *destination) {
   if (!source || !destination) return;
   step_ = Step::kWrongTypes;
   if (!source->datum || source->datum->type != OPRJ_DATUM_PARAMETRIC || !destination->datum ||
@@ -112,6 +112,8 @@ void ParametricShift::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *
   if (sameName(*source->datum, *destination->datum)) return;
   step_ = Step::kBadAxes;
   if (!hasShape(*source) || !hasShape(*destination)) return;
+  step_ = Step::kBadScale;
+  if (refuseScaleOf(*source->datum) || refuseScaleOf(*destination->datum)) return;
   block_ = blockBetween(*source, *destination);
   step_ = Step::kBadParameters;
   if (!areNumbers(block_.shift)) return;
@@ -120,8 +122,15 @@ void ParametricShift::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *
   step_ = Step::kShift;
 }
 
+bool ParametricShift::refuseScaleOf(const Oprj_Datum &datum) {
+  scale_ = parameterOf(datum, 6);
+  if (std::fabs(scale_) <= kLargestScaleDifference) return false;
+  std::snprintf(name_, sizeof name_, "%s", textOf(datum.datumname));
+  return true;
+}
+
 bool ParametricShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                          Oerr_Report **err) const {
+                          Oprj_PointReason * /*reasons*/, Oerr_Report **err) const {
   ErrorScope e("oprj_DatumShiftParametric", err);
   if (!in || !out || count < 1 || step_ == Step::kNoSpheroid)
     return e.fail(1, "Empty argument(s).");
@@ -130,6 +139,9 @@ bool ParametricShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count,
       return e.fail(2, "Wrong datum types.");
     case Step::kBadAxes:
       return e.fail(3, "Invalid spheroid axes");
+    case Step::kBadScale:
+      return e.fail(5, "Datum \"%s\": its scale difference %g does not lie between %g and %g",
+                    name_, scale_, -kLargestScaleDifference, kLargestScaleDifference);
     case Step::kBadParameters:
       double origin[3];
       oprj_Geoc2Geoc(&block_.shift, 0, 0, 0, origin, origin + 1, origin + 2, e.cause());
@@ -149,9 +161,7 @@ using namespace orvik::oprj;
 
 void oprj_DatumShiftParametric(const Oprj_Point *in, const Oprj_Spheroid *source, Oprj_Point *out,
                                const Oprj_Spheroid *destination, int32_t count, Oerr_Report **err) {
-  ParametricShift shift;
-  shift.prepare(source, destination);
-  shift.run(in, out, count, err);
+  ParametricShift(source, destination).run(in, out, count, nullptr, err);
 }
 
 namespace {

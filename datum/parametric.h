@@ -5,6 +5,8 @@
 
 #include <oprj/datum_shift.h>
 
+#include "datum/shift/leg.h"
+
 namespace orvik::oprj {
 
 /// The documented block, and behind it the constants that the rearranged formulas of
@@ -32,22 +34,29 @@ struct ParametricKernels {
   ParametricKernel geocentric;  ///< mode 2
 };
 
-/// A parametric shift between two spheroids. Preparing it allocates nothing and cannot fail: what
-/// is wrong with the spheroids is found there and reported by each run, behind the checks of the
-/// run's own arguments, as in one call of oprj_DatumShiftParametric.
-class ParametricShift {
+/// A parametric shift between two spheroids. Making it allocates nothing.
+class ParametricShift final : public ShiftLeg {
  public:
-  /// Reads both spheroids; neither is needed afterwards.
-  void prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destination);
-  /// Shifts `count` points, in place when `in` is `out`. False with the report of
-  /// oprj_DatumShiftParametric.
-  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err) const;
+  constexpr ParametricShift() = default;
+  ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroid *destination);
+
+  /// Reports as oprj_DatumShiftParametric.
+  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
+           Oerr_Report **err) const override;
+  /// No run over an array of points fails.
+  bool cannotFail() const { return step_ == Step::kCopy || step_ == Step::kShift; }
 
  private:
-  enum class Step { kNoSpheroid, kWrongTypes, kBadAxes, kBadParameters, kCopy, kShift };
+  enum class Step { kNoSpheroid, kWrongTypes, kBadAxes, kBadScale, kBadParameters, kCopy, kShift };
+  bool refuseScaleOf(const Oprj_Datum &datum);
+
   Step step_ = Step::kNoSpheroid;
   ParametricKernel kernel_ = nullptr;
-  ParametricBlock block_;
+  ParametricBlock block_{};
+  // What the report of a scale that no datum has says.
+  static constexpr size_t kLongestName = 64;
+  char name_[kLongestName] = "";
+  double scale_ = 0.0;
 };
 
 }  // namespace orvik::oprj

@@ -1,12 +1,11 @@
 // Multiple regression equations of regional datums. [TR8350.2] part 2. The equations themselves are
 // not built yet.
-#include "datum/regression.h"
-
 #include <oprj/datum_shift.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "datum/legs.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
@@ -23,21 +22,41 @@ constexpr const char *kNames[] = {
     "SAD69 (MRE)",
 };
 
+/// The name in the table; null when there are no such equations.
+const char *equationsOf(const char *datumName) {
+  if (!datumName) return nullptr;
+  const auto *found = std::find_if(std::begin(kNames), std::end(kNames), [&](const char *name) {
+    return std::strcmp(name, datumName) == 0;
+  });
+  return found == std::end(kNames) ? nullptr : *found;
+}
+
+class RegressionShift final : public ShiftLeg {
+ public:
+  RegressionShift(const char *name, bool /*forward*/) : name_(equationsOf(name)) {}
+  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *,
+           Oerr_Report **err) const override {
+    toolkit::ErrorScope e("oprj_DatumShiftRegression", err);
+    if (!in || !out || count < 1) return e.fail(1, "Empty argument(s).");
+    if (!name_) return true;  // Kept: an unknown name is no error.
+    return e.fail(2, "The regression equations of datum \"%s\" are not built yet", name_);
+  }
+
+ private:
+  const char *name_;
+};
+
 }  // namespace
 
-bool hasRegression(const char *datumName) {
-  return datumName && std::any_of(std::begin(kNames), std::end(kNames), [&](const char *name) {
-           return std::strcmp(name, datumName) == 0;
-         });
+bool hasRegression(const char *datumName) { return equationsOf(datumName); }
+
+SharedLeg makeRegressionLeg(const char *datumName, bool forward) {
+  return makeLeg<RegressionShift>(datumName, forward);
 }
 
 }  // namespace orvik::oprj
 
 void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                               const char *datumName, int32_t /*direction*/, Oerr_Report **err) {
-  orvik::toolkit::ErrorScope e("oprj_DatumShiftRegression", err);
-  if (!in || !out || count < 1) return void(e.fail(1, "Empty argument(s)."));
-  // Kept: an unknown name is no error.
-  if (orvik::oprj::hasRegression(datumName))
-    e.fail(2, "The regression equations of datum \"%s\" are not built yet", datumName);
+                               const char *datumName, int32_t direction, Oerr_Report **err) {
+  orvik::oprj::RegressionShift(datumName, direction != 0).run(in, out, count, nullptr, err);
 }

@@ -2,13 +2,15 @@
 // datums, and what is reported when one of them fails.
 #include "datum/shift_plan.h"
 
-#include <oprj/oint.h>
+#include <oprj/datum_shift.h>
 #include <oprj/tables.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cmath>
 #include <limits>
 
-#include "datum/regression.h"
+#include "datum/legs.h"
 
 namespace orvik::oprj {
 
@@ -55,19 +57,123 @@ DatumClass classOf(const Oprj_Spheroid *spheroid) {
   }
 }
 
-using enum ShiftEnd;
-using Leg = ShiftLeg;
+const char *datumName(const Oprj_Spheroid *spheroid) {
+  return spheroid && spheroid->datum ? spheroid->datum->datumname.data : nullptr;
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+void fillWithNaN(Oprj_Point *points, int32_t count) {
+  if (points && count > 0) std::fill_n(points, count, Oprj_Point{kNaN, kNaN});
+}
+
+// --- legs of the dispatcher's own ---
+
+/// What makes a point NaN without a report: a regression datum whose name has no equations.
+class Nowhere final : public ShiftLeg {
+ public:
+  bool run(const Oprj_Point *, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
+           Oerr_Report **err) const override {
+    ErrorScope e("oprj_DatumShiftRegression", err);
+    if (!out || count < 1) return e.fail(1, "Empty argument(s).");
+    fillWithNaN(out, count);
+    if (reasons) std::fill_n(reasons, count, OPRJ_POINT_SHIFT_FAILED);
+    return true;
+  }
+};
+
+/// The far end of a regression that is no regression datum.
+class NoRegression final : public ShiftLeg {
+ public:
+  explicit NoRegression(const char *name) : name_(textOf(name)) {}
+  bool run(const Oprj_Point *, Oprj_Point *, int32_t, Oprj_PointReason *,
+           Oerr_Report **err) const override {
+    ErrorScope e("oprj_DatumShift", err);
+    return e.fail(kNotRegression, "Datum \"%s\" is not a regression datum", name_.c_str());
+  }
+
+ private:
+  toolkit::HeapText name_;
+};
+
+/// Kept: the shift from a surface datum keeps its failure to itself. The points become NaN, and the
+/// message log tells why, once a leg.
+class FromSurface final : public ShiftLeg {
+ public:
+  /// `way` is null when it could not be made, which is told already.
+  FromSurface(SharedLeg way, const char *datum)
+      : way_(std::move(way)), datum_(textOf(datum)), told_(!way_) {}
+
+  static void tell(const char *datum, const Oerr_Report *report) {
+    oerr_LogMessage(
+        "oprj_DatumShift: the shift from surface datum \"%s\" failed, points become NaN", datum);
+    for (; report; report = oerr_CauseGet(report))
+      oerr_LogMessage("  %s: %s (code %d)", oerr_FunctionGet(report), oerr_MessageGet(report),
+                      static_cast<int>(oerr_CodeGet(report)));
+  }
+
+  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
+           Oerr_Report **err) const override {
+    ErrorScope e("oprj_DatumShift", err);
+    // Tile by tile, so that points before the failing tile stay.
+    int32_t done = 0;
+    do {
+      Oprj_Point given[kTilePoints];  // NaN goes to `out` first, which may be `in`
+      const int32_t tile = std::min(kTilePoints, count - done);
+      const Oprj_Point *from = in && tile > 0 ? given : nullptr;
+      if (from) std::copy_n(in + done, tile, given);
+      Oprj_Point *to = out ? out + done : nullptr;
+      fillWithNaN(to, tile);
+      Oprj_PointReason *why = reasons ? reasons + done : nullptr;
+      if (!way_ || !way_->run(from, to, tile, why, e.cause())) {
+        if (!told_.exchange(true)) tell(datum_.c_str(), e.causeReport());
+        if (to) fillWithNaN(to + std::max(tile, 0), count - done - tile);
+        for (int32_t i = done; reasons && out && i < count; ++i)
+          if (std::isnan(out[i].x)) reasons[i] = OPRJ_POINT_SHIFT_FAILED;
+        return true;
+      }
+      done += tile;
+    } while (done < count);
+    return true;
+  }
+
+ private:
+  SharedLeg way_;
+  toolkit::HeapText datum_;
+  mutable std::atomic<bool> told_;
+};
+
+}  // namespace
+
+// --- routes ---
+
+/// The ends of legs: the call's own two spheroids and the named ones that join datum types.
+enum class End { kSource, kDestination, kNad83, kNad83Dma, kWgs84 };
+
+struct ShiftPlan::Leg {
+  enum Kind { kParametric, kGrid, kForwardRegression, kInverseRegression, kSurface } kind;
+  End from, to;
+  int32_t code;
+  const char *message;
+};
+
+/// Up to three legs in their order.
+struct ShiftPlan::Route {
+  int32_t count;
+  Leg legs[3];
+};
+
+using enum End;
 
 // Routes [source class][destination class]; no legs: oprj_DatumShiftNew does it.
-constexpr ShiftRoute kToNew = {0, {}};
-constexpr ShiftRoute kRoutes[4][4] = {
+const ShiftPlan::Route ShiftPlan::kRoutes[4][4] = {
     {
         // parametric to: parametric, grid, surface, regression
         {1, {{Leg::kParametric, kSource, kDestination, kFailed, "Datum Shift Failed."}}},
         {2,
          {{Leg::kParametric, kSource, kNad83Dma, kParametricFailed, "Cannot do parametric shift"},
           {Leg::kGrid, kNad83, kDestination, kFailed, "Datum Shift Failed."}}},
-        kToNew,
+        {0, {}},
         {2,
          {{Leg::kParametric, kSource, kWgs84, kParametricFailed, "Cannot do parametric shift"},
           {Leg::kInverseRegression, kWgs84, kDestination, kFailed, "Datum Shift Failed."}}},
@@ -78,14 +184,14 @@ constexpr ShiftRoute kRoutes[4][4] = {
          {{Leg::kGrid, kSource, kNad83, kGridFailed, "Cannot do grid datum shift"},
           {Leg::kParametric, kNad83Dma, kDestination, kFailed, "Datum Shift Failed."}}},
         {1, {{Leg::kGrid, kSource, kDestination, kFailed, "Datum Shift Failed."}}},
-        kToNew,
+        {0, {}},
         {3,
          {{Leg::kGrid, kSource, kNad83, kGridFailed, "Cannot do grid datum shift"},
           {Leg::kParametric, kNad83Dma, kWgs84, kMiddleFailed, "Cannot do the parametric shift"},
           {Leg::kInverseRegression, kWgs84, kDestination, kFailed, "Datum Shift Failed."}}},
     },
     // surface to
-    {kToNew, kToNew, kToNew, kToNew},
+    {{0, {}}, {0, {}}, {0, {}}, {0, {}}},
     {
         // regression to. Kept: a surface destination takes the way of a regression one, whose
         // second step refuses it.
@@ -112,7 +218,8 @@ constexpr ShiftRoute kRoutes[4][4] = {
 };
 
 // Routes of oprj_DatumShiftNew [source is a grid datum][destination is one].
-constexpr ShiftRoute kNewRoutes[2][2] = {
+// A surface leg with no surface datum at its ends is a parametric one.
+const ShiftPlan::Route ShiftPlan::kNewRoutes[2][2] = {
     {{1, {{Leg::kSurface, kSource, kDestination, kNewFailed, "Datum Shift Failed."}}},
      {2,
       {{Leg::kSurface, kSource, kNad83Dma, kNewFirstFailed, "Cannot do parametric shift"},
@@ -123,149 +230,159 @@ constexpr ShiftRoute kNewRoutes[2][2] = {
      {1, {{Leg::kGrid, kSource, kDestination, kNewFailed, "Datum Shift Failed."}}}},
 };
 
-const char *datumName(const Oprj_Spheroid *spheroid) {
-  return spheroid && spheroid->datum ? spheroid->datum->datumname.data : nullptr;
-}
+/// The spheroids that a route passes; fetched ones live until its legs are made.
+struct ShiftPlan::Ends {
+  const ShiftSources &sources;
+  const Oprj_Spheroid *spheroids[5] = {};
+  OwnedSpheroid fetched[5] = {};
 
-void fillWithNaN(Oprj_Point *points, int32_t count) {
-  constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-  if (points && count > 0) std::fill_n(points, count, Oprj_Point{kNaN, kNaN});
-}
+  const Oprj_Spheroid *&at(End end) { return spheroids[static_cast<int>(end)]; }
 
-}  // namespace
+  /// Takes the caller's two. Grid datums are fetched anew, because the caller's records need not
+  /// hold an opened grid.
+  bool take(const Oprj_Spheroid *source, const Oprj_Spheroid *destination, ErrorScope &e) {
+    at(kSource) = source;
+    at(kDestination) = destination;
+    for (const End end : {kSource, kDestination}) {
+      const Oprj_Spheroid *given = at(end);
+      if (classOf(given) == kGridDatum &&
+          !fetch(end, textOf(given->sphereName), textOf(datumName(given)), true, e))
+        return false;
+    }
+    return true;
+  }
+
+  bool need(End end, ErrorScope &e) {
+    if (at(end)) return true;
+    switch (end) {
+      case kNad83:
+        return fetch(end, "GRS 1980", "NAD83", false, e);
+      case kNad83Dma:
+        return fetch(end, "GRS 1980", "NAD83 (DMA)", false, e);
+      case kWgs84:
+        return fetch(end, "WGS 84", "WGS 84", false, e);
+      default:
+        return true;  // the caller's, for the leg to refuse
+    }
+  }
+
+ private:
+  bool fetch(End end, const char *spheroid, const char *datum, bool datumFirst, ErrorScope &e) {
+    auto &own = fetched[static_cast<int>(end)];
+    own.reset(oprj_SpheroidCreate(e.cause()));
+    if (!own) return e.fail(kNoSpheroid, "Cannot get spheroid by name");
+    Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
+    for (const bool datumNow : {datumFirst, !datumFirst}) {
+      if (datumNow && !sources.datumByName(toolkit, spheroid, datum, own->datum, e.cause()))
+        return e.fail(kNoDatum, "Cannot get datum by name");
+      if (!datumNow && !sources.spheroidByName(toolkit, spheroid, own.get(), e.cause()))
+        return e.fail(kNoSpheroid, "Cannot get spheroid by name");
+    }
+    at(end) = own.get();
+    return true;
+  }
+};
 
 bool ShiftPlan::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destination,
                         Oerr_Report **err) {
   ErrorScope e("oprj_DatumShift", err);
-  if (!takeEnds(source, destination, e)) return false;
-  const DatumClass from = classOf(at(kSource)), to = classOf(at(kDestination));
-  const ShiftRoute &route = kRoutes[from][to];
-  if (route.count > 0) return follow(route, e);
+  operation_ = e.operation();
+  Ends ends{sources_};
+  if (!ends.take(source, destination, e)) return false;
+  const DatumClass from = classOf(ends.at(kSource)), to = classOf(ends.at(kDestination));
+  const Route &route = kRoutes[from][to];
+  if (route.count > 0) return follow(route, ends, e);
 
-  throughNew_ = true;
-  silent_ = from == kSurfaceDatum;
+  const auto way = makeLeg<ShiftPlan>(sources_);
+  if (!way) return e.fail(kNoSpace, "Cannot create space");
+  SharedLeg leg = way;
   {
     ErrorScope inner("oprj_DatumShiftNew", e.cause());
-    if (chooseNew(inner)) return true;
+    if (!way->prepareNew(ends, inner)) leg.reset();
   }
-  if (!silent_) return e.fail(kFailed, "Datum Shift Failed.");
-  tellDropped(e.causeReport());
+  if (from == kSurfaceDatum) {
+    if (!leg) FromSurface::tell(textOf(datumName(source)), e.causeReport());
+    leg = makeLeg<FromSurface>(leg, datumName(source));
+    if (!leg) return e.fail(kNoSpace, "Cannot create space");
+  } else if (!leg) {
+    return e.fail(kFailed, "Datum Shift Failed.");
+  }
+  steps_[stepCount_++] = {std::move(leg), kFailed, "Datum Shift Failed."};
   return true;
 }
 
 bool ShiftPlan::prepareNew(const Oprj_Spheroid *source, const Oprj_Spheroid *destination,
                            Oerr_Report **err) {
   ErrorScope e("oprj_DatumShiftNew", err);
-  asNew_ = true;
-  return takeEnds(source, destination, e) && chooseNew(e);
+  Ends ends{sources_};
+  return ends.take(source, destination, e) && prepareNew(ends, e);
 }
 
-/// Grid datums are fetched anew, because the caller's records need not hold an opened grid.
-bool ShiftPlan::takeEnds(const Oprj_Spheroid *source, const Oprj_Spheroid *destination,
-                         ErrorScope &e) {
-  at(kSource) = source;
-  at(kDestination) = destination;
-  for (const ShiftEnd end : {kSource, kDestination}) {
-    const Oprj_Spheroid *given = at(end);
-    if (classOf(given) == kGridDatum &&
-        !fetch(end, textOf(given->sphereName), textOf(datumName(given)), true, e))
-      return false;
-  }
-  return true;
-}
-
-bool ShiftPlan::fetch(ShiftEnd end, const char *spheroidName, const char *datumName,
-                      bool datumFirst, ErrorScope &e) {
-  auto &own = fetched_[static_cast<int>(end)];
-  own.reset(oprj_SpheroidCreate(e.cause()));
-  if (!own) return e.fail(kNoSpheroid, "Cannot get spheroid by name");
-  Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
-  for (const bool datum : {datumFirst, !datumFirst}) {
-    if (datum && !oprj_DatumByName(toolkit, spheroidName, datumName, own->datum, e.cause()))
-      return e.fail(kNoDatum, "Cannot get datum by name");
-    if (!datum && !oprj_SpheroidByName(toolkit, spheroidName, own.get(), e.cause()))
-      return e.fail(kNoSpheroid, "Cannot get spheroid by name");
-  }
-  at(end) = own.get();
-  return true;
-}
-
-bool ShiftPlan::chooseNew(ErrorScope &e) {
-  const DatumClass from = classOf(at(kSource)), to = classOf(at(kDestination));
+bool ShiftPlan::prepareNew(Ends &ends, ErrorScope &e) {
+  operation_ = e.operation();
+  const DatumClass from = classOf(ends.at(kSource)), to = classOf(ends.at(kDestination));
   if (from == kRegressionDatum || to == kRegressionDatum)
     return e.fail(kNewWrongType, "Invalid datum type for this function");
-  return follow(kNewRoutes[from == kGridDatum][to == kGridDatum], e);
+  return follow(kNewRoutes[from == kGridDatum][to == kGridDatum], ends, e);
 }
 
-/// Makes the legs of a route ready.
-bool ShiftPlan::follow(const ShiftRoute &route, ErrorScope &e) {
+/// Makes the legs of a route.
+bool ShiftPlan::follow(const Route &route, Ends &ends, ErrorScope &e) {
   for (int32_t i = 0; i < route.count; ++i) {
-    const ShiftLeg &leg = route.legs[i];
-    for (const ShiftEnd end : {leg.from, leg.to}) {
-      // the far side of a regression is implied
-      const bool needed =
-          leg.kind != Leg::kForwardRegression && leg.kind != Leg::kInverseRegression;
-      if (at(end) || !needed) continue;
-      const bool got = end == kNad83      ? fetch(end, "GRS 1980", "NAD83", false, e)
-                       : end == kNad83Dma ? fetch(end, "GRS 1980", "NAD83 (DMA)", false, e)
-                       : end == kWgs84    ? fetch(end, "WGS 84", "WGS 84", false, e)
-                                          : true;
-      if (!got) return false;
-    }
-    if (leg.kind == Leg::kParametric) parametric_.prepare(at(leg.from), at(leg.to));
-    const ShiftEnd regional = leg.kind == Leg::kForwardRegression ? leg.from : leg.to;
-    if ((leg.kind == Leg::kForwardRegression || leg.kind == Leg::kInverseRegression) &&
-        classOf(at(regional)) == kRegressionDatum && !hasRegression(datumName(at(regional))))
+    const Leg &leg = route.legs[i];
+    // the far side of a regression is implied
+    const bool regression =
+        leg.kind == Leg::kForwardRegression || leg.kind == Leg::kInverseRegression;
+    if (!regression && (!ends.need(leg.from, e) || !ends.need(leg.to, e))) return false;
+    steps_[i] = {make(leg, ends.at(leg.from), ends.at(leg.to)), leg.code, leg.message};
+    if (!steps_[i].leg) return e.fail(kNoSpace, "Cannot create space");
+  }
+  stepCount_ = route.count;
+  return true;
+}
+
+SharedLeg ShiftPlan::make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_Spheroid *to) {
+  const bool forward = leg.kind == Leg::kForwardRegression;
+  const Oprj_Spheroid *regional = forward ? from : to;
+  switch (leg.kind) {
+    case Leg::kGrid:
+      return sources_.grid(from->datum, to->datum);
+    case Leg::kForwardRegression:
+    case Leg::kInverseRegression:
+      if (classOf(regional) != kRegressionDatum) return makeLeg<NoRegression>(datumName(regional));
+      if (hasRegression(datumName(regional)))
+        return sources_.regression(datumName(regional), forward);
       oerr_LogMessage(
           "oprj_DatumShift: datum \"%s\" has no regression equations, points become NaN",
-          textOf(datumName(at(regional))));
+          textOf(datumName(regional)));
+      return makeLeg<Nowhere>();
+    case Leg::kSurface:
+      if (classOf(from) == kSurfaceDatum || classOf(to) == kSurfaceDatum)
+        return sources_.surface(from, to);
+      [[fallthrough]];
+    default:
+      parametric_ = ParametricShift(from, to);
+      return SharedLeg(SharedLeg(), &parametric_);
   }
-  route_ = &route;
-  return true;
 }
 
-bool ShiftPlan::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err) {
-  ErrorScope e(asNew_ ? "oprj_DatumShiftNew" : "oprj_DatumShift", err);
-  int32_t settled = 0;
-  if (!throughNew_) return runRoute(in, out, count, settled, e);
-  if (route_) {
-    ErrorScope inner("oprj_DatumShiftNew", e.cause());
-    if (runRoute(in, out, count, settled, inner)) return true;
-  }
-  // Kept: a surface source keeps its failure to itself.
-  if (!silent_) return e.fail(kFailed, "Datum Shift Failed.");
-  if (out) fillWithNaN(out + settled, count - settled);
-  tellDropped(e.causeReport());
-  return true;
-}
-
-/// `settled`: so many points of `out` hold what they shall hold, also after a failure.
-bool ShiftPlan::runRoute(const Oprj_Point *in, Oprj_Point *out, int32_t count, int32_t &settled,
-                         ErrorScope &e) {
-  const ShiftRoute &route = *route_;
-  const bool single = route.count == 1;
-  // Only the parametric shift may work in place.
-  const bool apart = single && in == out && route.legs[0].kind != Leg::kParametric;
-  const bool tiled = !single || apart;
-  if (tiled && !between_) {
-    between_.reset(oprj_PointsCreate(kTilePoints, e.cause()));
-    if (!between_) return e.fail(kNoSpace, "Cannot create space");
-  }
+bool ShiftPlan::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
+                    Oerr_Report **err) const {
+  ErrorScope e(operation_, err);
+  const auto failAt = [&](int32_t step) {
+    return e.fail(steps_[step].code, "%s", steps_[step].message);
+  };
+  if (stepCount_ == 1) return steps_[0].leg->run(in, out, count, reasons, e.cause()) || failAt(0);
   // Missing arrays and counts below 1 are for the legs to refuse, so there is always a tile.
   int32_t done = 0;
   do {
-    const int32_t tile = tiled ? std::min(kTilePoints, count - done) : count;
+    Oprj_Point between[kTilePoints];
+    const int32_t tile = std::min(kTilePoints, count - done);
     const Oprj_Point *from = in ? in + done : nullptr;
-    if (apart && from && tile > 0) from = std::copy_n(from, tile, between_.get()) - tile;
-    for (int32_t i = 0; i < route.count; ++i) {
-      const ShiftLeg &leg = route.legs[i];
-      const bool last = i == route.count - 1;
-      Oprj_Point *to = !last ? between_.get() : out ? out + done : nullptr;
-      if (last && silent_) {
-        fillWithNaN(to, tile);
-        settled = done + tile;
-      }
-      if (!runLeg(leg, from, to, tile, e.cause())) return e.fail(leg.code, "%s", leg.message);
+    for (int32_t i = 0; i < stepCount_; ++i) {
+      Oprj_Point *to = i < stepCount_ - 1 ? between : out ? out + done : nullptr;
+      if (!steps_[i].leg->run(from, to, tile, reasons ? reasons + done : nullptr, e.cause()))
+        return failAt(i);
       from = to;
     }
     done += tile;
@@ -273,45 +390,8 @@ bool ShiftPlan::runRoute(const Oprj_Point *in, Oprj_Point *out, int32_t count, i
   return true;
 }
 
-/// One leg over one tile. `in` and `out` are the same array only for a parametric leg.
-bool ShiftPlan::runLeg(const ShiftLeg &leg, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                       Oerr_Report **err) {
-  const Oprj_Spheroid *from = at(leg.from), *to = at(leg.to);
-  switch (leg.kind) {
-    case Leg::kParametric:
-      return parametric_.run(in, out, count, err);
-    case Leg::kGrid:
-      oprj_DatumShiftGrid(in, from->datum, out, to->datum, count, err);
-      return !*err;
-    case Leg::kSurface:
-      oprj_DatumShift4EllipsoidSurfaceDatum(in, from, out, to, count, err);
-      return !*err;
-    default:
-      break;
-  }
-  const bool forward = leg.kind == Leg::kForwardRegression;
-  const Oprj_Spheroid *regional = forward ? from : to;
-  if (classOf(regional) != kRegressionDatum) {
-    ErrorScope e("oprj_DatumShift", err);
-    return e.fail(kNotRegression, "Datum \"%s\" is not a regression datum",
-                  textOf(datumName(regional)));
-  }
-  // An unknown name leaves the array as it was.
-  fillWithNaN(out, count);
-  oprj_DatumShiftRegression(in, out, count, datumName(regional), forward, err);
-  return !*err;
-}
-
-/// Tells the message log, once a plan, why points became NaN.
-void ShiftPlan::tellDropped(const Oerr_Report *report) {
-  if (told_) return;
-  told_ = true;
-  oerr_LogMessage("oprj_DatumShift: the shift from surface datum \"%s\" failed, points become NaN",
-                  textOf(datumName(at(kSource))));
-  for (; report; report = oerr_CauseGet(report))
-    oerr_LogMessage("  %s: %s (code %d)", oerr_FunctionGet(report), oerr_MessageGet(report),
-                    static_cast<int>(oerr_CodeGet(report)));
-}
+const ShiftSources kShiftSources = {oprj_SpheroidByName, oprj_DatumByName, makeGridLeg,
+                                    makeRegressionLeg, makeSurfaceLeg};
 
 }  // namespace orvik::oprj
 
@@ -320,7 +400,7 @@ using orvik::oprj::ShiftPlan;
 Oerr_Report *oprj_DatumShift(const Oprj_Point *in, const Oprj_Spheroid *source, Oprj_Point *out,
                              const Oprj_Spheroid *destination, int32_t count, Oerr_Report **err) {
   ShiftPlan plan;
-  if (plan.prepare(source, destination, err)) plan.run(in, out, count, err);
+  if (plan.prepare(source, destination, err)) plan.run(in, out, count, nullptr, err);
   return err ? *err : nullptr;
 }
 
@@ -328,6 +408,6 @@ Oerr_Report *oprj_DatumShiftNew(const Oprj_Point *in, const Oprj_Spheroid *sourc
                                 const Oprj_Spheroid *destination, int32_t count,
                                 Oerr_Report **err) {
   ShiftPlan plan;
-  if (plan.prepareNew(source, destination, err)) plan.run(in, out, count, err);
+  if (plan.prepareNew(source, destination, err)) plan.run(in, out, count, nullptr, err);
   return err ? *err : nullptr;
 }

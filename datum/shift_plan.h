@@ -1,79 +1,83 @@
-// A datum shift prepared once and run over any number of points.
+// The dispatcher of datum shifts: the route from one datum type to another, prepared once and run
+// over any number of points.
 //
 //   ShiftPlan plan;
-//   if (!plan.prepare(source, destination, e.cause())) return e.fail(...);   // once a call
+//   if (!plan.prepare(source, destination, e.cause())) return e.fail(...);
 //   for (each tile)
-//     if (!plan.run(in, out, count, e.cause())) return e.fail(...);
+//     if (!plan.run(in, out, count, nullptr, e.cause())) return e.fail(...);
 //
-// Preparing and one run do exactly what oprj_DatumShift does, reports included (both report under
-// that name); oprj_DatumShift is the two together. Between two parametric datums preparing
-// allocates nothing and takes some tens of nanoseconds; other routes look names up and open grids.
+// Preparing and one run do exactly what oprj_DatumShift does, reports included; oprj_DatumShift is
+// the two together. Between two parametric datums preparing allocates nothing and takes some tens
+// of nanoseconds; other routes look names up and open grids. A prepared plan never changes: threads
+// may run it at once.
 #ifndef OPRJ_DATUM_SHIFT_PLAN_H
 #define OPRJ_DATUM_SHIFT_PLAN_H
 
-#include "records/records.h"
+#include <oprj/oint.h>
+
 #include "datum/parametric.h"
+#include "datum/shift/leg.h"
+#include "records/records.h"
 
 namespace orvik::oprj {
 
-/// The ends of a leg: the call's own two spheroids and the named ones that join datum types.
-enum class ShiftEnd { kSource, kDestination, kNad83, kNad83Dma, kWgs84 };
-inline constexpr int kShiftEnds = 5;
-
-/// One specialised shift of a route and what the route says when it fails.
-struct ShiftLeg {
-  enum Kind { kParametric, kGrid, kForwardRegression, kInverseRegression, kSurface } kind;
-  ShiftEnd from, to;
-  int32_t code;
-  const char *message;
+/// Where plans get their records and legs from: the library, or a test. A maker answers null when
+/// there is no memory.
+struct ShiftSources {
+  Oprj_Spheroid *(*spheroidByName)(Oint_Toolkit *, const char *, Oprj_Spheroid *, Oerr_Report **);
+  Oprj_Datum *(*datumByName)(Oint_Toolkit *, const char *, const char *, Oprj_Datum *,
+                             Oerr_Report **);
+  SharedLeg (*grid)(const Oprj_Datum *source, const Oprj_Datum *destination);
+  /// Between the datum of that name, which has equations, and WGS 84.
+  SharedLeg (*regression)(const char *datumName, bool forward);
+  /// A surface datum on one side at least, else a parametric one.
+  SharedLeg (*surface)(const Oprj_Spheroid *source, const Oprj_Spheroid *destination);
 };
+extern const ShiftSources kShiftSources;
 
-/// Up to three legs in their order.
-struct ShiftRoute {
-  int32_t count;
-  ShiftLeg legs[3];
-};
-
-class ShiftPlan {
+class ShiftPlan final : public ShiftLeg {
  public:
-  ShiftPlan() = default;
+  explicit ShiftPlan(const ShiftSources &sources = kShiftSources) : sources_(sources) {}
   ShiftPlan(const ShiftPlan &) = delete;
   ShiftPlan &operator=(const ShiftPlan &) = delete;
 
-  /// Chooses the route and fetches what it needs. The spheroids must stay as they are while the
-  /// plan is used. False with the report of oprj_DatumShift; then the plan cannot be run. Once a
-  /// plan.
+  /// Chooses the route and makes its legs; the spheroids are not needed afterwards. False with the
+  /// report of oprj_DatumShift; then the plan cannot be run. Once a plan.
   bool prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destination, Oerr_Report **err);
   /// The same for oprj_DatumShiftNew.
   bool prepareNew(const Oprj_Spheroid *source, const Oprj_Spheroid *destination, Oerr_Report **err);
 
-  /// Shifts `count` points; `in` and `out` are the same array or do not overlap. False with a
-  /// report.
-  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err);
+  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
+           Oerr_Report **err) const override;
+
+  /// The shift that is all of the plan and cannot fail; null when there is more to it.
+  const ParametricShift *soleParametric() const {
+    return stepCount_ == 1 && steps_[0].leg.get() == &parametric_ && parametric_.cannotFail()
+               ? &parametric_
+               : nullptr;
+  }
 
  private:
-  bool takeEnds(const Oprj_Spheroid *source, const Oprj_Spheroid *destination, ErrorScope &e);
-  bool fetch(ShiftEnd end, const char *spheroidName, const char *datumName, bool datumFirst,
-             ErrorScope &e);
-  bool follow(const ShiftRoute &route, ErrorScope &e);
-  bool chooseNew(ErrorScope &e);
-  bool runRoute(const Oprj_Point *in, Oprj_Point *out, int32_t count, int32_t &settled,
-                ErrorScope &e);
-  bool runLeg(const ShiftLeg &leg, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-              Oerr_Report **err);
-  void tellDropped(const Oerr_Report *report);
+  /// A leg of the route and what the route says when it fails.
+  struct Step {
+    SharedLeg leg;
+    int32_t code;
+    const char *message;
+  };
+  struct Ends;
+  struct Leg;
+  struct Route;
+  static const Route kRoutes[4][4], kNewRoutes[2][2];
 
-  const Oprj_Spheroid *&at(ShiftEnd end) { return ends_[static_cast<int>(end)]; }
+  bool follow(const Route &route, Ends &ends, ErrorScope &e);
+  bool prepareNew(Ends &ends, ErrorScope &e);
+  SharedLeg make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_Spheroid *to);
 
-  const ShiftRoute *route_ = nullptr;
-  const Oprj_Spheroid *ends_[kShiftEnds] = {};
-  OwnedSpheroid fetched_[kShiftEnds];
-  OwnedPoints between_;         ///< points between two legs
-  ParametricShift parametric_;  ///< no route has more than one such leg
-  bool asNew_ = false;          ///< reports as oprj_DatumShiftNew only
-  bool throughNew_ = false;     ///< the dispatcher hands the points to oprj_DatumShiftNew
-  bool silent_ = false;         ///< a surface source: failures are told, not reported
-  bool told_ = false;
+  const ShiftSources &sources_;
+  const char *operation_ = "";
+  int32_t stepCount_ = 0;
+  Step steps_[3];
+  ParametricShift parametric_;  ///< in the plan itself: no route has more than one such leg
 };
 
 }  // namespace orvik::oprj

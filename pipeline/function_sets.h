@@ -47,17 +47,10 @@ inline bool sameTitle(const char *first, const char *second) {
   return first == second || (first && second && std::strcmp(first, second) == 0);
 }
 
-/// The spheroid and its datum are named, and the datum is not of the undefined type.
-inline bool hasDatum(const Oprj_Spheroid *spheroid) {
-  return spheroid && *textOf(spheroid->sphereName) && spheroid->datum &&
-         *textOf(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
-}
-
-/// What a shift between two geographic systems needs; it is due when the datum names differ, case
+/// Whether points between the two geographic systems are to be shifted: both spheroids and their
+/// datums are named, neither datum is of the undefined type, and the datum names differ, case
 /// included.
-inline bool haveDatums(const Oprj_Spheroid *source, const Oprj_Spheroid *target) {
-  return hasDatum(source) && hasDatum(target);
-}
+bool shiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target);
 
 /// A point count as an array length.
 inline uint32_t arrayLength(int32_t count) { return count > 0 ? static_cast<uint32_t>(count) : 0; }

@@ -23,7 +23,18 @@ const Oprj_ProParameters *recordForTitle(ErrorScope &e, const void *data, const 
   return recordOf(data);
 }
 
+/// The spheroid and its datum are named, and the datum is not of the undefined type.
+bool hasDatum(const Oprj_Spheroid *spheroid) {
+  return spheroid && *textOf(spheroid->sphereName) && spheroid->datum &&
+         *textOf(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
+}
+
 }  // namespace
+
+bool shiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target) {
+  return hasDatum(source) && hasDatum(target) &&
+         std::strcmp(textOf(source->datum->datumname), textOf(target->datum->datumname)) != 0;
+}
 
 void nativeProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
                                   Oerr_Report **err) {
@@ -164,14 +175,7 @@ void nativeGCSTransform(const void *sourceGCS, const void *targetGCS, int32_t co
   ErrorScope e("nativeGCSTransform", err);
   const auto *source = static_cast<const Oprj_Spheroid *>(sourceGCS);
   const auto *target = static_cast<const Oprj_Spheroid *>(targetGCS);
-  if (!haveDatums(source, target)) return;
-  const int32_t same =
-      oprj_CharStrsEqual(&source->datum->datumname, &target->datum->datumname, e.cause());
-  if (e.calleeFailed()) {
-    e.fail(16341, "oprj_CharStrsEqual failed");
-    return;
-  }
-  if (same) return;
+  if (!shiftDue(source, target)) return;
   const OwnedPoints shifted(oprj_PointsCreate(arrayLength(count), e.cause()));
   if (!shifted) {
     e.fail(16346, "oprj_PointsCreate failed");

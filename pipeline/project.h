@@ -7,6 +7,7 @@
 #ifndef OPRJ_PROJECT_H
 #define OPRJ_PROJECT_H
 
+#include "point_reason.h"
 #include "projection.h"
 
 OPRJ_BEGIN_C
@@ -29,6 +30,41 @@ OPRJ_API Oprj_Point *oprj_ProjectPairWithUnits(const Oprj_ProjectionPair *pair,
                                                const Oprj_Point *in, const char *inUnit,
                                                Oprj_Point *out, const char *outUnit, int32_t count,
                                                Oerr_Report **err);
+
+/** How oprj_ProjectEach is to work. Start from OPRJ_PROJECT_OPTIONS, which says nothing special. */
+typedef struct {
+  size_t size;        /**< sizeof(Oprj_ProjectOptions): later versions add members at the end */
+  const char *inUnit; /**< units by name, null: metres, or radians for a geographic system */
+  const char *outUnit;
+  int64_t inStride; /**< bytes from one point to the next, 0: sizeof(Oprj_Point) */
+  int64_t outStride;
+  int32_t threads; /**< share the work among so many, 0 and 1: this thread alone */
+  double verify;   /**< metres; above 0: see oprj_ProjectEach */
+} Oprj_ProjectOptions;
+#define OPRJ_PROJECT_OPTIONS \
+  { sizeof(Oprj_ProjectOptions), 0, 0, 0, 0, 0, 0.0 }
+
+/** Projects every point that can be projected and goes on after those that cannot: they become NaN,
+    and `reasons` (null: not wanted; else one a point) tells why (point_reason.h). All others, their
+    reason OPRJ_POINT_GOOD, are those of oprj_ProjectPair bit for bit, whatever the number of
+    threads. `out` may be `in`, with the same stride, and must not overlap it otherwise. `options`
+    may be null.
+
+    With `verify` each leg's points are also projected back, and those that return farther away than
+    so many metres on the ground are bad, OPRJ_POINT_INACCURATE: a Transverse Mercator far from its
+    meridian, a series on a very flat spheroid, the overlap of an oblique Mercator. A point given on
+    the sheet must return to its place there, one that leaves on the sheet must lead back to the
+    globe. The datum shift has no part in this, because its formulas are not exactly undone by those
+    of the way back.
+
+    Returns how many points are good. A report tells of what concerns the whole call, as systems
+   that cannot be combined, an unknown unit, a missing grid: 1 pair, 2 and 3 arrays, 4 options, 5
+   and 7 units, 6 what oprj_Project reports. The result is then 0; points that were not reached hold
+   what they held. */
+OPRJ_API int64_t oprj_ProjectEach(const Oprj_ProjectionPair *pair, const Oprj_Point *in,
+                                  Oprj_Point *out, Oprj_PointReason *reasons,
+                                  const Oprj_ProjectOptions *options, int64_t count,
+                                  Oerr_Report **err);
 
 /* One leg: inverse only, forward only. */
 OPRJ_API Oprj_Point *oprj_ProjectToLatLon(const Oprj_Point *in, const Oprj_MapProjectionEx *handle,

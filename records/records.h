@@ -55,6 +55,10 @@ inline constexpr const char *kUndefinedDatum = "Undefined";
 /// 1e-9: the tolerance of arrays, coordinates and sizes.
 inline constexpr double kValueTolerance = 1e-9;
 
+/// A datum's scale difference beyond this is no datum's: a number meant in ppm would turn the globe
+/// over. The largest known ones are of 1e-4.
+inline constexpr double kLargestScaleDifference = 0.1;
+
 /// The two differ by at most `tolerance`. NaN equals nothing, an infinity equals itself.
 bool within(double first, double second, double tolerance);
 

@@ -3,6 +3,7 @@
 #include <oprj/othr.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <unordered_map>
@@ -177,9 +178,16 @@ class SpheroidTableMap {
       }
     }
   }
-  /// The same for datums.
+  /// The same for datums; those whose scale no datum has are refused.
   void indexDatums(Oprj_DatumTableEntry **&last, const Oprj_SpheroidTableEntry *home) {
     while (Oprj_DatumTableEntry *datum = *last) {
+      if (!(std::fabs(datum->params[6]) <= kLargestScaleDifference)) {
+        oerr_LogMessage(
+            "%s is not loaded because its scale difference %g does not lie between %g and %g",
+            datum->name, datum->params[6], -kLargestScaleDifference, kLargestScaleDifference);
+        freeDatums(unlink(last));
+        continue;
+      }
       const auto [known, isNew] = datums_.try_emplace(datum->name, Datum{datum, home});
       if (isNew) {
         last = &datum->next;

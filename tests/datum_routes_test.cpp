@@ -1,17 +1,18 @@
 // The dispatcher's routes: which specialised shifts run between which datums, in which order, and
 // every failure's report.
 //
-// Name lookups and the grid, regression and surface shifts are replaced by the fakes below (the
-// program's own functions take precedence over the library's), which note what they are asked and
-// fail when told to; the parametric shift is the real one.
+// Name lookups and the grid, regression and surface legs are replaced by the fakes below, which
+// note what they are asked and fail when told to; the parametric shift is the real one.
 #include <map>
 
+#include "datum/shift_plan.h"
 #include "tests/datum_support.h"
 #include "toolkit/error_scope.h"
 
 namespace {
 
 using namespace orvik::test;
+namespace oprj = orvik::oprj;
 
 struct Fakes {
   std::string failing;    ///< what fails: "datum NAME", "spheroid NAME", "grid", "surface", ...
@@ -38,12 +39,10 @@ void move(char leg, const Oprj_Point *in, Oprj_Point *out, int32_t count) {
   for (int32_t i = 0; i < count; ++i) out[i] = {in[i].x * 1.01 + step, in[i].y * 0.99 - step};
 }
 
-}  // namespace
-
 // --- the fakes ---
 
-Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *, const char *name, Oprj_Spheroid *target,
-                                   Oerr_Report **err) {
+Oprj_Spheroid *spheroidByName(Oint_Toolkit *, const char *name, Oprj_Spheroid *target,
+                              Oerr_Report **err) {
   if (fails(std::string("spheroid ") + name, "oprj_SpheroidByName", err)) return nullptr;
   target->a = std::strcmp(name, "Clarke 1866") == 0 ? kClarkeA : 6378137.0;
   target->b = std::strcmp(name, "Clarke 1866") == 0 ? kClarkeB : 6356752.314;
@@ -51,8 +50,8 @@ Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *, const char *name, Oprj_Sphero
   return oprj_CharStrCreate(name, &target->sphereName, err) ? target : nullptr;
 }
 
-Oprj_Datum *oprj_DatumByName(Oint_Toolkit *, const char *, const char *name, Oprj_Datum *target,
-                             Oerr_Report **err) {
+Oprj_Datum *datumByName(Oint_Toolkit *, const char *, const char *name, Oprj_Datum *target,
+                        Oerr_Report **err) {
   if (fails(std::string("datum ") + name, "oprj_DatumByName", err)) return nullptr;
   if (!oprj_DatumInit(&target, err)) return nullptr;
   if (fakes.undefined == name) return target;
@@ -61,35 +60,59 @@ Oprj_Datum *oprj_DatumByName(Oint_Toolkit *, const char *, const char *name, Opr
   return oprj_CharStrCreate(name, &target->datumname, err) ? target : nullptr;
 }
 
-void oprj_DatumShiftGrid(const Oprj_Point *in, const Oprj_Datum *source, Oprj_Point *out,
-                         const Oprj_Datum *destination, int32_t count, Oerr_Report **err) {
-  fakes.trace += "G " + nameOf(source) + ">" + nameOf(destination) + "; ";
-  if (fails("grid", "oprj_DatumShiftGrid", err)) return;
-  EXPECT_NE(in, out);
-  move('G', in, out, count);
-}
+class FakeLeg final : public oprj::ShiftLeg {
+ public:
+  FakeLeg(char leg, std::string what, const char *operation, std::string told)
+      : leg_(leg), what_(std::move(what)), operation_(operation), told_(std::move(told)) {}
+  bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
+           Oerr_Report **err) const override {
+    fakes.trace += told_ + "; ";
+    if (leg_ == 'S') ++fakes.calls;
+    const std::string call = what_ + " call " + std::to_string(fakes.calls);
+    for (const std::string &what : {what_, call})
+      if (fails(what, operation_, err)) return false;
+    move(leg_, in, out, count);
+    if (reasons && !reasons[0]) reasons[0] = OPRJ_POINT_OUTSIDE_GRID;
+    return true;
+  }
 
-void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                               const char *datumName, int32_t direction, Oerr_Report **err) {
-  const char leg = direction ? 'F' : 'I';
-  fakes.trace += std::string(1, leg) + " " + datumName + "; ";
-  if (fails(direction ? "forward" : "inverse", "oprj_DatumShiftRegression", err)) return;
-  EXPECT_NE(in, out);
-  if (std::strstr(datumName, "(MRE)")) move(leg, in, out, count);
-}
+ private:
+  char leg_;
+  std::string what_;
+  const char *operation_;
+  std::string told_;
+};
 
-void oprj_DatumShift4EllipsoidSurfaceDatum(const Oprj_Point *in, const Oprj_Spheroid *source,
-                                           Oprj_Point *out, const Oprj_Spheroid *destination,
-                                           int32_t count, Oerr_Report **err) {
-  fakes.trace += "S " + nameOf(source->datum) + ">" + nameOf(destination->datum) + "; ";
-  const std::string call = "surface call " + std::to_string(++fakes.calls);
-  for (const std::string &what : {std::string("surface"), call})
-    if (fails(what, "oprj_DatumShift4EllipsoidSurfaceDatum", err)) return;
-  EXPECT_NE(in, out);
-  move('S', in, out, count);
-}
+const oprj::ShiftSources kFakes = {
+    spheroidByName, datumByName,
+    [](const Oprj_Datum *source, const Oprj_Datum *destination) -> oprj::SharedLeg {
+      return oprj::makeLeg<FakeLeg>('G', "grid", "oprj_DatumShiftGrid",
+                                    "G " + nameOf(source) + ">" + nameOf(destination));
+    },
+    [](const char *name, bool forward) -> oprj::SharedLeg {
+      return oprj::makeLeg<FakeLeg>(forward ? 'F' : 'I', forward ? "forward" : "inverse",
+                                    "oprj_DatumShiftRegression",
+                                    std::string(forward ? "F " : "I ") + name);
+    },
+    [](const Oprj_Spheroid *source, const Oprj_Spheroid *destination) -> oprj::SharedLeg {
+      return oprj::makeLeg<FakeLeg>(
+          'S', "surface", "oprj_DatumShift4EllipsoidSurfaceDatum",
+          "S " + nameOf(source->datum) + ">" + nameOf(destination->datum));
+    }};
 
-namespace {
+/// oprj_DatumShift and oprj_DatumShiftNew with the fakes.
+Oerr_Report *shiftByFakes(const Oprj_Point *in, const Oprj_Spheroid *source, Oprj_Point *out,
+                          const Oprj_Spheroid *destination, int32_t count, Oerr_Report **err) {
+  oprj::ShiftPlan plan(kFakes);
+  if (plan.prepare(source, destination, err)) plan.run(in, out, count, nullptr, err);
+  return err ? *err : nullptr;
+}
+Oerr_Report *shiftNewByFakes(const Oprj_Point *in, const Oprj_Spheroid *source, Oprj_Point *out,
+                             const Oprj_Spheroid *destination, int32_t count, Oerr_Report **err) {
+  oprj::ShiftPlan plan(kFakes);
+  if (plan.prepareNew(source, destination, err)) plan.run(in, out, count, nullptr, err);
+  return err ? *err : nullptr;
+}
 
 /// A caller's system: parametric, grid, surface, regression or of no type, as source or
 /// destination. Grid datums have names of their own, so that the fresh copy shows in the trace.
@@ -113,8 +136,8 @@ using SpheroidPtr = orvik::toolkit::Owner<Oprj_Spheroid, oprj_SpheroidFree>;
 SpheroidPtr named(const char *sphere, const char *datum) {
   SpheroidPtr spheroid(oprj_SpheroidCreate(nullptr));
   Slot slot;
-  oprj_DatumByName(nullptr, sphere, datum, spheroid->datum, slot);
-  oprj_SpheroidByName(nullptr, sphere, spheroid.get(), slot);
+  datumByName(nullptr, sphere, datum, spheroid->datum, slot);
+  spheroidByName(nullptr, sphere, spheroid.get(), slot);
   return spheroid;
 }
 
@@ -127,20 +150,20 @@ Points somePoints(size_t count = 2500) {  // three tiles, the last one not full
   return points;
 }
 
-using Shift = decltype(&oprj_DatumShift);
+using Shift = decltype(&shiftByFakes);
 
 /// A route as the documentation lists it: the letters of its legs in order, a parametric leg with
 /// its ends ("s" source, "d" destination, "n" NAD83 (DMA), "w" WGS 84), and the trace of the fakes
-/// for a single tile. The surface shift of oprj_DatumShiftNew takes parametric datums too.
+/// for a single tile.
 struct Route {
   const char *pair, *legs, *trace, *newLegs;
 };
 const Route kRoutes[] = {
-    {"P>P", "Psd", "", "S"},
-    {"P>G", "Psn G", "G NAD83>Gd; ", "S G"},
+    {"P>P", "Psd", "", "Psd"},
+    {"P>G", "Psn G", "G NAD83>Gd; ", "Psn G"},
     {"P>S", "S", "S Ps>Sd; ", "S"},
     {"P>R", "Psw I", "I Campo Inchauspe (MRE); ", nullptr},
-    {"G>P", "G Pnd", "G Gs>NAD83; ", "G S"},
+    {"G>P", "G Pnd", "G Gs>NAD83; ", "G Pnd"},
     {"G>G", "G", "G Gs>Gd; ", "G"},
     {"G>S", "G S", "G Gs>NAD83; S NAD83 (DMA)>Sd; ", "G S"},
     {"G>R", "G Pnw I", "G Gs>NAD83; I Campo Inchauspe (MRE); ", nullptr},
@@ -177,8 +200,8 @@ TEST(Routes, LegsRunInTheirOrderAndEveryFailedAllocationIsReported) {
   for (const Route &route : kRoutes) {
     SCOPED_TRACE(route.pair);
     const System from = systemOf(route.pair[0], 's'), to = systemOf(route.pair[2], 'd');
-    for (const auto &[shift, legs] : {std::pair<Shift, const char *>{oprj_DatumShift, route.legs},
-                                      {oprj_DatumShiftNew, route.newLegs}}) {
+    for (const auto &[shift, legs] : {std::pair<Shift, const char *>{shiftByFakes, route.legs},
+                                      {shiftNewByFakes, route.newLegs}}) {
       if (!legs) continue;
       for (const size_t count : {size_t{1}, size_t{2500}}) {
         const Points in = somePoints(count), expected = expectedOf(legs, from, to, in);
@@ -272,7 +295,8 @@ const Failure kNewFailures[] = {
     {"S>G", "surface", kFirst, kSurface},
     {"S>G", "grid", kNewFailed, kGrid},
     {"S>G", "spheroid GRS 1980", kNoSpheroid, kSpheroid},
-    {"G>P", "surface", kNewFailed, kSurface},
+    {"G>P", "undefined NAD83 (DMA)", kNewFailed, kParametric},
+    {"N>P", "", kNewFailed, kParametric},
     {"G>G", "grid", kNewFailed, kGrid},
     {"G>G", "spheroid Clarke 1866", kNoSpheroid, kSpheroid},
 };
@@ -299,11 +323,11 @@ void checkFailure(Shift shift, const Failure &failure, const std::string &head) 
 }
 
 TEST(Routes, FailuresAreReportedStepByStep) {
-  for (const Failure &f : kFailures) checkFailure(oprj_DatumShift, f, "oprj_DatumShift: ");
+  for (const Failure &f : kFailures) checkFailure(shiftByFakes, f, "oprj_DatumShift: ");
   for (const Failure &f : kNewFailures) {
-    checkFailure(oprj_DatumShiftNew, f, "oprj_DatumShiftNew: ");
+    checkFailure(shiftNewByFakes, f, "oprj_DatumShiftNew: ");
     if (f.pair[0] != 'S' && f.pair[2] == 'S' && f.pair[0] != 'R')
-      checkFailure(oprj_DatumShift, f, std::string("oprj_DatumShift: ") + kThroughNew);
+      checkFailure(shiftByFakes, f, std::string("oprj_DatumShift: ") + kThroughNew);
   }
 }
 
@@ -328,7 +352,7 @@ TEST(Routes, MissingArgumentsReachTheLegThatMissesThem) {
                         {in.data(), parametric, out.data(), &q.spheroid, -3, kFailed},
                         {in.data(), grid, nullptr, parametric, 5, kFailed}}) {
     Slot slot;
-    oprj_DatumShift(c.in, c.from, c.out, c.to, c.count, slot);
+    shiftByFakes(c.in, c.from, c.out, c.to, c.count, slot);
     EXPECT_EQ(slot.chain(), std::string("oprj_DatumShift: ") + c.message +
                                 " < oprj_DatumShiftParametric: Empty argument(s). (1)");
   }
@@ -336,9 +360,9 @@ TEST(Routes, MissingArgumentsReachTheLegThatMissesThem) {
   const LogCapture log;
   fakes.failing = "surface";
   Slot slot;
-  oprj_DatumShift(in.data(), &s.spheroid, nullptr, &p.spheroid, 5, slot);
+  shiftByFakes(in.data(), &s.spheroid, nullptr, &p.spheroid, 5, slot);
   expectNoReport(slot);
-  oprj_DatumShift(in.data(), &s.spheroid, out.data(), &p.spheroid, -1, slot);
+  shiftByFakes(in.data(), &s.spheroid, out.data(), &p.spheroid, -1, slot);
   expectNoReport(slot);
   EXPECT_EQ(out[0].x, 0.0);
 }
@@ -383,13 +407,25 @@ TEST(Routes, WhatIsNotReportedIsToldAndGivesNaN) {
       const LeakCheck leaks;
       Points out = inPlace ? in : Points(in.size());
       Slot slot;
-      EXPECT_EQ(shiftAll(oprj_DatumShift, inPlace ? out : in, from, out, to, slot), nullptr);
+      EXPECT_EQ(shiftAll(shiftByFakes, inPlace ? out : in, from, out, to, slot), nullptr);
       expectNoReport(slot);
       for (size_t i = 0; i < out.size(); ++i) {
         ASSERT_EQ(std::isnan(out[i].x), i >= c.shifted) << i;
         ASSERT_EQ(std::isnan(out[i].y), i >= c.shifted) << i;
       }
       EXPECT_EQ(log.lines(), c.log);
+      fakes.calls = 0;
+      oprj::ShiftPlan plan(kFakes);
+      std::vector<Oprj_PointReason> reasons(in.size());
+      ASSERT_TRUE(plan.prepare(&from.spheroid, &to.spheroid, slot));
+      EXPECT_TRUE(
+          plan.run(in.data(), out.data(), static_cast<int32_t>(in.size()), reasons.data(), slot));
+      for (size_t i = 0; i < in.size(); ++i) {
+        ASSERT_EQ(reasons[i], i >= c.shifted ? OPRJ_POINT_SHIFT_FAILED
+                              : i == 0       ? OPRJ_POINT_OUTSIDE_GRID
+                                             : OPRJ_POINT_GOOD)
+            << i;
+      }
     }
   }
 }

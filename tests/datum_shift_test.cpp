@@ -271,8 +271,8 @@ TEST(Parametric, FollowsTheStepsForPointsOfEveryKind) {
       {"seven parameters on both sides",
        {kWgs84A, kWgs84B, "A", kThreeParameters},
        {kInternationalA, kInternationalB, "B", kSevenParameters}},
-      {"rotation of half a radian, scale 2, shift by a tenth of the radius",
-       {kWgs84A, kWgs84B, "A", {6e5, -3e5, 2e5, 0.5, -0.3, 0.2, 1.0}},
+      {"rotation of half a radian, scale 1.1, shift by a tenth of the radius",
+       {kWgs84A, kWgs84B, "A", {6e5, -3e5, 2e5, 0.5, -0.3, 0.2, 0.1}},
        {kClarkeA, kClarkeB, "B", {}}},
       {"translation by a tenth of the radius, which folds over the poles",
        {kWgs84A, kWgs84B, "A", {6e5, -3e5, 2e5}},
@@ -357,7 +357,8 @@ TEST(Parametric, RefusalsAreExact) {
   System disk(kWgs84A, kWgs84B, "B", {});
   disk.spheroid.eSquared = 1.0;
   const System noNumber(kWgs84A, kWgs84B, "B", {0, 0, kNaN});
-  const System noScale(kWgs84A, kWgs84B, "B", {0, 0, 0, 0, 0, 0, -1.0});
+  const System ppm(kWgs84A, kWgs84B, "In ppm", {0, 0, 0, 0, 0, 0, -2.5});
+  const System endless(kWgs84A, kWgs84B, "B", {0, 0, 0, 0, 0, 0, kNaN});
   const Oprj_Spheroid *a = &good.spheroid;
   struct Case {
     const Oprj_Point *in;
@@ -383,7 +384,10 @@ TEST(Parametric, RefusalsAreExact) {
       {i, &hollow.spheroid, o, a, 3, 3, "Invalid spheroid axes"},
       {i, a, o, &disk.spheroid, 3, 3, "Invalid spheroid axes"},
       {i, a, o, &noNumber.spheroid, 3, 4, "Error from oprj_Geoc2Geoc"},
-      {i, a, o, &noScale.spheroid, 3, 4, "Error from oprj_Geoc2Geoc"},
+      {i, a, o, &ppm.spheroid, 3, 5,
+       "Datum \"In ppm\": its scale difference -2.5 does not lie between -0.1 and 0.1"},
+      {i, &endless.spheroid, o, a, 3, 5,
+       "Datum \"B\": its scale difference nan does not lie between -0.1 and 0.1"},
   };
   for (const Case &c : cases) {
     const LeakCheck leaks;

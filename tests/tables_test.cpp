@@ -243,7 +243,9 @@ TEST_F(SpheroidTable, ReadsEveryConstruct) {
 
 TEST_F(SpheroidTable, FilesJoinInByteOrderAndTheFirstDatumWins) {
   const TemporaryDirectory second;
-  directory_.write("spheroidX.tab", "\"Ball\" { 19 6370997 6370997 \"Mine\" regression }");
+  directory_.write("spheroidX.tab",
+                   "\"Ball\" { 19 6370997 6370997 \"In ppm\" parametric 1 2 3 0 0 0 -2.5 "
+                   "\"Mine\" regression }");
   directory_.write("spheroid_1.tab", "\"Ball\" { 19 6370997 6370997 \"Mine\" grid \"late\" }");
   directory_.write("myspheroid.tab", "\"Not read\" { 1 1 1 }");
   second.write("spheroid.tab",
@@ -262,6 +264,8 @@ TEST_F(SpheroidTable, FilesJoinInByteOrderAndTheFirstDatumWins) {
   EXPECT_EQ(list->next->next->number, -3);
   EXPECT_EQ(log.lines(),
             (std::vector<std::string>{
+                "In ppm is not loaded because its scale difference -2.5 does not lie between -0.1 "
+                "and 0.1",
                 "Mine is not loaded because the datum with same name already exists",
                 "Egg keeps the number and the axes that were read first",
                 "Shifted is not loaded because the datum with same name already exists"}));

@@ -1,0 +1,270 @@
+// A tile of a call that goes on after bad points (way.h).
+//
+// Bad points leave the tile when they are found, so that the stages behind see good ones only; at
+// the end the good ones return to their places.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "pipeline/way.h"
+
+namespace orvik::oprj {
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr Oprj_Point kNowhere = {std::numeric_limits<double>::quiet_NaN(),
+                                 std::numeric_limits<double>::quiet_NaN()};
+/// Metres: the axis of systems that do not tell theirs, WGS 84's.
+constexpr double kUsualAxis = 6378137.0;
+/// A point of the sheet that returns to the same place on the globe is still somewhere else when it
+/// lies so many times the tolerance away on the sheet: no map enlarges that much where its points
+/// return, but many fold what lies beyond their outline back onto it.
+constexpr double kFolded = 1e4;
+
+bool isNaN(const Oprj_Point &p) { return std::isnan(p.x) || std::isnan(p.y); }
+
+/// Any coordinate is NaN. In vectors of two, which the baseline has: this passes over every tile.
+bool anyNaN(const Oprj_Point *points, int32_t count) {
+  using Pair = double __attribute__((vector_size(16), aligned(8), may_alias));
+  using Mask = long long __attribute__((vector_size(16)));
+  Mask found{};
+  for (int32_t i = 0; i < count; ++i) {
+    const Pair pair = *reinterpret_cast<const Pair *>(points + i);
+    found |= pair != pair;
+  }
+  return (found[0] | found[1]) != 0;
+}
+
+/// Metres on the ground between two places that are near each other, on the sphere of radius `a`;
+/// a chord where they are not.
+double groundDistance(double a, const Oprj_Point &p, const Oprj_Point &q) {
+  const double east = 2.0 * std::sin(0.5 * std::remainder(p.x - q.x, 2.0 * kPi)) *
+                      std::sqrt(std::fabs(std::cos(p.y) * std::cos(q.y)));
+  const double north = 2.0 * std::sin(0.5 * (p.y - q.y));
+  return a * std::sqrt(east * east + north * north);
+}
+
+bool isGeographicHandle(const Oprj_MapProjectionEx *handle) {
+  return handle->functions == &kNativeSet && handle->ownedData &&
+         isGeographic(*static_cast<const Oprj_MapProjection *>(handle->ownedData)->proParameters);
+}
+
+double axisOf(const Oprj_MapProjectionEx *handle) {
+  if (handle->functions != &kNativeSet) return kUsualAxis;
+  const auto *spheroid =
+      static_cast<const Oprj_MapProjection *>(handle->ownedData)->proParameters->proSpheroid;
+  return spheroid && spheroid->a > 0.0 ? spheroid->a : kUsualAxis;
+}
+
+/// Which reason a failure of one leg's operation stands for.
+Oprj_PointReason reasonOf(const Oerr_Report *report, bool forward) {
+  // A report below the family's own is that of the solver whose iteration did not come to an end.
+  const Oerr_Report *family = oerr_CauseGet(report);
+  if (family && oerr_CauseGet(family)) return OPRJ_POINT_NO_CONVERGENCE;
+  return forward ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_OUTSIDE_SHEET;
+}
+
+}  // namespace
+
+/// The points that are still good, packed at the head of `points`.
+struct Way::Tile {
+  const Oprj_Point *now;      ///< where the points stand
+  Oprj_Point *points;         ///< where they go
+  Oprj_PointReason *reasons;  ///< one a point that came
+  int32_t count;              ///< points that are left
+  bool packed = false;        ///< some have left: place[] holds
+  uint16_t place[kTilePoints];
+  Oprj_PointReason marks[kTilePoints] = {};  ///< one a point that is left; all good between stages
+
+  int32_t placeOf(int32_t i) const { return packed ? place[i] : i; }
+
+  /// Marks what became NaN.
+  void markNaN(Oprj_PointReason reason) {
+    if (!anyNaN(points, count)) return;
+    for (int32_t i = 0; i < count; ++i)
+      if (isNaN(points[i]) && !marks[i]) marks[i] = reason;
+  }
+
+  /// Lets the marked points go.
+  void drop() {
+    if (std::none_of(marks, marks + count, [](Oprj_PointReason mark) { return mark != 0; })) return;
+    int32_t kept = 0;
+    for (int32_t i = 0; i < count; ++i) {
+      const int32_t at = placeOf(i);
+      if (marks[i]) {
+        reasons[at] = std::exchange(marks[i], OPRJ_POINT_GOOD);
+        continue;
+      }
+      points[kept] = points[i];
+      place[kept++] = static_cast<uint16_t>(at);
+    }
+    packed = true;
+    count = kept;
+  }
+
+  /// Brings those that are left back to their places among `all`, NaN between them.
+  void spread(int32_t all) {
+    if (!packed) return;
+    for (int32_t i = count - 1; i >= 0; --i) points[place[i]] = points[i];
+    for (int32_t i = 0; i < all; ++i)
+      if (reasons[i]) points[i] = kNowhere;
+  }
+};
+
+bool Way::sound(ErrorScope &e) {
+  const Stage *faulty = nullptr;
+  Oerr_Report *cause = nullptr;
+  for (const Stage *stage = stages_; !faulty && stage != stages_ + length_; ++stage) {
+    const bool unusable = (stage->does == Does::kConvertIn && !inUnit_.usable) ||
+                          (stage->does == Does::kConvertOut && !outUnit_.usable);
+    Oprj_Point none{};
+    if (unusable) (stage->does == Does::kConvertIn ? inUnit_ : outUnit_).apply(&none, 1, &cause);
+    if (unusable || stage->does == Does::kRefuse) faulty = stage;
+  }
+  if (faulty) report(e, *faulty, cause, nullptr, 0);
+  return !faulty;
+}
+
+int32_t Way::runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                     Oprj_PointReason *reasons, double verify, Oerr_Report **err) const {
+  Tile tile{.now = in, .points = out, .reasons = reasons, .count = count, .place = {}};
+  std::fill_n(reasons, count, OPRJ_POINT_GOOD);
+  const bool verifies = verify > 0.0 && !copies();
+  Oprj_Point given[kTilePoints];  // in the system's own unit
+  if (verifies) std::copy_n(in, count, given);
+  *err = nullptr;
+  for (const Stage *stage = stages_; stage != stages_ + length_; ++stage) {
+    if (verifies && stage->does == Does::kConvertOut && !verifyEach(tile, given, verify, err))
+      return -1;
+    if (!passEach(*stage, tile, err)) return -1;
+    if (stage->does == Does::kConvertIn && verifies) std::copy_n(tile.points, count, given);
+  }
+  if (verifies && stages_[length_ - 1].does != Does::kConvertOut &&
+      !verifyEach(tile, given, verify, err))
+    return -1;
+  tile.spread(count);
+  return tile.count;
+}
+
+/// One stage over the points that are left; bad ones leave. False with a report.
+bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
+  Oprj_Point *const points = tile.points;
+  const int32_t count = tile.count;
+  if (count == 0) return true;
+  switch (stage.does) {
+    case Does::kTake:
+    case Does::kCopy:
+      if (tile.now != points) std::copy_n(tile.now, count, points);
+      break;
+    case Does::kConvertIn:
+      inUnit_.apply(points, count, err);
+      break;
+    case Does::kConvertOut:
+      outUnit_.apply(points, count, err);
+      break;
+    case Does::kInverse:
+      if (!legEach(false, in_, tile.now, points, count, tile.marks, err)) return false;
+      break;
+    case Does::kForward:
+      if (!legEach(true, out_, tile.now, points, count, tile.marks, err)) return false;
+      break;
+    case Does::kShift:
+      if (sole_) {
+        if (!sole_->run(points, points, count, nullptr, err)) return false;
+        break;
+      }
+      tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);  // before the shift makes NaN of its own
+      tile.drop();
+      if (tile.count == 0) return true;
+      if (!plan_->run(points, points, tile.count, tile.marks, err)) return false;
+      tile.markNaN(OPRJ_POINT_SHIFT_FAILED);
+      break;
+    case Does::kTransform:
+      in_->functions->gcsTransform(source_, target_, count, points, err);
+      if (*err) return false;
+      break;
+    case Does::kRefuse:
+      return false;
+  }
+  tile.now = points;
+  if (&stage == stages_ + length_ - 1) tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);
+  tile.drop();
+  return true;
+}
+
+/// One leg over `count` points, on after each that fails. A failure that names no point is none of
+/// a point: false, its report in the slot.
+bool Way::legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
+                  Oprj_Point *out, int32_t count, Oprj_PointReason *marks,
+                  Oerr_Report **err) const {
+  const auto leg = forward ? handle->apply : handle->applyInverse;
+  for (int32_t start = 0; start < count;) {
+    leg(handle->ownedData, in + start, out + start, count - start, err);
+    if (!*err) return true;
+    int64_t index = -1;
+    if (!oerr_PointGet(*err, &index, nullptr, nullptr) || index < 0 || index >= count - start)
+      return false;
+    const int32_t bad = start + static_cast<int32_t>(index);
+    marks[bad] = reasonOf(*err, forward);
+    out[bad] = kNowhere;
+    oerr_DeleteErrorReport(err);
+    start = bad + 1;
+  }
+  return true;
+}
+
+/// Marks the points whose way is not what it should be: each leg on its own, because a shift is not
+/// exactly undone by the shift back. `given` holds what came, `tile` what is about to leave.
+[[gnu::noinline]] bool Way::verifyEach(Tile &tile, const Oprj_Point *given, double verify,
+                                       Oerr_Report **err) const {
+  Oprj_Point start[kTilePoints], geographic[kTilePoints];
+  const int32_t count = tile.count;
+  if (count == 0) return true;
+  for (int32_t i = 0; i < count; ++i) start[i] = given[tile.placeOf(i)];
+  if (in_) {
+    // These points have passed here before.
+    in_->applyInverse(in_->ownedData, start, geographic, count, err);
+    if (*err || !verifyLeg(true, in_, geographic, start, count, verify, tile.marks, err))
+      return false;
+  } else {
+    std::copy_n(start, count, geographic);
+  }
+  if (out_) {
+    if (sole_ && !sole_->run(geographic, geographic, count, nullptr, err)) return false;
+    if (!sole_ && plan_ && !plan_->run(geographic, geographic, count, nullptr, err)) return false;
+    if (in_ && in_->functions != &kNativeSet)
+      in_->functions->gcsTransform(source_, target_, count, geographic, err);
+    if (*err || !verifyLeg(false, out_, geographic, tile.points, count, verify, tile.marks, err))
+      return false;
+  }
+  tile.drop();
+  return true;
+}
+
+/// Places on the globe and on the sheet belong together, as far as the two directions of the handle
+/// say so: the sheet leads to that place on the globe, and for `input` points, which were given on
+/// the sheet, the globe leads to that place on the sheet.
+bool Way::verifyLeg(bool input, const Oprj_MapProjectionEx *handle, const Oprj_Point *geographic,
+                    const Oprj_Point *projected, int32_t count, double verify,
+                    Oprj_PointReason *marks, Oerr_Report **err) const {
+  if (isGeographicHandle(handle)) return true;
+  Oprj_Point again[kTilePoints], globe[kTilePoints];
+  Oprj_PointReason lost[kTilePoints] = {};
+  const Oprj_Point *sheet = projected;
+  if (input) {
+    if (!legEach(true, handle, geographic, again, count, lost, err)) return false;
+    sheet = again;
+  }
+  if (!legEach(false, handle, sheet, globe, count, lost, err)) return false;
+  const double a = axisOf(handle);
+  for (int32_t i = 0; i < count; ++i) {
+    const double aside = std::hypot(sheet[i].x - projected[i].x, sheet[i].y - projected[i].y);
+    if (lost[i] || !(groundDistance(a, globe[i], geographic[i]) <= verify) ||
+        !(aside <= kFolded * verify))
+      marks[i] = OPRJ_POINT_INACCURATE;
+  }
+  return true;
+}
+
+}  // namespace orvik::oprj
