@@ -191,8 +191,9 @@ LayoutFinder::Line LayoutFinder::takeLine(const std::string &file, std::string_v
   if (isBlankLine(line)) return Line::kPassedOn;
   const bool first = linesSeen_ == 0;
   if (linesSeen_ < kHeaderLines) ++linesSeen_;
-  if ((first && takeSeparator(line)) || (isComment(line) && wishes_.header != "yes"))
-    return Line::kPassedOn;
+  const bool comment = isComment(line) && wishes_.header != "yes";
+  pointInComment_ = comment && takeData(line);
+  if (comment || (first && takeSeparator(line))) return Line::kPassedOn;
   layout_.delimiter = candidates(line).front();
   if (wishes_.header != "no" && linesSeen_ < kHeaderLines && takeHeader(file, line)) {
     settled_ = true;

@@ -53,6 +53,8 @@ class LayoutFinder {
   Line takeLine(const std::string &file, std::string_view line);
   /// Until it is settled a guess by the last line, for what is told of lines that cannot be read.
   const Layout &layout() const { return layout_; }
+  /// Whether the last line, a comment, could be read as a point.
+  bool pointInComment() const { return pointInComment_; }
   /// Why the last line cannot be read.
   const char *reason() const { return reason_; }
   /// The column that a header calls heights; -1 when there is none.
@@ -73,7 +75,7 @@ class LayoutFinder {
   const System &from_;
   const Console &console_;
   Layout layout_;
-  bool settled_ = false, warned_ = false;
+  bool settled_ = false, warned_ = false, pointInComment_ = false;
   char separator_ = 0;  ///< of a line "sep="
   const char *reason_ = "";
   int32_t linesSeen_ = 0, heightColumn_ = -1;

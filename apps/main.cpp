@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "commands.h"
+#include "complete.h"
 #include "manual.h"
 #include "names.h"
 #include "system.h"
@@ -28,13 +29,27 @@ std::vector<CLI::App *> commandsOf(CLI::App &app, const std::string &name = "") 
 
 bool isOption(std::string_view word) { return word.size() > 1 && word.starts_with('-'); }
 
+void addOptionNames(const CLI::App &app, Names &names) {
+  for (const CLI::Option *option : app.get_options()) {
+    for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
+    for (const std::string &name : option->get_snames()) names.push_back("-" + name);
+  }
+}
+
 /// The first argument that is no option must name a command, which is returned; null when there is
 /// none, but one of the options answers by itself.
 CLI::App *commandAsked(CLI::App &app, const Names &arguments) {
   bool answers = false;
   for (const std::string &word : arguments) {
     answers = answers || word == "-h" || word == "--help" || word == "-V" || word == "--version";
-    if (isOption(word)) continue;  // the program's own options take no values
+    if (isOption(word)) {  // one of the program itself: they take no values
+      if (Names own; addOptionNames(app, own),
+                     (word.starts_with("--") || word.size() == 2) && !app.get_option_no_throw(word))
+        throw Stop(kUsage,
+                   withNearest("there is no option " + word + " in front of a command", word, own) +
+                       "; `oprj --help` lists the commands");
+      continue;
+    }
     if (const auto found = commandsOf(app, word); !found.empty()) return found.front();
     Names names;
     for (const CLI::App *command : commandsOf(app)) names.push_back(command->get_name());
@@ -43,13 +58,6 @@ CLI::App *commandAsked(CLI::App &app, const Names &arguments) {
   }
   if (!answers) throw Stop(kUsage, "a command is missing; `oprj --help` lists them");
   return nullptr;
-}
-
-void addOptionNames(const CLI::App &app, Names &names) {
-  for (const CLI::Option *option : app.get_options()) {
-    for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
-    for (const std::string &name : option->get_snames()) names.push_back("-" + name);
-  }
 }
 
 /// What is wrong with the arguments, in one line, with what may have been meant.
@@ -76,7 +84,14 @@ void finishOutput() {
     throw Stop(kInputOutput, "cannot write to standard output");
 }
 
-Status run(CLI::App &app, const Action &action, Names arguments) {
+Status run(CLI::App &app, const Console &console, const Action &action, Names arguments) {
+  if (!arguments.empty() && arguments.front() == kCompleteCommand) {
+    arguments.erase(arguments.begin());
+    for (const std::string &word : completions(app, std::move(arguments), console))
+      std::printf("%s\n", word.c_str());
+    finishOutput();
+    return kGood;
+  }
   const CLI::App *const command = commandAsked(app, arguments);
   std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
@@ -129,7 +144,7 @@ int main(int argc, char **argv) {
   for (CLI::App *command : commandsOf(app)) command->footer(command->get_footer() + kEndHelp);
 
   try {
-    return run(app, action, Names(argv + 1, argv + argc));
+    return run(app, console, action, Names(argv + 1, argv + argc));
   } catch (const Stop &stop) {
     tell(std::string("oprj: ") + stop.what());
     return stop.status;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "complete.h"
 #include "system.h"
 
 namespace program {
@@ -33,8 +34,10 @@ std::string escaped(const std::string &text) {
 void printOptions(const CLI::App &app) {
   for (const CLI::Option *option : app.get_options()) {
     const std::string name = option->get_name(option->get_positional(), true);
-    std::printf(".TP\n.B %s\n%s\n", escaped(name).c_str(),
-                escaped(option->get_description()).c_str());
+    std::printf(".TP\n\\fB%s\\fR", escaped(name).c_str());
+    if (option->get_items_expected_max() > 0)
+      std::printf(" %s", escaped(option->get_type_name()).c_str());
+    std::printf("\n%s\n", escaped(option->get_description()).c_str());
   }
 }
 
@@ -49,44 +52,20 @@ void printManual(const CLI::App &app) {
     printOptions(*command);
   }
   std::printf(".SH COORDINATE SYSTEMS\n.nf\n%s.fi\n", escaped(kSystemHelp).c_str());
-  std::printf(
-      ".SH EXIT STATUS\n0 all points good, 1 some points failed, 2 usage, 3 a coordinate system or "
-      "data file "
-      "that cannot be used, 4 input or output failed.\n"
-      ".SH ENVIRONMENT\n.TP\n.B ORVIK_PROJECTIONS_PATH\nwhere mapprojections.dat and sptable.tab "
-      "are found\n"
-      ".TP\n.B ORVIK_DATUMS_PATH\nwhere spheroid*.tab and grids are found\n"
-      ".TP\n.B OPRJ_ISA\ninstruction set to use: baseline, avx2 or avx512\n");
-}
-
-void printCompletion(const CLI::App &app) {
-  std::string commands, cases;
-  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
-    commands += command->get_name() + " ";
-    std::string options;
-    for (const CLI::Option *option : command->get_options()) {
-      for (const std::string &name : option->get_lnames()) options += "--" + name + " ";
-    }
-    cases += "    " + command->get_name() + ") words=\"" + options + "\" ;;\n";
-  }
-  std::printf(
-      "_oprj() {\n  local words=\"%s\"\n  case \"${COMP_WORDS[1]}\" in\n%s  esac\n"
-      "  [ \"$COMP_CWORD\" -eq 1 ] && words=\"%s\"\n"
-      "  COMPREPLY=($(compgen -W \"$words\" -f -- \"${COMP_WORDS[COMP_CWORD]}\"))\n}\n"
-      "complete -F _oprj oprj\n",
-      commands.c_str(), cases.c_str(), commands.c_str());
+  std::printf(".SH EXIT STATUS AND ENVIRONMENT\n.nf\n%s.fi\n", escaped(kEndHelp).c_str());
 }
 
 }  // namespace
 
 void addManual(CLI::App &app, Action &action) {
   CLI::App *manual =
-      app.add_subcommand("manual", "Print the manual page (troff), or bash completion");
-  auto completion = std::make_shared<bool>(false);
-  manual->add_flag("--completion", *completion, "Print completion for bash instead");
-  manual->callback([&app, &action, completion] {
-    action = [&app, completion] {
-      *completion ? printCompletion(app) : printManual(app);
+      app.add_subcommand("manual", "Print the manual page (troff), or completion for shells");
+  auto shell = std::make_shared<std::string>();
+  manual->add_option("--completion", *shell, "Print the completion script of a shell instead")
+      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+  manual->callback([&app, &action, shell] {
+    action = [&app, shell] {
+      shell->empty() ? printManual(app) : void(std::fputs(completionScript(*shell), stdout));
       return kGood;
     };
   });

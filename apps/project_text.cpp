@@ -82,7 +82,9 @@ class TextJob::Files {
       const Layout &layout = finder.layout();
       line.at = findCoordinates(line.text, layout.delimiter, layout.xColumn, layout.yColumn);
       if (kind == LayoutFinder::Line::kPassedOn) {
-        ++(isBlankLine(line.text) ? block.told.blanks : block.told.comments);
+        const bool blank = isBlankLine(line.text);
+        ++(blank ? block.told.blanks : block.told.comments);
+        block.told.pointsInComments += !blank && finder.pointInComment();
         block.out.put({p, static_cast<size_t>(next - p)});
       } else if (kind == LayoutFinder::Line::kHeader) {
         ++block.told.headers;

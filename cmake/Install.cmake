@@ -1,5 +1,5 @@
-# cmake --install: headers under include/oprj, both libraries, reference data, program, CMake package,
-# pkg-config file.
+# cmake --install: headers under include/oprj, both libraries, reference data, program with its manual page
+# and completions, licence, CMake package, pkg-config file.
 include(CMakePackageConfigHelpers)
 
 get_property(headers GLOBAL PROPERTY OPRJ_PUBLIC_HEADERS)
@@ -24,9 +24,17 @@ install(FILES ${CMAKE_BINARY_DIR}/oprj.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pk
 file(GLOB reference_files ${CMAKE_SOURCE_DIR}/data/*.dat ${CMAKE_SOURCE_DIR}/data/*.tab
                           ${CMAKE_SOURCE_DIR}/data/coastline.txt ${CMAKE_SOURCE_DIR}/data/SOURCES.md)
 install(FILES ${reference_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/oPrj)
+install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/oPrj)
 if(TARGET oprj)
   set_target_properties(oprj PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS oprj RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(NOT CMAKE_CROSSCOMPILING)  # made by running the program
+    set(pages ${CMAKE_BINARY_DIR}/pages)
+    install(FILES ${pages}/oprj.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${pages}/oprj DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES ${pages}/_oprj DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    install(FILES ${pages}/oprj.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+  endif()
   install(TARGETS oPrjPage LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 set_target_properties(oPrj PROPERTIES INSTALL_RPATH "$ORIGIN")

@@ -6,6 +6,17 @@ source=$1 build=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/usr" > "$work/log"
+[ -s "$work/usr/share/doc/oPrj/LICENSE" ]
+warnings=$(MANWIDTH=80 LC_ALL=C man --warnings=all -l "$work/usr/share/man/man1/oprj.1" 2>&1 > /dev/null || true)
+[ -z "$warnings" ] || { echo "the manual page: $warnings"; exit 1; }
+completed=$(PATH="$work/usr/bin:$PATH" bash --norc -c '
+  source "$1"; COMP_WORDS=(oprj list un) COMP_CWORD=2; compopt() { :; }; _oprj oprj un list; echo "${COMPREPLY[*]}"
+  ' bash "$work/usr/share/bash-completion/completions/oprj")
+[ "$completed" = units ] || { echo "completed: $completed"; exit 1; }
+for shell in zsh fish; do
+  script=$(ls "$work"/usr/share/zsh/site-functions/_oprj "$work"/usr/share/fish/vendor_completions.d/oprj.fish | grep $shell/)
+  if command -v $shell > /dev/null; then $shell -n "$script"; else echo "$shell is not here to read $script"; fi
+done
 cmake -S "$source/examples/link" -B "$work/example" -DCMAKE_PREFIX_PATH="$work/usr" > "$work/log"
 cmake --build "$work/example" > "$work/log"
 libdir=$(dirname "$(find "$work/usr" -name 'liboPrj.so' | head -n 1)")
