@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 
 #include "commands.h"
 #include "draw_coast.h"
@@ -24,13 +26,7 @@ struct Options {
   bool noCoast = false;
 };
 
-// --- the map in sheet units ---
-
-struct Map {
-  Box window{};                 ///< what of the sheet is shown
-  std::vector<Line> sea, land;  ///< rings
-  std::vector<Line> graticule, coast, outline;
-};
+// --- what of the sheet is shown ---
 
 /// The range of the points that leaves out `tail` of the weight at either end.
 std::pair<double, double> middleRange(std::vector<std::pair<double, double>> &weighted,
@@ -80,87 +76,188 @@ Box windowOf(const std::vector<Patch> &patches, const Sheet &sheet) {
   };
   const auto [west, east] = cut(x);
   const auto [south, north] = cut(y);
-  if (!(east > west) || !(north > south))
-    throw Stop(kUnusable, "the map has no extent: all points fall on one line");
   return {west, south, east, north};
+}
+
+/// Throws Stop where a picture of the window would show nothing.
+void checkWindow(const Box &window, double pixel) {
+  constexpr double kLeast = 1e-100, kMost = 1e100;  // squares of lengths stay within range
+  if (!(std::min(window.width(), window.height()) >= pixel))
+    throw Stop(kUnusable, "the map has no extent: all points fall on one line");
+  if (!(pixel > kLeast && pixel < kMost))
+    throw Stop(kUnusable, "the map cannot be drawn: it is " + numberText(window.width()) + " wide");
 }
 
 /// Degrees between the lines of a graticule that suits the extent.
 double graticuleFor(double extent) {
-  for (const auto &[least, step] : {std::pair{80.0, 15.0}, {45.0, 10.0}, {20.0, 5.0}, {9.0, 2.0}}) {
-    if (extent >= least) return step;
-  }
-  return 1;
+  if (extent >= 80) return 15;
+  if (extent >= 45) return 10;
+  const double decade = std::pow(10, std::floor(std::log10(extent / 2)));
+  const double part = extent / 2 / decade;  // 1 to 10
+  return decade * (part >= 4.5 ? 2 : part >= 2.25 ? 1 : 0.5);
 }
 
-/// Meridians and parallels at the multiples of `step` degrees, with points every `fine` radians.
-std::vector<Line> graticuleLines(double step, double fine) {
-  const auto reach = [step](double limit) {  // the last multiple within the limit
-    return static_cast<int>(std::floor(limit / step + 1e-9));
+/// A map of a system, layer by layer: lines and rings in sheet units, cut to the window.
+class Map {
+ public:
+  Map(const Options &options, const System &system, Oint_Toolkit *toolkit, const Console &console);
+
+  const Box &window() const { return window_; }
+  /// The edges as rings, not cut.
+  std::vector<Line> edges();
+  std::vector<Line> outline();
+  std::vector<Line> graticule();
+  std::vector<Line> coast(const std::vector<Line> &shores);
+  std::vector<Line> land(const std::vector<Line> &shores);
+  /// What the maps of this scale are drawn with; nothing when the user wants none.
+  Coast coastlines() const;
+
+ private:
+  void trace(const Patch &patch, const Line &globe, std::vector<Line> &visible);
+  std::vector<Line> graticuleLines(const Box &range) const;
+
+  const Options &options_;
+  const Console &console_;
+  Sheet sheet_;
+  std::vector<Patch> patches_;
+  Box window_;
+  double extent_ = 0, span_ = 0;                // degrees: the smaller and the greatest
+  double fine_ = 0;                             // radians between points of a line on the globe
+  double meridianStep_ = 0, parallelStep_ = 0;  // degrees
+  std::optional<Tracer> tracer_;
+};
+
+Map::Map(const Options &options, const System &system, Oint_Toolkit *toolkit,
+         const Console &console)
+    : options_(options),
+      console_(console),
+      sheet_(toolkit, system.record.get()),
+      patches_(domainOf(toolkit, *system.record, sheet_)),
+      window_(windowOf(patches_, sheet_)) {
+  constexpr double kCoarsest = 1 * kDegree, kMostSteps = 4000, kSteps = 60;
+  constexpr double kTolerance = 0.05;        // of a pixel
+  constexpr double kLeastExtent = 1.0 / 60;  // degrees: a limb is found to 1e-10 in its cosine
+  double middling = 0, widest = 0;           // degrees of latitude and of longitude
+  for (const Patch &patch : patches_) {
+    const Box range = patch.reach().range();
+    const double nearest = std::clamp(0.0, range.south, range.north);  // latitude to the equator
+    extent_ = std::max(extent_, patch.extent());
+    middling = std::max(middling, patch.middlingExtent());
+    widest = std::max(widest, patch.middlingExtent() / std::max(std::cos(nearest), 1e-6));
+    span_ = std::max(span_, 2 * patch.reach().radius / kDegree);
+  }
+  if (extent_ < kLeastExtent)
+    throw Stop(kUnusable, "the map would show less than a minute of arc of the globe");
+  fine_ = std::clamp(extent_ * kDegree / kSteps, span_ * kDegree / kMostSteps, kCoarsest);
+  meridianStep_ = options.graticule.value_or(graticuleFor(widest));
+  parallelStep_ = options.graticule.value_or(graticuleFor(middling));
+  const double pixel = std::max(window_.width(), window_.height()) / options.width;
+  checkWindow(window_, pixel);
+  tracer_.emplace(sheet_, window_, kTolerance * pixel, fine_);
+  console.detail("sheet from " + numberText(window_.west) + ", " + numberText(window_.south) +
+                 " to " + numberText(window_.east) + ", " + numberText(window_.north) +
+                 "; graticule every " + numberText(meridianStep_) + " by " +
+                 numberText(parallelStep_) + " degrees");
+}
+
+void Map::trace(const Patch &patch, const Line &globe, std::vector<Line> &visible) {
+  std::vector<Line> images;
+  for (const Line &part : patch.parts(patch.sampled(globe, fine_)))
+    tracer_->line(patch, part, images);
+  for (const Line &image : images) clipLine(image, window_, visible);
+}
+
+std::vector<Line> Map::edges() {
+  std::vector<Line> rings;
+  for (const Patch &patch : patches_) {
+    Line ring = tracer_->ring(patch, patch.ring());
+    if (ring.empty()) console_.warn("the edge of the map is torn: the sea is not filled");
+    else rings.push_back(std::move(ring));
+  }
+  return rings;
+}
+
+std::vector<Line> Map::outline() {
+  std::vector<Line> images, visible;
+  for (const Patch &patch : patches_) {
+    for (const Line &edge : patch.outline()) tracer_->edge(patch, edge, images);
+  }
+  for (const Line &image : images) clipLine(image, window_, visible);
+  return visible;
+}
+
+/// The meridians and parallels that come into a range of longitudes and latitudes.
+std::vector<Line> Map::graticuleLines(const Box &range) const {
+  constexpr double kHair = 1e-9;  // steps: multiples of one may miss the range's end by rounding
+  // Lines of a kind: so many leave 2 pixels between them, were they spread over the page; an image
+  // of more takes seconds.
+  constexpr double kMostLines = 750;
+  const double most = std::min(kMostLines, options_.width / 2.0);
+  const auto multiples = [&](double from, double to, double step, const auto &add) {
+    const double first = std::ceil(from / step - kHair), last = std::floor(to / step + kHair);
+    if (last - first > most)
+      throw Stop(kUsage, "--graticule " + numberText(step) +
+                             ": its lines are too many for a width of " +
+                             std::to_string(options_.width) + " pixels");
+    for (double i = first; i <= last; ++i) add(i * step * kDegree);
   };
   std::vector<Line> lines;
-  const int east = reach(180), north = reach(90);
-  for (int i = -east; i <= east; ++i) {
-    const double lon = i * step;
-    if (lon <= -180 + 1e-9) continue;  // drawn as 180
-    lines.push_back(densified({{lon * kDegree, -kPi / 2}, {lon * kDegree, kPi / 2}}, fine, fine));
+  const auto meridian = [&](double lon) {
+    if (lon > -kPi + kHair) lines.push_back({{lon, -kPi / 2}, {lon, kPi / 2}});  // else it is 180
+  };
+  const auto parallel = [&](double lat) {
+    if (std::fabs(lat) < kPi / 2 - kHair) lines.push_back({{-kPi, lat}, {kPi, lat}});
+  };
+  const double west = range.west / kDegree, east = range.east / kDegree;
+  if (east - west >= 360) {
+    multiples(-180, 180, meridianStep_, meridian);
+  } else {
+    for (const double turn : {-360.0, 0.0, 360.0}) {
+      multiples(std::max(-180.0, west + turn), std::min(180.0, east + turn), meridianStep_,
+                meridian);
+    }
   }
-  for (int i = -north; i <= north; ++i) {
-    const double lat = i * step * kDegree;
-    if (std::fabs(lat) < kPi / 2 - 1e-9)
-      lines.push_back(densified({{-kPi, lat}, {kPi, lat}}, fine, fine));
-  }
+  multiples(range.south / kDegree, range.north / kDegree, parallelStep_, parallel);
   return lines;
 }
 
-Map mapOf(const Options &options, const System &system, Oint_Toolkit *toolkit,
-          const Console &console) {
-  constexpr double kCoarsest = 1 * kDegree;  // between points of a line on the globe
-  constexpr double kTolerance = 0.05;        // of a pixel
-  const Sheet sheet(toolkit, system.record.get());
-  const std::vector<Patch> patches = domainOf(toolkit, *system.record, sheet);
-  Map map;
-  map.window = windowOf(patches, sheet);
-  double extent = 0;
-  for (const Patch &patch : patches) extent = std::max(extent, patch.extent());
-  const double fine = std::min(kCoarsest, extent * kDegree / 60);
-  const double pixel = std::max(map.window.width(), map.window.height()) / options.width;
-  const Tracer tracer(sheet, map.window, kTolerance * pixel, fine);
-
-  const auto drawn = [&](const Line &globe, std::vector<Line> &images) {
-    for (const Patch &patch : patches) {
-      for (const Line &part : patch.parts(globe)) tracer.line(patch, part, images);
-    }
-  };
-  for (const Patch &patch : patches) {
-    Line ring = tracer.ring(patch, patch.ring());
-    if (ring.empty()) console.warn("the edge of the map is torn: the sea is not filled");
-    else map.sea.push_back(std::move(ring));
-    for (const Line &edge : patch.outline()) tracer.edge(patch, edge, map.outline);
+std::vector<Line> Map::graticule() {
+  std::vector<Line> visible;
+  for (const Patch &patch : patches_) {
+    for (const Line &line : graticuleLines(patch.reach().range())) trace(patch, line, visible);
   }
-  const double step = options.graticule.value_or(graticuleFor(extent));
-  for (const Line &line : graticuleLines(step, fine)) drawn(line, map.graticule);
-  if (!options.noCoast) {
-    const std::string file = referenceFile("coastline.txt");
-    console.detail("coastlines from " + file);
-    const Coast coast = readCoast(file);
-    for (const Line &line : coast.lines) drawn(densified(line, fine, fine), map.coast);
-    for (const Line &line : coast.rings) {
-      const Line shore = densified(line, fine, fine);
-      drawn(shore, map.coast);
-      for (const Patch &patch : patches) {
-        for (const Line &area : patch.areas(shore)) {
-          Line ring = tracer.ring(patch, area);
-          if (ring.empty()) console.warn("the sheet tears a coastline: its land is not filled");
-          else map.land.push_back(std::move(ring));
-        }
+  return visible;
+}
+
+Coast Map::coastlines() const {
+  constexpr double kSmallScale = 0.2;  // degrees in a pixel
+  if (options_.noCoast) return {};
+  const std::string file = referenceFile(
+      span_ / options_.width > kSmallScale ? "coastline-110m.txt" : "coastline-50m.txt");
+  console_.detail("coastlines from " + file);
+  return readCoast(file);
+}
+
+std::vector<Line> Map::coast(const std::vector<Line> &shores) {
+  std::vector<Line> visible;
+  for (const Patch &patch : patches_) {
+    for (const Line &shore : shores) trace(patch, shore, visible);
+  }
+  return visible;
+}
+
+std::vector<Line> Map::land(const std::vector<Line> &shores) {
+  std::vector<Line> rings;
+  for (const Patch &patch : patches_) {
+    for (const Line &shore : shores) {
+      for (const Line &area : patch.areas(patch.sampled(shore, fine_))) {
+        const Line ring = tracer_->ring(patch, area);
+        if (ring.empty()) console_.warn("the sheet tears a coastline: its land is not filled");
+        else rings.push_back(clipRing(ring, window_));
       }
     }
   }
-  console.detail("sheet from " + numberText(map.window.west) + ", " + numberText(map.window.south) +
-                 " to " + numberText(map.window.east) + ", " + numberText(map.window.north) +
-                 "; graticule every " + numberText(step) + " degrees");
-  return map;
+  return rings;
 }
 
 // --- what stands above it ---
@@ -176,7 +273,8 @@ std::string plainNumber(double value) {
 }
 
 /// The answers to the questions that apply, but for distances of 0.
-void describeSlots(const Oprj_QueryEntry *list, const Oprj_DblArray &slots, std::string &text) {
+void describeSlots(const Oprj_QueryEntry *list, const Oprj_DblArray &slots,
+                   std::vector<std::string> &answers) {
   for (const Oprj_QueryEntry *entry = list; entry; entry = entry->next) {
     const double value =
         entry->index >= 0 && entry->index < slots.count ? slots.data[entry->index] : 0;
@@ -185,19 +283,19 @@ void describeSlots(const Oprj_QueryEntry *list, const Oprj_DblArray &slots, std:
       case OPRJ_QUERY_CONDITION:
         for (const Oprj_CondQueryEntry *way = entry->conditionalList; way; way = way->next) {
           if (way->value != value) continue;
-          if (!way->queryEntryList) text += " · " + prompt + " " + way->label;
-          describeSlots(way->queryEntryList, slots, text);
+          if (!way->queryEntryList) answers.push_back(prompt + " " + way->label);
+          describeSlots(way->queryEntryList, slots, answers);
         }
         break;
       case OPRJ_QUERY_ANGLE:
-        text += " · " + prompt + " " + plainNumber(value / kDegree) + "°";
+        answers.push_back(prompt + " " + plainNumber(value / kDegree) + "°");
         break;
       case OPRJ_QUERY_DISTANCE:
-        if (value != 0) text += " · " + prompt + " " + plainNumber(value) + " m";
+        if (value != 0) answers.push_back(prompt + " " + plainNumber(value) + " m");
         break;
       case OPRJ_QUERY_NUMBER:
       case OPRJ_QUERY_INTEGER:
-        if (!prompt.starts_with("Reserved")) text += " · " + prompt + " " + plainNumber(value);
+        if (!prompt.starts_with("Reserved")) answers.push_back(prompt + " " + plainNumber(value));
         break;
       default:
         break;
@@ -205,17 +303,48 @@ void describeSlots(const Oprj_QueryEntry *list, const Oprj_DblArray &slots, std:
   }
 }
 
-std::string parametersOf(const System &system, Oint_Toolkit *toolkit) {
+std::vector<std::string> parametersOf(const System &system, Oint_Toolkit *toolkit) {
   const Oprj_Spheroid &spheroid = system.spheroid();
   const std::string known = spheroid.sphereName.data ? spheroid.sphereName.data : "Unknown";
-  std::string text = system.name() + (" (" + std::to_string(system.record->proNumber) + ")");
-  if (known != "Unknown") text += " · spheroid " + known;
-  else text += " · a " + plainNumber(spheroid.a) + " m · b " + plainNumber(spheroid.b) + " m";
-  text += std::string(" · datum ") + system.datumName();
+  std::vector<std::string> answers{system.name() +
+                                   (" (" + std::to_string(system.record->proNumber) + ")")};
+  if (known != "Unknown") {
+    answers.push_back("spheroid " + known);
+  } else {
+    answers.push_back("a " + plainNumber(spheroid.a) + " m");
+    answers.push_back("b " + plainNumber(spheroid.b) + " m");
+  }
+  if (const std::string datum = system.datumName(); datum != "Undefined")
+    answers.push_back("datum " + datum);
   Slot err;
   if (const Oprj_Query *query = oprj_QueryByExample(toolkit, system.record.get(), err.get()))
-    describeSlots(query->proParamsQuerylist, system.record->proParams, text);
-  return text;
+    describeSlots(query->proParamsQuerylist, system.record->proParams, answers);
+  return answers;
+}
+
+/// The system's description; of a State Plane zone, which has only a number there, its name too.
+std::string titleOf(const System &system, Oint_Toolkit *toolkit) {
+  constexpr int32_t kStatePlane = 2;
+  const Oprj_ProParameters &record = *system.record;
+  if (record.proNumber == kStatePlane) {
+    const int32_t nad = record.proParams.data[0] == 1 ? 1 : 2;
+    for (const auto *zone = referenceData(toolkit).statePlaneTable; zone; zone = zone->next) {
+      if (zone->nadCode == nad &&
+          (zone->zoneNumber == record.proZone || zone->fipsCode == record.proZone))
+        return std::string("State Plane, ") + zone->stateName + " " + zone->zoneName + " (" +
+               std::to_string(zone->zoneNumber) + ")";
+    }
+  }
+  Slot err;
+  const OwnedText description(oprj_ProjectionDescribe(toolkit, &record, err.get()));
+  if (!description) throw Stop(kUnusable, err.text());
+  return description.get();
+}
+
+/// The words of a text.
+std::vector<std::string> wordsOf(const std::string &text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
 }
 
 // --- the picture ---
@@ -227,12 +356,13 @@ constexpr Colour kSea{0xE9F1F7}, kLand{0xF4F0E6}, kGraticule{0x9EB2C4}, kCoast{0
 struct Layout {
   static constexpr double kTitleLeading = 1.3, kTextLeading = 1.4;  // of the size
 
-  explicit Layout(int width, const Box &window, const std::string &title, const std::string &text)
+  explicit Layout(int width, const Box &window, const std::string &title,
+                  const std::vector<std::string> &text)
       : margin(width * 0.035), titleSize(width * 0.03), textSize(width * 0.0165) {
     const auto measure = makePage(true, width, width);
     const double wide = width - 2 * margin;
-    titleLines = measure->wrapped(title, titleSize, true, wide);
-    textLines = measure->wrapped(text, textSize, false, wide);
+    titleLines = measure->wrapped(wordsOf(title), " ", titleSize, true, wide);
+    textLines = measure->wrapped(text, " · ", textSize, false, wide);
     top = margin + kTitleLeading * titleSize * static_cast<double>(titleLines.size()) +
           kTextLeading * textSize * static_cast<double>(textLines.size()) + 0.5 * margin;
     constexpr double kTallest = 1.25;  // of the width
@@ -246,8 +376,8 @@ struct Layout {
   int height = 0;
 };
 
-std::string pictureOf(const Map &map, const Layout &layout, int width, bool svg) {
-  const Box &window = map.window;
+std::string pictureOf(Map &map, const Layout &layout, int width, bool svg) {
+  const Box &window = map.window();
   const auto onPage = [&](std::vector<Line> lines) {
     for (Line &line : lines) {
       for (Oprj_Point &p : line)
@@ -256,25 +386,20 @@ std::string pictureOf(const Map &map, const Layout &layout, int width, bool svg)
     }
     return lines;
   };
-  const auto cutLines = [&](const std::vector<Line> &lines) {
-    std::vector<Line> parts;
-    for (const Line &line : lines) clipLine(line, window, parts);
-    return onPage(std::move(parts));
-  };
-  const auto cutRings = [&](const std::vector<Line> &rings) {
-    std::vector<Line> parts;
-    for (const Line &ring : rings) parts.push_back(clipRing(ring, window));
-    return onPage(std::move(parts));
-  };
-
   const auto page = makePage(svg, width, layout.height);
   const double pen = std::max(0.5, width / 1000.0);
-  page->fill(cutRings(map.sea), kSea);
-  page->fill(cutRings(map.land), kLand);
-  page->stroke(cutLines(map.graticule), kGraticule, 0.6 * pen);
-  page->stroke(cutLines(map.coast), kCoast, 0.7 * pen);
-  page->stroke(cutLines(map.outline), kOutline, 1.2 * pen);
-  page->stroke(onPage(borderInside(window, map.sea)), kOutline, 1.2 * pen);
+  const std::vector<Line> edges = map.edges();
+  std::vector<Line> sea;
+  for (const Line &edge : edges) sea.push_back(clipRing(edge, window));
+  page->fill(onPage(std::move(sea)), kSea);
+  const Coast coast = map.coastlines();
+  page->fill(onPage(map.land(coast.rings)), kLand);
+  page->stroke(onPage(map.graticule()), kGraticule, 0.6 * pen);
+  std::vector<Line> shores = map.coast(coast.rings);
+  for (Line &open : map.coast(coast.lines)) shores.push_back(std::move(open));
+  page->stroke(onPage(std::move(shores)), kCoast, 0.7 * pen);
+  page->stroke(onPage(map.outline()), kOutline, 1.2 * pen);
+  page->stroke(onPage(borderInside(window, edges)), kOutline, 1.2 * pen);
 
   double y = layout.margin;
   const auto write = [&](const std::vector<std::string> &lines, double size, double leading,
@@ -311,15 +436,14 @@ Status run(const Options &options, const Console &console) {
     throw Stop(kUsage, "--graticule: not a number");
   Oint_Toolkit *toolkit = startLibrary(console);
   const System system = readSystem(toolkit, options.system, console);
-  const Map map = mapOf(options, system, toolkit, console);
-  Slot err;
-  const OwnedText description(oprj_ProjectionDescribe(toolkit, system.record.get(), err.get()));
-  if (!description) throw Stop(kUnusable, err.text());
-  const Layout layout(options.width, map.window, options.title.value_or(description.get()),
+  Map map(options, system, toolkit, console);
+  const Layout layout(options.width, map.window(),
+                      options.title ? *options.title : titleOf(system, toolkit),
                       parametersOf(system, toolkit));
-  if (layout.height > Page::kMostHeight)
-    throw Stop(kUsage,
-               "--width " + std::to_string(options.width) + ": the picture would be too high");
+  if (layout.height > Page::kMostHeight ||
+      (!svg && int64_t{layout.height} * options.width > Page::kMostPixels))
+    throw Stop(kUsage, "--width " + std::to_string(options.width) + ": the picture would be too " +
+                           (svg ? "high" : "large (an SVG can be larger)"));
   console.detail("map at " + numberText(layout.left, 3) + ", " + numberText(layout.top, 3) +
                  " on the page; pixels in a unit of the sheet: " + numberText(layout.scale));
   writeFile(options.output, pictureOf(map, layout, options.width, svg));

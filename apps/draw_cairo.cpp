@@ -30,7 +30,8 @@ class CairoPage final : public Page {
   void fill(const std::vector<Line> &rings, Colour ink) override;
   void stroke(const std::vector<Line> &lines, Colour ink, double width) override;
   void text(const std::string &text, Oprj_Point at, double size, bool bold, Colour ink) override;
-  std::vector<std::string> wrapped(const std::string &text, double size, bool bold,
+  std::vector<std::string> wrapped(const std::vector<std::string> &pieces,
+                                   const std::string &separator, double size, bool bold,
                                    double width) override;
   std::string finish() override;
 
@@ -41,6 +42,7 @@ class CairoPage final : public Page {
   };
   void colour(Colour ink);
   void font(double size, bool bold);
+  double widthOf(const std::string &text);
   void path(const Line &line);
 
   bool svg_;
@@ -75,9 +77,18 @@ void CairoPage::fill(const std::vector<Line> &rings, Colour ink) {
 }
 
 void CairoPage::stroke(const std::vector<Line> &lines, Colour ink, double width) {
-  for (const Line &line : lines) path(line);
+  // An image's stroke is held as a whole, as an area with its outline: many lines take several.
+  constexpr size_t kMostPoints = 5'000;
   colour(ink);
   cairo_set_line_width(cairo_.get(), width);
+  size_t points = 0;
+  for (const Line &line : lines) {
+    path(line);
+    points += line.size();
+    if (svg_ || points < kMostPoints) continue;
+    cairo_stroke(cairo_.get());
+    points = 0;
+  }
   cairo_stroke(cairo_.get());
 }
 
@@ -88,27 +99,40 @@ void CairoPage::text(const std::string &text, Oprj_Point at, double size, bool b
   cairo_show_text(cairo_.get(), text.c_str());
 }
 
-std::vector<std::string> CairoPage::wrapped(const std::string &text, double size, bool bold,
+double CairoPage::widthOf(const std::string &text) {
+  cairo_text_extents_t extents;
+  cairo_text_extents(cairo_.get(), text.c_str(), &extents);
+  check(cairo_status(cairo_.get()));
+  return extents.x_advance;
+}
+
+std::vector<std::string> CairoPage::wrapped(const std::vector<std::string> &pieces,
+                                            const std::string &separator, double size, bool bold,
                                             double width) {
   font(size, bold);
-  std::vector<std::string> lines;
-  std::string line;
-  for (size_t at = 0; at < text.size();) {
-    const size_t blank = std::min(text.find(' ', at), text.size());
-    const std::string word = text.substr(at, blank - at);
-    at = blank + 1;
-    const std::string longer = line.empty() ? word : line + " " + word;
-    cairo_text_extents_t extents;
-    cairo_text_extents(cairo_.get(), longer.c_str(), &extents);
-    check(cairo_status(cairo_.get()));
-    if (extents.x_advance > width && !line.empty()) {
-      lines.push_back(std::move(line));
-      line = word;
+  const auto filled = [&](double most) {
+    std::vector<std::string> lines;
+    for (const std::string &piece : pieces) {
+      if (!lines.empty() && widthOf(lines.back() + separator + piece) <= most)
+        lines.back() += separator + piece;
+      else lines.push_back(piece);
+    }
+    return lines;
+  };
+  std::vector<std::string> lines = filled(width);
+  if (lines.size() < 2) return lines;
+  constexpr int kTries = 8;  // halvings between widths that need more lines and that do not
+  double tooNarrow = width / 4;
+  for (int i = 0; i < kTries; ++i) {
+    const double middle = (tooNarrow + width) / 2;
+    std::vector<std::string> narrower = filled(middle);
+    if (narrower.size() > lines.size()) {
+      tooNarrow = middle;
     } else {
-      line = longer;
+      width = middle;
+      lines = std::move(narrower);
     }
   }
-  if (!line.empty()) lines.push_back(std::move(line));
   return lines;
 }
 

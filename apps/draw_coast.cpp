@@ -68,7 +68,7 @@ void join(std::vector<Line> &pieces) {
   for (size_t i = 0; i < pieces.size(); ++i) {
     while (true) {
       size_t nearest = i;
-      double width = kJoint;
+      double width = std::min(kJoint, gap(pieces[i].back(), pieces[i].front()));
       for (size_t j = i + 1; j < pieces.size(); ++j) {
         if (gap(pieces[i].back(), pieces[j].front()) < width) {
           nearest = j;

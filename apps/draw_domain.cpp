@@ -34,12 +34,12 @@ constexpr Rule kWorld{-1, Shape::kBand, 180};
 
 constexpr Rule kRules[] = {
     {0, Shape::kBand, 180, -90, 90, -1, -1},
-    {1, Shape::kUTM, 15},
+    {1, Shape::kUTM, 3},
     {2, Shape::kStatePlane, 4},
     {4, Shape::kCone, 75, 0, 0, 4, 2},
     {5, Shape::kBand, 180, -80, 80},
     {6, Shape::kPole, 90},
-    {9, Shape::kBand, 20, -85, 85},
+    {9, Shape::kBand, 40, -85, 85},
     {10, Shape::kCap, 110},
     {11, Shape::kCap, 180},
     {12, Shape::kCap, 180},
@@ -54,7 +54,7 @@ constexpr Rule kRules[] = {
     {26, Shape::kCap, 30, 0, 0, -1, -1, -152, 64},
     {27, Shape::kLobes, 0},
     {29, Shape::kLobes, 0},
-    {33, Shape::kCap, 180},
+    {33, Shape::kCap, 100},
     {53, Shape::kCap, 90},
     {67, Shape::kCone, 75, 0, 0, 3, 2},
     {68, Shape::kBand, 180, -85.0511, 85.0511},  // the square that web maps cut it to

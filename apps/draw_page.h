@@ -18,7 +18,8 @@ enum class Colour : uint32_t {};
 /// the page is finished.
 class Page {
  public:
-  static constexpr int kMostHeight = 32767;  ///< of a cairo image
+  static constexpr int kMostHeight = 32767;           ///< of a cairo image
+  static constexpr int64_t kMostPixels = 25'000'000;  ///< of a PNG: they take 100 MB
 
   virtual ~Page() = default;
   /// Rings of one area (even-odd).
@@ -26,8 +27,10 @@ class Page {
   virtual void stroke(const std::vector<Line> &lines, Colour ink, double width) = 0;
   /// From the left end of its base line.
   virtual void text(const std::string &text, Oprj_Point at, double size, bool bold, Colour ink) = 0;
-  /// The text in lines no wider than `width` where blanks allow it.
-  virtual std::vector<std::string> wrapped(const std::string &text, double size, bool bold,
+  /// The pieces in as few lines as are no wider than `width`, with the separator between those of
+  /// a line; the lines are about as long as each other, so that none is left with a single word.
+  virtual std::vector<std::string> wrapped(const std::vector<std::string> &pieces,
+                                           const std::string &separator, double size, bool bold,
                                            double width) = 0;
   /// The file.
   virtual std::string finish() = 0;

@@ -12,8 +12,36 @@ constexpr double kInset = 1e-9;
 /// Steps in which stops are looked for from the middle of a patch to its edge, and halvings of the
 /// step that the first one is found in.
 constexpr int kWalk = 90, kHalvings = 40;
+/// The longest step of a line (rad), and of one outside a reach in parts of the way to it.
+constexpr double kLongest = 1 * kDegree, kNearing = 0.25;
+
+Vector vectorOf(Oprj_Point p) {
+  return {std::cos(p.y) * std::cos(p.x), std::cos(p.y) * std::sin(p.x), std::sin(p.y)};
+}
+
+Oprj_Point angles(Vector v) {
+  return {std::atan2(v.y, v.x), std::atan2(v.z, std::hypot(v.x, v.y))};
+}
+
+/// Angle between two points of the globe; exact where it is small.
+double arc(Oprj_Point a, Oprj_Point b) {
+  const Vector p = vectorOf(a), q = vectorOf(b);
+  return 2 * std::asin(std::min(1.0, std::hypot(p.x - q.x, p.y - q.y, p.z - q.z) / 2));
+}
 
 }  // namespace
+
+double Reach::distance(Oprj_Point globe) const {
+  return std::max(0.0, arc(centre, globe) - radius);
+}
+
+Box Reach::range() const {
+  const double south = centre.y - radius, north = centre.y + radius;
+  if (south <= -kHalfPi || north >= kHalfPi)
+    return {centre.x - kPi, std::max(south, -kHalfPi), centre.x + kPi, std::min(north, kHalfPi)};
+  const double wide = std::asin(std::sin(radius) / std::cos(centre.y));
+  return {centre.x - wide, south, centre.x + wide, north};
+}
 
 Sheet::Sheet(Oint_Toolkit *toolkit, const Oprj_ProParameters *record) {
   Slot err;
@@ -69,14 +97,6 @@ Frame Frame::turned(Oprj_Point pole, Oprj_Point origin) {
   frame.axes_[1] = {z.y * x.z - z.z * x.y, z.z * x.x - z.x * x.z, z.x * x.y - z.y * x.x};
   frame.axes_[2] = z;
   return frame;
-}
-
-Frame::Vector Frame::vectorOf(Oprj_Point p) {
-  return {std::cos(p.y) * std::cos(p.x), std::cos(p.y) * std::sin(p.x), std::sin(p.y)};
-}
-
-Oprj_Point Frame::angles(Vector v) {
-  return {std::atan2(v.y, v.x), std::atan2(v.z, std::hypot(v.x, v.y))};
 }
 
 Oprj_Point Frame::toGlobe(Oprj_Point uv) const {
@@ -177,12 +197,42 @@ void Patch::settle(const Sheet &sheet) {
     south_[column] = walk(middle_[column], south_[column]);
     if (!round_) north_[column] = walk(middle_[column], north_[column]);
   }
+  reach_ = reachNow();
 }
 
-double Patch::extent() const {
+Reach Patch::reachNow() const {
+  constexpr int kSteps = 24;        // samples across
+  constexpr double kBetween = 1.1;  // of the farthest sample, for what lies between
+  std::vector<Oprj_Point> samples;
+  Vector sum{};
+  for (int i = 0; i <= kSteps; ++i) {
+    for (int j = 0; j <= kSteps; ++j) {
+      const Oprj_Point globe =
+          place({range_.west + range_.width() * i / kSteps, static_cast<double>(j) / kSteps});
+      const Vector v = vectorOf(samples.emplace_back(globe));
+      sum = {sum.x + v.x, sum.y + v.y, sum.z + v.z};
+    }
+  }
+  Reach reach{angles(sum), 0};
+  for (const Oprj_Point globe : samples)
+    reach.radius = std::max(reach.radius, kBetween * arc(reach.centre, globe));
+  reach.radius = std::min(reach.radius, kPi);
+  return reach;
+}
+
+double Patch::height() const {
   const double high = *std::max_element(north_.begin(), north_.end()) -
                       *std::min_element(south_.begin(), south_.end());
-  return (round_ ? 2 * high : std::min(range_.width(), high)) / kDegree;
+  return (round_ ? 2 * high : high) / kDegree;
+}
+
+double Patch::width() const { return round_ ? height() : range_.width() / kDegree; }
+
+double Patch::extent() const { return std::min(width(), height()); }
+
+double Patch::middlingExtent() const {
+  constexpr double kLeast = 1.0 / 8;  // of the greater: a graticule for it has not too many lines
+  return std::max(std::sqrt(width() * height()), kLeast * std::max(width(), height()));
 }
 
 Oprj_Point Patch::uvOf(Oprj_Point grid) const {
@@ -208,12 +258,31 @@ Oprj_Point Patch::middle(Oprj_Point a, Oprj_Point b) const {
   return {uv.x, (uv.y - south) / (north - south)};
 }
 
+Line Patch::sampled(const Line &globe, double step) const {
+  Line result;
+  const auto go = [&](const auto &self, Oprj_Point a, Oprj_Point b) -> void {
+    const Oprj_Point middle = between(a, b, 0.5);
+    const double longest = std::max(step, kNearing * reach_.distance(middle));
+    if (std::max(std::fabs(b.x - a.x), std::fabs(b.y - a.y)) <= std::min(longest, kLongest)) {
+      result.push_back(b);
+    } else {
+      self(self, a, middle);
+      self(self, middle, b);
+    }
+  };
+  if (!globe.empty()) result.push_back(globe.front());
+  for (size_t i = 1; i < globe.size(); ++i) go(go, globe[i - 1], globe[i]);
+  return result;
+}
+
 Line Patch::stepped(const Line &grid, double step) const {
   Line result;
   for (size_t i = 0; i < grid.size(); ++i) {
     if (i > 0 && onEdge(grid[i - 1], grid[i])) {
-      // On the grid 1 is the whole height.
-      const Line edge = densified({grid[i - 1], grid[i]}, step, step / (extent() * kDegree));
+      // On the grid 1 is the whole height, and u of a cap counts around its pole.
+      const double height = step / (extent() * kDegree);
+      const double wide = round_ ? std::min(2 * height, kLongest) : step;
+      const Line edge = densified({grid[i - 1], grid[i]}, wide, height);
       result.insert(result.end(), edge.begin() + 1, edge.end());
     } else {
       result.push_back(grid[i]);

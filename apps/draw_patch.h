@@ -25,6 +25,11 @@ class Sheet {
   OwnedHandle handle_;
 };
 
+/// A direction from the centre of the globe, of length 1.
+struct Vector {
+  double x, y, z;
+};
+
 /// A net of longitudes u and latitudes v on the globe: the usual one counted from a central
 /// meridian, or one turned so that its pole or its equator lies where a map needs it.
 class Frame {
@@ -41,16 +46,22 @@ class Frame {
   Oprj_Point halfway(Oprj_Point a, Oprj_Point b) const;
 
  private:
-  struct Vector {
-    double x, y, z;
-  };
-  static Vector vectorOf(Oprj_Point lonLat);
-  static Oprj_Point angles(Vector v);
   static Frame turned(Oprj_Point pole, Oprj_Point origin);
 
   bool upright_ = true;
   double centralMeridian_ = 0;
   Vector axes_[3] = {};  // of a turned frame: where u = v = 0, east of it, its pole
+};
+
+/// A circle around a piece of the globe, roughly (radians).
+struct Reach {
+  Oprj_Point centre{0, 0};
+  double radius = kPi;
+
+  /// From the circle to a point outside of it, else 0.
+  double distance(Oprj_Point globe) const;
+  /// The longitudes, around that of the centre, and latitudes that it covers.
+  Box range() const;
 };
 
 /// A piece of the globe: u within a range (or all around the frame's north pole), v between a lower
@@ -75,17 +86,22 @@ class Patch {
   /// Beside an axis given by the sheet: between its images `axis`, `halfWidth` to either side.
   static Patch swath(Frame frame, const Line &axis, double halfWidth);
 
-  /// Pulls the edges in to where the projection stops.
+  /// Pulls the edges in to where the projection stops, and finds its reach.
   void settle(const Sheet &sheet);
+  const Reach &reach() const { return reach_; }
   /// The corners on its own grid.
   Box bounds() const { return {range_.west, 0, range_.east, 1}; }
   /// How much of the globe lies around a point of the grid, in comparison.
   double weight(Oprj_Point grid) const;
-  /// Degrees of arc that it is wide and high, roughly.
+  /// Degrees of arc that it is wide or high, roughly: the lesser of the two, and their mean.
   double extent() const;
+  double middlingExtent() const;
 
   Oprj_Point place(Oprj_Point grid) const;
   Oprj_Point middle(Oprj_Point a, Oprj_Point b) const;
+  /// A line on the globe with points added: no step within its reach is longer than `step`; farther
+  /// away they grow with the distance, so that the cost is that of what is shown.
+  Line sampled(const Line &globe, double step) const;
   /// The line with points added along edges: everywhere else points are as near each other as on
   /// the globe.
   Line stepped(const Line &grid, double step) const;
@@ -104,6 +120,9 @@ class Patch {
   static constexpr size_t kColumns = 720;
 
   Patch(Frame frame, Box range, bool round, unsigned outline);
+  Reach reachNow() const;
+  double width() const;
+  double height() const;
   double columnU(size_t column) const;
   /// The edges at u, between the columns.
   double at(const std::vector<double> &edge, double u) const;
@@ -118,6 +137,7 @@ class Patch {
   Box range_;
   bool round_;
   unsigned outline_;
+  Reach reach_;                                 // the whole globe before it is settled
   std::vector<double> south_, north_, middle_;  // v by column
 };
 

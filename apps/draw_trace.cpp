@@ -11,6 +11,10 @@ constexpr int kDeepest = 30;
 /// Outside the window lines only have to be where they are by this part of their length.
 constexpr double kCoarse = 0.05;
 
+/// Points that the lines of a map may take, and the points that one costs at which the projection
+/// stops, for its report. Maps of a page's width take up to some 200,000.
+constexpr int64_t kMostEffort = 3'000'000, kStopEffort = 8;
+
 /// How far inside an edge is looked for where it stops: parts of the patch's height.
 constexpr double kLeastWay = 1e-9, kMostWay = 0.03;
 
@@ -21,12 +25,20 @@ void Tracer::Drawing::finish() {
   piece.clear();
 }
 
-Tracer::Seen Tracer::see(const Drawing &drawing, Oprj_Point grid) const {
-  Seen seen{grid, sheet_.project(drawing.patch.place(grid))};
+std::optional<Oprj_Point> Tracer::project(const Drawing &drawing, Oprj_Point grid) {
+  const auto image = sheet_.project(drawing.patch.place(grid));
+  effort_ += image ? 1 : kStopEffort;
+  if (effort_ > kMostEffort)
+    throw Stop(kUnusable, "the map is too intricate to draw: its lines bend or tear without end");
+  return image;
+}
+
+Tracer::Seen Tracer::see(const Drawing &drawing, Oprj_Point grid) {
+  Seen seen{grid, project(drawing, grid)};
   if (!drawing.keepInside) return seen;
   const double inward = grid.y < 0.5 ? 1 : -1;
   for (double way = kLeastWay; !seen.image && way < kMostWay; way *= 2)
-    seen.image = sheet_.project(drawing.patch.place({grid.x, grid.y + inward * way}));
+    seen.image = project(drawing, {grid.x, grid.y + inward * way});
   return seen;
 }
 
@@ -38,7 +50,7 @@ bool Tracer::straight(const Seen &a, const Seen &middle, const Seen &b) const {
   return distance(*middle.image, chord) <= allowed;
 }
 
-void Tracer::go(Drawing &drawing, const Seen &a, const Seen &b, int depth) const {
+void Tracer::go(Drawing &drawing, const Seen &a, const Seen &b, int depth) {
   if (!a.image && !b.image) return;
   const bool close = a.image && b.image && distance(*a.image, *b.image) <= tolerance_;
   if (!close && depth < kDeepest) {
@@ -56,7 +68,7 @@ void Tracer::go(Drawing &drawing, const Seen &a, const Seen &b, int depth) const
   if (b.image) drawing.piece.push_back(*b.image);
 }
 
-void Tracer::trace(Drawing &drawing, const Line &grid) const {
+void Tracer::trace(Drawing &drawing, const Line &grid) {
   std::optional<Seen> before;
   for (const Oprj_Point p : drawing.patch.stepped(grid, step_)) {
     Seen now = see(drawing, p);
@@ -68,17 +80,17 @@ void Tracer::trace(Drawing &drawing, const Line &grid) const {
   drawing.finish();
 }
 
-void Tracer::line(const Patch &patch, const Line &grid, std::vector<Line> &images) const {
+void Tracer::line(const Patch &patch, const Line &grid, std::vector<Line> &images) {
   Drawing drawing{patch, images, false};
   trace(drawing, grid);
 }
 
-void Tracer::edge(const Patch &patch, const Line &grid, std::vector<Line> &images) const {
+void Tracer::edge(const Patch &patch, const Line &grid, std::vector<Line> &images) {
   Drawing drawing{patch, images, true};
   trace(drawing, grid);
 }
 
-Line Tracer::ring(const Patch &patch, const Line &grid) const {
+Line Tracer::ring(const Patch &patch, const Line &grid) {
   std::vector<Line> images;
   Drawing drawing{patch, images, true};
   trace(drawing, grid);

@@ -9,6 +9,7 @@ the exit status is 1 when anything is wrong.  A check that cannot run says why.
 """
 
 import csv
+import itertools
 import json
 import math
 import re
@@ -525,35 +526,46 @@ def check_zones():
         expect(not left, "PROJ has more zones:", nad, sorted(left))
 
 
-# --- coastline.txt ----------------------------------------------------------------------------
+# --- coastline-*.txt --------------------------------------------------------------------------
 
-def check_coastline():
-    words = re.sub(r"#[^\n]*", "", (DATA / "coastline.txt").read_text(encoding="ascii")).split()
+# Millions of the scale, decimals, bytes at most; then the segments that close polygons on a flat map and
+# are not drawn: across the antimeridian, along it, along the south edge.
+COASTS = ((110, 2, 100_000, (7, 3, 0)),
+          (50, 3, 1_000_000, (8, 8, 255)))
+
+
+def check_coastlines():
+    return "; ".join(check_coastline(*row) for row in COASTS)
+
+
+def check_coastline(millions, decimals, most_bytes, expected):
+    name = f"coastline-{millions}m.txt"
+    words = re.sub(r"#[^\n]*", "", (DATA / name).read_text(encoding="ascii")).split()
     words.reverse()
     lines = []
     while words:
         count = int(words.pop())
         lines.append([(float(words.pop()), float(words.pop())) for _ in range(count)])
-    expect((DATA / "coastline.txt").stat().st_size < 100_000, "coastline.txt is large")
-    expect(all(len(line) >= 2 for line in lines), "a coastline of one point")
+    expect((DATA / name).stat().st_size < most_bytes, name, "is large")
+    expect(all(len(line) >= 2 for line in lines), name, "a coastline of one point")
     drawn = {frozenset(ends) for line in lines for ends in zip(line, line[1:])}
 
-    # The source's segments, decoded on their own.  All are drawn but those that close polygons on a
-    # flat map: seven across the antimeridian, three along it.
-    topology = json.loads((HERE / "land-110m.json").read_text(encoding="ascii"))
+    # The source's segments, decoded on their own.
+    topology = json.loads((HERE / f"land-{millions}m.json").read_text(encoding="ascii"))
     (sx, sy), (tx, ty) = topology["transform"]["scale"], topology["transform"]["translate"]
     source = set()
     for arc in topology["arcs"]:
-        sums = [[sum(column) for column in zip(*arc[:end])] for end in range(1, len(arc) + 1)]
-        points = [(round(x * sx + tx, 2), round(y * sy + ty, 2)) for x, y in sums]
+        sums = zip(*(itertools.accumulate(column) for column in zip(*arc)))
+        points = [(round(x * sx + tx, decimals), round(y * sy + ty, decimals)) for x, y in sums]
         source.update(map(frozenset, zip(points, points[1:])))
     source = {segment for segment in source if len(segment) == 2}
-    expect(not drawn - source, "coastline.txt has lines of its own:", drawn - source)
+    expect(not drawn - source, name, "has lines of its own:", drawn - source)
     left_out = [sorted(segment) for segment in source - drawn]
     across = [ends for ends in left_out if ends[1][0] - ends[0][0] > 180]
     along = [ends for ends in left_out if ends[0][0] == ends[1][0] and abs(ends[0][0]) == 180]
-    expect((len(across), len(along), len(left_out)) == (7, 3, 10), "coastline.txt lacks lines:",
-           left_out)
+    edge = [ends for ends in left_out if ends not in across and max(ends[0][1], ends[1][1]) < -89.9]
+    expect((len(across), len(along), len(edge)) == expected and len(left_out) == sum(expected),
+           name, "lacks lines:", left_out)
     return f"{len(lines)} coastlines with {len(drawn)} segments, {len(left_out)} left out"
 
 
@@ -591,10 +603,10 @@ def main():
     check_spheroids()
     check_against_epsg()
     check_zones()
-    coast = check_coastline()
+    coasts = check_coastlines()
     check_places()
     check_reproducible()
-    print(f"{facts_checked} facts checked ({coast}), {findings} wrong")
+    print(f"{facts_checked} facts checked ({coasts}), {findings} wrong")
     return 1 if findings else 0
 
 

@@ -214,10 +214,10 @@ def zone_text():
     return text
 
 
-# --- coastline.txt ----------------------------------------------------------------------------
+# --- coastline-*.txt --------------------------------------------------------------------------
 
 COAST_HEADER = """
-Coastlines of the world, 1:110,000,000: Natural Earth 4.1.0, public domain.
+Coastlines of the world, 1:{},000,000: Natural Earth 4.1.0, public domain.
 
 A polyline is its number of points, then that many pairs of longitude and latitude in degrees
 (east and north positive).  White space separates; "#" starts a comment.
@@ -270,13 +270,13 @@ def coast_pieces(ring):
     return pieces
 
 
-def coast_text():
-    topology = json.loads((HERE / "land-110m.json").read_text(encoding="ascii"))
-    text = commented(COAST_HEADER)
+def coast_text(millions, decimals):
+    topology = json.loads((HERE / f"land-{millions}m.json").read_text(encoding="ascii"))
+    text = commented(COAST_HEADER.format(millions))
     for piece in (piece for ring in coast_rings(topology) for piece in coast_pieces(ring)):
         pairs = []
         for lon, lat in piece:
-            pair = " ".join(digits(round(value, 2) + 0.0) for value in (lon, lat))
+            pair = " ".join(digits(round(value, decimals) + 0.0) for value in (lon, lat))
             if not pairs or pair != pairs[-1]:
                 pairs.append(pair)
         if len(pairs) < 2:
@@ -296,7 +296,8 @@ FILES = {
     "spheroid.tab": spheroid_text,
     "spheroid_epsg.tab": epsg_text,
     "sptable.tab": zone_text,
-    "coastline.txt": coast_text,
+    "coastline-110m.txt": lambda: coast_text(110, 2),
+    "coastline-50m.txt": lambda: coast_text(50, 3),
 }
 
 
