@@ -33,7 +33,7 @@ systems='
 20|Oblique Mercator (Hotine); datum=WGS 84; k_0=0.9996; azimuth=53; lon_0=115; lat_0=4
 21|Space Oblique Mercator; spheroid=Clarke 1866; datum=NAD27; satellite=2; path=15
 22|Modified Transverse Mercator; datum=NAD27
-23|ESOM; datum=WGS 84; satellite=5; path=190
+23|ESOM; datum=WGS 84; satellite=5; path=27
 24|Robinson; spheroid=GRS 1980 Authalic Sphere; lon_0=0
 25|SOM (generic); datum=WGS 84; satellite=5; path=190
 26|Alaska Conformal; datum=NAD27
