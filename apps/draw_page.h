@@ -18,8 +18,9 @@ enum class Colour : uint32_t {};
 /// the page is finished.
 class Page {
  public:
-  static constexpr int kMostHeight = 32767;           ///< of a cairo image
-  static constexpr int64_t kMostPixels = 25'000'000;  ///< of a PNG: they take 100 MB
+  static constexpr int kMostHeight = 32767;  ///< of a cairo image
+  /// Of a PNG: 64 MB, and some seconds when they are full of lines.
+  static constexpr int64_t kMostPixels = 16'000'000;
 
   virtual ~Page() = default;
   /// Rings of one area (even-odd).
