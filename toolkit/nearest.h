@@ -39,6 +39,8 @@ inline bool isLetter(char c) {
   return (lowerAscii(c) >= 'a' && lowerAscii(c) <= 'z') || static_cast<unsigned char>(c) >= 0x80;
 }
 
+inline bool isLetterOrDigit(char c) { return isLetter(c) || isDigit(c); }
+
 /// A short text that is put together byte by byte.
 class Letters {
  public:
@@ -59,7 +61,7 @@ struct Squeezed {
   explicit Squeezed(std::string_view name) {
     for (size_t i = 0; i < name.size(); ++i) {
       const char c = name[i];
-      if (!isDigit(c) && !isLetter(c)) continue;
+      if (!isLetterOrDigit(c)) continue;
       all.add(lowerAscii(c));
       (isDigit(c) ? digits : letters).add(lowerAscii(c));
       const bool begins = isLetter(c) && (i == 0 || !isLetter(name[i - 1]));
@@ -117,35 +119,44 @@ inline bool sameYear(std::string_view first, std::string_view second) {
   return first == second || (first.size() >= 2 && second.ends_with(first));
 }
 
-/// "lcc" for Lambert Conformal Conic, "grs80" for GRS 1980, "ED50" (European Datum) for European
-/// 1950.
+/// "grs80" for GRS 1980.
+inline bool sameButForTheCentury(const Squeezed &query, const Squeezed &name) {
+  const std::string_view letters = query.letters;
+  return letters.size() >= 2 && letters == name.letters && sameYear(query.digits, name.digits);
+}
+
+/// "lcc" for Lambert Conformal Conic, "ED50" (European Datum) for European 1950.
 inline bool abbreviates(const Squeezed &query, const Squeezed &name) {
   const std::string_view letters = query.letters, initials = name.initials;
   if (!sameYear(query.digits, name.digits) || letters.size() < 2) return false;
-  const bool asInitials =
-      letters == initials || (letters.ends_with('d') && !std::string_view(query.digits).empty() &&
-                              letters.substr(0, letters.size() - 1) == initials);
-  return asInitials || letters == name.letters;
+  return letters == initials ||
+         (letters.ends_with('d') && !std::string_view(query.digits).empty() &&
+          letters.substr(0, letters.size() - 1) == initials);
 }
 
-/// Smaller is nearer; kFar: no suggestion. A typing error ranks before one in a name whose variant
-/// ("Tokyo (Mean)") was left out, that before an abbreviation, that before a name of which only a
-/// word was given.
+/// Smaller is nearer; kFar: no suggestion. Names that are equal but for what separates their words
+/// or for the variant that was left out ("Tokyo (Mean)") come first, then those of the same letters
+/// and year ("nad 1927"); then typing errors where the years agree, and where they do not; the same
+/// in names without their variant; abbreviations; at last names of which only a word was given.
 inline size_t badness(std::string_view query, std::string_view candidate) {
+  constexpr size_t kStep = kLongestCandidate;  // more than the edits of any typing error
   if (query.empty() || query.size() > kLongestCandidate || candidate.empty() ||
       candidate.size() > kLongestCandidate)
     return kFar;
-  const Squeezed asked(query);
-  if (const size_t errors = typingErrors(asked.all, Squeezed(candidate).all, candidate.size());
-      errors != kFar)
-    return errors;
   const std::string_view head = candidate.substr(0, candidate.find(" ("));
-  const Squeezed name(head);
-  if (const size_t errors = typingErrors(asked.all, name.all, head.size()); errors != kFar)
-    return kLongestCandidate + errors;
-  if (abbreviates(asked, name)) return 2 * kLongestCandidate;
+  const Squeezed asked(query), whole(candidate), name(head);
+  const std::string_view bare = asked.all;
+  const bool yearsAgree = sameYear(asked.digits, name.digits);
+  if (bare == whole.all) return 0;
+  if (bare == name.all) return 1;
+  if (sameButForTheCentury(asked, name)) return 2;
+  if (const size_t errors = typingErrors(bare, whole.all, candidate.size()); errors != kFar)
+    return (yearsAgree ? 1 : 2) * kStep + errors;
+  if (const size_t errors = typingErrors(bare, name.all, head.size()); errors != kFar)
+    return (yearsAgree ? 3 : 4) * kStep + errors;
+  if (abbreviates(asked, name)) return 5 * kStep;
   return query.size() >= 3 && beginsAWord(query, candidate)
-             ? 3 * kLongestCandidate + std::max(query.size(), candidate.size())
+             ? 6 * kStep + std::max(query.size(), candidate.size())
              : kFar;
 }
 

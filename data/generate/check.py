@@ -588,6 +588,25 @@ def check_places():
             expect(None not in row and all(row.values()), name, row["name"], "columns")
 
 
+# --- names.tab --------------------------------------------------------------------------------
+
+def check_names():
+    """Common names stand once, in the form that they are looked up, for names of the tables."""
+    tables = "".join((DATA / name).read_text(encoding="utf-8") for name in ("spheroid.tab", "spheroid_epsg.tab"))
+    known = {"datum": set(re.findall(r'^\t"([^"]+)" (?:parametric|grid|regression)', tables, re.M)),
+             "spheroid": set(re.findall(r'^"([^"]+)" \{', tables, re.M))}
+    reader, seen = Reader("names.tab"), set()
+    while reader.more():
+        kind, name = reader.want("word"), reader.want("text")
+        expect(name == name.lower() and not re.search(r"[\s!-/:-@\[-`{-~]", name), name, "is not bare")
+        expect((kind, name) not in seen, kind, name, "stands twice")
+        seen.add((kind, name))
+        targets = [reader.want("text")]
+        while reader.peek("text"):
+            targets.append(reader.want("text"))
+        expect(known[kind] >= set(targets), kind, name, "stands for unknown names")
+
+
 # --- all --------------------------------------------------------------------------------------
 
 def check_reproducible():
@@ -603,6 +622,7 @@ def main():
     check_spheroids()
     check_against_epsg()
     check_zones()
+    check_names()
     coasts = check_coastlines()
     check_places()
     check_reproducible()

@@ -291,11 +291,31 @@ def coast_text(millions, decimals):
     return text
 
 
+# --- names.tab ----------------------------------------------------------------------------------
+
+NAMES_HEADER = """
+Common names of datums and spheroids: letters and digits alone, then the names of the tables that one
+stands for.  Where there are several, those for large areas come first, then the most accurate.
+
+    datum "NAME" "DATUM" ...
+    spheroid "NAME" "SPHEROID" ...
+"""
+
+
+def names_text():
+    lines = [commented(NAMES_HEADER)]
+    for row in rows("names.csv"):
+        targets = " ".join(quoted(target) for target in row["targets"].split(";"))
+        lines.append(f"{row['kind']} {quoted(row['name'])} {targets}\n")
+    return "".join(lines)
+
+
 FILES = {
     "mapprojections.dat": dictionary_text,
     "spheroid.tab": spheroid_text,
     "spheroid_epsg.tab": epsg_text,
     "sptable.tab": zone_text,
+    "names.tab": names_text,
     "coastline-110m.txt": lambda: coast_text(110, 2),
     "coastline-50m.txt": lambda: coast_text(50, 3),
 }
