@@ -60,7 +60,9 @@ function(oprj_library)
   add_library(oPrj SHARED ${objects})
   target_link_libraries(oPrj PRIVATE oprj_settings PkgConfig::SLEEF PUBLIC oPrjToolkit)
   # The library's calls of its own functions are its own, whatever else the process exports.
-  target_link_options(oPrj PRIVATE -Wl,-Bsymbolic-functions)
+  set(exports ${CMAKE_SOURCE_DIR}/cmake/oprj.exports)
+  target_link_options(oPrj PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${exports})
+  set_target_properties(oPrj PROPERTIES LINK_DEPENDS ${exports})
   set_target_properties(oPrj PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0 LINKER_LANGUAGE CXX)
   # The same objects without the visibility of a shared library: for tests and benchmarks of internals.
   add_library(oprj_internals STATIC EXCLUDE_FROM_ALL ${objects})
