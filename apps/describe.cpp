@@ -2,8 +2,7 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "slots.h"
-#include "system.h"
+#include "shift.h"
 
 namespace program {
 namespace {
@@ -27,8 +26,8 @@ void line(const char *label, const std::string &value) {
   std::printf("%-16s%s\n", label, value.c_str());
 }
 
-std::string slotText(const Question &question, double value) {
-  switch (question.kind) {
+std::string slotText(int32_t kind, double value) {
+  switch (kind) {
     case OPRJ_QUERY_ANGLE:
       return numberText(value / kDegree) + " degrees";
     case OPRJ_QUERY_DISTANCE:
@@ -38,26 +37,28 @@ std::string slotText(const Question &question, double value) {
   }
 }
 
-Status describe(const std::string &text, const Console &console) {
+/// One slot that the projection reads: its key, value and question.
+void printSlot(const Oprj_QueryEntry *entry, const Oprj_QueryEntry *, const Oprj_CondQueryEntry *,
+               void *context) {
+  const Oprj_DblArray &slots = *static_cast<const Oprj_DblArray *>(context);
+  if (entry->kind < OPRJ_QUERY_NUMBER || entry->index < 0 || entry->index >= slots.count) return;
+  const std::string key = entry->key ? entry->key : "p" + std::to_string(entry->index);
+  line("", key + " = " + slotText(entry->kind, slots.data[entry->index]) + "   (" + entry->prompt +
+               (entry->key ? ", p" + std::to_string(entry->index) : "") + ")");
+}
+
+Status describe(const std::string &written, const Console &console) {
   Oint_Toolkit *toolkit = startLibrary(console);
-  const System system = readSystem(toolkit, text, console);
+  const System system = readSystem(toolkit, written, console);
   const Oprj_ProParameters &record = *system.record;
   Slot err;
-  const OwnedText title(oprj_ProjectionDescribe(toolkit, system.record.get(), err.get()));
-  line("system", title ? title.get() : "");
+  line("system", system.title);
   line("projection", record.proType == OPRJ_EXTERNAL
                          ? std::string("external, ") + record.proExeName.data
                          : std::to_string(record.proNumber) + ", " + record.proName.data);
-
-  const Oprj_Query *query = oprj_QueryByExample(toolkit, system.record.get(), err.get());
-  if (query) {
-    for (const Question &question : questionsOf(*query, record.proParams.data)) {
-      if (question.slot < record.proParams.count)
-        line("", "p" + std::to_string(question.slot) + " = " +
-                     slotText(question, record.proParams.data[question.slot]) + "   (" +
-                     question.prompt + ")");
-    }
-  }
+  if (const Oprj_Query *query = oprj_QueryByExample(toolkit, &record, err.get()))
+    oprj_QueryEntriesVisit(query->proParamsQuerylist, &record.proParams, printSlot,
+                           const_cast<Oprj_DblArray *>(&record.proParams));
   const Oprj_Spheroid &spheroid = system.spheroid();
   line("spheroid", spheroid.sphereName.data ? spheroid.sphereName.data : "");
   line("", "a = " + numberText(spheroid.a) + " m, b = " + numberText(spheroid.b) + " m");
@@ -83,11 +84,19 @@ Status describe(const std::string &text, const Console &console) {
   line("points", system.geographic ? "longitude, latitude in " + system.unit
                                    : "easting, northing in " + system.unit);
 
-  Oprj_MapProjectionEx *made = nullptr;
-  const bool usable = oprj_ProjectionInit(toolkit, system.record.get(), &made, err.get()) != 0;
-  const OwnedHandle handle(made);
-  line("computed", usable ? "natively" : "not at all: " + err.text());
-  return usable ? kGood : kUnusable;
+  Status status = kGood;
+  try {
+    requireProjection(toolkit, system, console);
+    line("computed", "natively");
+  } catch (const Stop &stop) {
+    line("computed", std::string("not at all: ") + stop.what());
+    status = stop.status;
+  }
+  const OwnedText text(oprj_ProParametersToText(
+      toolkit, &record, ocvt_UnitSetByName(system.unit.c_str(), nullptr), err.get()));
+  if (text) line("text", text.get());
+  for (const std::string &caution : cautionsOf(toolkit, system)) line("note", caution);
+  return status;
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // oprj explain: the chain that a point takes between two systems, and how far the datum shift moves
 // points.
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 #include "commands.h"
@@ -10,31 +8,7 @@
 namespace program {
 namespace {
 
-/// What the shift does over a grid of the whole globe, every 15 degrees; points outside of its area
-/// are left out.
-void printShiftSizes(const System &from, const System &to) {
-  std::vector<Oprj_Point> in;
-  for (int lat = -75; lat <= 75; lat += 15) {
-    for (int lon = -180; lon < 180; lon += 15) in.push_back({lon * kDegree, lat * kDegree});
-  }
-  Slot err;
-  std::vector<double> sizes;
-  for (const Oprj_Point &point : in) {
-    Oprj_Point out;
-    oprj_DatumShift(&point, &from.spheroid(), &out, &to.spheroid(), 1, err.get());
-    const double east = std::remainder(out.x - point.x, 2 * M_PI) * std::cos(point.y);
-    const double size = std::hypot(east, out.y - point.y) * from.spheroid().a;
-    if (!err && std::isfinite(size)) sizes.push_back(size);
-  }
-  if (sizes.empty()) {
-    std::printf("     its area is too small to say how far it moves coordinates\n");
-    return;
-  }
-  std::sort(sizes.begin(), sizes.end());
-  std::printf("     over %s it moves coordinates by %.1f to %.1f m, median %.1f m\n",
-              sizes.size() == in.size() ? "the globe" : "its area", sizes.front(), sizes.back(),
-              sizes[sizes.size() / 2]);
-}
+using OwnedSteps = std::unique_ptr<Oprj_ChainStep, FreeBy<Oprj_ChainStep, oprj_ChainStepsFree>>;
 
 const char *route(int32_t type) {
   switch (type) {
@@ -49,66 +23,69 @@ const char *route(int32_t type) {
   }
 }
 
-/// False when no point can be shifted.
-bool printShift(const System &from, const System &to) {
-  const Oprj_Datum &source = *from.spheroid().datum, &destination = *to.spheroid().datum;
-  std::printf("  2. datum: \"%s\" on \"%s\" to \"%s\" on \"%s\"\n", from.datumName(),
-              from.spheroid().sphereName.data, to.datumName(), to.spheroid().sphereName.data);
-  if (source.type == OPRJ_DATUM_NONE || destination.type == OPRJ_DATUM_NONE) {
-    std::printf("     no shift: a datum is undefined\n");
-    return true;
+std::string shiftFormula(const Oprj_ChainStep &step) {
+  switch (step.formula) {
+    case OPRJ_FORMULA_NO_DATUM:
+      return "no shift: a datum is undefined";
+    case OPRJ_FORMULA_SAME_DATUM:
+      return "no shift: the same datum";
+    case OPRJ_FORMULA_MOLODENSKY:
+      return "standard Molodensky formulas (geocentric beyond 88.95 degrees)";
+    case OPRJ_FORMULA_SEVEN_PARAMETERS:
+      return "seven-parameter geocentric shift (Bowring's formula back)";
+    default:
+      return std::string("from \"") + step.from + "\" by " + route(step.fromType) + ", to \"" +
+             step.to + "\" by " + route(step.toType);
   }
-  if (sameDatum(from, to)) {
-    std::printf("     no shift: the same datum\n");
-    return true;
-  }
-  if (source.type == OPRJ_DATUM_PARAMETRIC && destination.type == OPRJ_DATUM_PARAMETRIC) {
-    bool rotated = false;
-    for (int i = 3; i < 7; ++i)
-      rotated = rotated || (source.params.count > i ? source.params.data[i] : 0.0) !=
-                               (destination.params.count > i ? destination.params.data[i] : 0.0);
-    std::printf("     %s\n",
-                rotated ? "seven-parameter geocentric shift (Bowring's formula back)"
-                        : "standard Molodensky formulas (geocentric beyond 88.95 degrees)");
-  } else {
-    std::printf("     from \"%s\" by %s, to \"%s\" by %s\n", from.datumName(), route(source.type),
-                to.datumName(), route(destination.type));
-  }
-  try {
-    requireShift(from, to);
-  } catch (const Stop &stop) {
-    std::printf("     but %s\n", stop.what());
-    return false;
-  }
-  printShiftSizes(from, to);
-  return true;
+}
+
+void printShift(const Oprj_ChainStep &step) {
+  std::printf("datum: \"%s\" on \"%s\" to \"%s\" on \"%s\"\n     %s\n", step.from,
+              step.fromSpheroid, step.to, step.toSpheroid, shiftFormula(step).c_str());
+  if (step.trouble) std::printf("     but the shift cannot be made: %s\n", step.trouble);
+  else if (step.moved > 0)
+    std::printf("     over %s it moves coordinates by %.1f to %.1f m, median %.1f m\n",
+                step.moved == step.tried ? "the globe" : "its area", step.least, step.greatest,
+                step.median);
+  else if (step.tried > 0)
+    std::printf("     its area is too small to say how far it moves coordinates\n");
+}
+
+void printStep(const Oprj_ChainStep &step) {
+  const char *nothing = step.formula == OPRJ_FORMULA_NOTHING ? " (nothing to do)" : "";
+  if (step.kind == OPRJ_STEP_SHIFT) printShift(step);
+  else if (step.kind == OPRJ_STEP_INVERSE)
+    std::printf("inverse: %s to longitude, latitude on \"%s\"%s\n", step.from, step.fromSpheroid,
+                nothing);
+  else
+    std::printf("forward: longitude, latitude on \"%s\" to %s%s\n", step.toSpheroid, step.to,
+                nothing);
 }
 
 Status explain(const std::string &fromText, const std::string &toText, const Console &console) {
   Oint_Toolkit *toolkit = startLibrary(console);
   const System from = readSystem(toolkit, fromText, console),
                to = readSystem(toolkit, toText, console);
+  const OwnedPair pair = makePair(toolkit, from, to, console);
   Slot err;
-  const OwnedPair pair(
-      oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err.get()));
-  if (!pair) throw Stop(kUnusable, err.text());
-  const OwnedText fromTitle(oprj_ProjectionDescribe(toolkit, from.record.get(), err.get())),
-      toTitle(oprj_ProjectionDescribe(toolkit, to.record.get(), err.get()));
-  if (!fromTitle || !toTitle) throw Stop(kUnusable, "a system cannot be described: " + err.text());
-  if (oprj_MapProjectionEqual(pair->in, pair->out, err.get())) {
+  const OwnedSteps steps(oprj_ProjectionPairExplain(toolkit, pair.get(), err.get()));
+  if (!steps) throw Stop(kUnusable, err.text());
+  Status status = kGood;
+  if (steps->kind == OPRJ_STEP_COPY) {
     std::printf("Both systems are equal: points are copied%s.\n",
                 from.unit == to.unit ? "" : " (but for their unit)");
-    return kGood;
+  } else {
+    std::printf("A point goes from \"%s\" (%s) to \"%s\" (%s):\n", from.title.c_str(),
+                from.unit.c_str(), to.title.c_str(), to.unit.c_str());
+    for (const Oprj_ChainStep *step = steps.get(); step; step = step->next) {
+      std::printf("  %d. ", step->kind);
+      printStep(*step);
+      if (step->trouble) status = kUnusable;
+    }
   }
-  std::printf("A point goes from \"%s\" (%s) to \"%s\" (%s):\n", fromTitle.get(), from.unit.c_str(),
-              toTitle.get(), to.unit.c_str());
-  std::printf("  1. inverse: %s to longitude, latitude on \"%s\"%s\n", fromTitle.get(),
-              from.spheroid().sphereName.data, from.geographic ? " (nothing to do)" : "");
-  const bool works = printShift(from, to);
-  std::printf("  3. forward: longitude, latitude on \"%s\" to %s%s\n",
-              to.spheroid().sphereName.data, toTitle.get(),
-              to.geographic ? " (nothing to do)" : "");
-  return works ? kGood : kUnusable;
+  for (const std::string &caution : cautionsOf(toolkit, *pair))
+    std::printf("Note: %s.\n", caution.c_str());
+  return status;
 }
 
 }  // namespace

@@ -6,12 +6,21 @@
 namespace program {
 namespace {
 
+/// What a table shows in one place: for people, and in JSON.
+struct Cell {
+  std::string text, json;
+  Cell(const char *words) : text(words), json(jsonText(words)) {}
+  Cell(const std::string &words) : Cell(words.c_str()) {}
+  Cell(double value) : text(numberText(value)), json(text) {}
+  Cell(int32_t value) : text(std::to_string(value)), json(text) {}
+  Cell(bool value) : text(value ? "yes" : "no"), json(value ? "true" : "false") {}
+};
+
 /// Rows of named columns, as aligned text or as a JSON array of objects.
 class Table {
  public:
   explicit Table(std::vector<std::string> columns) : columns_(std::move(columns)) {}
-  /// Cells of numbers are marked by a leading '\1'.
-  void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  void add(std::vector<Cell> cells) { rows_.push_back(std::move(cells)); }
 
   void print(bool json) const {
     if (json) {
@@ -19,9 +28,8 @@ class Table {
       for (size_t r = 0; r < rows_.size(); ++r) {
         std::printf("%s\n  {", r ? "," : "");
         for (size_t c = 0; c < columns_.size(); ++c) {
-          const std::string &cell = rows_[r][c];
-          const std::string value = cell.starts_with('\1') ? cell.substr(1) : jsonText(cell);
-          std::printf("%s%s: %s", c ? ", " : "", jsonText(columns_[c]).c_str(), value.c_str());
+          std::printf("%s%s: %s", c ? ", " : "", jsonText(columns_[c]).c_str(),
+                      rows_[r][c].json.c_str());
         }
         std::printf("}");
       }
@@ -31,12 +39,12 @@ class Table {
     std::vector<size_t> widths;
     for (size_t c = 0; c < columns_.size(); ++c) {
       size_t width = 0;
-      for (const auto &row : rows_) width = std::max(width, plain(row[c]).size());
+      for (const auto &row : rows_) width = std::max(width, row[c].text.size());
       widths.push_back(width);
     }
     for (const auto &row : rows_) {
       for (size_t c = 0; c < columns_.size(); ++c) {
-        const std::string text = plain(row[c]);
+        const std::string &text = row[c].text;
         const bool last = c + 1 == columns_.size();
         std::printf("%s%s", text.c_str(),
                     last ? "\n" : std::string(widths[c] - text.size() + 2, ' ').c_str());
@@ -45,21 +53,15 @@ class Table {
   }
 
  private:
-  static std::string plain(const std::string &cell) {
-    return cell.starts_with('\1') ? cell.substr(1) : cell;
-  }
   std::vector<std::string> columns_;
-  std::vector<std::vector<std::string>> rows_;
+  std::vector<std::vector<Cell>> rows_;
 };
 
-std::string number(double value) { return "\1" + numberText(value); }
-std::string whole(int32_t value) { return "\1" + std::to_string(value); }
-
 Table listProjections(const Oprj_InitData &data) {
-  Table table({"number", "name"});
+  Table table({"number", "name", "computed"});
   for (const auto *query = data.queryTable; query; query = query->next)
-    table.add(
-        {query->type == OPRJ_INTERNAL ? whole(query->number) : query->executable, query->name});
+    table.add({query->type == OPRJ_INTERNAL ? Cell(query->number) : Cell(query->executable),
+               query->name, oprj_QueryIsComputed(query) != 0});
   return table;
 }
 
@@ -69,7 +71,7 @@ Table listSpheroids(const Oprj_InitData &data) {
     std::string aliases;
     for (const auto *alias = entry->aliases; alias; alias = alias->next)
       aliases += (aliases.empty() ? "" : "; ") + std::string(alias->name);
-    table.add({whole(entry->number), entry->name, number(entry->a), number(entry->b), aliases});
+    table.add({entry->number, entry->name, entry->a, entry->b, aliases});
   }
   return table;
 }
@@ -88,8 +90,8 @@ Table listDatums(const Oprj_InitData &data) {
 Table listZones(const Oprj_InitData &data) {
   Table table({"zone", "fips", "nad", "state", "name"});
   for (const auto *entry = data.statePlaneTable; entry; entry = entry->next)
-    table.add({whole(entry->zoneNumber), whole(-entry->fipsCode),
-               entry->nadCode == 2 ? "NAD83" : "NAD27", entry->stateName, entry->zoneName});
+    table.add({entry->zoneNumber, -entry->fipsCode, entry->nadCode == 2 ? "NAD83" : "NAD27",
+               entry->stateName, entry->zoneName});
   return table;
 }
 
@@ -103,7 +105,7 @@ Table listUnits() {
                unit->kind == OCVT_KIND_DISTANCE ? "distance"
                : unit->kind == OCVT_KIND_ANGLE  ? "angle"
                                                 : "none",
-               number(unit->factor), aliases});
+               unit->factor, aliases});
   }
   return table;
 }

@@ -75,10 +75,6 @@ Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to
   if (!pair_) throw Stop(kUnusable, err_.text());
   const bool equal = oprj_MapProjectionEqual(pair_->in, pair_->out, err_.get()) != 0;
   identity_ = equal && inFactor_ == outFactor_;
-  // Some entries are never compared: told, as points are copied.
-  if (equal && !oprj_DblArraysEqual(&from.record->proParams, &to.record->proParams, err_.get()))
-    console.warn(
-        "both systems count as equal although their parameters differ: the points are copied");
   if (equal) return;
   watch(toolkit, from, to, true);
   watch(toolkit, to, from, false);

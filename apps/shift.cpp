@@ -1,7 +1,5 @@
 #include "shift.h"
 
-#include <cmath>
-
 namespace program {
 
 bool undefinedDatum(const System &system) {
@@ -16,6 +14,42 @@ bool sameDatum(const System &from, const System &to) {
 
 bool shiftsBetween(const System &from, const System &to) {
   return !undefinedDatum(from) && !undefinedDatum(to) && !sameDatum(from, to);
+}
+
+OwnedPair makePair(Oint_Toolkit *toolkit, const System &from, const System &to,
+                   const Console &console) {
+  for (const System *system : {&from, &to}) requireProjection(toolkit, *system, console);
+  Slot err;
+  OwnedPair pair(oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err.get()));
+  if (!pair) throw Stop(kUnusable, err.text());
+  return pair;
+}
+
+namespace {
+
+std::vector<std::string> textsOf(Oprj_Note *list) {
+  const OwnedNotes notes(list);
+  std::vector<std::string> texts;
+  for (const Oprj_Note *note = list; note; note = note->next) texts.emplace_back(note->text);
+  return texts;
+}
+
+}  // namespace
+
+std::vector<std::string> cautionsOf(Oint_Toolkit *toolkit, const Oprj_ProjectionPair &pair) {
+  Slot err;
+  Oprj_Note *notes = nullptr;
+  if (!oprj_ProjectionPairCautions(toolkit, &pair, &notes, err.get()))
+    throw Stop(kUnusable, err.text());
+  return textsOf(notes);
+}
+
+std::vector<std::string> cautionsOf(Oint_Toolkit *toolkit, const System &system) {
+  Slot err;
+  Oprj_Note *notes = nullptr;
+  if (!oprj_ProParametersCautions(toolkit, system.record.get(), &notes, err.get()))
+    throw Stop(kUnusable, err.text());
+  return textsOf(notes);
 }
 
 void requireShift(const System &from, const System &to) {

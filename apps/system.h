@@ -9,8 +9,12 @@
 
 namespace program {
 
+using OwnedNotes = std::unique_ptr<Oprj_Note, FreeBy<Oprj_Note, oprj_NotesFree>>;
+
 struct System {
   OwnedRecord record;
+  std::string text;  ///< as it was written
+  std::string title;
   std::string unit;       ///< of points: a name of the unit service
   double unitFactor = 1;  ///< to radians or metres
   bool geographic = false;
@@ -26,9 +30,19 @@ struct System {
   const char *datumName() const { return record->proSpheroid->datum->datumname.data; }
 };
 
+/// What a refused description is told as: the message, the names that could stand instead, where
+/// all are listed.
+std::string refusalText(Oint_Toolkit *toolkit, const Oerr_Report *report);
+/// A name in quotes, with what the tables say of the datum that it names.
+std::string choiceText(Oint_Toolkit *toolkit, const char *name);
+
 /// Reads a description; unknown names and keys are refused with the nearest candidates. Throws Stop
 /// with kUnusable.
 System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console);
+
+/// Builds the system's projection. Throws Stop with kUnusable, telling which of the values that
+/// were written it cannot have, or what else is amiss; the chain of reports only with -v.
+void requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console);
 
 /// The help on descriptions.
 extern const char *const kSystemHelp;

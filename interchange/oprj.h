@@ -13,6 +13,7 @@
 #include "ostr.h"
 #include "othr.h"
 
+#include "chain.h"
 #include "datum_shift.h"
 #include "designs.h"
 #include "families.h"
@@ -22,6 +23,7 @@
 #include "project.h"
 #include "projection.h"
 #include "tables.h"
+#include "text.h"
 #include "values.h"
 
 #endif

@@ -45,7 +45,7 @@ systems='
 32|Wagner VII; spheroid=GRS 1980 Authalic Sphere; lon_0=0
 33|Oblated Equal Area; spheroid=GRS 1980 Authalic Sphere; p2=1.33; p3=2; lon_0=-160; lat_0=5
 53|Anchored LSR; datum=WGS 84; lon_0=10; lat_0=50
-67|Lambert Conformal Conic (single standard parallel); datum=NAD27; lat_1=39; lon_0=-96; k_0=0.9996
+67|Lambert Conformal Conic (single standard parallel); datum=NAD27; lat_0=39; lon_0=-96; k_0=0.9996
 68|Pseudo Mercator; datum=WGS 84; lon_0=0
 69|Mercator (variant A); datum=WGS 84; lon_0=110; k_0=0.997
 '
