@@ -182,6 +182,44 @@ void benchPipeline(int repetitions, int points) {
   row("oprj_ProjectPair, one point a call");
 
   orvik::oprj::chooseInstructionSet(orvik::oprj::widestInstructionSet());
+
+  // A result for every point, against the pair: all good, half of them bad, shared out, verified.
+  std::vector<Oprj_Point> half = in;
+  for (size_t i = 0; i < half.size(); ++i)
+    if (source() % 2) half[i].x = 1e9;
+  std::vector<Oprj_PointReason> reasons(in.size());
+  const auto each = [&](const char *name, const std::vector<Oprj_Point> &given, int32_t threads,
+                        double verify) {
+    jobs.push_back({name, points, [&, threads, verify] {
+                      Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
+                      options.threads = threads;
+                      options.verify = verify;
+                      oprj_ProjectEach(pair, given.data(), out.data(), reasons.data(), &options,
+                                       points, nullptr);
+                    }});
+  };
+  jobs.clear();
+  jobs.push_back(
+      {"pair", points, [&] { oprj_ProjectPair(pair, in.data(), out.data(), points, nullptr); }});
+  each("good", in, 1, 0.0);
+  each("half", half, 1, 0.0);
+  each("verified", in, 1, 1e3);
+  times = measure(jobs, repetitions);
+  std::printf(
+      "\noprj_ProjectEach, nanoseconds a point: %s (oprj_ProjectPair %s); half of them bad %s; "
+      "verified %s.\n",
+      nanoseconds(times, "good").c_str(), nanoseconds(times, "pair").c_str(),
+      nanoseconds(times, "half").c_str(), nanoseconds(times, "verified").c_str());
+  const auto shared = [&](int32_t threads) {
+    return nanosecondsOf(
+        [&] {
+          Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
+          options.threads = threads;
+          oprj_ProjectEach(pair, in.data(), out.data(), reasons.data(), &options, points, nullptr);
+        },
+        2 * repetitions + 1);
+  };
+  std::printf("Two threads: %.2f times one.\n", shared(1) / shared(2));
   std::printf("\nMaking and freeing a projection pair: %.1f us.\n",
               nanosecondsOf(
                   [&] {

@@ -361,8 +361,7 @@ SharedLeg ShiftPlan::make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_
         return sources_.surface(from, to);
       [[fallthrough]];
     default:
-      parametric_ = ParametricShift(from, to);
-      return SharedLeg(SharedLeg(), &parametric_);
+      return SharedLeg(SharedLeg(), &parametric_.emplace(from, to));
   }
 }
 

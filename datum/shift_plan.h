@@ -15,6 +15,8 @@
 
 #include <oprj/oint.h>
 
+#include <optional>
+
 #include "datum/parametric.h"
 #include "datum/shift/leg.h"
 #include "records/records.h"
@@ -52,9 +54,7 @@ class ShiftPlan final : public ShiftLeg {
 
   /// The shift that is all of the plan and cannot fail; null when there is more to it.
   const ParametricShift *soleParametric() const {
-    return stepCount_ == 1 && steps_[0].leg.get() == &parametric_ && parametric_.cannotFail()
-               ? &parametric_
-               : nullptr;
+    return stepCount_ == 1 && parametric_ && parametric_->cannotFail() ? &*parametric_ : nullptr;
   }
 
  private:
@@ -77,7 +77,8 @@ class ShiftPlan final : public ShiftLeg {
   const char *operation_ = "";
   int32_t stepCount_ = 0;
   Step steps_[3];
-  ParametricShift parametric_;  ///< in the plan itself: no route has more than one such leg
+  /// In the plan itself: no route has more than one such leg.
+  std::optional<ParametricShift> parametric_;
 };
 
 }  // namespace orvik::oprj

@@ -108,42 +108,58 @@ void Way::leadFromLatLon(const Oprj_MapProjectionEx *handle) {
 }
 
 void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out) {
+  const bool known = recall(in, out, decision_);
   Oerr_Report *cause = nullptr;
-  const int32_t equal = !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
+  if (!known) decision_.equal = !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
   if (cause) return refuse(10146, "oprj_MapProjectionEqual failed", cause);
-  if (equal) return add(Does::kCopy, 10152, "oprj_PointsCopy failed");
+  if (decision_.equal) {
+    if (!known) remember(in, out, decision_);
+    return add(Does::kCopy, 10152, "oprj_PointsCopy failed");
+  }
 
-  if (!complete(in) || !complete(out) || !sameTitle(in->title, out->title))
-    return refuse(10187, "Unimplemented");
-  source_ = in->functions->gcsrGet(in->ownedData, in->title, &cause);
-  if (cause) return refuse(10192, "ProjectionGCSRGet failed", cause);
-  target_ = out->functions->gcsrGet(out->ownedData, out->title, &cause);
-  if (cause) return refuse(10196, "ProjectionGCSRGet failed", cause);
+  if (known) {  // native systems in all their parts
+    source_ = nativeRecord(in)->proSpheroid;
+    target_ = nativeRecord(out)->proSpheroid;
+  } else {
+    if (!complete(in) || !complete(out) || !sameTitle(in->title, out->title))
+      return refuse(10187, "Unimplemented");
+    source_ = in->functions->gcsrGet(in->ownedData, in->title, &cause);
+    if (cause) return refuse(10192, "ProjectionGCSRGet failed", cause);
+    target_ = out->functions->gcsrGet(out->ownedData, out->title, &cause);
+    if (cause) return refuse(10196, "ProjectionGCSRGet failed", cause);
+  }
   in_ = in;
   out_ = out;
   inTiles_ = inTiles_ && repeatable(in) && repeatable(out);
   add(Does::kInverse, 10205, "ProjectionApplyInverse failed");
-  if (in->functions == &kNativeSet) addShift();
-  else add(Does::kTransform, 10212, "GCSTransform failed");
+  constexpr const char *kShiftFailed = "GCSTransform failed";
+  const bool native = in->functions == &kNativeSet;
+  if (native && !known) {
+    if (Oerr_Report *report = decideShift()) return refuse(10212, kShiftFailed, report);
+    if (!plan_) remember(in, out, decision_);
+  }
+  if (!native) add(Does::kTransform, 10212, kShiftFailed);
+  else if (decision_.shifts) add(Does::kShift, 10212, kShiftFailed);
   add(Does::kForward, 10220, "ProjectionApply failed");
 }
 
-void Way::addShift() {
-  constexpr const char *kFailed = "GCSTransform failed";
+/// Whether points are shifted, and how: a plan is kept only where there is more to it than one
+/// parametric shift. Answers the report of a shift that cannot be made.
+Oerr_Report *Way::decideShift() {
   const auto *source = static_cast<const Oprj_Spheroid *>(source_);
   const auto *target = static_cast<const Oprj_Spheroid *>(target_);
-  if (!shiftDue(source, target)) return;
-  plan_.emplace();
-  Oerr_Report *problem = nullptr;
-  if (!plan_->prepare(source, target, &problem)) {
-    Oerr_Report *told = nullptr;
+  decision_.shifts = shiftDue(source, target);
+  if (!decision_.shifts) return nullptr;
+  Oerr_Report *problem = nullptr, *told = nullptr;
+  if (!plan_.emplace().prepare(source, target, &problem)) {
     ErrorScope e("nativeGCSTransform", &told);
     *e.cause() = problem;
     e.fail(16350, "oprj_DatumShift failed");
-    return refuse(10212, kFailed, told);
+  } else if (const ParametricShift *sole = plan_->soleParametric()) {
+    decision_.shift = *sole;
+    plan_.reset();
   }
-  sole_ = plan_->soleParametric();
-  add(Does::kShift, 10212, kFailed);
+  return told;
 }
 
 // --- the walk ---
@@ -251,7 +267,7 @@ const Way::Stage *Way::pass(const Oprj_Point *in, Oprj_Point *out, int32_t count
 /// The shift in place: either all points are shifted or none.
 bool Way::shift(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_Point *spare,
                 Oerr_Report **err) const {
-  if (sole_ && count > 0) return sole_->run(in, out, count, nullptr, err);
+  if (!plan_ && count > 0) return decision_.shift.run(in, out, count, nullptr, err);
   ErrorScope e("nativeGCSTransform", err);
   OwnedPoints large;
   if (count > kTilePoints) {
@@ -259,8 +275,11 @@ bool Way::shift(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_Point
     if (!large) return e.fail(16346, "oprj_PointsCreate failed");
     spare = large.get();
   }
-  if (!plan_->run(in, spare, count, nullptr, e.cause()))
-    return e.fail(16350, "oprj_DatumShift failed");
+  if (plan_) plan_->run(in, spare, count, nullptr, e.cause());
+  else  // refuses the count
+    oprj_DatumShift(in, static_cast<const Oprj_Spheroid *>(source_), spare,
+                    static_cast<const Oprj_Spheroid *>(target_), count, e.cause());
+  if (e.calleeFailed()) return e.fail(16350, "oprj_DatumShift failed");
   std::copy_n(spare, arrayLength(count), out);
   return true;
 }

@@ -17,6 +17,7 @@
 
 #include "datum/shift_plan.h"
 #include "pipeline/function_sets.h"
+#include "pipeline/recall.h"
 
 namespace orvik::oprj {
 
@@ -97,7 +98,7 @@ class Way {
     stages_[length_++] = {does, ofCaller, code, message};
   }
   void refuse(int32_t code, const char *message, Oerr_Report *report = nullptr);
-  void addShift();
+  Oerr_Report *decideShift();
   void report(ErrorScope &e, const Stage &stage, Oerr_Report *cause, const Oprj_Point *in,
               int32_t count);
   const Stage *pass(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_Point *spare,
@@ -106,12 +107,7 @@ class Way {
              Oerr_Report **err) const;
   struct Tile;
   bool passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const;
-  bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
-               Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err) const;
   bool verifyEach(Tile &tile, const Oprj_Point *given, double verify, Oerr_Report **err) const;
-  bool verifyLeg(bool input, const Oprj_MapProjectionEx *handle, const Oprj_Point *geographic,
-                 const Oprj_Point *projected, int32_t count, double verify, Oprj_PointReason *marks,
-                 Oerr_Report **err) const;
 
   static constexpr int kMostStages = 6;
 
@@ -122,8 +118,8 @@ class Way {
   const Oprj_MapProjectionEx *in_ = nullptr, *out_ = nullptr;
   const void *source_ = nullptr, *target_ = nullptr;  ///< geographic systems
   Conversion inUnit_, outUnit_;
-  std::optional<ShiftPlan> plan_;
-  const ParametricShift *sole_ = nullptr;  ///< the shift, when it is one that cannot fail
+  Decision decision_;
+  std::optional<ShiftPlan> plan_;  ///< the shift, unless it is the decision's
   Oerr_Report *refusal_ = nullptr;
 };
 

@@ -24,25 +24,46 @@ constexpr double kFolded = 1e4;
 
 bool isNaN(const Oprj_Point &p) { return std::isnan(p.x) || std::isnan(p.y); }
 
-/// Any coordinate is NaN. In vectors of two, which the baseline has: this passes over every tile.
+/// Any coordinate is NaN. In vectors of two, which the baseline has, and several at once: this
+/// passes over every tile.
 bool anyNaN(const Oprj_Point *points, int32_t count) {
   using Pair = double __attribute__((vector_size(16), aligned(8), may_alias));
   using Mask = long long __attribute__((vector_size(16)));
-  Mask found{};
-  for (int32_t i = 0; i < count; ++i) {
+  const auto differs = [&](int32_t i) -> Mask {
     const Pair pair = *reinterpret_cast<const Pair *>(points + i);
-    found |= pair != pair;
+    return pair != pair;
+  };
+  Mask found{}, more{};
+  int32_t i = 0;
+  for (; i + 4 <= count; i += 4) {
+    found |= differs(i) | differs(i + 1);
+    more |= differs(i + 2) | differs(i + 3);
   }
+  for (; i < count; ++i) found |= differs(i);
+  found |= more;
   return (found[0] | found[1]) != 0;
 }
 
-/// Metres on the ground between two places that are near each other, on the sphere of radius `a`;
-/// a chord where they are not.
-double groundDistance(double a, const Oprj_Point &p, const Oprj_Point &q) {
-  const double east = 2.0 * std::sin(0.5 * std::remainder(p.x - q.x, 2.0 * kPi)) *
+/// Any of a tile's marks is set, eight at a time.
+bool anyMark(const Oprj_PointReason (&marks)[kTilePoints]) {
+  uint64_t found = 0;
+  for (size_t i = 0; i < sizeof marks; i += sizeof found) {
+    uint64_t eight;
+    std::memcpy(&eight, marks + i, sizeof eight);
+    found |= eight;
+  }
+  return found != 0;
+}
+
+/// Two places lie within `tolerance` (m) of each other on the ground, on the sphere of radius `a`,
+/// by the chord.
+bool near(double a, const Oprj_Point &p, const Oprj_Point &q, double tolerance) {
+  const double lon = p.x - q.x, lat = p.y - q.y;
+  if (a * (std::fabs(lon) + std::fabs(lat)) <= tolerance) return true;  // without a sine
+  const double east = 2.0 * std::sin(0.5 * std::remainder(lon, 2.0 * kPi)) *
                       std::sqrt(std::fabs(std::cos(p.y) * std::cos(q.y)));
-  const double north = 2.0 * std::sin(0.5 * (p.y - q.y));
-  return a * std::sqrt(east * east + north * north);
+  const double north = 2.0 * std::sin(0.5 * lat);
+  return a * std::sqrt(east * east + north * north) <= tolerance;
 }
 
 bool isGeographicHandle(const Oprj_MapProjectionEx *handle) {
@@ -65,10 +86,57 @@ Oprj_PointReason reasonOf(const Oerr_Report *report, bool forward) {
   return forward ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_OUTSIDE_SHEET;
 }
 
+/// One leg over `count` points, on after each that fails. A failure that names no point is none of
+/// a point: false, its report in the slot.
+bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
+             Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err) {
+  const auto leg = forward ? handle->apply : handle->applyInverse;
+  for (int32_t start = 0; start < count;) {
+    leg(handle->ownedData, in + start, out + start, count - start, err);
+    if (!*err) return true;
+    int64_t index = -1;
+    if (!oerr_PointGet(*err, &index, nullptr, nullptr) || index < 0 || index >= count - start)
+      return false;
+    const int32_t bad = start + static_cast<int32_t>(index);
+    marks[bad] = reasonOf(*err, forward);
+    out[bad] = kNowhere;
+    oerr_DeleteErrorReport(err);
+    start = bad + 1;
+  }
+  return true;
+}
+
+/// Places on the globe and on the sheet belong together, as far as the two directions of the handle
+/// say so: the sheet leads to that place on the globe, and for `input` points, which were given on
+/// the sheet, the globe leads to that place on the sheet.
+bool verifyLeg(bool input, const Oprj_MapProjectionEx *handle, const Oprj_Point *geographic,
+               const Oprj_Point *projected, int32_t count, double verify, Oprj_PointReason *marks,
+               Oerr_Report **err) {
+  if (isGeographicHandle(handle)) return true;
+  Oprj_Point again[kTilePoints], globe[kTilePoints];
+  Oprj_PointReason lost[kTilePoints] = {};
+  const Oprj_Point *sheet = projected;
+  if (input) {
+    if (!legEach(true, handle, geographic, again, count, lost, err)) return false;
+    sheet = again;
+  }
+  if (!legEach(false, handle, sheet, globe, count, lost, err)) return false;
+  const double a = axisOf(handle), aside = kFolded * verify;
+  for (int32_t i = 0; i < count; ++i) {
+    const double x = sheet[i].x - projected[i].x, y = sheet[i].y - projected[i].y;
+    if (lost[i] || !near(a, globe[i], geographic[i], verify) || !(x * x + y * y <= aside * aside))
+      marks[i] = OPRJ_POINT_INACCURATE;
+  }
+  return true;
+}
+
 }  // namespace
 
 /// The points that are still good, packed at the head of `points`.
 struct Way::Tile {
+  Tile(const Oprj_Point *in, Oprj_Point *out, Oprj_PointReason *why, int32_t all)
+      : now(in), points(out), reasons(why), count(all) {}
+
   const Oprj_Point *now;      ///< where the points stand
   Oprj_Point *points;         ///< where they go
   Oprj_PointReason *reasons;  ///< one a point that came
@@ -88,7 +156,7 @@ struct Way::Tile {
 
   /// Lets the marked points go.
   void drop() {
-    if (std::none_of(marks, marks + count, [](Oprj_PointReason mark) { return mark != 0; })) return;
+    if (!anyMark(marks)) return;
     int32_t kept = 0;
     for (int32_t i = 0; i < count; ++i) {
       const int32_t at = placeOf(i);
@@ -128,7 +196,7 @@ bool Way::sound(ErrorScope &e) {
 
 int32_t Way::runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                      Oprj_PointReason *reasons, double verify, Oerr_Report **err) const {
-  Tile tile{.now = in, .points = out, .reasons = reasons, .count = count, .place = {}};
+  Tile tile(in, out, reasons, count);
   std::fill_n(reasons, count, OPRJ_POINT_GOOD);
   const bool verifies = verify > 0.0 && !copies();
   Oprj_Point given[kTilePoints];  // in the system's own unit
@@ -170,8 +238,8 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       if (!legEach(true, out_, tile.now, points, count, tile.marks, err)) return false;
       break;
     case Does::kShift:
-      if (sole_) {
-        if (!sole_->run(points, points, count, nullptr, err)) return false;
+      if (!plan_) {
+        if (!decision_.shift.run(points, points, count, nullptr, err)) return false;
         break;
       }
       tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);  // before the shift makes NaN of its own
@@ -193,27 +261,6 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
   return true;
 }
 
-/// One leg over `count` points, on after each that fails. A failure that names no point is none of
-/// a point: false, its report in the slot.
-bool Way::legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
-                  Oprj_Point *out, int32_t count, Oprj_PointReason *marks,
-                  Oerr_Report **err) const {
-  const auto leg = forward ? handle->apply : handle->applyInverse;
-  for (int32_t start = 0; start < count;) {
-    leg(handle->ownedData, in + start, out + start, count - start, err);
-    if (!*err) return true;
-    int64_t index = -1;
-    if (!oerr_PointGet(*err, &index, nullptr, nullptr) || index < 0 || index >= count - start)
-      return false;
-    const int32_t bad = start + static_cast<int32_t>(index);
-    marks[bad] = reasonOf(*err, forward);
-    out[bad] = kNowhere;
-    oerr_DeleteErrorReport(err);
-    start = bad + 1;
-  }
-  return true;
-}
-
 /// Marks the points whose way is not what it should be: each leg on its own, because a shift is not
 /// exactly undone by the shift back. `given` holds what came, `tile` what is about to leave.
 [[gnu::noinline]] bool Way::verifyEach(Tile &tile, const Oprj_Point *given, double verify,
@@ -231,39 +278,14 @@ bool Way::legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_P
     std::copy_n(start, count, geographic);
   }
   if (out_) {
-    if (sole_ && !sole_->run(geographic, geographic, count, nullptr, err)) return false;
-    if (!sole_ && plan_ && !plan_->run(geographic, geographic, count, nullptr, err)) return false;
+    const ShiftLeg &shift = plan_ ? static_cast<const ShiftLeg &>(*plan_) : decision_.shift;
+    if (decision_.shifts && !shift.run(geographic, geographic, count, nullptr, err)) return false;
     if (in_ && in_->functions != &kNativeSet)
       in_->functions->gcsTransform(source_, target_, count, geographic, err);
     if (*err || !verifyLeg(false, out_, geographic, tile.points, count, verify, tile.marks, err))
       return false;
   }
   tile.drop();
-  return true;
-}
-
-/// Places on the globe and on the sheet belong together, as far as the two directions of the handle
-/// say so: the sheet leads to that place on the globe, and for `input` points, which were given on
-/// the sheet, the globe leads to that place on the sheet.
-bool Way::verifyLeg(bool input, const Oprj_MapProjectionEx *handle, const Oprj_Point *geographic,
-                    const Oprj_Point *projected, int32_t count, double verify,
-                    Oprj_PointReason *marks, Oerr_Report **err) const {
-  if (isGeographicHandle(handle)) return true;
-  Oprj_Point again[kTilePoints], globe[kTilePoints];
-  Oprj_PointReason lost[kTilePoints] = {};
-  const Oprj_Point *sheet = projected;
-  if (input) {
-    if (!legEach(true, handle, geographic, again, count, lost, err)) return false;
-    sheet = again;
-  }
-  if (!legEach(false, handle, sheet, globe, count, lost, err)) return false;
-  const double a = axisOf(handle);
-  for (int32_t i = 0; i < count; ++i) {
-    const double aside = std::hypot(sheet[i].x - projected[i].x, sheet[i].y - projected[i].y);
-    if (lost[i] || !(groundDistance(a, globe[i], geographic[i]) <= verify) ||
-        !(aside <= kFolded * verify))
-      marks[i] = OPRJ_POINT_INACCURATE;
-  }
   return true;
 }
 

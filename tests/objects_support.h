@@ -6,6 +6,7 @@
 #include <oprj/oprj.h>
 
 #include <algorithm>
+#include <atomic>
 #include <initializer_list>
 
 #include "tests/loaded_tables.h"
@@ -78,6 +79,7 @@ namespace marked {
 struct Block {
   double step, stopForward, stopInverse;
 };
+inline std::atomic<int64_t> passed;  ///< points that came to either function
 
 template <bool kForward>
 void project(const Oprj_Point *in, const double *parameters, Oprj_Point *out, int32_t count,
@@ -86,6 +88,7 @@ void project(const Oprj_Point *in, const double *parameters, Oprj_Point *out, in
   *err = nullptr;
   for (int32_t i = 0; i < count; ++i) {
     const Oprj_Point p = in[i];
+    ++passed;
     if (p.x == (kForward ? block.stopForward : block.stopInverse)) {
       *err = oerr_CreateErrorReport(kForward ? "markedFromLL" : "markedToLL", 4, 2, nullptr,
                                     "stopped");

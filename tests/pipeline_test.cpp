@@ -261,6 +261,92 @@ TEST(Pipeline, ReportsWhatItCannotCombine) {
   }
 }
 
+// What a child process computes goes there once; all else twice at most when a call fails.
+TEST(Pipeline, NoPointIsRepeatedWhereALegForbidsIt) {
+  Points in(kCount), out(kCount);
+  for (int32_t i = 0; i < kCount; ++i) in[static_cast<size_t>(i)] = {2000.0 * i, -2000.0 * i};
+  for (const auto type : {OPRJ_EXTERNAL, OPRJ_INTERNAL}) {
+    const auto record = geographic(), target = geographic();
+    record->proNumber = 1000;
+    target->proNumber = 1001;
+    record->proType = target->proType = type;
+    oprj_CharStrCreate("its program", &record->proExeName, nullptr);
+    const auto from = marked::handle(record, {0, kNaN, 2000.0 * 2500});
+    const auto to = marked::handle(target, {5, kNaN, kNaN});
+    marked::passed = 0;
+    EXPECT_EQ(oprj_Project(in.data(), from.get(), out.data(), to.get(), kCount, nullptr), nullptr);
+    if (type == OPRJ_EXTERNAL) {
+      EXPECT_EQ(marked::passed, 2501);
+    }
+    EXPECT_LE(marked::passed, 2 * (kCount + kCount));
+  }
+}
+
+// A thread keeps what it decided about its last pairs. Another, which has kept nothing, is the
+// oracle.
+TEST(Pipeline, WhatWasDecidedOnceServesNoOtherSystems) {
+  using Change = void (*)(Oprj_ProParameters &);
+  struct {
+    const char *what;
+    Change change;
+  } const changes[] = {
+      {"nothing", [](Oprj_ProParameters &) {}},
+      {"datum parameter", [](Oprj_ProParameters &r) { r.proSpheroid->datum->params.data[1] += 9; }},
+      {"axis", [](Oprj_ProParameters &r) { r.proSpheroid->a += 100; }},
+      {"e squared", [](Oprj_ProParameters &r) { r.proSpheroid->eSquared = 0; }},
+      {"datum type", [](Oprj_ProParameters &r) { r.proSpheroid->datum->type = OPRJ_DATUM_NONE; }},
+      {"datum name",
+       [](Oprj_ProParameters &r) {
+         oprj_CharStrCreate("WGS 84", &r.proSpheroid->datum->datumname, nullptr);
+       }},
+      {"spheroid name",
+       [](Oprj_ProParameters &r) { oprj_CharStrFree(&r.proSpheroid->sphereName); }},
+      {"entries", [](Oprj_ProParameters &r) { r.proParams.data[4] = 12 * kDegree; }},
+      {"number", [](Oprj_ProParameters &r) { r.proNumber = 1; }},
+      {"all that made them differ",
+       [](Oprj_ProParameters &r) {
+         r.proParams.data[4] = 12 * kDegree;
+         oprj_SpheroidByName(theToolkit(), "WGS 84", r.proSpheroid, nullptr);
+         oprj_DatumByName(theToolkit(), "WGS 84", "WGS 84", r.proSpheroid->datum, nullptr);
+       }},
+      {"spheroid gone", [](Oprj_ProParameters &r) { oprj_SpheroidFree(&r.proSpheroid); }},
+      {"entries gone", [](Oprj_ProParameters &r) { oprj_DblArrayFree(&r.proParams); }}};
+  const auto record = transverseMercator(9, "International 1909", "European 1950 (Mean)"),
+             other = transverseMercator(9, "Clarke 1866", "Clarke 1866");
+  const Oprj_Point point{612345, 5123456};
+  struct Outcome {
+    Oprj_Point out = kUntouched;
+    std::string chain;
+    explicit Outcome(const Oprj_ProjectionPair &pair, const Oprj_Point &in) {
+      Slot err;
+      oprj_Project(&in, pair.in, &out, pair.out, 1, err);
+      chain = err.chain();
+    }
+  };
+  const auto check = [&](const Oprj_ProjectionPair &pair) {
+    const Outcome here(pair, point);
+    inThreads(1, [&](size_t) {
+      const Outcome anew(pair, point);
+      EXPECT_TRUE(same(&here.out, &anew.out, 1));
+      EXPECT_EQ(here.chain, anew.chain);
+    });
+  };
+  for (const auto &[what, change] : changes) {
+    SCOPED_TRACE(what);
+    const auto pair = makePair(record, transverseMercator(12));
+    check(*pair);
+    change(*static_cast<Oprj_MapProjection *>(pair->in->ownedData)->proParameters);
+    check(*pair);
+  }
+  // Handles that are freed and made anew where the old ones lay; replaced; alternating.
+  const auto pair = makePair(record, transverseMercator(12));
+  for (int i = 0; i < 20; ++i) {
+    oprj_ProjectionFree(&pair->in);
+    oprj_ProjectionInit(theToolkit(), (i % 3 ? record : other).get(), &pair->in, nullptr);
+    check(*pair);
+  }
+}
+
 // --- a result for every point ---
 
 constexpr Oprj_ProjectOptions kPlain = OPRJ_PROJECT_OPTIONS;
