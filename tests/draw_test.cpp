@@ -505,7 +505,7 @@ TEST_F(Draw, CostsAreThoseOfAPicture) {
       {"Lambert Conformal Conic; datum=WGS 84; lat_1=30; lat_2=-29.9999999", "", 0},
       {"Albers Conical Equal Area; datum=WGS 84; lat_1=30; lat_2=-29.9999999", "", 0},
       {"Equidistant Conic; datum=WGS 84; lat_1=89.9999999; lat_2=89.9999999", "", 0},
-      {"Lambert Conformal Conic (single standard parallel); datum=WGS 84; lat_1=1e-6", "", 0},
+      {"Lambert Conformal Conic (single standard parallel); datum=WGS 84; lat_0=1e-6", "", 0},
       {"Oblated Equal Area; spheroid=GRS 1980 Authalic Sphere; p2=1.33; p3=1e6", "", 0},
       {"Oblique Mercator (Hotine); a=6378137; b=1; azimuth=53; lat_0=4", intricate},
       {"Mollweide; datum=WGS 84' --graticule '0.1", lines, 2},
