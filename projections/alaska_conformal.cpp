@@ -6,7 +6,6 @@
 // coefficients are fixed; a comes from the spheroid. Domain: Alaska and 38 degrees around the
 // centre: where the modulus of the stereographic point is at most 0.7 (from 0.717 on the polynomial
 // folds the sheet over itself), also for the inverse.
-// Accuracy: 2e-8 m from [GCTP], back to 1e-13 degrees in the whole domain.
 // Formulation: forward with t = tan(pi/4 - chi/2) throughout, so that the conformal latitude itself
 // is never needed. The inverse solves the polynomial by Newton's method, then the latitude.
 #include "projections/auxiliary_latitude.h"

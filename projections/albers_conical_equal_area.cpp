@@ -5,9 +5,6 @@
 // (false easting and northing). Domain: the globe.
 // Formulation: r = n rho / a is sqrt(C - n q); heights are (q - q0) / (r0 + r), and back q = q0 +
 // 2 r0 y - n (x² + y²), so that n may be as small as 1e-10.
-// Accuracy: 2e-8 m against the exact formulas (1e-7 m with parallels at 60 and 85 degrees). Towards
-// a pole q flattens: latitudes come back within 1.5e-15 rad over the distance from the pole in
-// radians, that is 1e-9 degrees at 0.005 degrees from it.
 #include "projections/auxiliary_latitude.h"
 #include "projections/cone.h"
 #include "projections/family.h"

@@ -4,8 +4,6 @@
 // Reads entries 4 (longitude of the centre), 5 (its latitude), 6 and 7 (false easting and
 // northing). The sphere has radius a. Domain: all but the antipode and 1.4e-5 rad around it, which
 // would be a circle of radius pi a.
-// Accuracy: 4e-8 m within 160 degrees of the centre, 1e-5 m one degree from the antipode (where the
-// azimuth has no more digits); back to 1e-13 degrees.
 #include "projections/azimuthal.h"
 
 namespace orvik::oprj::OPRJ_SET {

@@ -4,7 +4,6 @@
 // (false easting and northing); y counts from the equator. The sphere has radius a. Domain: the
 // whole globe; eastward the sheet repeats: the inverse wraps longitudes up to a turn from the
 // central meridian and accepts 1e-10 rad (0.6 mm) beyond the edges.
-// Accuracy: 1e-8 m, back to 1e-13 degrees.
 #include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {

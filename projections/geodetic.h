@@ -15,14 +15,15 @@ OPRJ_BEGIN_C
 OPRJ_API double oprj_Adjl(double x, Oerr_Report **err);
 /** asin of x clamped to [-1, 1]; NaN passes. */
 OPRJ_API double oprj_Asin(double x, Oerr_Report **err);
-/** Coefficients of the meridian distance series, [Snyder87] eq. 3-21. */
+/** Coefficients of the meridian distance series over a, [Snyder87] eq. 3-21: of phi, sin 2phi, sin
+    4phi and sin 6phi, the second and fourth with their signs turned, up to e^6. */
 OPRJ_API double oprj_E0fn(double eSquared, Oerr_Report **err);
 OPRJ_API double oprj_E1fn(double eSquared, Oerr_Report **err);
 OPRJ_API double oprj_E2fn(double eSquared, Oerr_Report **err);
 OPRJ_API double oprj_E3fn(double eSquared, Oerr_Report **err);
 /** sqrt((1+e)^(1+e) (1-e)^(1-e)), [Snyder87] p. 161. */
 OPRJ_API double oprj_E4fn(double e, Oerr_Report **err);
-/** Meridian distance over a, [Snyder87] eq. 3-21. */
+/** Meridian distance over a from the equator, [Snyder87] eq. 3-21, with the coefficients above. */
 OPRJ_API double oprj_Mlfn(double e0, double e1, double e2, double e3, double phi,
                           Oerr_Report **err);
 /** Radius of the parallel over a, [Snyder87] eq. 14-15. */
@@ -31,6 +32,7 @@ OPRJ_API double oprj_Msfn(double e, double sinPhi, double cosPhi, Oerr_Report **
 OPRJ_API double oprj_Qsfn(double e, double sinPhi, Oerr_Report **err);
 /** Conformal t, [Snyder87] eq. 15-9. */
 OPRJ_API double oprj_Tsfn(double e, double phi, double sinPhi, Oerr_Report **err);
+/** Sine and cosine of phi; null pointers are left out. */
 OPRJ_API void oprj_Sincos(double phi, double *sinPhi, double *cosPhi, Oerr_Report **err);
 /** -1 for x < 0, else +1. */
 OPRJ_API int32_t oprj_Sign(double x, Oerr_Report **err);

@@ -5,7 +5,6 @@
 // northing). The sphere has radius a. Domain: the hemisphere around the centre without its edge,
 // which lies at infinity; every finite point of the sheet comes from somewhere (squares of
 // coordinates beyond 1e154 a overflow and are refused).
-// Accuracy: 1e-8 m within 60 degrees of the centre, growing with the scale; back to 1e-13 degrees.
 #include "projections/azimuthal.h"
 
 namespace orvik::oprj::OPRJ_SET {

@@ -6,7 +6,6 @@
 // and an origin at the opposite pole are unusable.
 // The cone constant is a quotient of differences formed without cancellation, so that parallels may
 // be as close as 1e-10 rad.
-// Accuracy: 3e-8 m against the exact formulas over the apex's hemisphere, round trip 1e-13 degrees.
 #include "projections/conformal_cone.h"
 #include "projections/family.h"
 

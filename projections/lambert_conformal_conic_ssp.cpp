@@ -4,7 +4,7 @@
 // Reads entries 2 (latitude of natural origin), 3 (its longitude), 4 (scale factor there), 5 and 6
 // (false easting and northing), in the order of the EPSG note. Domain: all but the pole opposite to
 // the apex. A natural origin at a pole is unusable (that is Polar Stereographic); one at the
-// equator is refused (that is Mercator). Accuracy: as with two parallels.
+// equator is refused (that is Mercator).
 #include "projections/conformal_cone.h"
 #include "projections/family.h"
 

@@ -4,7 +4,6 @@
 // Reads entries 4 (central meridian), 5 (latitude of true scale, not an origin: y counts from the
 // equator), 6 and 7 (false easting and northing). Domain: all but the poles; the sheet repeats, and
 // inverse points up to a full turn from the central meridian are wrapped.
-// Accuracy: 1.2e-8 m against the exact formulas within 89.9 degrees, round trip 4e-14 degrees.
 #include <cmath>
 
 #include "projections/auxiliary_latitude.h"

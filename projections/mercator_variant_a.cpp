@@ -4,8 +4,8 @@
 // Reads entries 2 (scale factor at the natural origin), 4 (its longitude), 6 and 7 (false easting
 // and northing). Domain: all but the poles; the sheet repeats, and inverse points up to a full turn
 // from the central meridian are wrapped.
-// Accuracy: forward as Mercator. The inverse is the closed series to e^8, within 1.4e-10 degrees on
-// the Earth's spheroids; flatter ones take the iteration of oprj_Phi2.
+// The inverse is the closed series to e^8 on the Earth's spheroids and the iteration of
+// oprj_Phi2 on flatter ones.
 //
 // Kept: the comparison asks both records for number 5 (Mercator), so that two records of this
 // number never compare equal; it reads entries 3 and 5 as well, which no formula does.

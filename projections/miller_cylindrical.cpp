@@ -4,7 +4,6 @@
 // a. Domain: the whole globe, the poles are lines at y = +-2.30 a; eastward the sheet repeats: the
 // inverse wraps longitudes up to a turn from the central meridian and accepts 1e-10 rad (0.6 mm)
 // beyond the edges.
-// Accuracy: 2e-8 m, back to 1e-13 degrees.
 // Formulation: y = 1.25 a ln tan(pi/4 + 0.4 phi) = 0.625 a ln((1 + s)/(1 - s)), s = sin(0.8 phi),
 // inverse phi = 2.5 atan(exp(0.8 y/a)) - 5 pi/8, both of the magnitude: odd to the last bit.
 #include "projections/longitude.h"

@@ -6,8 +6,6 @@
 // 1:2,500,000 are scaled up to the ground. Central meridian 150 degrees W; longitudes count from it
 // within a half turn, so the map crosses the antimeridian whole. Domain: the formulas hold for the
 // globe and mean something around Alaska.
-// Accuracy: 1e-8 m from the formulas as printed, 10 m from the conic that they round; back to 1e-12
-// degrees.
 #include "projections/longitude.h"
 #include "projections/meridian.h"
 

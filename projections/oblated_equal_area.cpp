@@ -6,7 +6,6 @@
 // the oval, radians). The sphere has radius a. Domain: depends on m and n; where the sheet would
 // fold over itself (an arcsine beyond 1 or a double angle beyond 90 degrees) points are refused in
 // both directions. With m and n of at least 2 that is all but the antipode and 1.4e-5 rad around.
-// Accuracy: 2e-8 m, back to 1e-11 degrees, less near a fold.
 // Formulation: M = asin(x'/2) as an arctangent of two numbers that keep their digits, N by its sine
 // and cosine: no digits are lost where M passes near 90 degrees.
 #include "projections/azimuthal.h"

@@ -11,7 +11,6 @@
 // so that v = -(A/B) sign(U) ln((T + |T U|) / hypot(M, cos(B dlon))) keeps its digits everywhere,
 // as does the latitude backwards, where the same holds with M = S cos g0 - V sin g0.
 //
-// Accuracy: 1e-8 m within 30 degrees of the centre, round trip 1e-13 degrees over the globe.
 // Kept: "projectes" in the stop's text.
 #include <cmath>
 

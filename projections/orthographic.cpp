@@ -5,7 +5,6 @@
 // northing). The sphere has radius a. Domain: the hemisphere around the centre with its edge. At
 // the limb the distance from the centre comes back to about 1e-8 rad only: there the sheet holds no
 // more of it.
-// Accuracy: 5e-9 m, back to 1e-13 degrees away from the limb.
 #include "projections/azimuthal.h"
 
 namespace orvik::oprj::OPRJ_SET {

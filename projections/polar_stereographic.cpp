@@ -6,8 +6,6 @@
 // pole), 6 and 7 (false easting and northing). Domain: all but the opposite pole.
 // Formulation: scale = a m/t has a limit at the pole once cos(latTrue) is divided out, which is the
 // 2 a/E4 of eq. 21-33; one formula serves both.
-// Accuracy: 6e-9 m against the exact formulas in the pole's hemisphere, 6e-8 m to 80 degrees beyond
-// the equator; round trip 5e-14 degrees.
 #include <cmath>
 
 #include "projections/auxiliary_latitude.h"

@@ -9,7 +9,6 @@
 // its quotient are multiplied by sin phi cos phi, so that it has no tangent and one division.
 // oprj_Phi4 starts from A and so does not reach places far from the central meridian (from 80
 // degrees on); the start used here reaches all within 8 of its 15 steps.
-// Accuracy: the meridian series leaves 1 mm; round trip 4e-12 degrees.
 #include <cmath>
 
 #include "projections/family.h"

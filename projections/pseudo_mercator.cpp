@@ -3,7 +3,7 @@
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). Domain: all but the
 // poles; the sheet repeats, and inverse points up to a full turn from the central meridian are
-// wrapped. Accuracy: 1e-8 m within 89.9 degrees, round trip 4e-14 degrees.
+// wrapped.
 // Kept: entry 5 belongs to the block and to the comparison, and no formula reads it.
 #include "projections/auxiliary_latitude.h"
 #include "projections/family.h"

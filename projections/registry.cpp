@@ -7,6 +7,7 @@
 #include <array>
 #include <iterator>
 
+#include "projections/descriptor.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
@@ -81,4 +82,16 @@ Oprj_MapProjection *oprj_PEAdditionalInit(Oint_Toolkit *, const Oprj_ProParamete
   if (!record) return e.fail(1, "Invalid projection parameters");
   return e.fail(2, "Projection number %ld needs the Projection Engine, which is not built in",
                 static_cast<long>(record->proNumber));
+}
+
+double oprj_EllipsoidDistanceGet(const Oprj_ProParameters *record, Oerr_Report **err) {
+  using namespace orvik::oprj;
+  orvik::toolkit::ErrorScope e("oprj_EllipsoidDistanceGet", err);
+  if (!record) return e.fail(1, "Invalid projection parameters");
+  if (record->proType != OPRJ_INTERNAL) return 0.0;
+  const Ellipsoid ellipsoid = ellipsoidOf(record->proSpheroid);
+  for (const RegistryRow &row : kRegistry) {
+    if (row.number == record->proNumber) return row.fromEllipsoid * ellipsoid.a * ellipsoid.es;
+  }
+  return 0.0;
 }

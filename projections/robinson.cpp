@@ -6,7 +6,7 @@
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). A sphere of radius a.
 // Domain: the whole globe; the inverse takes the sheet between the pole lines. The southern
 // hemisphere mirrors the northern one.
-// Accuracy: the inverse solves the parabola in closed form. Scales are the published 0.8487 and
+// The inverse solves the parabola in closed form. Scales are the published 0.8487 and
 // 1.3523; the Package's sheet is larger (0.9858, pi/2), of the same shape. Cubic splines through
 // the same table differ between the nodes by some hundred metres, near the poles by up to 8 km.
 #include "projections/longitude.h"

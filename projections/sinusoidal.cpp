@@ -2,7 +2,6 @@
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). The sphere has radius
 // a. Domain: the whole globe; the inverse accepts 1e-10 a (0.6 mm) beyond the outline.
-// Accuracy: 1e-8 m, back to 1e-13 degrees.
 #include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {

@@ -5,8 +5,6 @@
 // northing); entries 8 and 9 must be there and are compared, but mean nothing here. The sphere has
 // radius a. Domain: all but the antipode and 1.4e-5 rad around it. Every finite point of the sheet
 // comes from somewhere.
-// Accuracy: 1.5e-8 m within 90 degrees of the centre (growing with the scale beyond), back to 1e-13
-// degrees.
 // Kept: equality compares entries 8 and 9 although no formula reads them.
 #include "projections/azimuthal.h"
 

@@ -3,10 +3,9 @@
 //
 // Reads entries 2 (scale factor), 4 (central meridian), 5 (latitude of origin), 6 and 7 (false
 // easting and northing). Below e = 1e-5 the closed form of the sphere is used. Domain: the series
-// is meant for a few degrees beside the central meridian: within 1 mm of the exact projection up to
-// 4 degrees, 0.4 m at 10 degrees. The sphere projects (lon0 +- 90 degrees, 0) into infinity.
-// Kept: backwards, a footpoint beyond a pole is the pole of the northing's sign, so that with the
-// latitude of origin at the south pole northing 0 can be the north pole.
+// is meant for a few degrees beside the central meridian. The sphere projects (lon0 +- 90 degrees,
+// 0) into infinity. Kept: backwards, a footpoint beyond a pole is the pole of the northing's sign,
+// so that with the latitude of origin at the south pole northing 0 can be the north pole.
 // Formulation: the series is multiplied out so that neither the tangent nor a division by the
 // cosine of the latitude occurs forward (t = tan² appears only with powers of cos² in front).
 #include "projections/family.h"

@@ -5,7 +5,7 @@
 // Domain: the whole globe; the inverse takes the sheet between the two pole lines.
 // Formulation: the parameter theta of theta + sin(theta) = C sin(phi) is Mollweide's angle with
 // another constant, u = pi - theta (mollweide_angle.h).
-// Accuracy: 1e-8 m forward. The parallels crowd at the pole lines, where the sheet holds the
+// The parallels crowd at the pole lines, where the sheet holds the
 // latitude to 2e-16/psi rad only, psi the distance from the pole in radians, 2e-8 rad at worst.
 // Kept: the constants C = 2.9604205062, 1.56548 and 0.8631 to that many places.
 #include "projections/longitude.h"

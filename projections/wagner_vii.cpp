@@ -3,7 +3,7 @@
 //
 // Reads entries 4 (central meridian), 6 and 7 (false easting and northing). A sphere of radius a.
 // Domain: the whole globe; the poles are curved lines. The inverse takes the projected globe.
-// Accuracy: 1e-8 m forward. The parallels crowd at the pole lines, where the sheet holds the
+// The parallels crowd at the pole lines, where the sheet holds the
 // latitude to 6e-16/psi rad only, psi the distance from the pole in radians, 3e-8 rad at worst.
 // Kept: sin 65 degrees and the two scales to five places (0.90631, 2.66723, 1.24104).
 #include "projections/longitude.h"
