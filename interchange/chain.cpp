@@ -147,29 +147,13 @@ std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
   return inQuotes(title ? title.get() : textOf(record.proName));
 }
 
-/// The families that compute on the sphere of radius a, and how far from an ellipsoidal form that
-/// puts points of their domain at most, in kilometres on the map for WGS 84:
-/// data/generate/sphere.py.
-constexpr struct {
-  int32_t number;
-  double kilometres;
-} kOnTheSphere[] = {{10, 88.3}, {11, 36.3}, {12, 46.0}, {13, 128.7}, {14, 36.2}, {15, 28.1},
-                    {16, 36.2}, {17, 42.1}, {18, 48.0}, {19, 49.6},  {24, 28.8}, {27, 30.3},
-                    {28, 21.8}, {29, 21.8}, {30, 27.3}, {31, 20.2},  {32, 22.0}, {33, 173.7}};
-
 void addSphereCaution(const Oprj_ProParameters &record, const std::string &title, Notes &notes) {
-  constexpr double kFlattening =
-      1 / 298.257223563;  // of WGS 84, to which the effect is in proportion
-  const Oprj_Spheroid &spheroid = *record.proSpheroid;
-  if (!(spheroid.a > spheroid.b)) return;
-  for (const auto &[number, kilometres] : kOnTheSphere) {
-    if (number != record.proNumber) continue;
-    const double effect = kilometres * (spheroid.a - spheroid.b) / spheroid.a / kFlattening;
-    notes.add(OPRJ_NOTE_SPHERE,
-              title + " is computed on the sphere of radius a: points lie up to about " +
-                  std::to_string(std::lround(effect)) +
-                  " km from where a form for the flattened spheroid would put them");
-  }
+  const double distance = oprj_EllipsoidDistanceGet(&record, nullptr);  // metres
+  if (!(distance > 0.0)) return;
+  notes.add(OPRJ_NOTE_SPHERE,
+            title + " is computed on the sphere of radius a: points lie up to about " +
+                std::to_string(std::lround(distance / 1000.0)) +
+                " km from where a form for the flattened spheroid would put them");
 }
 
 double slotOf(const Oprj_ProParameters &record, size_t slot) {
