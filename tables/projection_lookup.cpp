@@ -14,6 +14,14 @@ using namespace orvik::oprj;
 
 enum { kUtm = 1, kStatePlane = 2 };
 
+/// The first projection of the dictionary that the test takes, or null.
+template <class Test>
+const Oprj_Query *firstQuery(const Oprj_InitData &data, Test test) {
+  const Oprj_Query *query = data.queryTable;
+  while (query && !test(*query)) query = query->next;
+  return query;
+}
+
 /// A text of the record's own, not trimmed, counted `extra` beyond its length.
 bool assign(const char *source, int32_t extra, Oprj_CharStr &target) {
   target.data = ostr_Duplicate(source);
@@ -49,18 +57,21 @@ const Oprj_Query *oprj_QueryByName(Oint_Toolkit *toolkit, const char *name, Oerr
   if (!toolkit) return e.fail(1, "Toolkit has not been initialized");
   const Oprj_InitData *data = loadedData(toolkit, e.cause());
   if (!data) return e.fail(2, "oprj_Init failed");
-  for (const Oprj_Query *query = data->queryTable; query; query = query->next)
-    if (std::strcmp(query->name, textOf(name)) == 0) return query;
-  return e.fail(3, "Projection name not found in query list");
+  const Oprj_Query *found = firstQuery(
+      *data, [&](const Oprj_Query &query) { return std::strcmp(query.name, textOf(name)) == 0; });
+  if (!found) return e.fail(3, "Projection name not found in query list");
+  return found;
 }
 
 const Oprj_Query *oprj_QueryByNumber(Oint_Toolkit *toolkit, int32_t number, Oerr_Report **err) {
   ErrorScope e("oprj_QueryByNumber", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  for (const Oprj_Query *query = data->queryTable; query; query = query->next)
-    if (query->type == OPRJ_INTERNAL && query->number == number) return query;
-  return e.fail(3, "Projection number not found in query list");
+  const Oprj_Query *found = firstQuery(*data, [&](const Oprj_Query &query) {
+    return query.type == OPRJ_INTERNAL && query.number == number;
+  });
+  if (!found) return e.fail(3, "Projection number not found in query list");
+  return found;
 }
 
 const Oprj_Query *oprj_QueryByExample(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
@@ -69,12 +80,12 @@ const Oprj_Query *oprj_QueryByExample(Oint_Toolkit *toolkit, const Oprj_ProParam
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
-  const Oprj_Query *first = nullptr;
-  for (const Oprj_Query *query = data->queryTable; query; query = query->next) {
-    if (!isExample(*query, *record)) continue;
-    if (ostr_EqualIgnoringCase(query->name, textOf(record->proName))) return query;
-    if (!first) first = query;
-  }
+  const auto isAny = [&](const Oprj_Query &query) { return isExample(query, *record); };
+  const auto isNamed = [&](const Oprj_Query &query) {
+    return isAny(query) && ostr_EqualIgnoringCase(query.name, textOf(record->proName));
+  };
+  const Oprj_Query *first = firstQuery(*data, isNamed);
+  if (!first) first = firstQuery(*data, isAny);
   if (!first && record->proType == OPRJ_EXTERNAL)
     return e.fail(5, "Projection name not found in query list");
   if (!first) return e.fail(4, "Projection number not found in query list");
@@ -98,8 +109,9 @@ Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const 
   ErrorScope e("oprj_ProParametersCreateByName", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  const Oprj_Query *query = data->queryTable;
-  while (query && !ostr_EqualIgnoringCase(query->name, textOf(name))) query = query->next;
+  const Oprj_Query *query = firstQuery(*data, [&](const Oprj_Query &candidate) {
+    return ostr_EqualIgnoringCase(candidate.name, textOf(name));
+  });
   if (!query) return e.fail(3, "Invalid Projection Name");
 
   OwnedParameters made{oprj_ProParametersCreate(e.cause())};

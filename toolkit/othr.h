@@ -12,7 +12,8 @@ OPRJ_API void othr_ThreadUnsafeCodeExit(void);
 OPRJ_END_C
 
 #if defined(__cplusplus)
-namespace orvik::toolkit {
+namespace orvik {
+namespace toolkit {
 /// Holds the global guard for a block.
 class Guard {
  public:
@@ -21,7 +22,8 @@ class Guard {
   Guard(const Guard &) = delete;
   Guard &operator=(const Guard &) = delete;
 };
-}  // namespace orvik::toolkit
+}  // namespace toolkit
+}  // namespace orvik
 #endif
 
 #endif

@@ -3,7 +3,7 @@
 
     generate.py [DIRECTORY]     default: the directory above this one
 
-The same input gives the same bytes.  check.py reads the result with a reader of its own.
+The same input gives the same bytes.  tests/reference_data.py reads the result with a reader of its own.
 """
 
 import csv

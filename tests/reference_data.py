@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Reads the reference files back with a reader of its own and holds them against their sources.
 
-    check.py [DIRECTORY]     default: the directory above this one
+    reference_data.py [DIRECTORY]     default: data/ of the tree
 
-Sources are the tables beside this script and, where Debian's proj-data is installed, the State
+Sources are the tables in data/generate and, where Debian's proj-data is installed, the State
 Plane definitions and the EPSG dataset that PROJ carries.  Prints a line per finding and a summary;
 the exit status is 1 when anything is wrong.  A check that cannot run says why.
 """
@@ -19,9 +19,10 @@ import sys
 import tempfile
 from pathlib import Path
 
-HERE = Path(__file__).resolve().parent
-DATA = Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else HERE.parent
-EXAMPLES = HERE.parent.parent / "examples"
+TREE = Path(__file__).resolve().parent.parent
+DATA = Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else TREE / "data"
+SOURCES = TREE / "data" / "generate"
+EXAMPLES = TREE / "examples"
 PROJ = Path("/usr/share/proj")
 
 findings = 0
@@ -39,7 +40,7 @@ def expect(condition, *message):
 
 
 def table(name):
-    with open(HERE / name, newline="", encoding="utf-8") as file:
+    with open(SOURCES / name, newline="", encoding="utf-8") as file:
         return list(csv.DictReader(file))
 
 
@@ -551,7 +552,7 @@ def check_coastline(millions, decimals, most_bytes, expected):
     drawn = {frozenset(ends) for line in lines for ends in zip(line, line[1:])}
 
     # The source's segments, decoded on their own.
-    topology = json.loads((HERE / f"land-{millions}m.json").read_text(encoding="ascii"))
+    topology = json.loads((SOURCES / f"land-{millions}m.json").read_text(encoding="ascii"))
     (sx, sy), (tx, ty) = topology["transform"]["scale"], topology["transform"]["translate"]
     source = set()
     for arc in topology["arcs"]:
@@ -611,7 +612,7 @@ def check_names():
 
 def check_reproducible():
     with tempfile.TemporaryDirectory() as directory:
-        subprocess.run([sys.executable, HERE / "generate.py", directory], check=True)
+        subprocess.run([sys.executable, SOURCES / "generate.py", directory], check=True)
         for path in Path(directory).iterdir():
             expect(path.read_bytes() == (DATA / path.name).read_bytes(),
                    f"{path.name} is not what generate.py writes")
