@@ -37,18 +37,28 @@ function(oprj_room name)
   endif()
 endfunction()
 
-# oprj_lanes_room(NAME SOURCES ...): sources with lanes (lanes/lanes.h), built three times: for the
-# baseline (which also makes the flat operations), for AVX2 with FMA and for AVX-512.
+# The instruction sets of the processor, with their flags: OPRJ_SETS, OPRJ_FLAGS_set.
+set(OPRJ_PROCESSOR x86_64)
+include(${CMAKE_CURRENT_LIST_DIR}/../lanes/${OPRJ_PROCESSOR}.cmake)
+
+# oprj_lanes_objects(NAME SOURCES ...): sources with lanes (lanes/lanes.h) as objects NAME_set, built once a
+# set; the first set also makes what is not of a set.
+function(oprj_lanes_objects name)
+  set(flat -DOPRJ_FLAT=1)
+  foreach(set ${OPRJ_SETS})
+    add_library(${name}_${set} OBJECT ${ARGN})
+    target_link_libraries(${name}_${set} PRIVATE oprj_settings)
+    target_compile_options(${name}_${set} PRIVATE
+      -DOPRJ_SET=${set} ${flat} ${OPRJ_FLAGS_${set}} -fno-math-errno -fno-trapping-math -Wno-psabi)
+    set(flat "")
+  endforeach()
+endfunction()
+
+# oprj_lanes_room(NAME SOURCES ...): such sources of liboPrj.
 function(oprj_lanes_room name)
-  set(flags_baseline -DOPRJ_FLAT=1)
-  set(flags_avx2 -mavx2 -mfma)
-  # GCC 12's AVX-512 headers raise -Wmaybe-uninitialized where nothing is.
-  set(flags_avx512 -mavx512f -mavx512dq -mavx512vl -mavx512bw -mfma -mprefer-vector-width=512
-                   -Wno-maybe-uninitialized -Wno-uninitialized)
-  foreach(instructions baseline avx2 avx512)
-    oprj_room(${name}_${instructions} ${ARGN})
-    target_compile_options(oprj_${name}_${instructions} PRIVATE
-      -DOPRJ_SET=${instructions} ${flags_${instructions}} -fno-math-errno -fno-trapping-math -Wno-psabi)
+  oprj_lanes_objects(oprj_${name} ${ARGN})
+  foreach(set ${OPRJ_SETS})
+    set_property(GLOBAL APPEND PROPERTY OPRJ_ROOMS oprj_${name}_${set})
   endforeach()
 endfunction()
 
@@ -63,7 +73,7 @@ function(oprj_library)
     list(APPEND objects $<TARGET_OBJECTS:${room}>)
   endforeach()
   add_library(oPrj SHARED ${objects})
-  target_link_libraries(oPrj PRIVATE oprj_settings PkgConfig::SLEEF PUBLIC oPrjToolkit)
+  target_link_libraries(oPrj PRIVATE oprj_settings PUBLIC oPrjToolkit)
   # The library's calls of its own functions are its own, whatever else the process exports.
   set(exports ${CMAKE_SOURCE_DIR}/cmake/oprj.exports)
   target_link_options(oPrj PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${exports})
@@ -71,6 +81,6 @@ function(oprj_library)
   set_target_properties(oPrj PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0 LINKER_LANGUAGE CXX)
   # The same objects without the visibility of a shared library: for tests and benchmarks of internals.
   add_library(oprj_internals STATIC EXCLUDE_FROM_ALL ${objects})
-  target_link_libraries(oprj_internals PUBLIC oprj_settings PkgConfig::SLEEF oPrjToolkit)
+  target_link_libraries(oprj_internals PUBLIC oprj_settings oPrjToolkit)
   set_target_properties(oprj_internals PROPERTIES LINKER_LANGUAGE CXX)
 endfunction()

@@ -11,20 +11,21 @@
 
 namespace orvik::oprj {
 
-namespace baseline {
-extern const ParametricKernels parametricKernels;
-}
-namespace avx2 {
-extern const ParametricKernels parametricKernels;
-}
-namespace avx512 {
-extern const ParametricKernels parametricKernels;
-}
+#define OPRJ_DECLARE_KERNELS(SET, ...)              \
+  namespace SET {                                   \
+  extern const ParametricKernels parametricKernels; \
+  }
+OPRJ_SETS(OPRJ_DECLARE_KERNELS, )
 
 namespace {
 
-const ParametricKernels *const kKernels[kInstructionSets] = {
-    &baseline::parametricKernels, &avx2::parametricKernels, &avx512::parametricKernels};
+const ParametricKernels &kernelsInUse() {
+  const ParametricKernels *found = nullptr;
+#define OPRJ_PICK_KERNELS(SET, INDEX, ...) \
+  if (!found && instructionSet >= INDEX) found = &SET::parametricKernels;
+  OPRJ_SETS(OPRJ_PICK_KERNELS, )
+  return *found;
+}
 
 /// The names of two datums are the same text, or both are missing.
 bool sameName(const Oprj_Datum &first, const Oprj_Datum &second) {
@@ -117,7 +118,7 @@ ParametricShift::ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroi
   block_ = blockBetween(*source, *destination);
   step_ = Step::kBadParameters;
   if (!areNumbers(block_.shift)) return;
-  const ParametricKernels &kernels = *kKernels[instructionSet];
+  const ParametricKernels &kernels = kernelsInUse();
   kernel_ = block_.shift.mode == 2 ? kernels.geocentric : kernels.molodensky;
   step_ = Step::kShift;
 }

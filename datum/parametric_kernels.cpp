@@ -27,8 +27,7 @@
 // 88.95 degrees (Molodensky's formulas are left there), increments beyond the series, longitudes
 // beyond 540 degrees, results that fold over a pole, NaN.
 #include "datum/parametric.h"
-#include "lanes/kernels.h"
-#include "lanes/lanes.h"
+#include "lanes/point_runner.h"
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -192,58 +191,38 @@ struct Geocentric {
   }
 };
 
-/// A point out of the ordinary. One at infinity stays as it is, for the projection behind the shift
-/// to report.
+/// A formula as the point runner takes it: no point stops.
 template <class Formula>
-Oprj_Point special(const ParametricBlock &b, Oprj_Point p) {
-  if (p.x != p.x || p.y != p.y) return {kNaN, kNaN};
-  if (abs(p.x) == kInfinity || abs(p.y) == kInfinity) return p;
-  return Formula::special(b, p);
-}
+struct Shift {
+  using Block = ParametricBlock;
+  static constexpr PointFault kElsewhere = PointFault::kNone;
 
-template <class Formula>
-Oprj_Point shiftPoint(const ParametricBlock &b, Oprj_Point p) {
-  Flag odd = false;
-  const LonLat<double> to = Formula::template shift<double>(b, p.x, p.y, odd);
-  if (odd.value || !(abs(to.lat) <= kHalfPi) || !(abs(to.lon) < kInfinity))
-    return special<Formula>(b, p);
-  return {wrapped(to.lon), to.lat};
-}
-
-template <class Formula>
-OPRJ_INLINE void shiftGroup(const ParametricBlock &b, const Oprj_Point *in, Oprj_Point *out) {
-  Lanes lon, lat;
-  loadPairs(&in->x, lon, lat);
-  Mask odd;
-  const LonLat<Lanes> to = Formula::template shift<Lanes>(b, lon, lat, odd);
-  odd = odd | ~((abs(to.lat) <= Lanes(kHalfPi)) & isFinite(to.lon));
-  if (!any(odd)) [[likely]] {
-    storePairs(&out->x, wrapped(to.lon), to.lat);
-    return;
+  /// An absurd point (infinite, for one) stays as it is, for the projection behind the shift to
+  /// report.
+  static const StopText *point(const Block &b, Oprj_Point p, Oprj_Point *out) {
+    Flag odd = false;
+    const LonLat<double> to = Formula::template shift<double>(b, p.x, p.y, odd);
+    if (!odd.value && abs(to.lat) <= kHalfPi && abs(to.lon) < kInfinity)
+      *out = {wrapped(to.lon), to.lat};
+    else if (p.x != p.x || p.y != p.y) *out = {kNaN, kNaN};
+    else if (max(abs(p.x), abs(p.y)) > kFarthestAngle) *out = p;
+    else *out = Formula::special(b, p);
+    return nullptr;
   }
-  Oprj_Point good[kLanes], flags[kLanes];
-  storePairs(&good->x, wrapped(to.lon), to.lat);
-  storePairs(&flags->x, select(odd, Lanes(1.0), Lanes(0.0)), Lanes(0.0));
-  for (int32_t k = 0; k < kLanes; ++k)
-    out[k] = flags[k].x == 0.0 ? good[k] : special<Formula>(b, in[k]);
-}
+  OPRJ_INLINE static Mask group(const Block &b, Lanes x, Lanes y, Lanes &u, Lanes &v) {
+    Mask odd;
+    const LonLat<Lanes> to = Formula::template shift<Lanes>(b, x, y, odd);
+    u = wrapped(to.lon);
+    v = to.lat;
+    return odd | ~((abs(to.lat) <= Lanes(kHalfPi)) & isFinite(to.lon));
+  }
+};
 
 template <class Formula>
-void shiftPoints(const ParametricBlock &block, const Oprj_Point *in, Oprj_Point *out,
-                 int32_t count) {
-  if (count < kWorthPadding) {
-    for (int32_t k = 0; k < count; ++k) out[k] = shiftPoint<Formula>(block, in[k]);
-    return;
-  }
-  const ParametricBlock b = block;  // of its own, so that no store to `out` can change it
-  int32_t done = 0;
-  for (; count - done >= kLanes; done += kLanes) shiftGroup<Formula>(b, in + done, out + done);
-  const int32_t rest = count - done;
-  if (rest == 0) return;
-  Oprj_Point padded[kLanes];
-  for (int32_t k = 0; k < kLanes; ++k) padded[k] = in[done + (k < rest ? k : 0)];
-  shiftGroup<Formula>(b, padded, padded);
-  for (int32_t k = 0; k < rest; ++k) out[done + k] = padded[k];
+static void shiftPoints(const ParametricBlock &block, const Oprj_Point *in, Oprj_Point *out,
+                        int32_t count) {
+  PointRun how;
+  runPoints<Shift<Formula>>(block, in, out, count, how);
 }
 
 extern const ParametricKernels parametricKernels;

@@ -7,19 +7,13 @@
 namespace orvik::oprj {
 namespace {
 
-constexpr const char *kNames[kInstructionSets] = {"baseline", "avx2", "avx512"};
-
-}  // namespace
-
-int32_t widestInstructionSet() {
-  __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw"))
-    return 2;
-  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") ? 1 : 0;
-}
-
-namespace {
+#define OPRJ_SET_NAME(SET, INDEX, ...) names[INDEX] = #SET;
+struct Names {
+  const char *names[kInstructionSets] = {};
+  constexpr Names() { OPRJ_SETS(OPRJ_SET_NAME, ) }
+};
+#undef OPRJ_SET_NAME
+constexpr Names kNames;
 
 const char *refused = nullptr;
 
@@ -27,8 +21,8 @@ int32_t firstChoice() {
   const int32_t widest = widestInstructionSet();
   const char *asked = std::getenv("OPRJ_ISA");
   if (!asked || !*asked) return widest;
-  for (int32_t set = 0; set < kInstructionSets; ++set) {
-    if (std::strcmp(asked, kNames[set]) == 0 && set <= widest) return set;
+  for (int32_t set = 0; set <= widest; ++set) {
+    if (std::strcmp(asked, kNames.names[set]) == 0) return set;
   }
   refused = asked;
   return widest;
@@ -40,7 +34,7 @@ int32_t chosen = firstChoice();
 
 const int32_t &instructionSet = chosen;
 
-const char *instructionSetName(int32_t set) { return kNames[set]; }
+const char *instructionSetName(int32_t set) { return kNames.names[set]; }
 const char *refusedInstructionSet() { return refused; }
 void chooseInstructionSet(int32_t set) { chosen = set; }
 

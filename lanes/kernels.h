@@ -4,7 +4,22 @@
 
 #include <cstdint>
 
+#include "lanes/processor.h"
+
 namespace orvik::oprj {
+
+/// Angles beyond this (radians, 167,000 turns) are refused: a double no longer tells 1.5 mm on the
+/// ground, and farther out whole turns are guesswork.
+inline constexpr double kFarthestAngle = 0x1p20;
+
+/// Why a point came out as NaN where a run goes on after bad points.
+enum class PointFault : uint8_t {
+  kNone,
+  kNotANumber,     ///< it went in as NaN
+  kOutsideDomain,  ///< outside of the projection's domain
+  kNotConverged,   ///< an iteration ended without a result
+  kOutsideSheet,   ///< on no place of the globe
+};
 
 /// Why a point has no place, as it is reported: code and text (with "point # %ld:  %lf, %lf" where
 /// the text tells the point) and, for a solver's failure, the solver's own report as its cause.
@@ -12,21 +27,29 @@ struct StopText {
   int32_t code;
   const char *text;
   const char *solver = nullptr;
-  int32_t iterations = 0;
+  int32_t iterations = 0;  ///< that ended without a result; 0: the point lies where no place is
 };
 
-/// Where a run over points ended: `index` of the point that stopped it, -1 when all are done.
-struct PointStop {
-  int32_t index = -1;
-  const StopText *why = nullptr;
+/// How a run over points goes, and how it went. As it stands it ends at the first point that stops,
+/// behind which nothing is written.
+struct PointRun {
+  /// It goes on: points that stop become NaN, and their faults are written to `faults` (one a
+  /// point, may be null). Good points leave theirs alone, and so do points that have one already.
+  bool goesOn = false;
+  PointFault *faults = nullptr;
+
+  int32_t index = -1;             ///< of the point that ended it; -1: all points are done
+  const StopText *why = nullptr;  ///< what ended it
+  int32_t bad = 0;                ///< points that came out as NaN, where it goes on
 };
 
-/// Index of the instruction set in use: 0 baseline, 1 AVX2 with FMA, 2 AVX-512. Chosen once when
-/// the library is loaded: the widest that the processor has, or what the environment variable
-/// OPRJ_ISA
-/// ("baseline", "avx2", "avx512") asks for if the processor has it.
+/// Index of the instruction set in use, in the list of processor.h: the widest that the processor
+/// has, or what the environment variable OPRJ_ISA asks for (by its name there) if the processor has
+/// it. Chosen once when the library is loaded.
 extern const int32_t &instructionSet;
-inline constexpr int32_t kInstructionSets = 3;
+#define OPRJ_COUNT_SET(...) +1
+inline constexpr int32_t kInstructionSets = 0 OPRJ_SETS(OPRJ_COUNT_SET, );
+#undef OPRJ_COUNT_SET
 /// The widest set of this processor; and, for tests and benchmarks, another choice (not while
 /// points are being projected).
 int32_t widestInstructionSet();

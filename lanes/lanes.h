@@ -1,39 +1,23 @@
 // Lanes: one number type for a formula that is written once and runs on `double` or on many points.
 //
-// A source that includes this header is compiled three times (oprj_lanes_room in cmake/): for the
-// baseline, for AVX2 with FMA and for AVX-512. Everything it defines lives in the namespace of its
-// set, orvik::oprj::OPRJ_SET, so that no object holds code of a wider set under a shared name.
+// A source that includes this header is compiled once for every instruction set (oprj_lanes_room in
+// cmake/). Everything it defines lives in the namespace of its set, orvik::oprj::OPRJ_SET, so that
+// no object holds code of a wider set under a shared name.
 //
 // `Lanes` is two native vectors (the second hides the latency of the first). A formula is a
 // template over its number type V and uses only operators, the functions below and `select`; its
 // scalar instantiation defines the behaviour. Both give the same bits: no contraction by the
-// compiler, explicit `fma`, and SLEEF's deterministic functions (finz_ from AVX2 up, cinz_ on the
-// baseline) also for `double`. Their error is at most 2.8 ulp (u35; exp, log1p, expm1, atanh 1.0),
-// [Shibata20].
+// compiler, explicit `fma`, and the functions of elementary.h also for `double`.
 #ifndef OPRJ_LANES_H
 #define OPRJ_LANES_H
 
-#include <immintrin.h>
-#include <sleef.h>
-
 #include <cstdint>
+
+#include "lanes/elementary.h"
 
 #if !defined(OPRJ_SET)
 #error "sources with lanes are built through oprj_lanes_room()"
 #endif
-
-#if defined(__AVX512F__)
-#define OPRJ_SLEEF(function, ulp) Sleef_finz_##function##d8_##ulp##avx512f
-#define OPRJ_SLEEF_SCALAR(function, ulp) Sleef_finz_##function##d1_##ulp##purecfma
-#elif defined(__AVX2__)
-#define OPRJ_SLEEF(function, ulp) Sleef_finz_##function##d4_##ulp##avx2
-#define OPRJ_SLEEF_SCALAR(function, ulp) Sleef_finz_##function##d1_##ulp##purecfma
-#else
-#define OPRJ_SLEEF(function, ulp) Sleef_cinz_##function##d2_##ulp##sse2
-#define OPRJ_SLEEF_SCALAR(function, ulp) Sleef_cinz_##function##d1_##ulp##purec
-#endif
-
-#define OPRJ_INLINE [[gnu::always_inline]] inline
 
 namespace orvik::oprj::OPRJ_SET {
 
@@ -43,51 +27,6 @@ inline constexpr double kTwoPi = 2 * kPi;
 inline constexpr double kDegree = kPi / 180;  // radians
 inline constexpr double kInfinity = __builtin_inf();
 inline constexpr double kNaN = __builtin_nan("");
-
-// --- one native vector ---
-
-#if defined(__AVX512F__)
-inline constexpr int kNativeWidth = 8;
-#elif defined(__AVX2__)
-inline constexpr int kNativeWidth = 4;
-#else
-inline constexpr int kNativeWidth = 2;
-#endif
-using Native = double __attribute__((vector_size(8 * kNativeWidth), may_alias));
-using NativeMask = long long __attribute__((vector_size(8 * kNativeWidth), may_alias));
-
-#if defined(__AVX512F__)
-OPRJ_INLINE Native nativeFma(Native a, Native b, Native c) { return _mm512_fmadd_pd(a, b, c); }
-OPRJ_INLINE Native nativeSqrt(Native a) { return _mm512_sqrt_pd(a); }
-OPRJ_INLINE Native nativeFloor(Native a) {
-  return _mm512_roundscale_pd(a, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
-}
-OPRJ_INLINE bool nativeAny(NativeMask m) { return _mm512_movepi64_mask((__m512i)m) != 0; }
-OPRJ_INLINE Native nativeUnpackLow(Native a, Native b) { return _mm512_unpacklo_pd(a, b); }
-OPRJ_INLINE Native nativeUnpackHigh(Native a, Native b) { return _mm512_unpackhi_pd(a, b); }
-OPRJ_INLINE Native nativeLoad(const double *from) { return _mm512_loadu_pd(from); }
-OPRJ_INLINE void nativeStore(double *to, Native a) { _mm512_storeu_pd(to, a); }
-#elif defined(__AVX2__)
-OPRJ_INLINE Native nativeFma(Native a, Native b, Native c) { return _mm256_fmadd_pd(a, b, c); }
-OPRJ_INLINE Native nativeSqrt(Native a) { return _mm256_sqrt_pd(a); }
-OPRJ_INLINE Native nativeFloor(Native a) { return _mm256_floor_pd(a); }
-OPRJ_INLINE bool nativeAny(NativeMask m) { return _mm256_movemask_pd((__m256d)m) != 0; }
-OPRJ_INLINE Native nativeUnpackLow(Native a, Native b) { return _mm256_unpacklo_pd(a, b); }
-OPRJ_INLINE Native nativeUnpackHigh(Native a, Native b) { return _mm256_unpackhi_pd(a, b); }
-OPRJ_INLINE Native nativeLoad(const double *from) { return _mm256_loadu_pd(from); }
-OPRJ_INLINE void nativeStore(double *to, Native a) { _mm256_storeu_pd(to, a); }
-#else
-OPRJ_INLINE Native nativeFma(Native a, Native b, Native c) { return a * b + c; }
-OPRJ_INLINE Native nativeSqrt(Native a) { return _mm_sqrt_pd(a); }
-OPRJ_INLINE Native nativeFloor(Native a) {
-  return Native{__builtin_floor(a[0]), __builtin_floor(a[1])};
-}
-OPRJ_INLINE bool nativeAny(NativeMask m) { return _mm_movemask_pd((__m128d)m) != 0; }
-OPRJ_INLINE Native nativeUnpackLow(Native a, Native b) { return _mm_unpacklo_pd(a, b); }
-OPRJ_INLINE Native nativeUnpackHigh(Native a, Native b) { return _mm_unpackhi_pd(a, b); }
-OPRJ_INLINE Native nativeLoad(const double *from) { return _mm_loadu_pd(from); }
-OPRJ_INLINE void nativeStore(double *to, Native a) { _mm_storeu_pd(to, a); }
-#endif
 
 // --- the number type and its mask ---
 
@@ -189,35 +128,34 @@ OPRJ_INLINE Truth<V> never() {
 
 // --- elementary functions, the same on both number types ---
 
-#define OPRJ_FUNCTION(name, function, ulp)                                          \
-  OPRJ_INLINE double name(double x) { return OPRJ_SLEEF_SCALAR(function, ulp)(x); } \
-  OPRJ_INLINE Lanes name(Lanes x) {                                                 \
-    return {(Native)OPRJ_SLEEF(function, ulp)(x.half[0]),                           \
-            (Native)OPRJ_SLEEF(function, ulp)(x.half[1])};                          \
+// Ranges and errors: elementary.h.
+
+#define OPRJ_FUNCTION(name)                                                    \
+  OPRJ_INLINE double name(double x) { return elementary::name(Single{x})[0]; } \
+  OPRJ_INLINE Lanes name(Lanes x) {                                            \
+    return {elementary::name(x.half[0]), elementary::name(x.half[1])};         \
   }
-#define OPRJ_FUNCTION2(name, function, ulp)                                                      \
-  OPRJ_INLINE double name(double x, double y) { return OPRJ_SLEEF_SCALAR(function, ulp)(x, y); } \
-  OPRJ_INLINE Lanes name(Lanes x, Lanes y) {                                                     \
-    return {(Native)OPRJ_SLEEF(function, ulp)(x.half[0], y.half[0]),                             \
-            (Native)OPRJ_SLEEF(function, ulp)(x.half[1], y.half[1])};                            \
-  }
-OPRJ_FUNCTION(sin, sin, u35)
-OPRJ_FUNCTION(cos, cos, u35)
-OPRJ_FUNCTION(tan, tan, u35)
-OPRJ_FUNCTION(asin, asin, u35)
-OPRJ_FUNCTION(acos, acos, u35)
-OPRJ_FUNCTION(atan, atan, u35)
-OPRJ_FUNCTION(log, log, u35)
-OPRJ_FUNCTION(sinh, sinh, u35)
-OPRJ_FUNCTION(cosh, cosh, u35)
-OPRJ_FUNCTION(cbrt, cbrt, u35)
-OPRJ_FUNCTION(exp, exp, u10)
-OPRJ_FUNCTION(expm1, expm1, u10)
-OPRJ_FUNCTION(log1p, log1p, u10)
-OPRJ_FUNCTION(atanh, atanh, u10)
-OPRJ_FUNCTION2(atan2, atan2, u35)
+OPRJ_FUNCTION(asin)
+OPRJ_FUNCTION(atan)
+OPRJ_FUNCTION(atanh)
+OPRJ_FUNCTION(cbrt)
+OPRJ_FUNCTION(exp)
+OPRJ_FUNCTION(expm1)
+OPRJ_FUNCTION(log)
+OPRJ_FUNCTION(sinh)
 #undef OPRJ_FUNCTION
-#undef OPRJ_FUNCTION2
+/// log(n / d) of 0 < d <= n by one division.
+OPRJ_INLINE double logOfQuotient(double n, double d) {
+  return elementary::logOfQuotient(Single{n}, Single{d})[0];
+}
+OPRJ_INLINE Lanes logOfQuotient(Lanes n, Lanes d) {
+  return {elementary::logOfQuotient(n.half[0], d.half[0]),
+          elementary::logOfQuotient(n.half[1], d.half[1])};
+}
+OPRJ_INLINE double atan2(double y, double x) { return elementary::atan2(Single{y}, Single{x})[0]; }
+OPRJ_INLINE Lanes atan2(Lanes y, Lanes x) {
+  return {elementary::atan2(y.half[0], x.half[0]), elementary::atan2(y.half[1], x.half[1])};
+}
 
 /// Sine and cosine of one angle at the price of one.
 template <class V>
@@ -225,20 +163,26 @@ struct SinCos {
   V sin, cos;
 };
 OPRJ_INLINE SinCos<double> sincos(double x) {
-  const auto r = OPRJ_SLEEF_SCALAR(sincos, u35)(x);
-  return {r.x, r.y};
+  const auto both = elementary::sincos(Single{x});
+  return {both.sin[0], both.cos[0]};
 }
 OPRJ_INLINE SinCos<Lanes> sincos(Lanes x) {
-  const auto low = OPRJ_SLEEF(sincos, u35)(x.half[0]);
-  const auto high = OPRJ_SLEEF(sincos, u35)(x.half[1]);
-  return {{(Native)low.x, (Native)high.x}, {(Native)low.y, (Native)high.y}};
+  const auto low = elementary::sincos(x.half[0]), high = elementary::sincos(x.half[1]);
+  return {{low.sin, high.sin}, {low.cos, high.cos}};
+}
+template <class V>
+OPRJ_INLINE V sin(V x) {
+  return sincos(x).sin;
+}
+template <class V>
+OPRJ_INLINE V cos(V x) {
+  return sincos(x).cos;
 }
 
-#if defined(__FMA__)
-OPRJ_INLINE double fma(double a, double b, double c) { return __builtin_fma(a, b, c); }
-#else
-OPRJ_INLINE double fma(double a, double b, double c) { return a * b + c; }
-#endif
+/// a b + c, rounded once where the processor can (kHasFma), else twice.
+OPRJ_INLINE double fma(double a, double b, double c) {
+  return kHasFma ? __builtin_fma(a, b, c) : a * b + c;
+}
 OPRJ_INLINE Lanes fma(Lanes a, Lanes b, Lanes c) {
   return {nativeFma(a.half[0], b.half[0], c.half[0]), nativeFma(a.half[1], b.half[1], c.half[1])};
 }
@@ -258,14 +202,14 @@ OPRJ_INLINE Lanes copysign(Lanes x, Lanes s) {
   return {(Native)(((NativeMask)x.half[0] & magnitude) | ((NativeMask)s.half[0] & ~magnitude)),
           (Native)(((NativeMask)x.half[1] & magnitude) | ((NativeMask)s.half[1] & ~magnitude))};
 }
-/// The smaller and the greater; a NaN in `a` gives b.
-template <class V>
-OPRJ_INLINE V min(V a, V b) {
-  return select(a < b, a, b);
+/// The smaller and the greater; a NaN in either gives b, as does equality.
+OPRJ_INLINE double min(double a, double b) { return a < b ? a : b; }
+OPRJ_INLINE double max(double a, double b) { return a > b ? a : b; }
+OPRJ_INLINE Lanes min(Lanes a, Lanes b) {
+  return {nativeMin(a.half[0], b.half[0]), nativeMin(a.half[1], b.half[1])};
 }
-template <class V>
-OPRJ_INLINE V max(V a, V b) {
-  return select(a > b, a, b);
+OPRJ_INLINE Lanes max(Lanes a, Lanes b) {
+  return {nativeMax(a.half[0], b.half[0]), nativeMax(a.half[1], b.half[1])};
 }
 template <class V>
 OPRJ_INLINE V square(V x) {
@@ -276,6 +220,13 @@ OPRJ_INLINE V square(V x) {
 template <class V>
 OPRJ_INLINE V clampTo(V x, double limit) {
   return select(abs(x) > V(limit), copysign(V(limit), x), x);
+}
+
+/// An angle that has a sine, also for an infinite one: for formulas that find out later that a
+/// place is absurd.
+template <class V>
+OPRJ_INLINE V notTooFar(V angle) {
+  return min(max(angle, V(-kFarthestAngle)), V(kFarthestAngle));
 }
 
 /// Asine of an argument that rounding may have pushed beyond 1.
@@ -318,10 +269,19 @@ OPRJ_INLINE void loadPairs(const double *pairs, Lanes &x, Lanes &y) {
     y.half[h] = nativeUnpackHigh(a, b);
   }
 }
-OPRJ_INLINE void storePairs(double *pairs, Lanes x, Lanes y) {
+/// `streams`: past the caches, to memory that begins with a cache line.
+OPRJ_INLINE void storePairs(double *pairs, Lanes x, Lanes y, bool streams = false) {
   for (int h = 0; h < 2; ++h) {
-    nativeStore(pairs + 2 * h * kNativeWidth, nativeUnpackLow(x.half[h], y.half[h]));
-    nativeStore(pairs + (2 * h + 1) * kNativeWidth, nativeUnpackHigh(x.half[h], y.half[h]));
+    const Native low = nativeUnpackLow(x.half[h], y.half[h]);
+    const Native high = nativeUnpackHigh(x.half[h], y.half[h]);
+    double *to = pairs + 2 * h * kNativeWidth;
+    if (streams) {
+      nativeStream(to, low);
+      nativeStream(to + kNativeWidth, high);
+    } else {
+      nativeStore(to, low);
+      nativeStore(to + kNativeWidth, high);
+    }
   }
 }
 

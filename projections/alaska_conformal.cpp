@@ -8,6 +8,9 @@
 // folds the sheet over itself), also for the inverse.
 // Formulation: forward with t = tan(pi/4 - chi/2) throughout, so that the conformal latitude itself
 // is never needed. The inverse solves the polynomial by Newton's method, then the latitude.
+#include <cmath>
+#include <cstddef>
+
 #include "projections/auxiliary_latitude.h"
 #include "projections/longitude.h"
 
@@ -17,16 +20,9 @@ struct AlaskaConformalBlock {
   double a, e, es;
   double falseEast, falseNorth;
   double sinChi0, cosChi0;  // of the centre's conformal latitude
-};
-static_assert(sizeof(AlaskaConformalBlock) == 7 * sizeof(double));
-
-/// The block with the fixed spheroid's conformal latitude.
-struct AlaskaConformalRun : AlaskaConformalBlock {
-  static constexpr double kEs = 0.006768657997291094;  // Clarke 1866
   ConformalLatitude conformal;
-  explicit AlaskaConformalRun(const AlaskaConformalBlock &b)
-      : AlaskaConformalBlock(b), conformal(conformalLatitudeOf(__builtin_sqrt(kEs), kEs)) {}
 };
+static_assert(offsetof(AlaskaConformalBlock, conformal) == 7 * sizeof(double));
 
 /// A complex number per lane.
 template <class V>
@@ -39,11 +35,12 @@ OPRJ_INLINE Complex<V> operator*(Complex<V> a, Complex<V> b) {
 }
 
 struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
-  using ForwardRun = AlaskaConformalRun;
-  using InverseRun = AlaskaConformalRun;
+  static constexpr double kEs = 0.006768657997291094;  // Clarke 1866
   static constexpr Row row{.number = 26, .minimum = 8, .compared = entries(6, 7)};
+  static constexpr int kCap = 20;
   static constexpr StopText kIterations{
-      4, "Too many iterations for Alaska Conformal inverse transformation, point # %ld:  %lf, %lf"};
+      4, "Too many iterations for Alaska Conformal inverse transformation, point # %ld:  %lf, %lf",
+      nullptr, kCap};
 
   static constexpr double kLon0 = -152.0 * kDegree, kLat0 = 64.0 * kDegree;
   static constexpr int kOrder = 6;
@@ -53,13 +50,11 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
                                          -0.1932526, -0.1381226, -0.2884586};
   static constexpr double kModulus = 0.7;  // of the stereographic point, 2 tan(c/2)
   static constexpr double kLeastPlus = 8.0 / (4.0 + kModulus * kModulus);  // 1 + cos c there
-  static constexpr int kCap = 20;
   static constexpr double kTolerance = 1e-10;  // of the radius, 0.6 mm on the ground
 
   static bool derive(const Entries &p, const Ellipsoid &s, AlaskaConformalBlock &b) {
-    b = {s.a, s.e, s.es, p[6], p[7], 0.0, 0.0};
-    const AlaskaConformalRun fixed(b);
-    const double t = conformalT(fixed.conformal, sincos(kLat0));
+    b = {s.a, s.e, s.es, p[6], p[7], 0.0, 0.0, conformalLatitudeOf(std::sqrt(kEs), kEs)};
+    const double t = conformalT(b.conformal, sincos(kLat0));
     b.sinChi0 = (1.0 - t) * (1.0 + t) / (1.0 + t * t);
     b.cosChi0 = 2.0 * t / (1.0 + t * t);
     return true;
@@ -78,7 +73,7 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
   }
 
   template <class V>
-  static Projected<V> forward(const ForwardRun &b, V lon, V lat, Stops<V> &stop) {
+  static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
     const V t = conformalT(b.conformal, sincos(lat));
     const SinCos<V> l = sincos(lon - V(kLon0));
     // times (1 + t²): sin chi = (1 - t²)/(1 + t²), cos chi = 2t/(1 + t²)
@@ -95,8 +90,8 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
   }
 
   template <class V>
-  static Geographic<V> inverse(const InverseRun &b, V x, V y, Stops<V> &stop) {
-    const Complex<V> w{(x - V(b.falseEast)) / V(b.a), (y - V(b.falseNorth)) / V(b.a)};
+  static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
+    const Complex<V> w{(x - V(b.falseEast)) * V(1.0 / b.a), (y - V(b.falseNorth)) * V(1.0 / b.a)};
     Complex<V> p = w;
     Truth<V> open = ~never<V>();
     for (int i = 0; i < kCap && any(open); ++i) {

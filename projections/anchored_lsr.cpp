@@ -58,7 +58,8 @@ struct AnchoredLSR : FamilyBase<AnchoredLSRBlock> {
     const double oneEs = 1.0 - b.es;
     const double quadratic = b.cos0 * b.cos0 + b.sin0 * b.sin0 / oneEs;
     const double northSquared = b.sin0 * b.sin0 + b.cos0 * b.cos0 / oneEs;
-    const V east = (x - V(b.falseEast)) / V(b.a), north = (y - V(b.falseNorth)) / V(b.a);
+    const V east = (x - V(b.falseEast)) * V(1.0 / b.a),
+            north = (y - V(b.falseNorth)) * V(1.0 / b.a);
     const V linear = fma(V(b.tilt), north, V(b.cos0 * b.rho0 + b.sin0 * b.z0 / oneEs));
     const V constant = fma(east, east, northSquared * north * north);
     const V inside = fma(linear, linear, -quadratic * constant);

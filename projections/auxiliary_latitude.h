@@ -97,7 +97,7 @@ OPRJ_INLINE V expOfWave(const ConformalLatitude &c, V x) {
 /// atanh(sin phi), the isometric latitude of the sphere.
 template <class V>
 OPRJ_INLINE V sphericalIsometric(SinCos<V> p) {
-  return copysign(log((1.0 + abs(p.sin)) / p.cos), p.sin);
+  return copysign(logOfQuotient(1.0 + abs(p.sin), p.cos), p.sin);
 }
 
 /// Isometric latitude psi = atanh s - e atanh(e s) = -ln t, [Snyder87] eq. 7-7.
@@ -171,7 +171,7 @@ inline constexpr double kAuthalicSphereBelow = 1e-7;
 
 struct AuthalicLatitude {
   double e, es, sphere, earthLike;  ///< the last two: 1 or 0
-  double qPole;                     ///< q of the pole
+  double qPole, perQPole;           ///< q of the pole, and 1 over it
   double wave[9];                   ///< q / s by s²; exact to 2e-17 up to kEarthLike
   double start[kSeriesOrder];       ///< (phi - xi) / sin 2xi by cos 2xi
 };
@@ -180,13 +180,13 @@ struct AuthalicLatitude {
 template <class V>
 OPRJ_INLINE V authalicQ(const AuthalicLatitude &c, V s) {
   if (c.earthLike != 0.0) return s * polynomial(s * s, c.wave);
-  return (1.0 - c.es) * (s / fma(V(-c.es) * s, s, V(1.0)) + atanh(c.e * s) / V(c.e));
+  return (1.0 - c.es) * (s / fma(V(-c.es) * s, s, V(1.0)) + atanh(c.e * s) * (1.0 / c.e));
 }
 
 inline AuthalicLatitude authalicLatitudeOf(double e, double es) {
   const bool sphere = e < kAuthalicSphereBelow;
   if (sphere) es = 0.0;
-  AuthalicLatitude c{e, es, sphere ? 1.0 : 0.0, es <= kEarthLike ? 1.0 : 0.0, 2.0, {}, {}};
+  AuthalicLatitude c{e, es, sphere ? 1.0 : 0.0, es <= kEarthLike ? 1.0 : 0.0, 2.0, 0.5, {}, {}};
   double power = 1.0 - es;
   for (int k = 0; k < 9; ++k, power *= es) c.wave[k] = power * (2 * k + 2) / (2 * k + 1);
   const double n = thirdFlattening(es), n2 = n * n, n3 = n * n2, n4 = n2 * n2, n5 = n2 * n3;
@@ -197,6 +197,7 @@ inline AuthalicLatitude authalicLatitudeOf(double e, double es) {
       n3 * (3044.0 / 2835) + n4 * (3802.0 / 14175) - n5 * (94388.0 / 66825),
       n4 * (6059.0 / 4725) + n5 * (41072.0 / 93555), n5 * (768272.0 / 467775), c.start);
   c.qPole = authalicQ(c, 1.0);
+  c.perQPole = 1.0 / c.qPole;
   return c;
 }
 
@@ -212,13 +213,13 @@ inline constexpr double kPoleSlackQ = 1e-10;
 /// argument is clamped, as oprj_Phi1 does.
 template <class V>
 OPRJ_INLINE Solved<V> latitudeOfQ(const AuthalicLatitude &c, V q) {
-  const V sinXi = clampToUnit(q / V(c.qPole));
+  const V sinXi = clampToUnit(q * c.perQPole);
   V phi = asin(sinXi);
   Truth<V> open = ~never<V>();
   if (c.sphere != 0.0) return {phi, open};
 
   const V magnitude = abs(q), w = c.qPole - magnitude;
-  SinCos<V> at{sinXi, sqrt(max(w, V(0.0)) * (c.qPole + magnitude)) / V(c.qPole)};
+  SinCos<V> at{sinXi, sqrt(max(w, V(0.0)) * (c.qPole + magnitude)) * c.perQPole};
   if (c.earthLike != 0.0) {
     const V d = sineSeries(at, c.start);
     phi = phi + d;

@@ -17,10 +17,6 @@ namespace orvik::oprj {
 /// ground.
 inline constexpr double kClose = 1e-10;
 
-/// Angles beyond this (radians, 167,000 turns) are refused: a double no longer tells 1.5 mm on the
-/// ground, and farther out whole turns are guesswork.
-inline constexpr double kFarthestAngle = 0x1p20;
-
 /// Entries `first` to `last` of proParams as a set of bits.
 constexpr uint32_t entries(int first, int last) {
   return ((2u << last) - 1) & ~((1u << first) - 1);
@@ -115,7 +111,7 @@ constexpr Family familyOf(Door<Initialiser> init, Door<Oprj_PointFunction> fromL
 Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *record,
                                Oerr_Report **err);
 /// Reports the point that stopped a run under the operation of `e`.
-void reportStop(toolkit::ErrorScope &e, PointStop where, const Oprj_Point *in);
+void reportStop(toolkit::ErrorScope &e, const PointRun &how, const Oprj_Point *in);
 /// The body of a family's forward function. `run` is the point loop of the instruction set in use,
 /// reached by direct calls: an indirect one can cost a tenth of a single point.
 template <auto run>
@@ -125,8 +121,9 @@ void familyFromLL(const Family &family, const Oprj_Point *geog, const double *bl
   if (!block) return void(e.fail(1, "Invalid input parameters"));
   if (!geog) return void(e.fail(2, "Invalid input geog points"));
   if (!proj) return void(e.fail(3, "Invalid input projected points"));
-  const PointStop stop = run(block, geog, proj, count);
-  if (stop.index >= 0) reportStop(e, stop, geog);
+  PointRun how;
+  run(block, geog, proj, count, how);
+  if (how.index >= 0) reportStop(e, how, geog);
 }
 /// The body of its inverse function.
 template <auto run>
@@ -136,8 +133,9 @@ void familyToLL(const Family &family, const Oprj_Point *proj, const double *bloc
   if (!block) return void(e.fail(1, "Invalid input parameters"));
   if (!proj) return void(e.fail(2, "Invalid input projected points"));
   if (!geog) return void(e.fail(3, "Invalid input geog points"));
-  const PointStop stop = run(block, proj, geog, count);
-  if (stop.index >= 0) reportStop(e, stop, proj);
+  PointRun how;
+  run(block, proj, geog, count, how);
+  if (how.index >= 0) reportStop(e, how, proj);
 }
 /// The equality test under the name `operation`, by what the row compares.
 int32_t recordsEqual(const char *operation, const Row &row, const Oprj_ProParameters *first,

@@ -19,7 +19,7 @@ struct ESOM : FamilyBase<ESOMBlock> {
   static constexpr ValueCheck checks[] = {
       {[](const Entries &p, const Ellipsoid &) { return !isLandsatPath(p[4], p[5]); },
        "Improper parameter"}};
-  static constexpr StopText kTooMany{4, "Too many iterations"};
+  static constexpr StopText kTooMany{4, "Too many iterations", nullptr, kOrbitIterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, ESOMBlock &b) {
     b = {s.a, s.e, s.es, p[4], p[5], p[6], p[7], landsatOrbit(s.es, false, p[5])};
@@ -34,8 +34,8 @@ struct ESOM : FamilyBase<ESOMBlock> {
 
   template <class V>
   static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
-    return spaceObliqueInverse(b.orbit, b.es, (x - V(b.falseEast)) / V(b.a),
-                               (y - V(b.falseNorth)) / V(b.a), stop, kTooMany);
+    return spaceObliqueInverse(b.orbit, b.es, (x - V(b.falseEast)) * V(1.0 / b.a),
+                               (y - V(b.falseNorth)) * V(1.0 / b.a), stop, kTooMany);
   }
 };
 

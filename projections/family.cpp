@@ -99,10 +99,10 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
   return object;
 }
 
-void reportStop(toolkit::ErrorScope &e, PointStop where, const Oprj_Point *in) {
-  const Oprj_Point &p = in[where.index];
-  const long index = where.index;
-  const StopText &why = *where.why;
+void reportStop(toolkit::ErrorScope &e, const PointRun &how, const Oprj_Point *in) {
+  const Oprj_Point &p = in[how.index];
+  const long index = how.index;
+  const StopText &why = *how.why;
   if (why.solver) {
     *e.cause() = oerr_CreateErrorReport(why.solver, 1, OERR_SEVERITY_ERROR, nullptr,
                                         "Latitude failed to converge after %ld iterations",

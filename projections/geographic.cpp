@@ -31,15 +31,36 @@ constexpr orvik::oprj::Family kGeographic = orvik::oprj::familyOf<Geographic>(
     OPRJ_DOOR(oprj_GeographicToLL), OPRJ_DOOR(oprj_GeographicCopyParameters),
     OPRJ_DOOR(oprj_GeographicProParametersEqual));
 
-void copyPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+using orvik::oprj::PointFault;
+
+/// Returns the number of points that are not numbers.
+int32_t copyPoints(const Oprj_Point *in, Oprj_Point *out, PointFault *faults, int32_t count) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  int32_t bad = 0;
   for (int32_t i = 0; i < count; ++i) {
     const Oprj_Point p = in[i];
-    out[i] = std::isnan(p.x) || std::isnan(p.y) ? Oprj_Point{kNaN, kNaN} : p;
+    const bool isBad = std::isnan(p.x) || std::isnan(p.y);
+    out[i] = isBad ? Oprj_Point{kNaN, kNaN} : p;
+    bad += isBad;
+    if (isBad && faults && faults[i] == PointFault::kNone) faults[i] = PointFault::kNotANumber;
   }
+  return bad;
 }
 
 }  // namespace
+
+namespace orvik::oprj {
+
+int32_t oprj_GeographicFromLLEach(const double *, const Oprj_Point *geog, Oprj_Point *proj,
+                                  PointFault *faults, int32_t count) {
+  return copyPoints(geog, proj, faults, count);
+}
+int32_t oprj_GeographicToLLEach(const double *, const Oprj_Point *proj, Oprj_Point *geog,
+                                PointFault *faults, int32_t count) {
+  return copyPoints(proj, geog, faults, count);
+}
+
+}  // namespace orvik::oprj
 
 Oprj_MapProjection *oprj_GeographicInit(Oint_Toolkit *, const Oprj_ProParameters *record,
                                         Oerr_Report **err) {
@@ -54,7 +75,7 @@ void oprj_GeographicFromLL(const Oprj_Point *geog, const double *parameters, Opr
   if (!parameters) return void(e.fail(1, "Invalid input parameters"));
   if (!geog) return void(e.fail(2, "Invalid input geog points"));
   if (!proj) return void(e.fail(3, "Invalid input projected points"));
-  copyPoints(geog, proj, count);
+  copyPoints(geog, proj, nullptr, count);
 }
 
 void oprj_GeographicToLL(const Oprj_Point *proj, const double *parameters, Oprj_Point *geog,
@@ -63,7 +84,7 @@ void oprj_GeographicToLL(const Oprj_Point *proj, const double *parameters, Oprj_
   if (!parameters) return void(e.fail(1, "Invalid input parameters"));
   if (!proj) return void(e.fail(2, "Invalid input projected points"));
   if (!geog) return void(e.fail(3, "Invalid input geog points"));
-  copyPoints(proj, geog, count);
+  copyPoints(proj, geog, nullptr, count);
 }
 
 double *oprj_GeographicCopyParameters(const double *parameters, double *old, Oerr_Report **err) {

@@ -22,7 +22,8 @@ struct InterruptedGoode : FamilyBase<InterruptedGoodeBlock> {
   static constexpr Row row{.number = 27, .minimum = 0, .offsets = 0};
   static constexpr StopText kIterations{4,
                                         "Too many iterations for Interrupted Goode Homolosine "
-                                        "forward transformation, point # %ld:  %lf, %lf"};
+                                        "forward transformation, point # %ld:  %lf, %lf",
+                                        nullptr, kMollweideIterations};
   static constexpr StopText kGap{4,
                                  "In interrupted area in Interrupted Goode Homolosine inverse "
                                  "transformation, point # %ld:  %lf, %lf"};

@@ -27,7 +27,8 @@ struct InterruptedMollweide : FamilyBase<InterruptedMollweideBlock> {
   static constexpr Row row{.number = 29, .minimum = 0, .offsets = 0};
   static constexpr StopText kIterations{4,
                                         "Iteration failed to converge in Interrupted Mollweide "
-                                        "forward transformation, point # %ld:  %lf, %lf"};
+                                        "forward transformation, point # %ld:  %lf, %lf",
+                                        nullptr, kMollweideIterations};
   static constexpr StopText kGap{4,
                                  "In interrupted area in Interrupted Mollweide inverse "
                                  "transformation, point # %ld:  %lf, %lf"};

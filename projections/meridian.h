@@ -37,7 +37,7 @@ OPRJ_INLINE V meridianWaves(double e1, double e2, double e3, SinCos<V> a) {
 
 /// What the inverse needs of one spheroid: doubles only, so that blocks may embed it.
 struct MeridianInverse {
-  double e0, e1, e2, e3;
+  double e0, e1, e2, e3, perE0;
   double start2, start4, start6, start8;  ///< [Snyder87] 3-26
   double earthLike;                       ///< 1 or 0
 };
@@ -50,6 +50,7 @@ inline MeridianInverse meridianInverseOf(double es, double e0, double e1, double
           e1,
           e2,
           e3,
+          1.0 / e0,
           n * (3.0 / 2 - n2 * (27.0 / 32)),
           n2 * (21.0 / 16 - n2 * (55.0 / 32)),
           n * n2 * (151.0 / 96),
@@ -71,8 +72,8 @@ inline constexpr double kPhi3Tolerance = 1e-11;  // rad, 0.06 mm on the ground
 /// The latitude whose meridian distance over a is m.
 template <class V>
 Latitude<V> latitudeOfDistance(const MeridianInverse &c, V m) {
-  const V mu = m / V(c.e0);
-  SinCos<V> of = sincos(mu);
+  const V mu = m * c.perE0;
+  SinCos<V> of = sincos(notTooFar(mu));
   V phi = mu;
   if (c.earthLike != 0.0) {
     const V sin2 = 2.0 * of.sin * of.cos;
@@ -85,7 +86,7 @@ Latitude<V> latitudeOfDistance(const MeridianInverse &c, V m) {
   }
   Truth<V> open = V(0.0) == V(0.0);
   for (int i = 0; i < kPhi3Iterations && any(open); ++i) {
-    const V d = (m - meridianWaves(c.e1, c.e2, c.e3, of)) / V(c.e0) - phi;
+    const V d = (m - meridianWaves(c.e1, c.e2, c.e3, of)) * c.perE0 - phi;
     const V step = select(open, d, V(0.0));
     phi = phi + step;
     of = c.earthLike != 0.0 ? turned(of, step) : sincos(phi);

@@ -30,7 +30,7 @@ struct MillerCylindrical : FamilyBase<MillerCylindricalBlock> {
   static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
     const V dLon = wrapDifference(lon - V(b.lon0));
     const V s = sin(0.8 * lat), north = abs(s);
-    const V height = copysign(0.625 * log((1.0 + north) / (1.0 - north)), s);
+    const V height = copysign(0.625 * logOfQuotient(1.0 + north, 1.0 - north), s);
     return {fma(V(b.a), dLon, V(b.falseEast)), fma(V(b.a), height, V(b.falseNorth))};
   }
 

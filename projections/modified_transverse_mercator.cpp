@@ -19,7 +19,8 @@ static_assert(sizeof(MTMBlock) == 4 * sizeof(double));
 
 struct MTM : FamilyBase<MTMBlock> {
   static constexpr Row row{.number = 22, .minimum = 4, .offsets = 0};
-  static constexpr StopText kIterations{4, "Too many iterations"};
+  static constexpr int kCap = 50;
+  static constexpr StopText kIterations{4, "Too many iterations", nullptr, kCap};
 
   static constexpr double kScale = 2500000.0;
   static constexpr double kLon0 = -150.0 * kDegree;
@@ -30,7 +31,6 @@ struct MTM : FamilyBase<MTMBlock> {
   static constexpr double kRho0 = 4.1320402;
   static constexpr double kPerRadian = 0.04441727 / kDegree;
   static constexpr double kWave = 0.0064816;
-  static constexpr int kCap = 50;
   static constexpr double kTolerance = 1e-10;  // rad, 0.6 mm on the ground
 
   static bool derive(const Entries &, const Ellipsoid &s, MTMBlock &b) {
@@ -55,7 +55,7 @@ struct MTM : FamilyBase<MTMBlock> {
     // eccentricity. Its series is 1e-12 rad from the end, so that one step remains.
     constexpr double k = 2.0 * kWave / kPerRadian, k2 = k * k;
     const V mu2 = (kRho0 - rho) * (2.0 / kPerRadian);
-    SinCos<V> of = sincos(mu2);
+    SinCos<V> of = sincos(notTooFar(mu2));
     const V start = of.sin * polynomial(of.cos, k - k * k2 / 2, k2 - k2 * k2 * (5.0 / 3),
                                         k * k2 * 1.5, k2 * k2 * (8.0 / 3));
     V angle = mu2 + start;  // 2 phi

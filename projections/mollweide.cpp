@@ -18,8 +18,8 @@ struct Mollweide : FamilyBase<MollweideBlock> {
   static constexpr Row row{
       .number = 28, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
   static constexpr StopText kIterations{
-      4,
-      "Iteration failed to converge in Mollweide forward transformation, point # %ld:  %lf, %lf"};
+      4, "Iteration failed to converge in Mollweide forward transformation, point # %ld:  %lf, %lf",
+      nullptr, kMollweideIterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, MollweideBlock &b) {
     b = {s.a, s.e, s.es, meridianOf(p[4]), p[6], p[7]};

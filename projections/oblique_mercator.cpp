@@ -13,6 +13,7 @@
 //
 // Kept: "projectes" in the stop's text.
 #include <cmath>
+#include <cstddef>
 
 #include "projections/auxiliary_latitude.h"
 #include "projections/longitude.h"
@@ -27,18 +28,11 @@ struct ObliqueMercatorBlock {
   double sinGamma, cosGamma;  // azimuth of the central line at lon0
   double sinAlpha, cosAlpha;  // and at the centre
   double D;
-};
-static_assert(sizeof(ObliqueMercatorBlock) == 20 * sizeof(double));
-
-struct ObliqueMercatorRun : ObliqueMercatorBlock {
-  double radius, lnE;  // A / B
+  // what the formulas need beside them
+  double radius, perRadius, perB, lnE;  // radius: A / B
   ConformalLatitude conformal;
-  explicit ObliqueMercatorRun(const ObliqueMercatorBlock &b)
-      : ObliqueMercatorBlock(b),
-        radius(b.A / b.B),
-        lnE(std::log(b.E)),
-        conformal(conformalLatitudeOf(b.e, b.es)) {}
 };
+static_assert(offsetof(ObliqueMercatorBlock, radius) == 20 * sizeof(double));
 
 inline bool isPole(double lat) { return std::fabs(std::fabs(lat) - kHalfPi) <= kClose; }
 
@@ -50,8 +44,6 @@ inline bool hasNoLine(const Entries &p) {
 }
 
 struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
-  using ForwardRun = ObliqueMercatorRun;
-  using InverseRun = ObliqueMercatorRun;
   static constexpr Row row{.number = 20,
                            .minimum = 12,
                            .angles = entries(3, 5) | entries(8, 11),
@@ -65,7 +57,17 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
   static constexpr StopText kPhi2{4, "Error returned from oprj_Phi2", "oprj_Phi2", kPhi2Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, ObliqueMercatorBlock &b) {
-    b = {s.a, s.e, s.es, p[2], p[3], p[4], p[5], p[6], p[7], p[12], 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    b = {};
+    b.a = s.a;
+    b.e = s.e;
+    b.es = s.es;
+    b.k0 = p[2];
+    b.azimuth = p[3];
+    b.lonCentre = p[4];
+    b.lat0 = p[5];
+    b.falseEast = p[6];
+    b.falseNorth = p[7];
+    b.form = p[12];
     const double sin0 = std::sin(b.lat0), cos0 = std::cos(b.lat0);
     const double n0 = 1.0 - s.es * sin0 * sin0, rootEs = std::sqrt(1.0 - s.es);
     b.B = std::sqrt(1.0 + s.es * cos0 * cos0 * cos0 * cos0 / (1.0 - s.es));
@@ -96,11 +98,16 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
     b.cosAlpha = std::cos(alpha);
     // The signs go to the angle here and to the logarithm below: A's own is the scale factor's.
     b.uCentre = b.A / b.B * std::copysign(std::atan2(std::fabs(root), b.cosAlpha), b.lat0);
+    b.radius = b.A / b.B;
+    b.perRadius = b.B / b.A;
+    b.perB = 1.0 / b.B;
+    b.lnE = std::log(b.E);
+    b.conformal = conformalLatitudeOf(b.e, b.es);
     return true;
   }
 
   template <class V>
-  static Projected<V> forward(const ForwardRun &b, V lon, V lat, Stops<V> &stop) {
+  static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
     const SinCos<V> along = sincos(b.B * wrapDifference(lon - V(b.lon0)));
     const V q = exp(fma(V(b.B), isometricLatitude(b.conformal, sincos(lat)), V(b.lnE)));
     const V q2 = q * q, twoQ = q + q;
@@ -115,22 +122,22 @@ struct ObliqueMercator : FamilyBase<ObliqueMercatorBlock> {
   }
 
   template <class V>
-  static Geographic<V> inverse(const InverseRun &b, V x, V y, Stops<V> &stop) {
+  static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
     const V east = x - V(b.falseEast), north = y - V(b.falseNorth);
     const V acrossLine = fma(V(b.cosAlpha), east, -b.sinAlpha * north);
     const V alongLine = fma(V(b.cosAlpha), north, fma(V(b.sinAlpha), east, V(b.uCentre)));
-    const V turn = alongLine / V(b.radius);
-    const SinCos<V> along = sincos(turn);
-    const V q = exp(-acrossLine / V(b.radius));
+    const V turn = alongLine * b.perRadius;
+    const SinCos<V> along = sincos(select(isFinite(turn), notTooFar(turn), turn));
+    const V q = exp(-acrossLine * b.perRadius);
     const V q2 = q * q, twoQ = q + q;
     const V t = q2 + V(1.0), s = q2 - V(1.0), v = twoQ * along.sin;
     const V tu = fma(V(b.sinGamma), s, b.cosGamma * v);
     const V m = fma(V(b.cosGamma), s, -b.sinGamma * v), c = twoQ * along.cos;
     const V psi = copysign(log((t + abs(tu)) / sqrt(fma(m, m, c * c))), tu);
-    const Solved<V> lat = latitudeOfIsometric(b.conformal, (psi - V(b.lnE)) / V(b.B));
+    const Solved<V> lat = latitudeOfIsometric(b.conformal, (psi - V(b.lnE)) * b.perB);
     stop.when(~lat.converged, kPhi2);
     stop.when(abs(turn) > V(kTwoPi + kClose), kInputData);  // the sheet repeats, as Mercator's
-    return {wrapDifference(b.lon0 - atan2(m, c) / V(b.B)), lat.phi};
+    return {wrapDifference(b.lon0 - atan2(m, c) * b.perB), lat.phi};
   }
 
  private:

@@ -32,9 +32,11 @@ struct SOMGeneric : FamilyBase<SOMGenericBlock> {
        },
        "Improper parameter"}};
   static constexpr StopText kForward{
-      4, "Too many iterations for SOM forward transformation, point # %ld:  %lf, %lf"};
+      4, "Too many iterations for SOM forward transformation, point # %ld:  %lf, %lf", nullptr,
+      kOrbitIterations};
   static constexpr StopText kInverse{
-      4, "Too many iterations for SOM inverse transformation, point # %ld:  %lf, %lf"};
+      4, "Too many iterations for SOM inverse transformation, point # %ld:  %lf, %lf", nullptr,
+      kOrbitIterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, SOMGenericBlock &b) {
     b = {s.a, s.e, s.es, p[2], p[3], p[4], p[6], p[7], p[8], p[10], p[12], {}};
@@ -51,8 +53,8 @@ struct SOMGeneric : FamilyBase<SOMGenericBlock> {
 
   template <class V>
   static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
-    return spaceObliqueInverse(b.orbit, b.es, (x - V(b.falseEast)) / V(b.a),
-                               (y - V(b.falseNorth)) / V(b.a), stop, kInverse);
+    return spaceObliqueInverse(b.orbit, b.es, (x - V(b.falseEast)) * V(1.0 / b.a),
+                               (y - V(b.falseNorth)) * V(1.0 / b.a), stop, kInverse);
   }
 };
 

@@ -190,7 +190,8 @@ Projected<V> spaceObliqueForward(const SpaceObliqueOrbit &o, double es, V lon, V
 template <class V>
 Geographic<V> spaceObliqueInverse(const SpaceObliqueOrbit &o, double es, V x, V y, Stops<V> &stop,
                                   const StopText &notConverged) {
-  V lam = x / V(o.b);
+  const double perB = 1.0 / o.b;
+  V lam = x * perB;
   SinCos<V> at = {V(0.0), V(0.0)};
   Truth<V> open = V(0.0) == V(0.0);
   for (int i = 0; i < kOrbitIterations && any(open); ++i) {
@@ -199,9 +200,8 @@ Geographic<V> spaceObliqueInverse(const SpaceObliqueOrbit &o, double es, V x, V 
     const V skew = skewOf(o, now), across = y - trackOffset(o, now);
     // The slope takes S without its square root and leaves A4 and C3 out: within 1 %.
     const V slope =
-        -((o.p * o.sinI / o.j) * now.sin * across + 2.0 * o.a2 * c2 + skew * o.c1 * now.cos) /
-        V(o.b);
-    const V d = orbitStep((x + skew * across - trackWaves(o, now)) / V(o.b) - lam, slope);
+        -((o.p * o.sinI / o.j) * now.sin * across + 2.0 * o.a2 * c2 + skew * o.c1 * now.cos) * perB;
+    const V d = orbitStep((x + skew * across - trackWaves(o, now)) * perB - lam, slope);
     at.sin = select(open, fma(now.cos, d, now.sin), at.sin);
     at.cos = select(open, fma(-now.sin, d, now.cos), at.cos);
     lam = select(open, lam + d, lam);

@@ -8,6 +8,8 @@
 // so that with the latitude of origin at the south pole northing 0 can be the north pole.
 // Formulation: the series is multiplied out so that neither the tangent nor a division by the
 // cosine of the latitude occurs forward (t = tan² appears only with powers of cos² in front).
+#include <cstddef>
+
 #include "projections/family.h"
 #include "projections/longitude.h"
 #include "projections/meridian.h"
@@ -20,20 +22,16 @@ struct TransverseMercatorBlock {
   double e0, e1, e2, e3;  // meridian series
   double esp;             // e'² = e² / (1 - e²)
   double m0;              // a M(lat0)
+  // what the inverse needs beside them
+  double perScale, m0OverA, perOneEs;  // 1 / (a k0), m0 / a, 1 / (1 - e²)
+  MeridianInverse meridian;
 };
-static_assert(sizeof(TransverseMercatorBlock) == 14 * sizeof(double));
+static_assert(offsetof(TransverseMercatorBlock, perScale) == 14 * sizeof(double));
 
 /// Eccentricity below which the sphere's closed form is used.
 inline constexpr double kSphereBelow = 1e-5;
 
-struct TransverseMercatorInverse : TransverseMercatorBlock {
-  MeridianInverse meridian;
-  explicit TransverseMercatorInverse(const TransverseMercatorBlock &b)
-      : TransverseMercatorBlock(b), meridian(meridianInverseOf(b.es, b.e0, b.e1, b.e2, b.e3)) {}
-};
-
 struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
-  using InverseRun = TransverseMercatorInverse;
   static constexpr Row row{.number = 9,
                            .minimum = 8,
                            .angles = entries(4, 5),
@@ -45,7 +43,16 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   static constexpr StopText kPhi3{4, "Error returned from oprj_Phi3", "oprj_Phi3", kPhi3Iterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, TransverseMercatorBlock &b) {
-    b = {s.a, s.e, s.es, p[2], meridianOf(p[4]), p[5], p[6], p[7], 1.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+    b = {};
+    b.a = s.a;
+    b.e = s.e;
+    b.es = s.es;
+    b.k0 = p[2];
+    b.lon0 = meridianOf(p[4]);
+    b.lat0 = p[5];
+    b.falseEast = p[6];
+    b.falseNorth = p[7];
+    b.e0 = 1.0;
     if (s.es > 0.0) {
       b.e0 = oprj_E0fn(s.es, nullptr);
       b.e1 = oprj_E1fn(s.es, nullptr);
@@ -56,6 +63,10 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
       b.esp = s.es / (1.0 - s.es);
       b.m0 = s.a * oprj_Mlfn(b.e0, b.e1, b.e2, b.e3, b.lat0, nullptr);
     }
+    b.perScale = 1.0 / (b.a * b.k0);
+    b.m0OverA = b.m0 / b.a;
+    b.perOneEs = 1.0 / (1.0 - b.es);
+    b.meridian = meridianInverseOf(b.es, b.e0, b.e1, b.e2, b.e3);
     return true;
   }
 
@@ -81,31 +92,32 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
   }
 
   template <class V>
-  static Geographic<V> inverse(const InverseRun &b, V x, V y, Stops<V> &stop) {
+  static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
     const V east = x - V(b.falseEast), north = y - V(b.falseNorth);
     if (b.e < kSphereBelow) return inverseSphere(b, east, north, stop);
 
-    const Latitude<V> foot = latitudeOfDistance(b.meridian, (V(b.m0) + north / V(b.k0)) / V(b.a));
+    const Latitude<V> foot =
+        latitudeOfDistance(b.meridian, fma(north, V(b.perScale), V(b.m0OverA)));
     stop.when(~foot.converged, kPhi3);
     const Truth<V> pole = abs(foot.phi) >= V(kHalfPi);
     const V s = foot.of.sin, c0 = foot.of.cos;
-    const V tangent = s / c0, t = tangent * tangent;
+    const V perCos = 1.0 / c0, tangent = s * perCos, t = tangent * tangent;
     const V c = b.esp * c0 * c0;
     const V k = fma(V(-b.es) * s, s, V(1.0)), root = sqrt(k);
-    const V d = east * root / V(b.a * b.k0), d2 = d * d;  // east / (N k0)
+    const V d = east * root * b.perScale, d2 = d * d;  // east / (N k0)
     const V latSeries =
         (5.0 - 9.0 * b.esp) + t * 3.0 + c * (10.0 - 4.0 * c) -
         d2 * (1.0 / 30) * ((61.0 - 252.0 * b.esp) + t * (90.0 + 45.0 * t) + c * (298.0 - 3.0 * c));
-    const V phi = foot.phi - tangent * (k / V(1.0 - b.es)) * d2 *  // N / R = k / (1 - e²)
+    const V phi = foot.phi - tangent * (k * b.perOneEs) * d2 *  // N / R = k / (1 - e²)
                                  (0.5 - d2 * (1.0 / 24) * latSeries);
     const V lonSeries =
         1.0 + 2.0 * t + c -
         d2 * (1.0 / 20) * ((5.0 + 8.0 * b.esp) + t * (28.0 + 24.0 * t) - c * (2.0 + 3.0 * c));
-    const V dLon = d * fma(d2 * (-1.0 / 6), lonSeries, V(1.0)) / c0;
+    const V dLon = d * fma(d2 * (-1.0 / 6), lonSeries, V(1.0)) * perCos;
     // so far from the meridian the series leaves the globe
     stop.when(~pole & ((abs(phi) > V(kHalfPi + kClose)) | (abs(dLon) > V(kPi + kClose))),
               kInputData);
-    const V lon = adjustLongitude(b.lon0 + dLon);
+    const V lon = wrapDifference(b.lon0 + dLon);
     return {select(pole, V(b.lon0), lon),
             select(pole, select(north >= V(0.0), V(kHalfPi), V(-kHalfPi)), phi)};
   }
@@ -125,8 +137,8 @@ struct TransverseMercator : FamilyBase<TransverseMercatorBlock> {
 
   template <class V>
   static Geographic<V> inverseSphere(const Block &b, V east, V north, Stops<V> &stop) {
-    const V g = sinh(east / V(b.a * b.k0));
-    const V t = b.lat0 + north / V(b.a * b.k0);
+    const V g = sinh(east * b.perScale);
+    const V t = b.lat0 + north * b.perScale;
     stop.when(abs(t) > V(kPi + kClose), kInputData);  // the poles' far side ends there
     const SinCos<V> p = sincos(t);
     const V phi = atan2(abs(p.sin), sqrt(fma(g, g, p.cos * p.cos)));

@@ -27,7 +27,8 @@ struct WagnerIV : FamilyBase<WagnerIVBlock> {
   static constexpr int kMaxIterations = 30;
   static constexpr StopText kIterations{
       4,
-      "Iteration failed to converge for Wagner IV forward transformation, point # %ld:  %lf, %lf"};
+      "Iteration failed to converge for Wagner IV forward transformation, point # %ld:  %lf, %lf",
+      nullptr, kMaxIterations};
 
   static bool derive(const Entries &p, const Ellipsoid &s, WagnerIVBlock &b) {
     const AuxiliaryAngle<double> pole = auxiliaryAngle(kPi - kC, kMaxIterations);

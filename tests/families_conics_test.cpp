@@ -189,7 +189,8 @@ TEST(Conics, Poles) {
       EXPECT_NEAR(pole.x, 0, 1e-9);
       EXPECT_NEAR(pole.y, 0, family == &kAlbers && lat1 == 90 ? 0.1 : 1e-8);
       EXPECT_NEAR(ours.inverse(pole.x, pole.y).y, 90, 1e-9);
-      EXPECT_NEAR(ours.inverse(south.x, south.y).y, -90, 1e-9);
+      // at Albers' outer pole a rounding in q is its root in radians
+      EXPECT_NEAR(ours.inverse(south.x, south.y).y, -90, family == &kAlbers ? 5e-6 : 1e-9);
     }
   }
 }

@@ -11,6 +11,7 @@
 
 #include "family_cases.h"
 #include "lanes/kernels.h"
+#include "projections/each.h"
 
 namespace {
 
@@ -94,6 +95,49 @@ TEST_P(Laws, SameBitsAtEveryWidthPlaceAndCount) {
     // Mollweide's angle near the pole, orbits to 1e-9
     const bool isLoose = std::set<int32_t>{23, 25, 27, 28, 29}.count(family.number);
     EXPECT_LE(worst, isLoose ? 1e-2 : 1e-5) << "baseline against the widest set";
+  }
+}
+
+// The loop that goes on after bad points: the same bits for good ones, and of the others a fault
+// each, at every place, count and width.
+TEST_P(Laws, EachPointHasAPlaceOrAFault) {
+  using orvik::oprj::PointFault;
+  for (const bool forward : {true, false}) {
+    SCOPED_TRACE(forward ? "forward" : "inverse");
+    std::vector<Oprj_Point> in = randomPoints(200);
+    if (!forward) in = apply(true, in, in.size());
+    const std::vector<Oprj_Point> good = in;
+    for (size_t i = 0; i < in.size(); i += 7)
+      in[i] = i % 2 ? Oprj_Point{kInf, 0.0} : Oprj_Point{std::nan(""), 0.0};
+    in.back() = {0.0, -kInf};
+    const Oprj_MapProjection *object = projection.object();
+    const auto each = orvik::oprj::eachOf(forward ? object->fromLL : object->toLL);
+    ASSERT_TRUE(each);
+    for (int set = kBaseline; set <= widestInstructionSet(); ++set) {
+      chooseInstructionSet(set);
+      const std::vector<Oprj_Point> wanted = apply(forward, good, good.size());
+      for (const size_t step : {1, 2, 5, 64, 200}) {
+        std::vector<Oprj_Point> out = in;  // in place
+        std::vector<PointFault> faults(in.size(), PointFault::kNone);
+        faults[0] = PointFault::kNotConverged;  // of an earlier stage
+        int32_t bad = 0;
+        for (size_t i = 0; i < out.size(); i += step)
+          bad += each(object->parameters, &out[i], &out[i], step > 64 ? nullptr : &faults[i],
+                      static_cast<int32_t>(std::min(step, out.size() - i)));
+        EXPECT_EQ(bad, 30);
+        for (size_t i = 0; i < out.size(); ++i) {
+          const bool isBad = i % 7 == 0 || i + 1 == out.size();
+          ASSERT_EQ(std::isnan(out[i].x) && std::isnan(out[i].y), isBad) << i;
+          ASSERT_TRUE(isBad || sameBits({out[i]}, {wanted[i]})) << i;
+          if (step > 64) continue;
+          const bool infinite = i % 7 == 0 ? i % 2 != 0 : isBad;
+          if (i == 0) EXPECT_EQ(faults[i], PointFault::kNotConverged);
+          else if (!isBad) EXPECT_EQ(faults[i], PointFault::kNone);
+          else if (!infinite) EXPECT_EQ(faults[i], PointFault::kNotANumber);
+          else EXPECT_GE(faults[i], PointFault::kOutsideDomain);
+        }
+      }
+    }
   }
 }
 

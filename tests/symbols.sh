@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# symbols.sh BUILD: what leaves the libraries, and what the wide objects share.
+# symbols.sh BUILD SET...: what leaves the libraries, and what the wide objects share.
 # 1. liboPrj exports oprj_… and the classes of OrvikDatum and orvik::oprj alone.
-# 2. Objects of the AVX2 and AVX-512 sets hold no weak symbol outside of their own namespace: the linker could
+# 2. Objects of every instruction set but the first hold no weak symbol outside of their own namespace: the linker could
 #    take wide code for the whole library.
 # 3. Thread-local data is there from a thread's start: made on first use, it ends the process without memory.
 set -u
 build=$1 bad=0
+shift 2
 # What the standard library's own classes leave there, weak, is nobody's.
 foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | grep -vE ' [VW] (typeinfo|typeinfo name|vtable) for std::' |
   awk '{$1="";$2="";print}' | sed 's/^ *//' |
@@ -14,7 +15,7 @@ foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | grep -vE ' [VW] (typei
 foreign=$(nm -D --defined-only "$build/lib/liboPrjToolkit.so" | awk '{print $3}' |
   grep -vE '^(omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif)_')
 [ -z "$foreign" ] || { echo "liboPrjToolkit exports:"; echo "$foreign"; bad=1; }
-for set in avx2 avx512; do
+for set; do
   objects=$(find "$build" -path "*_$set.dir*" -name '*.o')
   [ -n "$objects" ] || { echo "no objects of the set $set in $build"; bad=1; continue; }
   weak=$(nm -C $objects | grep -E '^[0-9a-f]* *[WVu] ' | grep -v "orvik::oprj::$set::" | sort -u)
