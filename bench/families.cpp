@@ -3,8 +3,11 @@
 
 #include <cmath>
 #include <cstdio>
+#include <fstream>
+#include <map>
 #include <memory>
 #include <random>
+#include <string>
 
 #include "lanes/kernels.h"
 #include "report.h"
@@ -16,7 +19,8 @@ namespace {
 
 using oprj_test::FamilyCase;
 
-constexpr const char *kSets[] = {"baseline", "avx2", "avx512"};
+/// A row this near to the mere reading and writing of its points is bound by memory.
+constexpr double kNearMemory = 1.5;
 
 std::vector<Oprj_Point> randomPoints(const oprj_test::Grid &box, int count) {
   std::mt19937_64 source(20240229);
@@ -34,7 +38,8 @@ std::string withAxes(const FamilyCase &family) {
 }
 
 struct Ratios {
-  std::vector<double> best[3];  // by instruction set
+  std::map<std::string, std::vector<double>> best;  // by instruction set
+  std::vector<double> memory;                       // ns of reading and writing the points
 };
 
 void row(const FamilyCase &family, const oprj_test::Projection &projection, bool forward,
@@ -44,7 +49,7 @@ void row(const FamilyCase &family, const oprj_test::Projection &projection, bool
   const Oprj_MapProjection *object = projection.object();
   std::vector<Job> jobs;
   for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set) {
-    jobs.push_back({kSets[set], count, [&, set] {
+    jobs.push_back({orvik::oprj::instructionSetName(set), count, [&, set] {
                       orvik::oprj::chooseInstructionSet(set);
                       (forward ? object->fromLL : object->toLL)(in.data(), object->parameters,
                                                                 out.data(), count, nullptr);
@@ -56,6 +61,9 @@ void row(const FamilyCase &family, const oprj_test::Projection &projection, bool
                       (forward ? object->fromLL : object->toLL)(
                           &in[static_cast<size_t>(i)], object->parameters,
                           &out[static_cast<size_t>(i)], 1, nullptr);
+                  }});
+  jobs.push_back({"memory", count, [&] {
+                    copyPoints(orvik::oprj::widestInstructionSet(), in.data(), out.data(), count);
                   }});
   std::unique_ptr<PJ, decltype(&proj_destroy)> peer(nullptr, proj_destroy);
   if (*family.proj) peer.reset(proj_create(nullptr, withAxes(family).c_str()));
@@ -83,34 +91,53 @@ void row(const FamilyCase &family, const oprj_test::Projection &projection, bool
   }
   const Times times = measure(jobs, repetitions);
   const char *const reference = times.count("PROJ") ? "PROJ" : "GCTP";
-  std::printf("| %s %s | %s | %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s | %s |\n",
-              family.name, forward ? "fwd" : "inv",
-              (forward ? family.closedForward : family.closedInverse) ? "closed" : "iterative",
+  const bool closed = forward ? family.closedForward : family.closedInverse;
+  const std::string widest = orvik::oprj::instructionSetName(orvik::oprj::widestInstructionSet());
+  const char *const binds = times.at(widest) <= kNearMemory * times.at("memory") ? "memory"
+                            : closed                                             ? "arithmetic"
+                                                                                 : "iterations";
+  const auto ratiosOf = [&](const std::string &peer) {
+    return perSet(" / ", [&](const char *set) { return ratio(times, peer, set); });
+  };
+  std::printf("| %s %s | %s | %s | %s | %s | %s | %s | %s | %s |\n", family.name,
+              forward ? "fwd" : "inv", closed ? "closed" : "iterative",
               nanoseconds(times, "PROJ").c_str(), nanoseconds(times, "GCTP").c_str(),
-              nanoseconds(times, "baseline").c_str(), nanoseconds(times, "avx2").c_str(),
-              nanoseconds(times, "avx512").c_str(), ratio(times, "PROJ", "baseline").c_str(),
-              ratio(times, "PROJ", "avx2").c_str(), ratio(times, "PROJ", "avx512").c_str(),
-              ratio(times, "GCTP", "baseline").c_str(), ratio(times, "GCTP", "avx2").c_str(),
-              ratio(times, "GCTP", "avx512").c_str(), nanoseconds(times, "one by one").c_str());
+              perSet(" | ", [&](const char *set) { return nanoseconds(times, set); }).c_str(),
+              ratiosOf("PROJ").c_str(), ratiosOf("GCTP").c_str(),
+              nanoseconds(times, "one by one").c_str(), binds);
   std::fflush(stdout);
-  for (int set = 0; set < 3; ++set) {
-    if (times.count(reference) && times.count(kSets[set]))
-      ratios.best[set].push_back(times.at(reference) / times.at(kSets[set]));
+  for (const auto &[set, time] : times) {
+    if (times.count(reference)) ratios.best[set].push_back(times.at(reference) / time);
   }
+  ratios.memory.push_back(times.at("memory"));
+}
+
+/// The processor's name as the system tells it.
+std::string processorName() {
+  std::ifstream info("/proc/cpuinfo");
+  std::string line, model, number;
+  while (std::getline(info, line) && !line.empty()) {
+    if (line.rfind("model name", 0) == 0) model = line.substr(line.find(':') + 2);
+    else if (line.rfind("model", 0) == 0) number = line.substr(line.find(':') + 2);
+  }
+  return model + ", model " + number;
 }
 
 }  // namespace
 
 void benchFamilies(int repetitions, int points, const std::string &only) {
+  const auto join = [](const char *separator) {
+    return perSet(separator, [](const char *set) { return std::string(set); });
+  };
   std::printf(
-      "Nanoseconds of processor time a point, one core, %d random points, medians of %d "
-      "interleaved runs; "
-      "ratios are how many times faster, baseline / AVX2 / AVX-512.\n\n",
-      points, repetitions);
-  std::printf(
-      "| family | form | PROJ | GCTP | baseline | AVX2 | AVX-512 | x PROJ | x GCTP | one point a "
-      "call |\n");
-  std::printf("|---|---|---|---|---|---|---|---|---|---|\n");
+      "Nanoseconds of processor time a point, one core of %s, %d random points, medians of %d "
+      "interleaved runs; ratios are how many times faster, %s. \"Binds\": memory where a row is "
+      "within %.1f times of reading and writing its points.\n\n",
+      processorName().c_str(), points, repetitions, join(" / ").c_str(), kNearMemory);
+  std::printf("| family | form | PROJ | GCTP | %s | x PROJ | x GCTP | one point a call | binds |\n",
+              join(" | ").c_str());
+  std::printf("|---|---|---|---|%s|---|---|---|---|\n",
+              perSet("|", [](const char *) { return std::string("---"); }).c_str());
   Ratios ratios;
   for (const FamilyCase &family : oprj_test::familyCases()) {
     if (!only.empty() && std::string(family.name).find(only) == std::string::npos) continue;
@@ -124,8 +151,12 @@ void benchFamilies(int repetitions, int points, const std::string &only) {
   std::printf(
       "\nMedian over families and directions, against PROJ where it has the projection, else "
       "GCTP:");
-  for (int set = 0; set < 3; ++set)
-    std::printf("%s %s %.1f", set ? "," : "", kSets[set], median(ratios.best[set]));
+  std::printf(" %s", perSet(", ", [&](const char *set) {
+                       char text[64];
+                       std::snprintf(text, sizeof text, "%s %.1f", set, median(ratios.best[set]));
+                       return std::string(text);
+                     }).c_str());
+  std::printf(". Reading and writing the points alone: %.1f ns", median(ratios.memory));
   std::printf(".\n\n");
 }
 

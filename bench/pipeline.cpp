@@ -14,7 +14,6 @@ namespace bench {
 namespace {
 
 constexpr double kDegree = 3.14159265358979323846 / 180;
-constexpr const char *kSets[] = {"baseline", "avx2", "avx512"};
 /// NAD27 (CONUS) to WGS 84 by the standard Molodensky formulas, as oPrj does it.
 constexpr const char *kProjPipeline =
     "+proj=pipeline +step +inv +proj=utm +zone=17 +ellps=clrk66%s "
@@ -74,7 +73,7 @@ void benchPipeline(int repetitions, int points) {
 
   std::vector<Job> jobs;
   for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
-    jobs.push_back({kSets[set], points, [&, set] {
+    jobs.push_back({orvik::oprj::instructionSetName(set), points, [&, set] {
                       orvik::oprj::chooseInstructionSet(set);
                       oprj_ProjectPair(pair, in.data(), out.data(), points, nullptr);
                     }});
@@ -91,18 +90,18 @@ void benchPipeline(int repetitions, int points) {
                     }});
   }
   Times times = measure(jobs, repetitions);
+  const std::string sets = perSet(" | ", [](const char *set) { return std::string(set); });
   std::printf(
-      "| job | PROJ | PROJ +approx | baseline | AVX2 | AVX-512 | x PROJ | x PROJ +approx "
-      "|\n|---|---|---|---|---|---|---|---|\n");
+      "| job | PROJ | PROJ +approx | %s | x PROJ | x PROJ +approx |\n|---|---|---|%s|---|---|\n",
+      sets.c_str(), perSet("|", [](const char *) { return std::string("---"); }).c_str());
   const auto row = [&](const char *name) {
-    std::printf("| %s | %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s |\n", name,
-                nanoseconds(times, "PROJ").c_str(), nanoseconds(times, "PROJ +approx").c_str(),
-                nanoseconds(times, "baseline").c_str(), nanoseconds(times, "avx2").c_str(),
-                nanoseconds(times, "avx512").c_str(), ratio(times, "PROJ", "baseline").c_str(),
-                ratio(times, "PROJ", "avx2").c_str(), ratio(times, "PROJ", "avx512").c_str(),
-                ratio(times, "PROJ +approx", "baseline").c_str(),
-                ratio(times, "PROJ +approx", "avx2").c_str(),
-                ratio(times, "PROJ +approx", "avx512").c_str());
+    const auto ratiosOf = [&](const std::string &peer) {
+      return perSet(" / ", [&](const char *set) { return ratio(times, peer, set); });
+    };
+    std::printf("| %s | %s | %s | %s | %s | %s |\n", name, nanoseconds(times, "PROJ").c_str(),
+                nanoseconds(times, "PROJ +approx").c_str(),
+                perSet(" | ", [&](const char *set) { return nanoseconds(times, set); }).c_str(),
+                ratiosOf("PROJ").c_str(), ratiosOf("PROJ +approx").c_str());
   };
   row("oprj_ProjectPair, UTM 17 on NAD27 (CONUS) to UTM 18 on WGS 84");
 
@@ -111,7 +110,7 @@ void benchPipeline(int repetitions, int points) {
     jobs.clear();
     const std::vector<Oprj_Point> &points_in = forward ? geo : in;
     for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
-      jobs.push_back({kSets[set], points, [&, set] {
+      jobs.push_back({orvik::oprj::instructionSetName(set), points, [&, set] {
                         orvik::oprj::chooseInstructionSet(set);
                         (forward ? oprj_ProjectFromLatLon : oprj_ProjectToLatLon)(
                             points_in.data(), pair->in, out.data(), points, nullptr);
@@ -138,7 +137,7 @@ void benchPipeline(int repetitions, int points) {
     jobs.clear();
     const std::vector<Oprj_Point> &points_in = forward ? geo : in;
     for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
-      jobs.push_back({kSets[set], calls, [&, set] {
+      jobs.push_back({orvik::oprj::instructionSetName(set), calls, [&, set] {
                         orvik::oprj::chooseInstructionSet(set);
                         for (size_t i = 0; i < static_cast<size_t>(calls); ++i) {
                           if (forward)
@@ -162,7 +161,7 @@ void benchPipeline(int repetitions, int points) {
   }
   jobs.clear();
   for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
-    jobs.push_back({kSets[set], calls, [&, set] {
+    jobs.push_back({orvik::oprj::instructionSetName(set), calls, [&, set] {
                       orvik::oprj::chooseInstructionSet(set);
                       for (size_t i = 0; i < static_cast<size_t>(calls); ++i)
                         oprj_ProjectPair(pair, &in[i], &out[i], 1, nullptr);

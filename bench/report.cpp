@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "lanes/kernels.h"
+
 namespace bench {
 namespace {
 
@@ -66,6 +68,13 @@ std::string ratio(const Times &times, const std::string &slow, const std::string
   char text[32];
   std::snprintf(text, sizeof text, "%.1f", times.at(slow) / times.at(fast));
   return text;
+}
+
+std::string perSet(const char *separator, const std::function<std::string(const char *)> &text) {
+  std::string all;
+  for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
+    all += (set ? separator : "") + text(orvik::oprj::instructionSetName(set));
+  return all;
 }
 
 std::string millions(const Times &times, const std::string &peer) {

@@ -3,6 +3,7 @@
 #define OPRJ_BENCH_REPORT_H
 
 #include <benchmark/benchmark.h>
+#include <oprj/values.h>
 
 #include <functional>
 #include <map>
@@ -27,9 +28,14 @@ Times measure(const std::vector<Job> &jobs, int repetitions);
 /// "12.3" and "8.4 x"; "-" for a peer that was not measured.
 std::string nanoseconds(const Times &times, const std::string &peer);
 std::string ratio(const Times &times, const std::string &slow, const std::string &fast);
+/// One text for every instruction set that this processor has, narrowest first.
+std::string perSet(const char *separator, const std::function<std::string(const char *)> &text);
 /// Millions of points per second.
 std::string millions(const Times &times, const std::string &peer);
 double median(std::vector<double> values);
+
+/// The point loop of a set without a formula (memory_floor.cpp).
+void copyPoints(int set, const Oprj_Point *in, Oprj_Point *out, int32_t count);
 
 void benchFamilies(int repetitions, int points, const std::string &only);
 void benchPipeline(int repetitions, int points);
