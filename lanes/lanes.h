@@ -130,10 +130,14 @@ OPRJ_INLINE Truth<V> never() {
 
 // Ranges and errors: elementary.h.
 
-#define OPRJ_FUNCTION(name)                                                    \
-  OPRJ_INLINE double name(double x) { return elementary::name(Single{x})[0]; } \
-  OPRJ_INLINE Lanes name(Lanes x) {                                            \
-    return {elementary::name(x.half[0]), elementary::name(x.half[1])};         \
+/// A number as a vector that holds nothing else: a zero beside it could meet denormal numbers,
+/// which are slow.
+OPRJ_INLINE Single alone(double x) { return Single{x, x}; }
+
+#define OPRJ_FUNCTION(name)                                                   \
+  OPRJ_INLINE double name(double x) { return elementary::name(alone(x))[0]; } \
+  OPRJ_INLINE Lanes name(Lanes x) {                                           \
+    return {elementary::name(x.half[0]), elementary::name(x.half[1])};        \
   }
 OPRJ_FUNCTION(asin)
 OPRJ_FUNCTION(atan)
@@ -146,13 +150,13 @@ OPRJ_FUNCTION(sinh)
 #undef OPRJ_FUNCTION
 /// log(n / d) of 0 < d <= n by one division.
 OPRJ_INLINE double logOfQuotient(double n, double d) {
-  return elementary::logOfQuotient(Single{n}, Single{d})[0];
+  return elementary::logOfQuotient(alone(n), alone(d))[0];
 }
 OPRJ_INLINE Lanes logOfQuotient(Lanes n, Lanes d) {
   return {elementary::logOfQuotient(n.half[0], d.half[0]),
           elementary::logOfQuotient(n.half[1], d.half[1])};
 }
-OPRJ_INLINE double atan2(double y, double x) { return elementary::atan2(Single{y}, Single{x})[0]; }
+OPRJ_INLINE double atan2(double y, double x) { return elementary::atan2(alone(y), alone(x))[0]; }
 OPRJ_INLINE Lanes atan2(Lanes y, Lanes x) {
   return {elementary::atan2(y.half[0], x.half[0]), elementary::atan2(y.half[1], x.half[1])};
 }
@@ -163,7 +167,7 @@ struct SinCos {
   V sin, cos;
 };
 OPRJ_INLINE SinCos<double> sincos(double x) {
-  const auto both = elementary::sincos(Single{x});
+  const auto both = elementary::sincos(alone(x));
   return {both.sin[0], both.cos[0]};
 }
 OPRJ_INLINE SinCos<Lanes> sincos(Lanes x) {
