@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -298,6 +299,43 @@ char *ofio_FileRead(const char *path, size_t *size, Oerr_Report **err) {
     }
     capacity = used + used / 2;
   }
+}
+
+int32_t ofio_FileStampGet(const char *path, Ofio_FileStamp *stamp, Oerr_Report **err) {
+  ErrorScope e("ofio_FileStampGet", err);
+  if (!path || !*path || !stamp) return e.fail(1, "Invalid input file name");
+  struct stat status;
+  if (stat(path, &status) != 0)
+    return e.fail(2, "File \"%s\" cannot be opened: %s", path, systemReason(errno));
+  if (!S_ISREG(status.st_mode))
+    return e.fail(3, "File \"%s\" cannot be read: %s", path,
+                  fileProblem(S_ISDIR(status.st_mode) ? EISDIR : EINVAL));
+  *stamp = {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
+            status.st_mtim.tv_nsec};
+  return 1;
+}
+
+const void *ofio_FileMap(const char *path, size_t *size, Oerr_Report **err) {
+  ErrorScope e("ofio_FileMap", err);
+  Ofio_FileStamp stamp;
+  if (!size) return e.fail(1, "Invalid input file size");
+  *size = 0;
+  if (!ofio_FileStampGet(path, &stamp, e.cause()))
+    return e.fail(2, "Error returned from ofio_FileStampGet");
+  const Descriptor file{open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
+  struct stat status;
+  if (file.number < 0 || fstat(file.number, &status) != 0)
+    return e.fail(3, "File \"%s\" cannot be opened: %s", path, systemReason(errno));
+  const auto bytes = static_cast<size_t>(status.st_size);
+  void *content = mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE, file.number, 0);
+  if (content == MAP_FAILED)  // an empty file is refused here
+    return e.fail(4, "File \"%s\" cannot be read: %s", path, systemReason(errno));
+  *size = bytes;
+  return content;
+}
+
+void ofio_FileUnmap(const void *content, size_t size) {
+  if (content) munmap(const_cast<void *>(content), size);
 }
 
 char *ofnp_FileNameSet(const char *directory, const char *name, Oerr_Report **err) {

@@ -40,6 +40,23 @@ OPRJ_API void ofio_NamesFree(char ***names);
    `size` may be null. Null with a report that names the file and the system's reason. */
 OPRJ_API char *ofio_FileRead(const char *path, size_t *size, Oerr_Report **err);
 
+/** Tells one content of a file from another: a file that is replaced or written to has another. */
+typedef struct {
+  uint64_t device, inode;
+  int64_t size;                 /**< bytes */
+  int64_t seconds, nanoseconds; /**< when it was last written */
+} Ofio_FileStamp;
+
+/** The stamp of a regular file. 0 with a report that names the file and the system's reason. */
+OPRJ_API int32_t ofio_FileStampGet(const char *path, Ofio_FileStamp *stamp, Oerr_Report **err);
+
+/** The content of a regular file in memory, read when touched; `*size` receives its bytes, at least
+   1. Whoever cuts the file short while it is mapped ends the process: files that may be in use are
+   to be replaced by renaming. Null with a report that names the file and the system's reason. End
+   with ofio_FileUnmap. */
+OPRJ_API const void *ofio_FileMap(const char *path, size_t *size, Oerr_Report **err);
+OPRJ_API void ofio_FileUnmap(const void *content, size_t size);
+
 /** Joins a directory and a name into a new path; a rooted name stands alone. Null with a report: 1
     "Invalid input file name" for a missing or empty name, 2 "Error allocating file name". */
 OPRJ_API char *ofnp_FileNameSet(const char *directory, const char *name, Oerr_Report **err);
