@@ -132,13 +132,17 @@ Oint_Toolkit *startLibrary(const Console &console) {
       [](const char *line, void *context) { static_cast<const Console *>(context)->warn(line); },
       const_cast<Console *>(&console));
   std::error_code ignored;
+  const fs::path folder = dataFolder();
+  const bool found = fs::is_regular_file(folder / "mapprojections.dat", ignored);
   for (const char *variable : {"ORVIK_PROJECTIONS_PATH", "ORVIK_DATUMS_PATH"}) {
     const char *value = std::getenv(variable);
-    if (value && *value) continue;
-    const fs::path folder = dataFolder();
-    if (!fs::is_regular_file(folder / "mapprojections.dat", ignored)) continue;
-    setenv(variable, folder.c_str(), 1);
-    console.detail(std::string(variable) + " is not set; using " + folder.string());
+    const bool isSet = value && *value;
+    // A folder of one's own datums and grids adds to the installed ones and wins over them.
+    const bool adds = isSet && std::string_view(variable) == "ORVIK_DATUMS_PATH";
+    if (!found || (isSet && !adds)) continue;
+    setenv(variable, adds ? (std::string(value) + ";" + folder.string()).c_str() : folder.c_str(),
+           1);
+    if (!isSet) console.detail(std::string(variable) + " is not set; using " + folder.string());
   }
   Slot err;
   Oint_Toolkit *toolkit = oint_InitToolkit(err.get());

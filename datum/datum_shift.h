@@ -37,7 +37,10 @@ OPRJ_API Oerr_Report *oprj_DatumShiftNew(const Oprj_Point *in, const Oprj_Sphero
 OPRJ_API void oprj_DatumShiftParametric(const Oprj_Point *in, const Oprj_Spheroid *source,
                                         Oprj_Point *out, const Oprj_Spheroid *destination,
                                         int32_t count, Oerr_Report **err);
-/** Both datums of the grid type: bilinear interpolation in NADCON grids. */
+/** Both datums of the grid type, named "NAD27", "NAD83" or "HARN": bilinear interpolation in the
+   multi-grid files that they name (docs/grids.md). "NAD83" names NAD27's file, "HARN" its own.
+   Points outside of every sub-grid pass unshifted; oprj_ShiftTallyGet counts them. Works in place.
+ */
 OPRJ_API void oprj_DatumShiftGrid(const Oprj_Point *in, const Oprj_Datum *source, Oprj_Point *out,
                                   const Oprj_Datum *destination, int32_t count, Oerr_Report **err);
 /** Multiple regression between the named datum and WGS 84: `direction` 1 forward, 0 inverse. */
@@ -66,7 +69,72 @@ OPRJ_API void oprj_Geoc2Geoc(const Oprj_ShiftParameters *params, double x, doubl
 OPRJ_API void oprj_Geoc2Geog(double a, double eSquared, double reserved, double x, double y,
                              double z, double *lon, double *lat, double *h);
 
-/** Opens a grid file found along "ORVIK_DATUMS_PATH"; free with oprj_DatumGridFileClose. */
+/** What the datum shifts of this thread could do no better, since the thread began; take the
+   difference of two calls. A point counts once for each shift on its way. */
+typedef struct {
+  int64_t unshifted;   /**< lay outside of every sub-grid and passed as they were */
+  int64_t unconverged; /**< got the inverse grid shift's tenth estimate, which still moved */
+  int64_t outsideArea; /**< lay outside of the area of a regression's equations, and were shifted */
+} Oprj_ShiftTally;
+OPRJ_API void oprj_ShiftTallyGet(Oprj_ShiftTally *tally);
+
+/** The cell that a sub-grid was last asked for: column and row (-1, -1: none yet) and its bilinear
+   coefficients 1, u, v, uv of the shift in longitude and in latitude. */
+typedef struct {
+  int32_t column, row;
+  double a[4], b[4];
+} Oprj_GridCell;
+
+/** A sub-grid of an opened grid file. Bounds in degrees, scales in nodes per degree. */
+typedef struct Oprj_GridInfo {
+  struct Oprj_GridInfo *next;
+  char *name;
+  double south, west, north, east;
+  double lonScale, latScale;
+  int32_t rows, columns;
+  int32_t dataPosition; /**< of the first node in the file, counted from 1 */
+  Oprj_GridCell *cell;
+} Oprj_GridInfo;
+
+/** The sub-grids of a file in their order, as a chain; free it with oprj_GridHeaderFree. It belongs
+   to its file. 1 "File not opened yet", 2 and 3 "Cannot find the data" (their number, their
+   records), 4 "Error returned from oprj_GridInfoCreate". */
+OPRJ_API Oprj_GridInfo *oprj_GridHeaderRead(const Oprj_GridData *file, Oerr_Report **err);
+OPRJ_API void oprj_GridHeaderFree(Oprj_GridInfo **chain);
+/** A sub-grid without bounds and nodes, its scales 1. 1 "Error allocating Oprj_GridInfo". */
+OPRJ_API Oprj_GridInfo *oprj_GridInfoCreate(Oerr_Report **err);
+/** Frees one record with its name and cell, not those behind it. */
+OPRJ_API void oprj_GridInfoFree(Oprj_GridInfo **info);
+/** The union of the bounds of a chain, degrees; null outputs are skipped. 0 with a report for no
+   chain. */
+OPRJ_API int32_t oprj_GetDatumGridExtent(const Oprj_GridInfo *chain, double *west, double *south,
+                                         double *east, double *north, Oerr_Report **err);
+
+/** Shift at a point (degrees) in arc-seconds, east and north: that of the first sub-grid that
+   contains the point, bounds included; 0 outside of all. Keeps the cell in the chain, so one chain
+   must not be used by two threads at once. 0 with a report: 1 "No proper input grids", 2 "Cannot
+   find the data" (nodes that the file does not hold). */
+OPRJ_API int32_t oprj_GetShifts(Oprj_GridInfo *chain, const Oprj_GridData *file, double lon,
+                                double lat, double *dLon, double *dLat, Oerr_Report **err);
+/** Moves points (longitude, latitude in radians) by a file's shifts, or against them by iteration;
+   in place too. Without `out` the result is a new array (oprj_PointsFree). Null with a report: 1
+   "No proper input point", 2 "Error return from oprj_PointsCreate", 3 "No proper input grids", 4
+   "Error reported by oprj_GetShifts", which stops at the point, 5 "Out of memory". */
+OPRJ_API Oprj_Point *oprj_ShiftForward(const Oprj_GridInfo *chain, const Oprj_GridData *file,
+                                       const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                                       Oerr_Report **err);
+OPRJ_API Oprj_Point *oprj_ShiftInverse(const Oprj_GridInfo *chain, const Oprj_GridData *file,
+                                       const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                                       Oerr_Report **err);
+/** How the grid shift gets from one datum to the other: 0 "NAD27" to "NAD83", 1 back, 2 "NAD83" to
+   "HARN", 3 back, 4 "NAD27" to "HARN", 5 back; 6 with the report 1 "Invalid datum shift" for any
+   other names. */
+OPRJ_API int32_t oprj_GetDatumShiftDirection(const char *source, const char *destination,
+                                             Oerr_Report **err);
+
+/** Opens a grid file found along "ORVIK_DATUMS_PATH"; free with oprj_DatumGridFileClose. 1 "Error
+   returned from ofio_CreateSLFromEnv", 2 "Error returned from ofio_Which", 3 "NAME:  File not
+   found", 4 "Cannot open the grid file". */
 OPRJ_API Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err);
 OPRJ_API void oprj_DatumGridFileClose(Oprj_GridData **grid);
 

@@ -8,10 +8,10 @@
 
 namespace orvik::oprj {
 
-/// datum/grid.cpp: reports as oprj_DatumShiftGrid.
+/// datum/shift/grid_shift.cpp: reports as oprj_DatumShiftGrid.
 SharedLeg makeGridLeg(const Oprj_Datum *source, const Oprj_Datum *destination);
 
-/// datum/regression.cpp: reports as oprj_DatumShiftRegression.
+/// datum/shift/regression_shift.cpp: reports as oprj_DatumShiftRegression.
 SharedLeg makeRegressionLeg(const char *datumName, bool forward);
 /// The name (exact; null: none) is that of a datum with built-in equations.
 bool hasRegression(const char *datumName);

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "datum/shift/tally.h"
+
 namespace orvik::oprj {
 
 namespace {
@@ -168,12 +170,14 @@ bool Way::run(ErrorScope &e, const Oprj_Point *in, Oprj_Point *out, int32_t coun
   Oprj_Point spare[kTilePoints];
   Oerr_Report *cause = nullptr;
   if (inTiles_ && in && count > kTilePoints) {
+    const Oprj_ShiftTally before = shiftTally();
     int32_t tile = kTilePoints, start = 0;
     for (; start < count; start += tile) {
       tile = std::min(kTilePoints, count - start);
       if (pass(in + start, out + start, tile, spare, &cause)) break;
     }
     if (start >= count) return true;
+    shiftTally() = before;  // the points are shifted once more
     oerr_DeleteErrorReport(&cause);
   }
   const Stage *failed = pass(in, out, count, spare, &cause);

@@ -249,9 +249,10 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
     int status;
     std::string out, err;
   } const cases[] = {
-      // a missing grid is fatal only when a shift needs it
-      {"project --from 'geographic; datum=NAD27' --to 'utm; zone=18; datum=WGS 84'", "-75 40\n", 3,
-       "", "nad27.dat|ORVIK_DATUMS_PATH"},
+      {"project --digits 9 --from 'geographic; datum=NAD27' --to 'geographic; datum=WGS 84'",
+       "-122.4194 37.7749\n", 0, "-122.420482174 37.774829514\n", ""},
+      {"project --digits 2 --from 'State Plane; zone=405; nad=27' --to 'utm; zone=11; datum=NAD83'",
+       "1300000 4000000\n", 0, "", ""},
       {"project --digits 2 --from 'geographic; datum=NAD27' --to 'utm; zone=18; datum=NAD27'",
        "-75 40\n", 0, "500000.00 4427547.18\n", ""},
       {"project --from 'geographic; datum=WGS 84' --to 'utm; zone=18; spheroid=Clarke 1866'",
@@ -264,12 +265,8 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
       // one parallel is both; letters and minutes mean degrees
       {"project --digits 2 --from 'geographic; datum=WGS 84' --to '4; datum=WGS 84; lat_1=40'",
        "1 41\n", 0, "84146.25 4894993.25\n", ""},
-      {"project --from 'geographic; datum=WGS 84; units=radians' --to 'utm; zone=18; nad=27'",
-       "1:30:00,0:30:00\n", 3, "", "needs the grid"},
       {"project --from 'geographic; datum=WGS 84; units=radians' --to 'utm; zone=18; datum=WGS 84'",
        "1:30:00,0:30:00\n", 1, "nan,nan\n", "<stdin>:1:1: a coordinate is not a number"},
-      {"explain --from 'geographic; datum=NAD27' --to 'geographic; datum=WGS 84'", "", 3,
-       "nad27.dat", ""},
       {"define", "state plane\nnad83\n999\nCalifornia 5\n", 0,
        "State Plane; datum=NAD83; zone=405; nad=83\n", "(27, 83 or harn)|no State Plane zone"},
       // wrong arguments, in a line that says what may have been meant
@@ -332,6 +329,30 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
            dms + "--columns 1", kFromTo + "--dms", kFromTo + "--binary --digits 3",
            kFromTo + "--columns 1,1", kFromTo + "--columns 2,x"})
     EXPECT_EQ(run(wrong, "1 2\n").status, 2) << wrong;
+}
+
+TEST_F(Program, AMissingGridIsFatalOnlyWhenAShiftNeedsIt) {
+  folder_.write("spheroid_lost.tab",
+                "\"Ball\" { 99 6370997 6370997 \"Lost\" grid \"lost.dat\" description \"\" }");
+  const std::string lost = "'geographic; datum=Lost; spheroid=Ball'",
+                    other = " --to 'geographic; datum=WGS 84'";
+  struct {
+    std::string arguments;
+    int status;
+    std::string out, err;
+  } const cases[] = {
+      {"project --from " + lost + other, 3, "",
+       "needs the grid of \"Lost\"|lost.dat|ORVIK_DATUMS_PATH|" + folder_.path()},
+      {"explain --from " + lost + other, 3, "lost.dat", ""},
+      {"project --from " + lost + " --to 'Sinusoidal; datum=Lost; spheroid=Ball'", 0, "0 0\n", ""},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.arguments);
+    const Outcome outcome = run(c.arguments, "0 0\n", "ORVIK_DATUMS_PATH=" + folder_.path());
+    EXPECT_EQ(outcome.status, c.status) << outcome.err;
+    expectParts(outcome.out, c.out);
+    expectParts(outcome.err, c.err);
+  }
 }
 
 TEST_F(Program, BinaryAgreesWithText) {

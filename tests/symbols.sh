@@ -8,7 +8,7 @@ set -u
 build=$1 bad=0
 shift 2
 # What the standard library's own classes leave there, weak, is nobody's.
-foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | grep -vE ' [VW] (typeinfo|typeinfo name|vtable) for std::' |
+foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | grep -vE ' [VWu] ((typeinfo|typeinfo name|vtable) for )?std::' |
   awk '{$1="";$2="";print}' | sed 's/^ *//' |
   grep -vE '^(oprj_|OrvikDatum::|(typeinfo|vtable|typeinfo name) for OrvikDatum::)')
 [ -z "$foreign" ] || { echo "liboPrj exports:"; echo "$foreign"; bad=1; }

@@ -1,0 +1,56 @@
+// The content of an opened grid file.
+//
+// Images are read-only and shared: everybody who has the same file open at the same time reads the
+// same image, so that opening a file once more costs one question to the file system. A file that
+// was replaced or written to meanwhile is another one; who has the old one open keeps it.
+#ifndef OPRJ_DATUM_GRID_DATA_H
+#define OPRJ_DATUM_GRID_DATA_H
+
+#include <oprj/ofio.h>
+#include <oprj/parameters.h>
+
+#include <memory>
+
+#include "toolkit/error_scope.h"
+#include "toolkit/heap.h"
+
+namespace orvik::oprj {
+
+using toolkit::ErrorScope;
+
+class GridImage;
+using SharedImage = std::shared_ptr<const GridImage>;
+
+class GridImage : public std::enable_shared_from_this<GridImage> {
+ public:
+  /// The image of the file at `path`. Null with a report.
+  static SharedImage open(const char *path, Oerr_Report **err);
+
+  GridImage(const char *path, const Ofio_FileStamp &stamp) : path_(path), stamp_(stamp) {}
+  GridImage(const GridImage &) = delete;
+  GridImage &operator=(const GridImage &) = delete;
+  ~GridImage();
+
+  const char *path() const { return path_.c_str(); }
+  const unsigned char *bytes() const { return bytes_; }
+  int64_t size() const { return static_cast<int64_t>(size_); }
+
+ private:
+  bool load(Oerr_Report **err);
+
+  const toolkit::HeapText path_;
+  const Ofio_FileStamp stamp_;
+  toolkit::HeapBlock<char> read_;  ///< null: mapped
+  const unsigned char *bytes_ = nullptr;
+  size_t size_ = 0;
+  GridImage *next_ = nullptr;  ///< in the list of open images
+};
+
+}  // namespace orvik::oprj
+
+/// A grid file as datum records have it: one reference to the image.
+struct Oprj_GridData : orvik::toolkit::HeapRecord {
+  orvik::oprj::SharedImage image;
+};
+
+#endif

@@ -1,0 +1,14 @@
+// What the shifts of this thread could do no better (oprj_ShiftTallyGet).
+#ifndef OPRJ_DATUM_TALLY_H
+#define OPRJ_DATUM_TALLY_H
+
+#include <oprj/datum_shift.h>
+
+namespace orvik::oprj {
+
+/// This thread's own. Who runs points again sets it back in between, so that they count once.
+Oprj_ShiftTally &shiftTally();
+
+}  // namespace orvik::oprj
+
+#endif
