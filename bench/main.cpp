@@ -1,5 +1,5 @@
-// bench_oprj [--points N] [--repetitions N] [--only TEXT] [families|pipeline]: tables in Markdown
-// on standard output.
+// bench_oprj [--points N] [--repetitions N] [--only TEXT] [--grid FILE] [families|pipeline|shifts]:
+// tables in Markdown on standard output. The grid is PROJ's for the shifts.
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -10,18 +10,21 @@ int main(int argc, char **argv) {
   setenv("ORVIK_PROJECTIONS_PATH", OPRJ_SOURCE_DATA, 0);
   setenv("ORVIK_DATUMS_PATH", OPRJ_SOURCE_DATA, 0);
   int points = 1000000, repetitions = 7;
-  std::string only, what;
+  std::string only, grid, what;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--points") == 0 && i + 1 < argc) points = std::atoi(argv[++i]);
     else if (std::strcmp(argv[i], "--repetitions") == 0 && i + 1 < argc)
       repetitions = std::atoi(argv[++i]);
     else if (std::strcmp(argv[i], "--only") == 0 && i + 1 < argc) only = argv[++i];
+    else if (std::strcmp(argv[i], "--grid") == 0 && i + 1 < argc) grid = argv[++i];
     else what = argv[i];
   }
   int none = 2;
   char interleave[] = "--benchmark_enable_random_interleaving=true", name[] = "bench_oprj";
   char *flags[] = {name, interleave, nullptr};
   benchmark::Initialize(&none, flags);
-  if (what != "pipeline") bench::benchFamilies(repetitions, points, only);
-  if (what != "families") bench::benchPipeline(repetitions, points);
+  const auto wanted = [&](const char *part) { return what.empty() || what == part; };
+  if (wanted("families")) bench::benchFamilies(repetitions, points, only);
+  if (wanted("pipeline")) bench::benchPipeline(repetitions, points);
+  if (wanted("shifts")) bench::benchShifts(repetitions, points, grid);
 }

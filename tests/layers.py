@@ -51,7 +51,9 @@ def check_includes(root):
         folder = os.path.join(root, room)
         if not os.path.isdir(folder):
             continue
-        for name in sorted(os.listdir(folder)):
+        names = [os.path.relpath(os.path.join(where, name), folder)
+                 for where, _, found in os.walk(folder) for name in found]
+        for name in sorted(names):
             if not name.endswith((".h", ".cpp", ".c")):
                 continue
             text = open(os.path.join(folder, name), encoding="utf-8").read()

@@ -13,6 +13,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # the source tree stays as it is
 from dictionary import HEADINGS, PROJECTIONS  # noqa: E402
+from land import arcs_of, rings_of  # noqa: E402
 
 HERE = Path(__file__).resolve().parent
 
@@ -238,23 +239,9 @@ def is_coast(start, end):
 
 
 def coast_rings(topology):
-    scale, shift = topology["transform"]["scale"], topology["transform"]["translate"]
-    arcs = []
-    for deltas in topology["arcs"]:
-        x = y = 0
-        points = []
-        for dx, dy in deltas:
-            x, y = x + dx, y + dy
-            points.append((x * scale[0] + shift[0], y * scale[1] + shift[1]))
-        arcs.append(points)
+    arcs = arcs_of(topology)
     for shape in topology["objects"]["land"]["geometries"]:
-        polygons = shape["arcs"] if shape["type"] == "MultiPolygon" else [shape["arcs"]]
-        for ring in (ring for polygon in polygons for ring in polygon):
-            points = []
-            for index in ring:
-                arc = arcs[index] if index >= 0 else arcs[~index][::-1]
-                points += arc[1:] if points else arc
-            yield points
+        yield from rings_of(shape, arcs)
 
 
 def coast_pieces(ring):

@@ -1,7 +1,32 @@
-"""Points on land: TopoJSON outlines, covered with points that stand for equal areas."""
+"""TopoJSON outlines, and points on land that stand for equal areas."""
 
 import json
 import math
+
+
+def arcs_of(topology):
+    """The shared lines of a topology as lists of longitude and latitude."""
+    scale, shift = topology["transform"]["scale"], topology["transform"]["translate"]
+    arcs = []
+    for deltas in topology["arcs"]:
+        x = y = 0
+        points = []
+        for dx, dy in deltas:
+            x, y = x + dx, y + dy
+            points.append((x * scale[0] + shift[0], y * scale[1] + shift[1]))
+        arcs.append(points)
+    return arcs
+
+
+def rings_of(shape, arcs):
+    """The rings of a polygon or of several."""
+    polygons = shape["arcs"] if shape["type"] == "MultiPolygon" else [shape["arcs"]]
+    for ring in (ring for polygon in polygons for ring in polygon):
+        points = []
+        for index in ring:
+            arc = arcs[index] if index >= 0 else arcs[~index][::-1]
+            points += arc[1:] if points else arc
+        yield points
 
 
 class Outlines:
@@ -9,33 +34,12 @@ class Outlines:
 
     def __init__(self, text, name):
         topology = json.loads(text)
-        scale, translate = topology["transform"]["scale"], topology["transform"]["translate"]
-        self.arcs = []
-        for arc in topology["arcs"]:
-            x = y = 0
-            points = []
-            for dx, dy in arc:
-                x, y = x + dx, y + dy
-                points.append((x * scale[0] + translate[0], y * scale[1] + translate[1]))
-            self.arcs.append(points)
-        self.geometries = {geometry["properties"]["name"]: geometry
-                           for geometry in topology["objects"][name]["geometries"]}
+        self.arcs = arcs_of(topology)
+        self.shapes = {shape["properties"]["name"]: shape
+                       for shape in topology["objects"][name]["geometries"]}
 
     def names(self):
-        return list(self.geometries)
-
-    def rings(self, name):
-        geometry = self.geometries[name]
-        polygons = geometry["arcs"]
-        if geometry["type"] == "Polygon":
-            polygons = [polygons]
-        for polygon in polygons:
-            for ring in polygon:
-                points = []
-                for arc in ring:
-                    line = self.arcs[arc] if arc >= 0 else self.arcs[~arc][::-1]
-                    points += line[1:] if points else line
-                yield points
+        return list(self.shapes)
 
     def points(self, name, step):
         """Points inside, `step` degrees of latitude apart, as far apart on the ground in longitude.
@@ -43,7 +47,7 @@ class Outlines:
         Scan lines lie at odd multiples of half a step, so that none runs along a parallel that is a
         border."""
         crossings = {}
-        for ring in self.rings(name):
+        for ring in rings_of(self.shapes[name], self.arcs):
             for (x1, y1), (x2, y2) in zip(ring, ring[1:] + ring[:1]):
                 if y1 > y2:
                     x1, y1, x2, y2 = x2, y2, x1, y1

@@ -1,0 +1,140 @@
+// Datum shifts through grids and by regression, on points scattered over the conterminous states;
+// PROJ on the official grid in CTABLE V2, when the file is named.
+#include <oprj/oprj.h>
+#include <proj.h>
+
+#include <cstdio>
+#include <memory>
+#include <random>
+
+#include "lanes/kernels.h"
+#include "report.h"
+
+namespace bench {
+namespace {
+
+constexpr double kDegree = 3.14159265358979323846 / 180;
+constexpr const char *kSets[] = {"baseline", "avx2", "avx512"};
+
+using Shift = void (*)(const std::vector<Oprj_Point> &in, std::vector<Oprj_Point> &out);
+
+/// NAD27 and NAD83 as the tables have them, with the shipped grids.
+const Oprj_Spheroid *named(const char *sphere, const char *datum) {
+  Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
+  Oprj_Spheroid *spheroid = oprj_SpheroidCreate(nullptr);
+  Oerr_Report *err = nullptr;
+  if (!oprj_SpheroidByName(toolkit, sphere, spheroid, &err) ||
+      !oprj_DatumByName(toolkit, sphere, datum, spheroid->datum, &err)) {
+    oerr_PrintErrorReport(err);
+    std::exit(1);
+  }
+  return spheroid;
+}
+const Oprj_Datum *nad27() {
+  static const Oprj_Spheroid *const spheroid = named("Clarke 1866", "NAD27");
+  return spheroid->datum;
+}
+const Oprj_Datum *nad83() {
+  static const Oprj_Spheroid *const spheroid = named("GRS 1980", "NAD83");
+  return spheroid->datum;
+}
+/// The conterminous sub-grid alone, as PROJ has it.
+const Oprj_GridInfo *conterminous() {
+  static const Oprj_GridInfo *const grid = [] {
+    Oprj_GridInfo *chain = oprj_GridHeaderRead(nad27()->gridData, nullptr);
+    while (chain && std::string(chain->name) != "conus") chain = chain->next;
+    if (chain) chain->next = nullptr;
+    return chain;
+  }();
+  return grid;
+}
+int32_t countOf(const std::vector<Oprj_Point> &points) {
+  return static_cast<int32_t>(points.size());
+}
+
+constexpr struct {
+  const char *name;
+  Shift run;
+  const char *proj;  ///< %s: the official conterminous grid
+  bool back;
+} kJobs[] = {
+    {"grid, forward, one sub-grid",
+     [](const auto &in, auto &out) {
+       oprj_ShiftForward(conterminous(), nad27()->gridData, in.data(), out.data(), countOf(in),
+                         nullptr);
+     },
+     "+proj=hgridshift +grids=%s", false},
+    {"grid, inverse, one sub-grid",
+     [](const auto &in, auto &out) {
+       oprj_ShiftInverse(conterminous(), nad27()->gridData, in.data(), out.data(), countOf(in),
+                         nullptr);
+     },
+     "+proj=hgridshift +grids=%s", true},
+    {"NAD27 to NAD83, 25 sub-grids",
+     [](const auto &in, auto &out) {
+       oprj_DatumShiftGrid(in.data(), nad27(), out.data(), nad83(), countOf(in), nullptr);
+     },
+     "+proj=hgridshift +grids=%s", false},
+    {"NAD83 to NAD27, 25 sub-grids",
+     [](const auto &in, auto &out) {
+       oprj_DatumShiftGrid(in.data(), nad83(), out.data(), nad27(), countOf(in), nullptr);
+     },
+     "+proj=hgridshift +grids=%s", true},
+    {"regression, NAD27 (CONUS)",
+     [](const auto &in, auto &out) {
+       oprj_DatumShiftRegression(in.data(), out.data(), countOf(in), "NAD27 (CONUS) (MRE)", 1,
+                                 nullptr);
+     },
+     nullptr, false},
+    {"regression, European 1950",
+     [](const auto &in, auto &out) {
+       oprj_DatumShiftRegression(in.data(), out.data(), countOf(in),
+                                 "European 1950 (West Europe) (MRE)", 1, nullptr);
+     },
+     nullptr, false},
+};
+
+}  // namespace
+
+void benchShifts(int repetitions, int points, const std::string &grid) {
+  std::mt19937_64 source(7);
+  std::uniform_real_distribution<double> lon(-124, -67), lat(25, 49);
+  std::vector<Oprj_Point> in(static_cast<size_t>(points)), out(in.size()), peer;
+  for (Oprj_Point &p : in) p = {lon(source) * kDegree, lat(source) * kDegree};
+  std::printf(
+      "| shift | PROJ | baseline | AVX2 | AVX-512 | x PROJ | million points/s |\n"
+      "|---|---|---|---|---|---|---|\n");
+  for (const auto &job : kJobs) {
+    std::vector<Job> jobs;
+    for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
+      jobs.push_back({kSets[set], points, [&, set] {
+                        orvik::oprj::chooseInstructionSet(set);
+                        job.run(in, out);
+                      }});
+    std::unique_ptr<PJ, decltype(&proj_destroy)> made(nullptr, proj_destroy);
+    if (job.proj && !grid.empty()) {
+      char text[600];
+      std::snprintf(text, sizeof text, job.proj, grid.c_str());
+      made.reset(proj_create(nullptr, text));
+      const int few = points / 10;  // it is slow
+      if (made)
+        jobs.push_back({"PROJ", few, [&, few] {
+                          peer.assign(in.begin(), in.begin() + few);
+                          proj_trans_generic(made.get(), job.back ? PJ_INV : PJ_FWD, &peer[0].x,
+                                             sizeof(Oprj_Point), static_cast<size_t>(few),
+                                             &peer[0].y, sizeof(Oprj_Point),
+                                             static_cast<size_t>(few), nullptr, 0, 0, nullptr, 0,
+                                             0);
+                        }});
+    }
+    const Times times = measure(jobs, repetitions);
+    std::printf("| %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s |\n", job.name,
+                nanoseconds(times, "PROJ").c_str(), nanoseconds(times, "baseline").c_str(),
+                nanoseconds(times, "avx2").c_str(), nanoseconds(times, "avx512").c_str(),
+                ratio(times, "PROJ", "baseline").c_str(), ratio(times, "PROJ", "avx2").c_str(),
+                ratio(times, "PROJ", "avx512").c_str(), millions(times, "baseline").c_str(),
+                millions(times, "avx2").c_str(), millions(times, "avx512").c_str());
+  }
+}
+
+}  // namespace bench
