@@ -40,13 +40,14 @@ std::string shiftFormula(const Oprj_ChainStep &step) {
 }
 
 void printShift(const Oprj_ChainStep &step) {
+  const bool byGrid = step.fromType == OPRJ_DATUM_GRID || step.toType == OPRJ_DATUM_GRID;
   std::printf("datum: \"%s\" on \"%s\" to \"%s\" on \"%s\"\n     %s\n", step.from,
               step.fromSpheroid, step.to, step.toSpheroid, shiftFormula(step).c_str());
   if (step.trouble) std::printf("     but the shift cannot be made: %s\n", step.trouble);
   else if (step.moved > 0)
     std::printf("     over %s it moves coordinates by %.1f to %.1f m, median %.1f m\n",
-                step.moved == step.tried ? "the globe" : "its area", step.least, step.greatest,
-                step.median);
+                step.moved == step.tried && !byGrid ? "the globe" : "its area", step.least,
+                step.greatest, step.median);
   else if (step.tried > 0)
     std::printf("     its area is too small to say how far it moves coordinates\n");
 }

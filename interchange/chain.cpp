@@ -105,27 +105,51 @@ class Chain {
     return OPRJ_FORMULA_MOLODENSKY;
   }
 
-  /// Points that cannot be shifted are left out. A failure that names no point is one of the shift
-  /// itself: the trouble.
-  static void measure(const Oprj_Spheroid &from, const Oprj_Spheroid &to, Oprj_ChainStep &step) {
+  /// Where a shift is measured: inside the sub-grids of a grid datum, else over a lattice of the
+  /// globe.
+  static std::vector<Oprj_Point> places(const Oprj_Spheroid &from, const Oprj_Spheroid &to) {
     constexpr int kSpacing = 15, kHighest = 75;  // degrees
-    std::vector<double> sizes;
-    for (int lat = -kHighest; lat <= kHighest; lat += kSpacing) {
-      for (int lon = -180; lon < 180; lon += kSpacing) {
-        const Oprj_Point point = {lon * kRadians, lat * kRadians};
-        Oprj_Point shifted;
-        Oerr_Report *report = nullptr;
-        oprj_DatumShift(&point, &from, &shifted, &to, 1, &report);
-        ++step.tried;
-        const bool failed = report != nullptr;
-        if (failed && !oerr_PointGet(report, nullptr, nullptr, nullptr))
-          step.trouble = ostr_Duplicate(oerr_MessageGet(oerr_RootCauseGet(report)));
-        oerr_DeleteErrorReport(&report);
-        if (step.trouble) return;
-        const double east = std::remainder(shifted.x - point.x, 2 * M_PI) * std::cos(point.y);
-        const double size = std::hypot(east, shifted.y - point.y) * from.a;
-        if (!failed && std::isfinite(size)) sizes.push_back(size);
+    constexpr int kSteps = 5;                    // across a sub-grid
+    std::vector<Oprj_Point> points;
+    const Oprj_Datum &datum = from.datum->type == OPRJ_DATUM_GRID ? *from.datum : *to.datum;
+    if (datum.type == OPRJ_DATUM_GRID) {
+      Oprj_GridInfo *chain = oprj_GridHeaderRead(datum.gridData, nullptr);
+      for (const Oprj_GridInfo *grid = chain; grid; grid = grid->next) {
+        for (int i = 1; i < kSteps; ++i)
+          for (int k = 1; k < kSteps; ++k)
+            points.push_back({(grid->west + (grid->east - grid->west) * i / kSteps) * kRadians,
+                              (grid->south + (grid->north - grid->south) * k / kSteps) * kRadians});
       }
+      oprj_GridHeaderFree(&chain);
+    }
+    if (!points.empty()) return points;
+    for (int lat = -kHighest; lat <= kHighest; lat += kSpacing)
+      for (int lon = -180; lon < 180; lon += kSpacing)
+        points.push_back({lon * kRadians, lat * kRadians});
+    return points;
+  }
+
+  /// Points that cannot be shifted, or that a grid leaves alone, are left out. A failure that names
+  /// no point is one of the shift itself: the trouble.
+  static void measure(const Oprj_Spheroid &from, const Oprj_Spheroid &to, Oprj_ChainStep &step) {
+    std::vector<double> sizes;
+    for (const Oprj_Point &point : places(from, to)) {
+      Oprj_Point shifted;
+      Oerr_Report *report = nullptr;
+      Oprj_ShiftTally before, after;
+      oprj_ShiftTallyGet(&before);
+      oprj_DatumShift(&point, &from, &shifted, &to, 1, &report);
+      oprj_ShiftTallyGet(&after);
+      ++step.tried;
+      const bool failed = report != nullptr;
+      if (failed && !oerr_PointGet(report, nullptr, nullptr, nullptr))
+        step.trouble = ostr_Duplicate(oerr_MessageGet(oerr_RootCauseGet(report)));
+      oerr_DeleteErrorReport(&report);
+      if (step.trouble) return;
+      const double east = std::remainder(shifted.x - point.x, 2 * M_PI) * std::cos(point.y);
+      const double size = std::hypot(east, shifted.y - point.y) * from.a;
+      const bool moved = after.unshifted == before.unshifted;
+      if (!failed && moved && std::isfinite(size)) sizes.push_back(size);
     }
     if (sizes.empty()) return;
     std::sort(sizes.begin(), sizes.end());
