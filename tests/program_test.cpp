@@ -222,7 +222,6 @@ TEST_F(Program, RefusesWhatItDoesNotKnowWithTheNearestNames) {
       {"3; datum=WGS 84; lat_1=30; lat_2=-30", "Equal Area: lat_1=30, lat_2=-30: "},
       {"4; datum=WGS 84; lat_2=40", "needs lat_1"},
       {"6; datum=WGS 84; lon_0=3", "needs lat_ts"},
-      {"geographic; datum=NAD27 (CONUS) (MRE)", "cannot be made"},
       {"34; datum=WGS 84", "Projection Engine"},
       {"state plane; zone=Texas Centrall; nad=83", "Texas"},
       {"PROJCS[\"x\"]", "cannot be read"},
