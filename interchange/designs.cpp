@@ -1,5 +1,5 @@
-// The designs of the library's records. Item names are field names of files: spelled as they are
-// stored, case included, in the stored order.
+// The designs of the library's records, made from their tables: items in the order in which files
+// store them, under the names that files have for them.
 #include <oprj/designs.h>
 #include <oprj/othr.h>
 
@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "interchange/design_tables.h"
 #include "interchange/shared_designs.h"
 #include "tables/upward.h"
 #include "toolkit/error_scope.h"
@@ -19,61 +20,39 @@ using orvik::toolkit::Guard;
 
 // --- primary designs: made anew in each dictionary ---
 
+namespace {
+
+Omif_Design *definePrimary(const char *operation, Omif_Dictionary *dictionary, const char *name,
+                           const Omif_Item *table, Oerr_Report **err) {
+  ErrorScope e(operation, err);
+  auto *design = omif_DesignFromTable(dictionary, name, table, nullptr, e.cause());
+  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
+  return design;
+}
+
+}  // namespace
+
 Omif_Design *oprj_DatumDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  ErrorScope e("oprj_DatumDesignDefine", err);
-  // Kept: the enumeration lacks the undefined type, so the surface type's name stands in its place.
-  auto *design = omif_DesignCreate(
-      dictionary, "Oprj_Datum", e.cause(), OMIF_STRING, "datumname", OMIF_ENUMERATION, "type",
-      "OPRJ_DATUM_PARAMETRIC", "OPRJ_DATUM_GRID", "OPRJ_DATUM_REGRESSION", "OPRJ_DATUM_SURFACE",
-      nullptr, OMIF_DOUBLES, "params", OMIF_STRING, "gridname", OMIF_END);
-  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
-  return design;
+  return definePrimary("oprj_DatumDesignDefine", dictionary, "Oprj_Datum", designs::kDatum, err);
 }
-
 Omif_Design *oprj_SpheroidDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  ErrorScope e("oprj_SpheroidDesignDefine", err);
-  auto *design = omif_DesignCreate(dictionary, "Oprj_Spheroid", e.cause(), OMIF_STRING,
-                                   "sphereName", OMIF_DOUBLE, "a", OMIF_DOUBLE, "b", OMIF_DOUBLE,
-                                   "eSquared", OMIF_DOUBLE, "radius", OMIF_END);
-  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
-  return design;
+  return definePrimary("oprj_SpheroidDesignDefine", dictionary, "Oprj_Spheroid", designs::kSpheroid,
+                       err);
 }
-
 Omif_Design *oprj_ProParametersDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  ErrorScope e("oprj_ProParametersDesignDefine", err);
-  auto *design = omif_DesignCreate(dictionary, "Oprj_ProParameters", e.cause(), OMIF_ENUMERATION,
-                                   "proType", "OPRJ_INTERNAL", "OPRJ_EXTERNAL", nullptr, OMIF_INT32,
-                                   "proNumber", OMIF_STRING, "proExeName", OMIF_STRING, "proName",
-                                   OMIF_INT32, "proZone", OMIF_DOUBLES, "proParams", OMIF_POINTER,
-                                   "proSpheroid", "Oprj_Spheroid", OMIF_END);
-  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
-  return design;
+  return definePrimary("oprj_ProParametersDesignDefine", dictionary, "Oprj_ProParameters",
+                       designs::kProParameters, err);
 }
-
 Omif_Design *oprj_CoordinateDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  ErrorScope e("oprj_CoordinateDesignDefine", err);
-  auto *design = omif_DesignCreate(dictionary, "Oprj_Coordinate", e.cause(), OMIF_DOUBLE, "x",
-                                   OMIF_DOUBLE, "y", OMIF_END);
-  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
-  return design;
+  return definePrimary("oprj_CoordinateDesignDefine", dictionary, "Oprj_Coordinate",
+                       designs::kCoordinate, err);
 }
-
 Omif_Design *oprj_SizeDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  ErrorScope e("oprj_SizeDesignDefine", err);
-  auto *design = omif_DesignCreate(dictionary, "Oprj_Size", e.cause(), OMIF_DOUBLE, "width",
-                                   OMIF_DOUBLE, "height", OMIF_END);
-  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
-  return design;
+  return definePrimary("oprj_SizeDesignDefine", dictionary, "Oprj_Size", designs::kSize, err);
 }
-
 Omif_Design *oprj_MapInfoDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  ErrorScope e("oprj_MapInfoDesignDefine", err);
-  auto *design = omif_DesignCreate(dictionary, "Oprj_MapInfo", e.cause(), OMIF_STRING, "proName",
-                                   OMIF_POINTER, "upperLeftCenter", "Oprj_Coordinate", OMIF_POINTER,
-                                   "lowerRightCenter", "Oprj_Coordinate", OMIF_POINTER, "pixelSize",
-                                   "Oprj_Size", OMIF_STRING, "units", OMIF_END);
-  if (!design) return e.fail(1, "Error returned from omif_DefineObject");
-  return design;
+  return definePrimary("oprj_MapInfoDesignDefine", dictionary, "Oprj_MapInfo", designs::kMapInfo,
+                       err);
 }
 
 // --- shared designs ---
@@ -119,8 +98,8 @@ struct Withdraw {
 using DictionaryOwner = std::unique_ptr<Omif_Dictionary, Withdraw>;
 
 /// What every fetch does; `made` remembers the design for the life of the process.
-template <class Define>
-const Omif_Design *fetch(ErrorScope &e, const Omif_Design *&made, Define define) {
+const Omif_Design *fetch(ErrorScope &e, const Omif_Design *&made, const char *name,
+                         const Omif_Item *table, const Omif_Design *const *embedded = nullptr) {
   const Guard guard;
   auto &shared = sharedDictionaries();
   if (shared.empty()) {
@@ -131,7 +110,7 @@ const Omif_Design *fetch(ErrorScope &e, const Omif_Design *&made, Define define)
     }
   }
   if (!made) {
-    made = define(shared.back().dictionary, e.cause());
+    made = omif_DesignFromTable(shared.back().dictionary, name, table, embedded, e.cause());
     if (!made) return e.fail(2, "Design create failed");
     ++shared.back().designs;
   }
@@ -148,9 +127,7 @@ void orvik::oprj::withdrawDictionary(Omif_Dictionary *dictionary) {
 const Omif_Design *orvik::oprj::omifStringDesign(Oerr_Report **err) {
   ErrorScope e("Omif_String_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Omif_String", cause, OMIF_STRING, "string", OMIF_END);
-  });
+  return fetch(e, made, "Omif_String", designs::kString);
 }
 
 const Omif_Design *orvik::oprj::omifMIFObjectDesign(Oerr_Report **err) {
@@ -158,53 +135,31 @@ const Omif_Design *orvik::oprj::omifMIFObjectDesign(Oerr_Report **err) {
   const auto *string = omifStringDesign(e.cause());
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [string](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Omif_MIFObject", cause, OMIF_EMBEDDED, "type", string,
-                             OMIF_STRING, "MIFDictionary", OMIF_BYTES, "MIFObject", OMIF_END);
-  });
+  return fetch(e, made, "Omif_MIFObject", designs::kMIFObject, &string);
 }
 
 const Omif_Design *orvik::oprj::elevationInfoDesign(Oerr_Report **err) {
   ErrorScope e("Oprj_ElevationInfo_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Oprj_ElevationInfo", cause, OMIF_POINTER, "verticalDatum",
-                             "Oprj_Datum", OMIF_STRING, "elevationUnit", OMIF_ENUMERATION,
-                             "elevationType", "OPRJ_ELEVATION_TYPE_HEIGHT",
-                             "OPRJ_ELEVATION_TYPE_DEPTH", "OPRJ_ELEVATION_TYPE_UNKNOWN", nullptr,
-                             OMIF_END);
-  });
+  return fetch(e, made, "Oprj_ElevationInfo", designs::kElevationInfo);
 }
 
-/// The first six items of Oprj_ProParameters.
 const Omif_Design *orvik::oprj::projectionObject830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_ProjectionObject830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Oprj_ProjectionObject830", cause, OMIF_ENUMERATION,
-                             "proType", "OPRJ_INTERNAL", "OPRJ_EXTERNAL", nullptr, OMIF_INT32,
-                             "proNumber", OMIF_STRING, "proExeName", OMIF_STRING, "proName",
-                             OMIF_INT32, "proZone", OMIF_DOUBLES, "proParams", OMIF_END);
-  });
+  return fetch(e, made, "Oprj_ProjectionObject830", designs::kProjectionObject830);
 }
 
 const Omif_Design *orvik::oprj::earthModel830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_EarthModel830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Oprj_EarthModel830", cause, OMIF_POINTER, "proSpheroid",
-                             "Oprj_Spheroid", OMIF_POINTER, "datum", "Oprj_Datum", OMIF_END);
-  });
+  return fetch(e, made, "Oprj_EarthModel830", designs::kEarthModel830);
 }
 
 const Omif_Design *orvik::oprj::mapProjection830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_MapProjection830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Oprj_MapProjection830", cause, OMIF_POINTER,
-                             "projectionObject", "Oprj_ProjectionObject830", OMIF_POINTER,
-                             "earthModel", "Oprj_EarthModel830", OMIF_END);
-  });
+  return fetch(e, made, "Oprj_MapProjection830", designs::kMapProjection830);
 }
 
 const Omif_Design *orvik::oprj::mapProjection842Design(Oerr_Report **err) {
@@ -213,11 +168,9 @@ const Omif_Design *orvik::oprj::mapProjection842Design(Oerr_Report **err) {
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   const auto *object = omifMIFObjectDesign(e.cause());
   if (!object) return e.fail(4, "Error returned from Omif_MIFObject_Design");
+  const Omif_Design *embedded[] = {object, string};
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [=](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Oprj_MapProjection842", cause, OMIF_EMBEDDED,
-                             "projection", object, OMIF_EMBEDDED, "title", string, OMIF_END);
-  });
+  return fetch(e, made, "Oprj_MapProjection842", designs::kMapProjection842, embedded);
 }
 
 const Omif_Design *orvik::oprj::peCoordsysDesign(Oerr_Report **err) {
@@ -225,21 +178,13 @@ const Omif_Design *orvik::oprj::peCoordsysDesign(Oerr_Report **err) {
   const auto *string = omifStringDesign(e.cause());
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [string](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "PE_COORDSYS", cause, OMIF_EMBEDDED, "coordSys", string,
-                             OMIF_END);
-  });
+  return fetch(e, made, "PE_COORDSYS", designs::kPECoordsys, &string);
 }
 
 const Omif_Design *orvik::oprj::coordinateSystemDesign(Oerr_Report **err) {
   ErrorScope e("Oprj_CoordinateSystem_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, [](Omif_Dictionary *dictionary, Oerr_Report **cause) {
-    return omif_DesignCreate(dictionary, "Oprj_CoordinateSystem", cause, OMIF_POINTER,
-                             "projectionObject", "Oprj_MapProjection830", OMIF_STRING,
-                             "horizontalUnits", OMIF_POINTER, "verticalCSObject",
-                             "Oprj_ElevationInfo", OMIF_END);
-  });
+  return fetch(e, made, "Oprj_CoordinateSystem", designs::kCoordinateSystem);
 }
 
 Omif_Design *oprj_ElevationInfoDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {

@@ -31,6 +31,7 @@ struct Item {
   int32_t count = 1;
   char pointer = 0;
   char kind = 0;
+  int64_t offset = -1;                   // in a record; no part of what a design says
   HeapText design;                       // kind 'o'
   HeapVector<HeapText> values;           // kind 'e'
   std::unique_ptr<Omif_Design> inPlace;  // kind 'x'
@@ -81,6 +82,7 @@ Item::Item(const Item &other)
       count(other.count),
       pointer(other.pointer),
       kind(other.kind),
+      offset(other.offset),
       design(other.design),
       values(other.values),
       inPlace(other.inPlace ? std::make_unique<Omif_Design>(*other.inPlace) : nullptr) {}
@@ -310,66 +312,132 @@ constexpr ItemForm kForms[] = {
     {OMIF_DOUBLES, 0, 'p', 'd'}, {OMIF_POINTER, 1, '*', 'o'},
 };
 
-/// Reads one item of the argument list behind its kind code into `item`; false with a report.
-bool readItem(Item &item, int kindCode, const char *designName, va_list *arguments, ErrorScope &e) {
-  const ItemForm *form = std::find_if(std::begin(kForms), std::end(kForms),
-                                      [&](const ItemForm &f) { return f.kindCode == kindCode; });
-  if (form == std::end(kForms))
-    return e.fail(2, "Unknown item kind 0x%03X in design \"%s\"", static_cast<unsigned>(kindCode),
-                  designName);
+/// Null for an unknown kind.
+const ItemForm *formOf(int32_t kindCode) {
+  const auto *form = std::find_if(std::begin(kForms), std::end(kForms),
+                                  [&](const ItemForm &f) { return f.kindCode == kindCode; });
+  return form == std::end(kForms) ? nullptr : form;
+}
+
+/// What makes a design says of an item.
+struct GivenItem {
+  Omif_Item item;
+  const Omif_Design *embedded;
+};
+
+/// The items of a variable argument list, one after the other.
+class ListedItems {
+ public:
+  explicit ListedItems(va_list *arguments) : arguments_(arguments) {}
+
+  /// False at the end. An unknown kind ends reading: who knows what follows.
+  bool next(GivenItem &given) {
+    given = {};
+    given.item.kind = va_arg(*arguments_, int);
+    if (given.item.kind == OMIF_END || !formOf(given.item.kind)) return given.item.kind != OMIF_END;
+    given.item.name = va_arg(*arguments_, const char *);
+    if (given.item.kind == OMIF_POINTER) given.item.target = va_arg(*arguments_, const char *);
+    if (given.item.kind == OMIF_EMBEDDED) given.embedded = va_arg(*arguments_, const Omif_Design *);
+    if (given.item.kind == OMIF_ENUMERATION) {
+      values_.clear();
+      do values_.push_back(va_arg(*arguments_, const char *));
+      while (values_.back());
+      given.item.values = values_.data();
+    }
+    return true;
+  }
+  static constexpr bool kHasOffsets = false;
+
+ private:
+  va_list *arguments_;
+  HeapVector<const char *> values_;
+};
+
+/// The items of a table.
+class TabledItems {
+ public:
+  TabledItems(const Omif_Item *items, const Omif_Design *const *embedded)
+      : item_(items), embedded_(embedded) {}
+
+  bool next(GivenItem &given) {
+    if (item_->kind == OMIF_END) return false;
+    given = {*item_++, nullptr};
+    if (given.item.kind == OMIF_EMBEDDED && embedded_) given.embedded = *embedded_++;
+    return true;
+  }
+  static constexpr bool kHasOffsets = true;
+
+ private:
+  const Omif_Item *item_;
+  const Omif_Design *const *embedded_;
+};
+
+/// Fills `item`; false with a report.
+bool makeItem(Item &item, const GivenItem &given, const char *designName, ErrorScope &e) {
+  const ItemForm *form = formOf(given.item.kind);
+  if (!form)
+    return e.fail(2, "Unknown item kind 0x%03X in design \"%s\"",
+                  static_cast<unsigned>(given.item.kind), designName);
   item.count = form->count;
   item.pointer = form->pointer;
   item.kind = form->kind;
-  const char *name = va_arg(*arguments, const char *);
+  const char *name = given.item.name;
   if (!isName(name))
     return e.fail(3, "Invalid item name \"%s\" in design \"%s\"", name ? name : "", designName);
   item.name = name;
   switch (item.kind) {
     case 'e':
-      while (const char *value = va_arg(*arguments, const char *)) {
-        if (!isName(value))
-          return e.fail(4, "Invalid value name \"%s\" of item \"%s\" in design \"%s\"", value, name,
-                        designName);
-        item.values.emplace_back(value);
+      for (const char *const *value = given.item.values; value && *value; ++value) {
+        if (!isName(*value))
+          return e.fail(4, "Invalid value name \"%s\" of item \"%s\" in design \"%s\"", *value,
+                        name, designName);
+        item.values.emplace_back(*value);
       }
       if (item.values.empty() || item.values.size() > kMostValues)
         return e.fail(5, "Item \"%s\" in design \"%s\" needs 1 to 65536 value names", name,
                       designName);
       break;
-    case 'x': {
-      const auto *embedded = va_arg(*arguments, const Omif_Design *);
-      if (!embedded)
+    case 'x':
+      if (!given.embedded)
         return e.fail(6, "No embedded design for item \"%s\" in design \"%s\"", name, designName);
-      if (embedded->depth >= kDeepest)
+      if (given.embedded->depth >= kDeepest)
         return e.fail(7, "Designs nested deeper than 64 at item \"%s\" in design \"%s\"", name,
                       designName);
-      item.inPlace = std::make_unique<Omif_Design>(*embedded);
+      item.inPlace = std::make_unique<Omif_Design>(*given.embedded);
       break;
-    }
-    case 'o': {
-      const char *target = va_arg(*arguments, const char *);
-      if (!isName(target))
+    case 'o':
+      if (!isName(given.item.target))
         return e.fail(8, "Invalid design name \"%s\" of item \"%s\" in design \"%s\"",
-                      target ? target : "", name, designName);
-      item.design = target;
+                      given.item.target ? given.item.target : "", name, designName);
+      item.design = given.item.target;
       break;
-    }
     default:
       break;
   }
   return true;
 }
 
-DesignOwner readDesign(const char *name, va_list *arguments, ErrorScope &e) {
-  auto design = std::make_unique<Omif_Design>();
-  design->name = name;
-  while (const int kindCode = va_arg(*arguments, int)) {  // OMIF_END is 0
-    Item item;
-    if (!readItem(item, kindCode, name, arguments, e)) return nullptr;
-    design->items.push_back(std::move(item));
-  }
-  design->seal();
-  return design;
+/// A design of the given items, in the dictionary when there is one.
+template <class Items>
+Omif_Design *createDesign(Omif_Dictionary *dictionary, const char *name, Items items,
+                          ErrorScope &e) {
+  if (!isName(name)) return e.fail(1, "Invalid input design name \"%s\"", name ? name : "");
+  return guarded(e, 10, [&]() -> Omif_Design * {
+    auto design = std::make_unique<Omif_Design>();
+    design->name = name;
+    for (GivenItem given; items.next(given);) {
+      Item item;
+      if (!makeItem(item, given, name, e)) return nullptr;
+      if (Items::kHasOffsets) item.offset = static_cast<int64_t>(given.item.offset);
+      design->items.push_back(std::move(item));
+    }
+    design->seal();
+    if (!dictionary) return design.release();
+    Omif_Design *known = dictionary->find(name);
+    if (!known) return dictionary->adopt(design);
+    if (*known == *design) return known;
+    return e.fail(9, "A different design \"%s\" is in the dictionary", name);
+  });
 }
 
 }  // namespace
@@ -387,19 +455,19 @@ void omif_DictionaryFree(Omif_Dictionary **dictionary) {
 Omif_Design *omif_DesignCreate(Omif_Dictionary *dictionary, const char *name, Oerr_Report **err,
                                ...) {
   ErrorScope e("omif_DesignCreate", err);
-  if (!isName(name)) return e.fail(1, "Invalid input design name \"%s\"", name ? name : "");
   va_list arguments;
   va_start(arguments, err);
-  Omif_Design *result = guarded(e, 10, [&]() -> Omif_Design * {
-    DesignOwner design = readDesign(name, &arguments, e);
-    if (!design || !dictionary) return design.release();
-    Omif_Design *known = dictionary->find(name);
-    if (!known) return dictionary->adopt(design);
-    if (*known == *design) return known;
-    return e.fail(9, "A different design \"%s\" is in the dictionary", name);
-  });
+  Omif_Design *design = createDesign(dictionary, name, ListedItems(&arguments), e);
   va_end(arguments);
-  return result;
+  return design;
+}
+
+Omif_Design *omif_DesignFromTable(Omif_Dictionary *dictionary, const char *name,
+                                  const Omif_Item *items, const Omif_Design *const *embedded,
+                                  Oerr_Report **err) {
+  ErrorScope e("omif_DesignCreate", err);
+  static constexpr Omif_Item kNone[] = {{}};
+  return createDesign(dictionary, name, TabledItems(items ? items : kNone, embedded), e);
 }
 
 void omif_DesignFree(Omif_Design **design) {
@@ -495,7 +563,8 @@ int32_t omif_DesignItem(const Omif_Design *design, int32_t index, Omif_ItemInfo 
            .count = item.count,
            .design = itsDesign,
            .valueNames = item.kind == 'e' ? item.valueNames.data() : nullptr,
-           .inPlace = item.inPlace.get()};
+           .inPlace = item.inPlace.get(),
+           .offset = item.offset};
   return 1;
 }
 

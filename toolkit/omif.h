@@ -26,17 +26,36 @@ enum {
   OMIF_POINTER = 0x402 /**< extra argument: the design's name (const char *) */
 };
 
-/** A new empty dictionary; free with omif_DictionaryFree. */
+/** One item of a design in a table that OMIF_END ends. */
+typedef struct {
+  int32_t kind; /**< an item kind of omif_DesignCreate */
+  const char *name;
+  size_t offset;             /**< where the record in memory keeps it, in bytes */
+  const char *target;        /**< OMIF_POINTER, OMIF_EMBEDDED: the design's name */
+  const char *const *values; /**< OMIF_ENUMERATION: the value names, ended by null */
+} Omif_Item;
+
+/** A new empty dictionary; free with omif_DictionaryFree. Null without memory (1). */
 OPRJ_API Omif_Dictionary *omif_NewDictionary(Oerr_Report **err);
+/** Frees a dictionary with its designs and nulls the pointer. */
 OPRJ_API void omif_DictionaryFree(Omif_Dictionary **dictionary);
 
 /** Makes a design from a list `kind, "itemName"[, extra…], …, OMIF_END` (see the item kinds) and,
    when a dictionary is given, adds it there. A design of that name which the dictionary holds
    already is returned as it is when it is equal; a different one is refused. Names hold letters,
    digits and "_". The dictionary owns the design (without one, the caller does: omif_DesignFree).
- */
+   Null with 1 (the name), 2 to 8 (an item), 9 (a different design of that name) or 10 (memory). */
 OPRJ_API Omif_Design *omif_DesignCreate(Omif_Dictionary *dictionary, const char *name,
                                         Oerr_Report **err, ...);
+
+/** omif_DesignCreate, as which it reports, from a table: `embedded` holds the designs of the
+   embedded items in their order (null: there are none). The design remembers where a record keeps
+   each item. */
+OPRJ_API Omif_Design *omif_DesignFromTable(Omif_Dictionary *dictionary, const char *name,
+                                           const Omif_Item *items,
+                                           const Omif_Design *const *embedded, Oerr_Report **err);
+
+/** Frees a design that no dictionary owns, and nulls the pointer. */
 OPRJ_API void omif_DesignFree(Omif_Design **design);
 
 /** A new deep copy that no dictionary owns. */
@@ -69,7 +88,8 @@ OPRJ_API int32_t omif_DesignItemCount(const Omif_Design *design);
 
 /** What a design says of one item; texts and designs are borrowed. `kind` is the kind letter of the
    text form, `pointer` 0, '*' or 'p', `count` the number before the colon, `design` the name of the
-   design of an object item, `valueNames` the names of an enumeration ended by null. */
+   design of an object item, `valueNames` the names of an enumeration ended by null, `offset` where
+   a record in memory keeps the item (-1 when the design was not made from a table). */
 typedef struct {
   const char *name;
   char kind;
@@ -78,6 +98,7 @@ typedef struct {
   const char *design;
   const char *const *valueNames;
   const Omif_Design *inPlace;
+  int64_t offset;
 } Omif_ItemInfo;
 
 /** Fills *info for item `index`; 0 when out of range. */

@@ -1,0 +1,67 @@
+// The records of files that have no public form: members are named as the items of their designs.
+#ifndef OPRJ_INTERCHANGE_STORED_RECORDS_H
+#define OPRJ_INTERCHANGE_STORED_RECORDS_H
+
+#include <oprj/parameters.h>
+
+namespace orvik::oprj::stored {
+
+struct Bytes {
+  int32_t count;
+  uint8_t *data;
+};
+
+struct String {
+  Oprj_CharStr string;
+};
+
+/// An object that is carried together with the dictionary that describes it.
+struct WrappedObject {
+  String type;
+  Oprj_CharStr MIFDictionary;
+  Bytes MIFObject;
+};
+
+struct ElevationInfo {
+  Oprj_Datum *verticalDatum;
+  Oprj_CharStr elevationUnit;
+  int32_t elevationType;
+};
+
+struct ProjectionObject830 {
+  int32_t proType;
+  int32_t proNumber;
+  Oprj_CharStr proExeName;
+  Oprj_CharStr proName;
+  int32_t proZone;
+  Oprj_DblArray proParams;
+};
+
+struct EarthModel830 {
+  Oprj_Spheroid *proSpheroid;
+  Oprj_Datum *datum;
+};
+
+struct MapProjection830 {
+  ProjectionObject830 *projectionObject;
+  EarthModel830 *earthModel;
+};
+
+struct MapProjection842 {
+  WrappedObject projection;
+  String title;
+};
+
+struct PECoordsys {
+  String coordSys;
+};
+
+struct CoordinateSystem {
+  MapProjection830 *projectionObject;
+  Oprj_CharStr horizontalUnits;
+  ElevationInfo *verticalCSObject;
+};
+
+}  // namespace orvik::oprj::stored
+
+#endif
