@@ -97,30 +97,18 @@ class ErrorScope {
   static void drop(Oerr_Report *&report) {
     if (report) oerr_DeleteErrorReport(&report);
   }
-  void report(int32_t code, int32_t severity, const char *format, va_list values);
+  void report(int32_t code, int32_t severity, const char *format, va_list values) {
+    Oerr_Report *made = oerr_CreateErrorReportV(operation_, code, severity,
+                                                std::exchange(cause_, nullptr), format, values);
+    oerr_DeleteErrorReport(slot_);
+    *slot_ = made;
+  }
 
   const char *operation_;
   Oerr_Report **slot_;
   Oerr_Report *own_ = nullptr;
   Oerr_Report *cause_ = nullptr;
 };
-
-}  // namespace orvik::toolkit
-
-/// oerr_CreateErrorReport with the values as a list.
-extern "C" OPRJ_API Oerr_Report *oerr_CreateErrorReportV(const char *function, int32_t code,
-                                                         int32_t severity, Oerr_Report *cause,
-                                                         const char *format, va_list values)
-    OPRJ_PRINTF(5, 0);
-
-namespace orvik::toolkit {
-
-inline void ErrorScope::report(int32_t code, int32_t severity, const char *format, va_list values) {
-  Oerr_Report *made = oerr_CreateErrorReportV(operation_, code, severity,
-                                              std::exchange(cause_, nullptr), format, values);
-  oerr_DeleteErrorReport(slot_);
-  *slot_ = made;
-}
 
 /// Runs a body that may throw (allocation, C++ libraries) and turns an exception into a report of
 /// `code`, so that nothing throws across the flat interface.

@@ -5,6 +5,8 @@
 #ifndef OPRJ_OERR_H
 #define OPRJ_OERR_H
 
+#include <stdarg.h>
+
 #include "obase.h"
 
 OPRJ_BEGIN_C
@@ -18,6 +20,10 @@ enum { OERR_SEVERITY_INFORMATION = 0, OERR_SEVERITY_WARNING = 1, OERR_SEVERITY_E
 OPRJ_API Oerr_Report *oerr_CreateErrorReport(const char *function, int32_t code, int32_t severity,
                                              Oerr_Report *cause, const char *format, ...)
     OPRJ_PRINTF(5, 6);
+/** The same with the values as a list, which stays usable. */
+OPRJ_API Oerr_Report *oerr_CreateErrorReportV(const char *function, int32_t code, int32_t severity,
+                                              Oerr_Report *cause, const char *format,
+                                              va_list values) OPRJ_PRINTF(5, 0);
 
 /** Deletes a report with its whole chain and nulls the pointer; null and *null are accepted. */
 OPRJ_API void oerr_DeleteErrorReport(Oerr_Report **report);

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# headers.sh BUILD: what users include.
+# 1. Each public header compiles alone as C11 and as C++11, without extensions, and oprj.h brings in all.
+# 2. The functions that the headers declare are those that the libraries export.
+set -u
+build=$1 bad=0
+prefixes='(oprj|omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif)_'
+include=$build/include
+for header in "$include"/oprj/*.h; do
+  for language in "gcc c11 c" "g++ c++11 c++"; do
+    set -- $language
+    echo "#include <oprj/$(basename "$header")>" |
+      $1 -std=$2 -pedantic-errors -Wall -Wextra -Werror -fsyntax-only -I"$include" -x $3 - || bad=1
+  done
+done
+text=$(echo "#include <oprj/oprj.h>" | gcc -std=c11 -E -I"$include" -x c -)
+for header in "$include"/oprj/*.h; do
+  grep -q "$header" <<< "$text" || { echo "oprj.h does not bring in $(basename "$header")"; bad=1; }
+done
+declared=$(grep -v '^#' <<< "$text" | grep -oE "\b$prefixes\w+ *\(" | tr -d ' (' | sort -u)
+exported=$(nm -D --defined-only "$build"/lib/liboPrj.so "$build"/lib/liboPrjToolkit.so | awk '{print $3}' |
+  grep -E "^$prefixes" | sort -u)
+[ -n "$declared" ] && [ "$(wc -l <<< "$declared")" -gt 300 ] || { echo "no declarations found"; bad=1; }
+difference=$(diff <(echo "$declared") <(echo "$exported"))
+[ -z "$difference" ] || { echo "declared (<) and exported (>) differ:"; echo "$difference"; bad=1; }
+[ $bad = 0 ] && echo "$(wc -l <<< "$declared") functions, declared and exported"
+exit $bad
