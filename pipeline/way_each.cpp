@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "pipeline/way.h"
+#include "projections/each.h"
 
 namespace orvik::oprj {
 
@@ -78,18 +79,51 @@ double axisOf(const Oprj_MapProjectionEx *handle) {
   return spheroid && spheroid->a > 0.0 ? spheroid->a : kUsualAxis;
 }
 
-/// Which reason a failure of one leg's operation stands for.
-Oprj_PointReason reasonOf(const Oerr_Report *report, bool forward) {
-  // A report below the family's own is that of the solver whose iteration did not come to an end.
-  const Oerr_Report *family = oerr_CauseGet(report);
-  if (family && oerr_CauseGet(family)) return OPRJ_POINT_NO_CONVERGENCE;
-  return forward ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_OUTSIDE_SHEET;
+/// The family's own loop behind a handle; null where it is not known, as for other sets.
+EachFunction loopOf(bool forward, const Oprj_MapProjectionEx *handle, const double *&block) {
+  if (handle->functions != &kNativeSet || !handle->ownedData || handle->apply != kNativeSet.apply ||
+      handle->applyInverse != kNativeSet.applyInverse)
+    return nullptr;
+  const auto &object = *static_cast<const Oprj_MapProjection *>(handle->ownedData);
+  block = object.parameters;
+  return block ? eachOf(forward ? object.fromLL : object.toLL) : nullptr;
+}
+
+/// Its loop tells of NaN.
+bool hasLoop(bool forward, const Oprj_MapProjectionEx *handle) {
+  const double *block = nullptr;
+  return loopOf(forward, handle, block) != nullptr;
+}
+
+/// A reason for each of a family's faults.
+Oprj_PointReason reasonOf(PointFault fault) {
+  switch (fault) {
+    case PointFault::kNotANumber:
+      return OPRJ_POINT_NOT_A_NUMBER;
+    case PointFault::kOutsideDomain:
+      return OPRJ_POINT_OUTSIDE_DOMAIN;
+    case PointFault::kNotConverged:
+      return OPRJ_POINT_NO_CONVERGENCE;
+    case PointFault::kOutsideSheet:
+      return OPRJ_POINT_OUTSIDE_SHEET;
+    case PointFault::kNone:
+      break;
+  }
+  return OPRJ_POINT_GOOD;
 }
 
 /// One leg over `count` points, on after each that fails. A failure that names no point is none of
 /// a point: false, its report in the slot.
 bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
              Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err) {
+  const double *block = nullptr;
+  if (const EachFunction loop = loopOf(forward, handle, block)) {
+    PointFault faults[kTilePoints] = {};
+    if (loop(block, in, out, faults, count) > 0)
+      for (int32_t i = 0; i < count; ++i)
+        if (faults[i] != PointFault::kNone) marks[i] = reasonOf(faults[i]);
+    return true;
+  }
   const auto leg = forward ? handle->apply : handle->applyInverse;
   for (int32_t start = 0; start < count;) {
     leg(handle->ownedData, in + start, out + start, count - start, err);
@@ -98,7 +132,7 @@ bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point 
     if (!oerr_PointGet(*err, &index, nullptr, nullptr) || index < 0 || index >= count - start)
       return false;
     const int32_t bad = start + static_cast<int32_t>(index);
-    marks[bad] = reasonOf(*err, forward);
+    marks[bad] = forward ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_OUTSIDE_SHEET;
     out[bad] = kNowhere;
     oerr_DeleteErrorReport(err);
     start = bad + 1;
@@ -142,6 +176,7 @@ struct Way::Tile {
   Oprj_PointReason *reasons;  ///< one a point that came
   int32_t count;              ///< points that are left
   bool packed = false;        ///< some have left: place[] holds
+  bool numbers = false;       ///< those that are left are no NaN
   uint16_t place[kTilePoints];
   Oprj_PointReason marks[kTilePoints] = {};  ///< one a point that is left; all good between stages
 
@@ -233,9 +268,11 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       break;
     case Does::kInverse:
       if (!legEach(false, in_, tile.now, points, count, tile.marks, err)) return false;
+      tile.numbers = hasLoop(false, in_);
       break;
     case Does::kForward:
       if (!legEach(true, out_, tile.now, points, count, tile.marks, err)) return false;
+      tile.numbers = tile.numbers || hasLoop(true, out_);
       break;
     case Does::kShift:
       if (!plan_) {
@@ -256,7 +293,7 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       return false;
   }
   tile.now = points;
-  if (&stage == stages_ + length_ - 1) tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);
+  if (&stage == stages_ + length_ - 1 && !tile.numbers) tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);
   tile.drop();
   return true;
 }
