@@ -12,10 +12,10 @@ struct Copy {
     *out = in;
     return nullptr;
   }
-  OPRJ_INLINE static Mask group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v) {
+  OPRJ_INLINE static Odd group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v) {
     u = x;
     v = y;
-    return never<Lanes>();
+    return {never<Lanes>()};
   }
 };
 

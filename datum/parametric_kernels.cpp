@@ -209,12 +209,12 @@ struct Shift {
     else *out = Formula::special(b, p);
     return nullptr;
   }
-  OPRJ_INLINE static Mask group(const Block &b, Lanes x, Lanes y, Lanes &u, Lanes &v) {
+  OPRJ_INLINE static Odd group(const Block &b, Lanes x, Lanes y, Lanes &u, Lanes &v) {
     Mask odd;
     const LonLat<Lanes> to = Formula::template shift<Lanes>(b, x, y, odd);
     u = wrapped(to.lon);
     v = to.lat;
-    return odd | ~((abs(to.lat) <= Lanes(kHalfPi)) & isFinite(to.lon));
+    return {odd | ~((abs(to.lat) <= Lanes(kHalfPi)) & isFinite(to.lon))};
   }
 };
 

@@ -4,13 +4,14 @@
 // A kernel is a struct of static functions over points as pairs of doubles:
 //
 //   using Block = ...;  // the constants of a call
-//   static Mask group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v);
+//   static Odd group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v);
 //   static const StopText *point(const Block &, Point in, Point *out);
 //   static constexpr PointFault kElsewhere;  // the fault of a point that stops, iterations aside
 //
-// `group` gives the results and says which lanes are out of the ordinary; results of the others are
-// finite. `point` defines the behaviour: it writes the result, or writes nothing and returns why
-// the point stops. Both must give the same bits for ordinary points.
+// `group` gives the results and says which lanes are out of the ordinary, and of which it knows
+// what `point` would find; results of the others are finite. `point` defines the behaviour: it
+// writes the result, or writes nothing and returns why the point stops. Both must give the same
+// bits for ordinary points.
 //
 // The formula is inlined whole into the loop: a call in it would pass Lanes through memory. That is
 // why `group` is called at one place, and why all single points share pointByPoint.
@@ -26,6 +27,25 @@ namespace orvik::oprj::OPRJ_SET {
 /// would not stay there until somebody reads them.
 inline constexpr int32_t kWorthStreaming = 100000;
 inline constexpr uintptr_t kCacheLine = 64;  // bytes
+
+/// The lanes of a group that are out of the ordinary. Where a run goes on after bad points, those
+/// whose fault is certain need not be asked one by one; a kernel may leave that open.
+struct Odd {
+  Mask lanes;
+  Mask notNumbers = never<Lanes>();  ///< the point went in as NaN
+  Mask elsewhere = never<Lanes>();   ///< `point` stops, and no iteration is to blame
+};
+
+/// Writes the faults of a group's lanes: 0 none, 1 not a number, 2 elsewhere.
+template <class Kernel, class Point>
+OPRJ_INLINE void noteFaults(const Point *codes, int32_t first, int32_t count, PointRun &how) {
+  constexpr PointFault kFaults[] = {PointFault::kNone, PointFault::kNotANumber, Kernel::kElsewhere};
+  for (int32_t k = 0; k < count; ++k) {
+    const PointFault fault = kFaults[static_cast<int>(codes[k].x)];
+    how.bad += fault != PointFault::kNone;
+    if (how.faults && how.faults[first + k] == PointFault::kNone) how.faults[first + k] = fault;
+  }
+}
 
 /// `count` points one by one, the first of them being number `first` of the run. Those that have a
 /// result in `ready` (null: none has; NaN: not this one) are only copied. False when the run ended.
@@ -86,10 +106,20 @@ template <class Kernel, class Point>
     }
     Lanes x, y, u, v;
     loadPairs(&from->x, x, y);
-    const Mask odd = Kernel::group(constants, x, y, u, v);
-    if (any(odd)) [[unlikely]] {
+    const Odd odd = Kernel::group(constants, x, y, u, v);
+    if (any(odd.lanes)) [[unlikely]] {
       Point ready[kLanes];
-      storePairs(&ready->x, select(odd, Lanes(kNaN), u), v);
+      storePairs(&ready->x, select(odd.lanes, Lanes(kNaN), u), select(odd.lanes, Lanes(kNaN), v));
+      if (how.goesOn && !any(odd.lanes & ~(odd.notNumbers | odd.elsewhere))) {
+        Point codes[kLanes];
+        storePairs(
+            &codes->x,
+            select(odd.notNumbers, Lanes(1.0), select(odd.elsewhere, Lanes(2.0), Lanes(0.0))),
+            Lanes(0.0));
+        for (int32_t k = 0; k < here; ++k) out[done + k] = ready[k];
+        noteFaults<Kernel>(codes, done, here, how);
+        continue;
+      }
       if (!pointByPoint<Kernel>(block, in + done, ready, out + done, done, here, how)) break;
       continue;
     }

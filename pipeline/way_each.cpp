@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "pipeline/way.h"
-#include "projections/each.h"
+#include "projections/registry.h"
 
 namespace orvik::oprj {
 

@@ -39,11 +39,15 @@ struct Geographic {
   V lon, lat;
 };
 
-/// Collects the stops of a formula: the first one per point (scalar), or just which lanes have any.
+/// Collects the stops of a formula: the first one per point (scalar), or just which lanes have any,
+/// and which have one of an iteration.
 template <class V>
 struct Stops {
-  Mask hit = never<Lanes>();
-  OPRJ_INLINE void when(Mask condition, const StopText &) { hit = hit | condition; }
+  Mask hit = never<Lanes>(), iterated = never<Lanes>();
+  OPRJ_INLINE void when(Mask condition, const StopText &why) {
+    hit = hit | condition;
+    if (why.iterations != 0) iterated = iterated | condition;
+  }
 };
 template <>
 struct Stops<double> {
@@ -100,7 +104,7 @@ struct Direction {
     return nullptr;
   }
 
-  OPRJ_INLINE static Mask group(const Block &block, Lanes x, Lanes y, Lanes &u, Lanes &v) {
+  OPRJ_INLINE static Odd group(const Block &block, Lanes x, Lanes y, Lanes &u, Lanes &v) {
     Mask odd;
     if constexpr (kForward) {
       odd = ~(abs(x) <= Lanes(kPi));  // a NaN too
@@ -114,7 +118,16 @@ struct Direction {
     } else {
       odd = ~isFinite(abs(x) + abs(y));
     }
+    Odd result;
+    const Mask given = odd;
     if (any(odd)) [[unlikely]] {  // a harmless number: odd ones would slow the whole group down
+      result.notNumbers = (x != x) | (y != y);
+      if constexpr (kForward) {
+        result.elsewhere = abs(x) > Lanes(kFarthestAngle);
+        if constexpr (F::row.stopsBeyondPoles)
+          result.elsewhere = result.elsewhere | (abs(y) > Lanes(kHalfPi + kClose));
+        result.elsewhere = result.elsewhere & ~result.notNumbers;
+      }
       x = select(odd, Lanes(0.0), x);
       y = select(odd, Lanes(0.0), y);
     }
@@ -128,7 +141,11 @@ struct Direction {
       u = g.lon;
       v = g.lat;
     }
-    return odd | stops.hit | ~isFinite(abs(u) + abs(v));
+    const Mask failed = stops.hit | ~isFinite(abs(u) + abs(v));
+    result.lanes = given | failed;
+    if (any(failed)) [[unlikely]]
+      result.elsewhere = result.elsewhere | (failed & ~given & ~stops.iterated);
+    return result;
   }
 };
 
@@ -144,7 +161,7 @@ void projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *out, i
 // --- OPRJ_FAMILY ---
 
 /// OPRJ_FAMILY(TYPE, the names of its five operations). It makes `FROM_LLEach` and `TO_LLEach` as
-/// well, the loops that go on after bad points (each.h).
+/// well, the loops that go on after bad points (registry.h).
 #if OPRJ_FLAT
 
 namespace orvik::oprj {

@@ -42,6 +42,16 @@ Oprj_MapProjection *externalInit(Oint_Toolkit *, const Oprj_ProParameters *recor
 bool holdsText(const Oprj_CharStr &text) { return text.count > 0 && text.data && text.data[0]; }
 
 }  // namespace
+
+EachFunction eachOf(Oprj_PointFunction function) {
+  for (const RegistryRow &row : kRegistry) {
+    for (const PointLoop &loop : {row.forward, row.inverse}) {
+      if (loop.function && loop.function == function) return loop.each;
+    }
+  }
+  return nullptr;
+}
+
 }  // namespace orvik::oprj
 
 Oprj_MapProjection *oprj_ProjectionPre842Init(Oint_Toolkit *toolkit,

@@ -11,7 +11,7 @@
 
 #include "family_cases.h"
 #include "lanes/kernels.h"
-#include "projections/each.h"
+#include "projections/registry.h"
 
 namespace {
 
@@ -137,6 +137,40 @@ TEST_P(Laws, EachPointHasAPlaceOrAFault) {
           else EXPECT_GE(faults[i], PointFault::kOutsideDomain);
         }
       }
+    }
+  }
+}
+
+// Groups know the faults of most bad points from their lanes: they are those that a point alone
+// has, far outside of the domain too.
+TEST_P(Laws, FaultsOfGroupsAreThoseOfPointsAlone) {
+  using orvik::oprj::PointFault;
+  std::mt19937 random(7);
+  std::uniform_real_distribution<double> exponent(-3, 1);
+  for (const bool forward : {true, false}) {
+    SCOPED_TRACE(forward ? "forward" : "inverse");
+    const double unit = forward ? 3.2 : family.axes.a;
+    const auto coordinate = [&] {
+      return std::copysign(unit * std::pow(10, exponent(random)), exponent(random) + 1);
+    };
+    std::vector<Oprj_Point> in;
+    for (int i = 0; i < 2000; ++i) in.push_back({coordinate(), coordinate()});
+    const Oprj_MapProjection *object = projection.object();
+    const auto each = orvik::oprj::eachOf(forward ? object->fromLL : object->toLL);
+    for (int set = kBaseline; set <= widestInstructionSet(); ++set) {
+      chooseInstructionSet(set);
+      const auto run = [&](size_t step, std::vector<Oprj_Point> &out) {
+        std::vector<PointFault> faults(in.size(), PointFault::kNone);
+        out.resize(in.size());
+        for (size_t i = 0; i < in.size(); i += step)
+          each(object->parameters, &in[i], &out[i], &faults[i],
+               static_cast<int32_t>(std::min(step, in.size() - i)));
+        return faults;
+      };
+      std::vector<Oprj_Point> alone, together;
+      const std::vector<PointFault> wanted = run(1, alone), found = run(in.size(), together);
+      EXPECT_TRUE(wanted == found) << set;
+      EXPECT_TRUE(sameBits(alone, together)) << set;
     }
   }
 }
