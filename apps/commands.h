@@ -12,6 +12,9 @@ namespace program {
 /// What main runs: set by the command that the arguments name.
 using Action = std::function<Status()>;
 
+/// The option --verify takes a number when one stands behind it, and not what else does: gives it
+/// its usual value then.
+void fillVerify(std::vector<std::string> &arguments);
 void addProject(CLI::App &app, const Console &console, Action &action);
 void addDescribe(CLI::App &app, const Console &console, Action &action);
 void addExplain(CLI::App &app, const Console &console, Action &action);

@@ -107,7 +107,10 @@ Words valuesOf(const CLI::Option &option, const std::string &begun, const Consol
   return found;
 }
 
-bool takesValue(const CLI::Option &option) { return option.get_items_expected_max() > 0; }
+/// Whether what stands behind an option must be its value.
+bool needsValue(const CLI::Option &option) {
+  return option.get_items_expected_min() > 0 && !option.get_type_name().starts_with('[');
+}
 
 }  // namespace
 
@@ -128,8 +131,7 @@ std::vector<std::string> completions(CLI::App &app, std::vector<std::string> wor
     }
     const CLI::Option *option =
         command && !asking ? command->get_option_no_throw(words[i]) : nullptr;
-    asking =
-        option && takesValue(*option) && option->get_items_expected_min() > 0 ? option : nullptr;
+    asking = option && needsValue(*option) ? option : nullptr;
   }
 
   Words all;

@@ -93,6 +93,7 @@ Status run(CLI::App &app, const Console &console, const Action &action, Names ar
     return kGood;
   }
   const CLI::App *const command = commandAsked(app, arguments);
+  fillVerify(arguments);
   std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
     app.parse(std::move(arguments));

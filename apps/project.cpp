@@ -26,6 +26,7 @@ struct Options {
   std::vector<std::string> files;
   bool csv = false, binary = false, inverse = false, swapIn = false, swapOut = false;
   int threads = 1;
+  double verify = 0;  ///< metres; 0: not asked for
   LayoutWishes layout;
   NumberFormat format;
 };
@@ -81,7 +82,7 @@ Status run(Options &options, const Console &console) {
   requireShift(from, to);
   for (const std::string &caution : cautionsOf(toolkit, *makePair(toolkit, from, to, console)))
     console.warn(caution);
-  const Projector projector(toolkit, from, to, console);
+  const Projector projector(toolkit, from, to, console, options.verify);
   console.detail(std::string("axis order: longitude (easting) first") +
                  (options.swapIn ? ", in the input second" : "") +
                  (options.swapOut ? ", in the output second" : "") + "; input in " + from.unit +
@@ -112,6 +113,15 @@ Status run(Options &options, const Console &console) {
 }
 
 }  // namespace
+
+void fillVerify(std::vector<std::string> &arguments) {
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    double ignored;
+    if (arguments[i] == "--verify" &&
+        (i + 1 == arguments.size() || !ostr_ToDouble(arguments[i + 1].c_str(), &ignored)))
+      arguments[i] = "--verify=0.001";
+  }
+}
 
 void addProject(CLI::App &app, const Console &console, Action &action) {
   CLI::App *command =
@@ -157,6 +167,11 @@ void addProject(CLI::App &app, const Console &console, Action &action) {
       ->add_flag("--decimal-comma", options->layout.decimalComma,
                  "Numbers have a decimal comma, in the output too")
       ->excludes(binary);
+  command
+      ->add_option("--verify", options->verify,
+                   "Project back too: points that return farther away fail (default: 0.001)")
+      ->check(CLI::PositiveNumber)
+      ->type_name("[METRES]");
   command
       ->add_option("--threads", options->threads,
                    "Project by so many threads, reading and writing meanwhile (default: 1)")

@@ -11,8 +11,10 @@ namespace program {
 void runBinary(const JobParts &parts, const std::string &path) {
   Input input(path, Input::Kind::kBytes, parts.console);
   Progress progress(parts.console);
-  std::vector<Oprj_Point> points(kBatch);
-  const auto work = std::make_unique<Projector::Work>();
+  // many for each thread, so that sharing them out pays
+  const int32_t most = parts.threads > 1 ? parts.threads * 16 * kBatch : kBatch;
+  std::vector<Oprj_Point> points(static_cast<size_t>(most));
+  Projector::Work work(most);
   char *const bytes = reinterpret_cast<char *>(points.data());
   const auto swapAll = [&points](size_t count) {
     for (size_t i = 0; i < count; ++i) std::swap(points[i].x, points[i].y);
@@ -33,12 +35,12 @@ void runBinary(const JobParts &parts, const std::string &path) {
       const Doubt doubt = implausible(points[i], parts.from.geographic, parts.from.unitFactor);
       if (!doubt.reason) continue;
       points[i] = {NAN, NAN};
-      told.failures.push_back({total + static_cast<int64_t>(i) + 1, 1, doubt.reason, ""});
+      told.failures.push_back({total + static_cast<int64_t>(i) + 1, 1, doubt.reason});
     }
-    parts.projector.project(points.data(), static_cast<int32_t>(whole), *work, told.far);
-    for (Failure &failure : work->failures)
-      told.failures.push_back(
-          {total + failure.index + 1, 1, std::move(failure.cause), std::move(failure.chain)});
+    parts.projector.project(points.data(), static_cast<int32_t>(whole), work, told.far,
+                            parts.threads);
+    for (const Failure &failure : work.failures)
+      told.failures.push_back({total + failure.index + 1, 1, failure.cause});
     std::sort(told.failures.begin(), told.failures.end(),
               [](const Told::Line &a, const Told::Line &b) { return a.line < b.line; });
     parts.tally.add(input.name(), told);

@@ -149,11 +149,9 @@ void LineProjector::finishBatch(Block &block) {
   auto failure = work_.failures.begin();
   for (int32_t i = 0; i < count_; ++i) {
     const Line &line = lines_[i];
-    if (reasons_[i])
-      block.told.failures.push_back({block.firstLine + i, columns_[i], reasons_[i], ""});
+    if (reasons_[i]) block.told.failures.push_back({block.firstLine + i, columns_[i], reasons_[i]});
     for (; failure != work_.failures.end() && failure->index == i; ++failure)
-      block.told.failures.push_back(
-          {block.firstLine + i, columns_[i], std::move(failure->cause), std::move(failure->chain)});
+      block.told.failures.push_back({block.firstLine + i, columns_[i], failure->cause});
     if (line.isPoint) {
       writer_.write(block.out, line, block.layout, batch_[i]);
     } else {

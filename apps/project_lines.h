@@ -60,7 +60,7 @@ class LineProjector {
   Oprj_Point batch_[kBatch];
   const char *reasons_[kBatch];
   int64_t columns_[kBatch];
-  Projector::Work work_;
+  Projector::Work work_{kBatch};
 };
 
 /// A line up to its end or to `end`, and what stands behind it in `next`.

@@ -26,7 +26,6 @@ void Tally::addFailure(const std::string &file, const Told::Line &failure) {
   if (failed_++ >= kReasonsShown) return;
   tell(file + ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column) + ": " +
        failure.cause);
-  if (!failure.chain.empty()) console_.detail("  " + failure.chain);
 }
 
 void Tally::add(const std::string &file, const Told &part) {
@@ -64,14 +63,15 @@ std::string Tally::report(const std::string &end, Status status) const {
 }
 
 Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to,
-                     const Console &console)
+                     const Console &console, double verify)
     : console_(console),
       pair_(oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err_.get())),
       inFactor_(from.unitFactor),
       outFactor_(to.unitFactor),
       toGeographic_(to.geographic),
       largestX_(to.geographic ? kLargestLongitude : DBL_MAX),
-      largestY_(to.geographic ? kLargestLatitude : DBL_MAX) {
+      largestY_(to.geographic ? kLargestLatitude : DBL_MAX),
+      verify_(verify) {
   if (!pair_) throw Stop(kUnusable, err_.text());
   const bool equal = oprj_MapProjectionEqual(pair_->in, pair_->out, err_.get()) != 0;
   identity_ = equal && inFactor_ == outFactor_;
@@ -123,87 +123,55 @@ void Projector::warnOfFarPoints(const std::vector<int64_t> &far) const {
     if (far[i] == 0) continue;
     console_.warn(std::to_string(far[i]) + " points lie more than " + numberText(kFarDegrees) +
                   " degrees beside the central meridian of \"" + meridians_[i].name +
-                  "\": its formulas are meant for a zone, and lose metres to kilometres there");
+                  "\": its formulas are meant for a zone, and lose metres to kilometres there" +
+                  (verify_ > 0 ? "" : "; --verify marks the points that do not return"));
   }
 }
 
-void Projector::project(Oprj_Point *points, int32_t count, Work &work,
-                        std::vector<int64_t> &far) const {
-  work.failures.clear();
-  if (identity_) return;  // bit for bit
+void Projector::project(Oprj_Point *points, int32_t count, Work &work, std::vector<int64_t> &far,
+                        int32_t threads) const {
+  std::vector<Failure> &failures = work.failures;
+  std::vector<Oprj_Point> &results = work.results;
+  std::vector<Oprj_PointReason> &reasons = work.reasons;
+  failures.clear();
+  if (identity_ || count == 0) return;  // bit for bit
   for (int32_t i = 0; i < count; ++i)
     points[i] = {points[i].x * inFactor_, points[i].y * inFactor_};
-  projectRange(points, 0, count, work);
-  checkResults(points, count, work);
+  Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
+  options.threads = threads;
+  options.verify = verify_;
+  Slot err;
+  const int64_t good = oprj_ProjectEach(pair_.get(), points, results.data(), reasons.data(),
+                                        &options, count, err.get());
+  if (err) throw Stop(kUnusable, err.text());
+  // a formula far outside of its domain may give a result that is no place
+  const auto isPlace = [this](Oprj_Point p) {
+    return (std::fabs(p.x) <= largestX_) & (std::fabs(p.y) <= largestY_);
+  };
+  bool all = good == count;
+  for (int32_t i = 0; i < count; ++i) all &= isPlace(results[static_cast<size_t>(i)]);
+  for (int32_t i = 0; !all && i < count; ++i) {
+    Oprj_Point &result = results[static_cast<size_t>(i)];
+    if (isPlace(result)) continue;
+    const Oprj_PointReason reason = reasons[static_cast<size_t>(i)];
+    if (reason != OPRJ_POINT_GOOD && reason != OPRJ_POINT_NOT_A_NUMBER)
+      failures.push_back({i, oprj_PointReasonText(reason)});
+    else if (!std::isnan(points[i].x) && !std::isnan(points[i].y))
+      failures.push_back({i, toGeographic_ && std::isfinite(result.x + result.y)
+                                 ? "the result is no place on the globe"
+                                 : "the result is not a finite number"});
+    result = {NAN, NAN};
+  }
   far.resize(meridians_.size());
   for (size_t i = 0; i < meridians_.size(); ++i) {
     const bool isInput = meridians_[i].isInput;
-    far[i] += meridians_[i].count(isInput ? points : work.results, isInput ? work.results : points,
-                                  count);
+    far[i] += meridians_[i].count(isInput ? points : results.data(),
+                                  isInput ? results.data() : points, count);
   }
-  for (int32_t i = 0; i < count; ++i)
-    points[i] = {work.results[i].x / outFactor_, work.results[i].y / outFactor_};
-}
-
-/// A failure names its point. What stands before it is projected again, because the results hold
-/// only the stage that failed; behind it the steps begin small, and grow while all goes well.
-void Projector::projectRange(const Oprj_Point *points, int32_t first, int32_t count,
-                             Work &work) const {
-  auto &[err, failures, results] = work;
-  const int32_t end = first + count;
-  int32_t step = count;
-  while (first < end) {
-    step = std::min(step, end - first);
-    if (oprj_ProjectPair(pair_.get(), points + first, results + first, step, err.get())) {
-      first += step;
-      step *= 2;
-      continue;
-    }
-    int64_t named = 0;
-    if (!oerr_PointGet(err.report(), &named, nullptr, nullptr) || named < 0 || named >= step) {
-      if (step > 1) {
-        step = 1;
-        continue;
-      }
-      named = 0;
-    }
-    const auto before = static_cast<int32_t>(named);
-    Failure failure{first + before, err.rootMessage(), console_.verbose ? err.text() : ""};
-    projectRange(points, first, before, work);
-    results[first + before] = {NAN, NAN};
-    failures.push_back(std::move(failure));
-    first += before + 1;
-    step = before + 1;
-  }
-}
-
-/// A formula far outside of its domain may give a result that is no place, without a report.
-void Projector::checkResults(const Oprj_Point *points, int32_t count, Work &work) const {
-  auto &failures = work.failures;
-  Oprj_Point *const results = work.results;
-  const auto isResult = [this](Oprj_Point p) {
-    return (std::fabs(p.x) <= largestX_) & (std::fabs(p.y) <= largestY_);
-  };
-  bool all = true;
-  for (int32_t i = 0; i < count; ++i) all &= isResult(results[i]);
-  if (all) return;
-  const size_t reported = failures.size();
-  size_t next = 0;
   for (int32_t i = 0; i < count; ++i) {
-    if (isResult(results[i])) continue;
-    const bool isReported = next < reported && failures[next].index == i;
-    if (isReported) ++next;
-    else if (!std::isnan(points[i].x) && !std::isnan(points[i].y))
-      failures.push_back({i,
-                          toGeographic_ && std::isfinite(results[i].x + results[i].y)
-                              ? "the result is no place on the globe"
-                              : "the result is not a finite number",
-                          ""});
-    results[i] = {NAN, NAN};
+    const Oprj_Point result = results[static_cast<size_t>(i)];
+    points[i] = {result.x / outFactor_, result.y / outFactor_};
   }
-  std::inplace_merge(failures.begin(), failures.begin() + static_cast<std::ptrdiff_t>(reported),
-                     failures.end(),
-                     [](const Failure &a, const Failure &b) { return a.index < b.index; });
 }
 
 }  // namespace program

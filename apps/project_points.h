@@ -33,16 +33,15 @@ inline Doubt implausible(Oprj_Point p, bool geographic, double unitFactor) {
 
 /// A point that the library refused, or that came out as no place.
 struct Failure {
-  int32_t index;      ///< in its batch
-  std::string cause;  ///< the message of the root cause
-  std::string chain;  ///< all messages; only with -v
+  int32_t index;  ///< in its batch
+  const char *cause;
 };
 
 /// What is told of a part of a file.
 struct Told {
   struct Line {
     int64_t line, column;
-    std::string cause, chain;
+    std::string cause;
   };
   int64_t points = 0, comments = 0, blanks = 0, headers = 0;
   int64_t pointsInComments = 0;  ///< comments that could be read as points
@@ -74,18 +73,27 @@ class Tally {
 /// Points through a pair of systems. Any number of threads may project at once.
 class Projector {
  public:
-  Projector(Oint_Toolkit *toolkit, const System &from, const System &to, const Console &console);
+  /// With `verify` above 0 points fail that return farther away than so many metres.
+  Projector(Oint_Toolkit *toolkit, const System &from, const System &to, const Console &console,
+            double verify);
 
-  /// What one thread works with.
-  struct Work {
-    Slot err;
+  /// What one call works with, and the points that failed in it, first ones first.
+  class Work {
+   public:
+    explicit Work(int32_t most) : results(static_cast<size_t>(most)), reasons(results.size()) {}
     std::vector<Failure> failures;
-    Oprj_Point results[kBatch];
+
+   private:
+    friend class Projector;
+    std::vector<Oprj_Point> results;
+    std::vector<Oprj_PointReason> reasons;
   };
-  /// Projects up to kBatch points in place. Those that fail become NaN and are told in
-  /// `work.failures`, first ones first; those that are NaN stay so and are not spoken of. `far`
-  /// counts the points beside each meridian.
-  void project(Oprj_Point *points, int32_t count, Work &work, std::vector<int64_t> &far) const;
+  /// Projects points in place, at most as many as `work` is made for, shared among `threads`. Those
+  /// that fail become NaN and are told in `work.failures`; those that are NaN stay so and are not
+  /// spoken of. `far` counts the points beside each meridian. Throws Stop when none can be
+  /// projected.
+  void project(Oprj_Point *points, int32_t count, Work &work, std::vector<int64_t> &far,
+               int32_t threads = 1) const;
 
   /// Points far beside the central meridian of a Transverse Mercator.
   void warnOfFarPoints(const std::vector<int64_t> &far) const;
@@ -100,8 +108,6 @@ class Projector {
     int64_t count(const Oprj_Point *own, const Oprj_Point *other, int32_t count) const;
   };
   void watch(Oint_Toolkit *toolkit, const System &system, const System &other, bool isInput);
-  void projectRange(const Oprj_Point *points, int32_t first, int32_t count, Work &work) const;
-  void checkResults(const Oprj_Point *points, int32_t count, Work &work) const;
 
   const Console &console_;
   Slot err_;
@@ -109,6 +115,7 @@ class Projector {
   double inFactor_, outFactor_;
   bool identity_, toGeographic_;
   double largestX_, largestY_;  ///< of results
+  double verify_;
   std::vector<Meridian> meridians_;
 };
 

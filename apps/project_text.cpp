@@ -93,8 +93,7 @@ class TextJob::Files {
         const char *reason;
         int64_t column;
         hand.projector.read(line, layout, &reason, &column);
-        block.told.failures.push_back(
-            {block.firstLine, column, reason ? reason : finder.reason(), ""});
+        block.told.failures.push_back({block.firstLine, column, reason ? reason : finder.reason()});
         ++block.told.points;
         writer_.write(block.out, line, layout, {NAN, NAN});
       }
@@ -134,8 +133,7 @@ class TextJob::Files {
     writer_.write(block.out, line, layout, {NAN, NAN});
     block.told.points = 1;
     block.told.failures.push_back(
-        {block.firstLine, 1, "the line is longer than " + std::to_string(kLongestLine) + " bytes",
-         ""});
+        {block.firstLine, 1, "the line is longer than " + std::to_string(kLongestLine) + " bytes"});
     commit(block);
     while (reader.takeRest(block.text, &block.size)) {
       if (inside) put({block.text.data(), block.size});

@@ -6,8 +6,15 @@
 namespace {
 
 constexpr const char *kTexts[] = {
-    "good",           "not a number",     "outside the projection's domain", "outside the sheet",
-    "no convergence", "outside the grid", "outside the regression's area",   "datum shift failed",
+    // as the enumerators follow each other
+    "good",
+    "not a number",
+    "outside the projection's domain",
+    "no convergence",
+    "outside the sheet",
+    "outside the grid",
+    "outside the regression's area",
+    "datum shift failed",
     "inaccurate",
 };
 static_assert(std::size(kTexts) == OPRJ_POINT_REASONS);

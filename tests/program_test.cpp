@@ -164,7 +164,7 @@ TEST_F(Program, PointsThatAProjectionRefusesAreToldWithTheirLine) {
   EXPECT_EQ(outcome.status, 1);
   expectParts(
       outcome.err,
-      "<stdin>:1501:1: Point cannot be projected\n|<stdin>:3000:1: Point cannot be projected");
+      "<stdin>:1501:1: outside the projection's domain\n|<stdin>:3000:1: outside the projection's");
   expectParts(outcome.out, "nan nan\n");
 }
 
@@ -276,6 +276,14 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
       {"describe a b", "", 2, "", "oprj: there is no place for \"b\""},
       {"project --from a", "", 2, "", "oprj: --to is required; `oprj project --help` tells more"},
       {"describe \"$(printf 'a\\033[2J\\302\\233')\"", "", 3, "", "\"a\\x1b[2J\\x9b\""},
+      // points that do not come back, marked when that is asked for
+      {kFromTo + "--digits 0", "-75 40\n-40 10\n", 0, "", "--verify marks the points"},
+      {kFromTo + "--digits 0 --verify", "-75 40\n-40 10\n", 1, "500034 4427759\nnan nan\n",
+       "<stdin>:2:1: inaccurate"},
+      {"project --from 'Orthographic; datum=WGS 84' --to 'geographic; datum=WGS 84'", "1e8 1e8\n",
+       1, "nan nan\n", "<stdin>:1:1: outside the sheet"},
+      {kFromTo + "--verify 1e7 --threads 2 -", "-75 40\n-40 10\n", 0, "", ""},
+      {kFromTo + "--verify=x", "", 2, "", "oprj: Could not convert: --verify = x"},
       {kFromTo + "--report json", "", 2, "", "ends in .json"},
       {kFromTo + "--report - .json", "", 2, "", "ends in .json"},
       {"project -I --digits 2 --to 'geographic; nad=83' --from 'utm; zone=18; nad=83'", "-75 40\n",
@@ -372,6 +380,15 @@ TEST_F(Program, BinaryAgreesWithText) {
   }
   for (int i = 4; i < 8; ++i) EXPECT_TRUE(std::isnan(out[i]));
   expectParts(outcome.err, "<stdin>:4:1: a coordinate is not a number");
+  std::string many;
+  for (int i = 0; i < 3000; ++i) many += bytes;
+  EXPECT_TRUE(run(kFromTo + "--binary --threads 3", many).out ==
+              run(kFromTo + "--binary", many).out);
+  const double exchanged[] = {40, -75};
+  const std::string first(reinterpret_cast<const char *>(exchanged), sizeof exchanged);
+  EXPECT_EQ(run(kFromTo + "--binary --swap-in", first).out, result.substr(0, 16));
+  EXPECT_EQ(run(kFromTo + "--binary --swap-in --swap-out", first).out,
+            result.substr(8, 8) + result.substr(0, 8));
   const Outcome cut = run(kFromTo + "--binary", bytes.substr(0, 20));
   EXPECT_EQ(cut.status, 4);
   EXPECT_EQ(cut.out, result.substr(0, 16)) << "what was whole";
