@@ -170,7 +170,12 @@ void addProject(CLI::App &app, const Console &console, Action &action) {
   command
       ->add_option("--verify", options->verify,
                    "Project back too: points that return farther away fail (default: 0.001)")
-      ->check(CLI::PositiveNumber)
+      ->check([](const std::string &text) {
+        double metres;
+        return ostr_ToDouble(text.c_str(), &metres) && metres > 0 && std::isfinite(metres)
+                   ? std::string()
+                   : text + " is no distance in metres above 0";
+      })
       ->type_name("[METRES]");
   command
       ->add_option("--threads", options->threads,

@@ -283,7 +283,7 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
       {"project --from 'Orthographic; datum=WGS 84' --to 'geographic; datum=WGS 84'", "1e8 1e8\n",
        1, "nan nan\n", "<stdin>:1:1: outside the sheet"},
       {kFromTo + "--verify 1e7 --threads 2 -", "-75 40\n-40 10\n", 0, "", ""},
-      {kFromTo + "--verify=x", "", 2, "", "oprj: Could not convert: --verify = x"},
+      {kFromTo + "--verify=x", "", 2, "", "oprj: --verify: x is no distance in metres above 0"},
       {kFromTo + "--report json", "", 2, "", "ends in .json"},
       {kFromTo + "--report - .json", "", 2, "", "ends in .json"},
       {"project -I --digits 2 --to 'geographic; nad=83' --from 'utm; zone=18; nad=83'", "-75 40\n",
