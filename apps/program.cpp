@@ -80,26 +80,14 @@ void Console::detail(const std::string &text) const {
   if (verbose) tell("oprj: " + text);
 }
 
-namespace {
-
-/// Without the trailing ", point # ...", which counts points as the library was given them.
-std::string messageOf(const Oerr_Report *report) {
-  std::string text = oerr_MessageGet(report);
-  const size_t point = text.rfind(", point # ");
-  if (point != std::string::npos) text.resize(point);
-  return text;
-}
-
-}  // namespace
-
 std::string Slot::text() const {
   std::string all;
   for (const Oerr_Report *report = report_; report; report = oerr_CauseGet(report))
-    all += (all.empty() ? "" : ": ") + messageOf(report);
+    all += (all.empty() ? "" : ": ") + std::string(oerr_MessageGet(report));
   return all;
 }
 
-std::string Slot::rootMessage() const { return messageOf(oerr_RootCauseGet(report_)); }
+std::string Slot::rootMessage() const { return oerr_MessageGet(oerr_RootCauseGet(report_)); }
 
 namespace {
 

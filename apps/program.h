@@ -56,8 +56,7 @@ class Slot {
   }
   const Oerr_Report *report() const { return report_; }
   explicit operator bool() const { return report_ != nullptr; }
-  /// The chain as one line: the outermost message, then what caused it; without the trailing
-  /// ", point # ..." of point failures.
+  /// The chain as one line: the outermost message, then what caused it.
   std::string text() const;
   /// The message of the root cause alone.
   std::string rootMessage() const;

@@ -88,7 +88,7 @@ struct RegistryRow {
   /// that of the ellipsoid, over a e². docs/projections.md says what is compared, and a test
   /// compares it.
   double fromEllipsoid = 0.0;
-  PointLoop forward, inverse;
+  PointLoop forward{}, inverse{};
 };
 
 #define OPRJ_OWN_ROW(NUMBER, STEM, FROM_ELLIPSOID) \

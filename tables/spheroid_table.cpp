@@ -213,20 +213,15 @@ class SpheroidTableMap {
 /// What kept a callee from reading a source.
 enum class Problem { kSyntax, kFile, kMemory };
 
-/// The toolkit's reports tell the cases apart by function and code.
 Problem problemOf(const Oerr_Report *report) {
-  constexpr std::pair<std::string_view, int32_t> kSyntaxReport{"olex_Parse", 7};
-  constexpr std::pair<std::string_view, int32_t> kFileReports[] = {{"ofio_Which", 2},
-                                                                   {"ofio_DirectoryList", 3},
-                                                                   {"ofio_FileRead", 2},
-                                                                   {"ofio_FileRead", 3},
-                                                                   {"ofio_FileRead", 5}};
-  const Oerr_Report *root = oerr_RootCauseGet(report);
-  const std::pair<std::string_view, int32_t> found{oerr_FunctionGet(root), oerr_CodeGet(root)};
-  if (found == kSyntaxReport) return Problem::kSyntax;
-  const bool file =
-      std::find(std::begin(kFileReports), std::end(kFileReports), found) != std::end(kFileReports);
-  return file ? Problem::kFile : Problem::kMemory;
+  switch (oerr_KindGet(oerr_RootCauseGet(report))) {
+    case OLEX_SYNTAX:
+      return Problem::kSyntax;
+    case OFIO_FILE_PROBLEM:
+      return Problem::kFile;
+    default:
+      return Problem::kMemory;
+  }
 }
 
 /// Parses one source and joins what it holds to the map. A syntax error is printed and what came

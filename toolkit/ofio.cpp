@@ -83,6 +83,12 @@ int regularFileProblem(const char *path) {
   return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
 }
 
+/// Gives the report of a failure in the caller's slot, if he has one, its kind.
+orvik::toolkit::Failed ofFile(orvik::toolkit::Failed failed, Oerr_Report **err) {
+  if (err) oerr_KindSet(*err, OFIO_FILE_PROBLEM);
+  return failed;
+}
+
 /// What the system could not do for lack of memory is told as all lack of memory is.
 void throwIfNoMemory(int error) {
   if (error == ENOMEM) throw std::bad_alloc();
@@ -195,7 +201,7 @@ char *ofio_Which(const Ofio_SearchList *list, const char *name, Oerr_Report **er
     HeapText found;
     if (!list || ofnp_IsRooted(name)) {
       if (const int problem = regularFileProblem(name))
-        return e.fail(2, "File \"%s\" not found: %s", name, fileProblem(problem));
+        return ofFile(e.fail(2, "File \"%s\" not found: %s", name, fileProblem(problem)), err);
       found = name;
     } else {
       HeapVector<int> problems;
@@ -208,8 +214,9 @@ char *ofio_Which(const Ofio_SearchList *list, const char *name, Oerr_Report **er
         }
       }
       if (found.empty())
-        return e.fail(2, "File \"%s\" not found; searched%s", name,
-                      placesSearched(*list, problems).c_str());
+        return ofFile(e.fail(2, "File \"%s\" not found; searched%s", name,
+                             placesSearched(*list, problems).c_str()),
+                      err);
     }
     auto path = heapCopy(found);
     if (!path) throw std::bad_alloc();
@@ -227,14 +234,16 @@ char **ofio_DirectoryList(const char *directory, const char *pattern, int32_t *c
     const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory));
     if (!stream) {
       throwIfNoMemory(errno);
-      return e.fail(3, "Directory \"%s\" cannot be read: %s", directory, systemReason(errno));
+      return ofFile(
+          e.fail(3, "Directory \"%s\" cannot be read: %s", directory, systemReason(errno)), err);
     }
     HeapVector<HeapText> found;
     for (;;) {
       errno = 0;
       const dirent *entry = readdir(stream.get());
       if (!entry && errno != 0)
-        return e.fail(3, "Directory \"%s\" cannot be read: %s", directory, systemReason(errno));
+        return ofFile(
+            e.fail(3, "Directory \"%s\" cannot be read: %s", directory, systemReason(errno)), err);
       if (!entry) break;
       if (!matches(pattern, entry->d_name)) continue;
       // Only what is certainly no file is left out: reading the others tells what is wrong.
@@ -268,10 +277,11 @@ char *ofio_FileRead(const char *path, size_t *size, Oerr_Report **err) {
   const Descriptor file{open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
   struct stat status;
   if (file.number < 0 || fstat(file.number, &status) != 0)
-    return e.fail(2, "File \"%s\" cannot be opened: %s", path, systemReason(errno));
+    return ofFile(e.fail(2, "File \"%s\" cannot be opened: %s", path, systemReason(errno)), err);
   if (!S_ISREG(status.st_mode))
-    return e.fail(3, "File \"%s\" cannot be read: %s", path,
-                  fileProblem(S_ISDIR(status.st_mode) ? EISDIR : EINVAL));
+    return ofFile(e.fail(3, "File \"%s\" cannot be read: %s", path,
+                         fileProblem(S_ISDIR(status.st_mode) ? EISDIR : EINVAL)),
+                  err);
 
   // The announced size is a hint only: a file may grow or shrink meanwhile, and some announce 0.
   constexpr size_t kSmallest = 4096;
@@ -289,7 +299,8 @@ char *ofio_FileRead(const char *path, size_t *size, Oerr_Report **err) {
     while (used <= capacity) {
       const ssize_t got = read(file.number, content.get() + used, capacity + 1 - used);
       if (got < 0 && errno == EINTR) continue;
-      if (got < 0) return e.fail(5, "File \"%s\" cannot be read: %s", path, systemReason(errno));
+      if (got < 0)
+        return ofFile(e.fail(5, "File \"%s\" cannot be read: %s", path, systemReason(errno)), err);
       if (got == 0) {
         content.get()[used] = '\0';
         if (size) *size = used;

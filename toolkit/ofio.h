@@ -7,6 +7,10 @@
 
 OPRJ_BEGIN_C
 
+/** Kind of reports (oerr_KindGet): the file or directory is not there or cannot be read, whatever
+    the memory. */
+enum { OFIO_FILE_PROBLEM = 101 };
+
 typedef struct Ofio_SearchList Ofio_SearchList;
 
 /** Makes a search list from the environment variable `variable`; when it is unset or empty, from

@@ -87,6 +87,8 @@ int32_t olex_Parse(const char *text, const Ofio_SearchList *list, const char *na
     if (stop < 0 || static_cast<uint64_t>(stop) > input.size())
       return e.fail(kResult, "Invalid offset returned from grammar: %lld",
                     static_cast<long long>(stop));
-    return failSyntax(e, name, input, static_cast<size_t>(stop), expected);
+    failSyntax(e, name, input, static_cast<size_t>(stop), expected);
+    if (err) oerr_KindSet(*err, OLEX_SYNTAX);
+    return 0;
   });
 }

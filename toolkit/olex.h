@@ -9,6 +9,9 @@
 
 OPRJ_BEGIN_C
 
+/** Kind of reports (oerr_KindGet): the text is not of the language. */
+enum { OLEX_SYNTAX = 201 };
+
 /** A grammar: reads the whole `text` of `size` bytes (a zero byte behind the last; a byte order
    mark has been skipped) into `result`. Returns -1 when it has read everything; otherwise the byte
    offset at which it could not go on, with *expected set to what it expected there (static text).
