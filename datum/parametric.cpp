@@ -11,21 +11,9 @@
 
 namespace orvik::oprj {
 
-#define OPRJ_DECLARE_KERNELS(SET, ...)              \
-  namespace SET {                                   \
-  extern const ParametricKernels parametricKernels; \
-  }
-OPRJ_SETS(OPRJ_DECLARE_KERNELS, )
+OPRJ_KERNELS(ParametricKernels, parametricKernels)
 
 namespace {
-
-const ParametricKernels &kernelsInUse() {
-  const ParametricKernels *found = nullptr;
-#define OPRJ_PICK_KERNELS(SET, INDEX, ...) \
-  if (!found && instructionSet >= INDEX) found = &SET::parametricKernels;
-  OPRJ_SETS(OPRJ_PICK_KERNELS, )
-  return *found;
-}
 
 /// The names of two datums are the same text, or both are missing.
 bool sameName(const Oprj_Datum &first, const Oprj_Datum &second) {
@@ -118,7 +106,7 @@ ParametricShift::ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroi
   block_ = blockBetween(*source, *destination);
   step_ = Step::kBadParameters;
   if (!areNumbers(block_.shift)) return;
-  const ParametricKernels &kernels = kernelsInUse();
+  const ParametricKernels &kernels = parametricKernelsInUse();
   kernel_ = block_.shift.mode == 2 ? kernels.geocentric : kernels.molodensky;
   step_ = Step::kShift;
 }

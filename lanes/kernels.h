@@ -59,6 +59,22 @@ const char *instructionSetName(int32_t set);
 /// What OPRJ_ISA asked for in vain; null when it did not.
 const char *refusedInstructionSet();
 
+/// OPRJ_KERNELS(TYPE, NAME) declares the table NAME of every set, which a source with lanes
+/// defines, and NAMEInUse(), that of the set in use.
+#define OPRJ_KERNELS(TYPE, NAME)              \
+  OPRJ_SETS(OPRJ_DECLARE_KERNELS, TYPE, NAME) \
+  inline const TYPE &NAME##InUse() {          \
+    const TYPE *found = nullptr;              \
+    OPRJ_SETS(OPRJ_PICK_KERNELS, TYPE, NAME)  \
+    return *found;                            \
+  }
+#define OPRJ_DECLARE_KERNELS(SET, INDEX, LEAST, TYPE, NAME) \
+  namespace SET {                                           \
+  extern const TYPE NAME;                                   \
+  }
+#define OPRJ_PICK_KERNELS(SET, INDEX, LEAST, TYPE, NAME) \
+  if (!found && instructionSet >= INDEX) found = &SET::NAME;
+
 /// Below this many points one by one is faster than a padded group.
 inline constexpr int32_t kWorthPadding = 3;
 

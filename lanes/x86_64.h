@@ -112,6 +112,30 @@ OPRJ_INLINE Native nativeLoad(const double *from) { return _mm_loadu_pd(from); }
 OPRJ_INLINE void nativeStore(double *to, Native a) { _mm_storeu_pd(to, a); }
 OPRJ_INLINE void nativeStream(double *to, Native a) { _mm_stream_pd(to, a); }
 #endif
+/// The single-precision numbers 0 to 3 that stand at `from[k]` for each lane k of two vectors:
+/// number i of all lanes is to[i]. Addresses need not be aligned.
+OPRJ_INLINE void nativeLoadFours(const unsigned char *const *from, Native (&to)[4][2]) {
+  constexpr int kQuarters = 2 * kNativeWidth / 4;
+  __m128 part[4][kQuarters];
+  for (int q = 0; q < kQuarters; ++q) {
+    __m128 four[4];
+    for (int k = 0; k < 4; ++k)
+      four[k] = _mm_loadu_ps(reinterpret_cast<const float *>(from[4 * q + k]));
+    _MM_TRANSPOSE4_PS(four[0], four[1], four[2], four[3]);
+    for (int i = 0; i < 4; ++i) part[i][q] = four[i];
+  }
+  for (int i = 0; i < 4; ++i) {
+#if defined(__AVX512F__)
+    for (int h = 0; h < 2; ++h)
+      to[i][h] = _mm512_cvtps_pd(_mm256_set_m128(part[i][2 * h + 1], part[i][2 * h]));
+#elif defined(__AVX2__)
+    for (int h = 0; h < 2; ++h) to[i][h] = _mm256_cvtps_pd(part[i][h]);
+#else
+    to[i][0] = _mm_cvtps_pd(part[i][0]);
+    to[i][1] = _mm_cvtps_pd(_mm_movehl_ps(part[i][0], part[i][0]));
+#endif
+  }
+}
 /// Orders streamed stores before whatever the caller does next.
 OPRJ_INLINE void nativeFence() { _mm_sfence(); }
 

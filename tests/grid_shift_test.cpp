@@ -10,6 +10,7 @@
 
 #include "lanes/kernels.h"
 #include "tests/datum_support.h"
+#include "tests/loaded_tables.h"
 #include "toolkit/error_scope.h"
 
 namespace {

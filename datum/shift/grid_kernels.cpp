@@ -69,37 +69,19 @@ struct Spread {
   OPRJ_INLINE Lanes get() const { return {nativeLoad(value), nativeLoad(value + kNativeWidth)}; }
 };
 
-/// Four single-precision numbers of each four lanes.
-OPRJ_INLINE Lanes widened(const __m128 (&quarters)[kLanes / 4]) {
-#if defined(__AVX512F__)
-  return {_mm512_cvtps_pd(_mm256_set_m128(quarters[1], quarters[0])),
-          _mm512_cvtps_pd(_mm256_set_m128(quarters[3], quarters[2]))};
-#elif defined(__AVX2__)
-  return {_mm256_cvtps_pd(quarters[0]), _mm256_cvtps_pd(quarters[1])};
-#else
-  return {_mm_cvtps_pd(quarters[0]), _mm_cvtps_pd(_mm_movehl_ps(quarters[0], quarters[0]))};
-#endif
-}
-
 /// Nodes of the cells that begin at `cell`: two in this row and two in the row of `up` bytes later.
 OPRJ_INLINE Corners<Lanes> cornersAt(const unsigned char *const (&cell)[kLanes],
                                      const int64_t (&up)[kLanes]) {
   Corners<Lanes> corners;
   for (int row = 0; row < 2; ++row) {
-    __m128 part[4][kLanes / 4];
-    for (int q = 0; q < kLanes / 4; ++q) {
-      __m128 pair[4];
-      for (int k = 0; k < 4; ++k) {
-        const int lane = 4 * q + k;
-        std::memcpy(&pair[k], cell[lane] + (row == 0 ? 0 : up[lane]), sizeof pair[k]);
-      }
-      _MM_TRANSPOSE4_PS(pair[0], pair[1], pair[2], pair[3]);
-      for (int k = 0; k < 4; ++k) part[k][q] = pair[k];
-    }
-    corners.west[0][row] = widened(part[0]);
-    corners.north[0][row] = widened(part[1]);
-    corners.west[1][row] = widened(part[2]);
-    corners.north[1][row] = widened(part[3]);
+    const unsigned char *from[kLanes];
+    for (int k = 0; k < kLanes; ++k) from[k] = cell[k] + (row == 0 ? 0 : up[k]);
+    Native found[4][2];
+    nativeLoadFours(from, found);
+    corners.west[0][row] = {found[0][0], found[0][1]};
+    corners.north[0][row] = {found[1][0], found[1][1]};
+    corners.west[1][row] = {found[2][0], found[2][1]};
+    corners.north[1][row] = {found[3][0], found[3][1]};
   }
   return corners;
 }

@@ -12,20 +12,9 @@
 
 namespace orvik::oprj {
 
-namespace baseline {
-extern const GridKernels gridKernels;
-}
-namespace avx2 {
-extern const GridKernels gridKernels;
-}
-namespace avx512 {
-extern const GridKernels gridKernels;
-}
+OPRJ_KERNELS(GridKernels, gridKernels)
 
 namespace {
-
-const GridKernels *const kKernels[kInstructionSets] = {&baseline::gridKernels, &avx2::gridKernels,
-                                                       &avx512::gridKernels};
 
 /// Points between two legs of up to so many points stay on the stack.
 constexpr int32_t kTilePoints = 1024;
@@ -143,7 +132,7 @@ namespace {
 bool moveThrough(const GridTable &table, bool forward, const Oprj_Point *in, Oprj_Point *out,
                  int32_t count, Oprj_PointReason *reasons, ErrorScope &e) {
   if (table.empty()) return e.fail(3, "No proper input grids");
-  const GridKernels &kernels = *kKernels[instructionSet];
+  const GridKernels &kernels = gridKernelsInUse();
   GridCounts counts{};
   const int32_t bad =
       (forward ? kernels.forward : kernels.inverse)(table.view(), in, out, count, reasons, counts);

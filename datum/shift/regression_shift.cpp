@@ -15,20 +15,9 @@ namespace orvik::oprj {
 
 using toolkit::ErrorScope;
 
-namespace baseline {
-extern const RegressionKernels regressionKernels;
-}
-namespace avx2 {
-extern const RegressionKernels regressionKernels;
-}
-namespace avx512 {
-extern const RegressionKernels regressionKernels;
-}
+OPRJ_KERNELS(RegressionKernels, regressionKernels)
 
 namespace {
-
-const RegressionKernels *const kKernels[kInstructionSets] = {
-    &baseline::regressionKernels, &avx2::regressionKernels, &avx512::regressionKernels};
 
 constexpr int32_t kNoEquations = -1;
 
@@ -50,7 +39,7 @@ bool RegressionShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                           Oprj_PointReason *reasons, Oerr_Report **err) const {
   ErrorScope e("oprj_DatumShiftRegression", err);
   if (!in || !out || count < 1) return e.fail(1, "Empty argument(s).");
-  const RegressionKernels &kernels = *kKernels[instructionSet];
+  const RegressionKernels &kernels = regressionKernelsInUse();
   if (datum_ == kNoEquations) kernels.normalise(out, count);
   else
     shiftTally().outsideArea +=
