@@ -111,7 +111,7 @@ struct Direction {
       if (any(odd)) {
         const Mask far = odd;
         odd = ~(abs(x) <= Lanes(kFarthestAngle));
-        x = select(far, adjustLongitude(adjustLongitude(x)), x);
+        x = select(far & ~odd, adjustLongitude(adjustLongitude(x)), x);
       }
       if constexpr (F::row.stopsBeyondPoles) odd = odd | ~(abs(y) <= Lanes(kHalfPi));
       else odd = odd | ~isFinite(y);
