@@ -24,7 +24,8 @@ constexpr const char *kTextHelp =
 struct Options {
   std::string from, to, columns, output, report;
   std::vector<std::string> files;
-  bool csv = false, binary = false, inverse = false, swapIn = false, swapOut = false;
+  bool csv = false, binary = false, strict = false, inverse = false, swapIn = false,
+       swapOut = false;
   int threads = 1;
   double verify = 0;  ///< metres; 0: not asked for
   LayoutWishes layout;
@@ -63,6 +64,15 @@ void tellEnd(const System &from, const System &to, const Projector &projector, c
     console.warn(std::to_string(sums.pointsInComments) +
                  " lines that start with # were passed on as comments, although they could be read "
                  "as points");
+  if (sums.outsideGrid > 0)
+    console.warn(
+        std::to_string(sums.outsideGrid) +
+        " points lie outside of the datum's grid and were not shifted; --strict makes them "
+        "failures");
+  if (sums.outsideRegression > 0)
+    console.warn(std::to_string(sums.outsideRegression) +
+                 " points lie outside of the area that the datum's regression is made for, where "
+                 "it can be far off; --strict makes them failures");
   projector.warnOfFarPoints(sums.far);
   tally.printSummary();
 }
@@ -82,7 +92,7 @@ Status run(Options &options, const Console &console) {
   requireShift(from, to);
   for (const std::string &caution : cautionsOf(toolkit, *makePair(toolkit, from, to, console)))
     console.warn(caution);
-  const Projector projector(toolkit, from, to, console, options.verify);
+  const Projector projector(toolkit, from, to, console, options.verify, options.strict);
   console.detail(std::string("axis order: longitude (easting) first") +
                  (options.swapIn ? ", in the input second" : "") +
                  (options.swapOut ? ", in the output second" : "") + "; input in " + from.unit +
@@ -177,6 +187,8 @@ void addProject(CLI::App &app, const Console &console, Action &action) {
                    : text + " is no distance in metres above 0";
       })
       ->type_name("[METRES]");
+  command->add_flag("--strict", options->strict,
+                    "Points fail that the datum shift's grid or regression does not cover");
   command
       ->add_option("--threads", options->threads,
                    "Project by so many threads, reading and writing meanwhile (default: 1)")

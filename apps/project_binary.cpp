@@ -37,8 +37,7 @@ void runBinary(const JobParts &parts, const std::string &path) {
       points[i] = {NAN, NAN};
       told.failures.push_back({total + static_cast<int64_t>(i) + 1, 1, doubt.reason});
     }
-    parts.projector.project(points.data(), static_cast<int32_t>(whole), work, told.far,
-                            parts.threads);
+    parts.projector.project(points.data(), static_cast<int32_t>(whole), work, told, parts.threads);
     for (const Failure &failure : work.failures)
       told.failures.push_back({total + failure.index + 1, 1, failure.cause});
     std::sort(told.failures.begin(), told.failures.end(),

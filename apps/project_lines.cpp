@@ -145,7 +145,7 @@ void LineProjector::project(Block &block, size_t from) {
 }
 
 void LineProjector::finishBatch(Block &block) {
-  parts_.projector.project(batch_, count_, work_, block.told.far);
+  parts_.projector.project(batch_, count_, work_, block.told);
   auto failure = work_.failures.begin();
   for (int32_t i = 0; i < count_; ++i) {
     const Line &line = lines_[i];

@@ -31,7 +31,8 @@ void Tally::addFailure(const std::string &file, const Told::Line &failure) {
 void Tally::add(const std::string &file, const Told &part) {
   for (const Told::Line &failure : part.failures) addFailure(file, failure);
   for (int64_t Told::*count :
-       {&Told::points, &Told::comments, &Told::blanks, &Told::headers, &Told::pointsInComments})
+       {&Told::points, &Told::comments, &Told::blanks, &Told::headers, &Told::pointsInComments,
+        &Told::outsideGrid, &Told::outsideRegression})
     sums_.*count += part.*count;
   sums_.far.resize(std::max(sums_.far.size(), part.far.size()));
   std::transform(part.far.begin(), part.far.end(), sums_.far.begin(), sums_.far.begin(),
@@ -57,13 +58,14 @@ std::string Tally::report(const std::string &end, Status status) const {
   return "{\n" + count("points", sums_.points) + count("failed", failed_) + "  \"causes\": {" +
          causes + "},\n" + count("comments", sums_.comments) +
          count("points_in_comments", sums_.pointsInComments) + count("blank_lines", sums_.blanks) +
-         count("headers", sums_.headers) + "  \"warnings\": [" + warnings + "],\n" +
-         (end.empty() ? "" : "  \"error\": " + jsonText(end) + ",\n") +
+         count("headers", sums_.headers) + count("outside_grid", sums_.outsideGrid) +
+         count("outside_regression", sums_.outsideRegression) + "  \"warnings\": [" + warnings +
+         "],\n" + (end.empty() ? "" : "  \"error\": " + jsonText(end) + ",\n") +
          "  \"status\": " + std::to_string(status) + "\n}\n";
 }
 
 Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to,
-                     const Console &console, double verify)
+                     const Console &console, double verify, bool strict)
     : console_(console),
       pair_(oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err_.get())),
       inFactor_(from.unitFactor),
@@ -71,7 +73,8 @@ Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to
       toGeographic_(to.geographic),
       largestX_(to.geographic ? kLargestLongitude : DBL_MAX),
       largestY_(to.geographic ? kLargestLatitude : DBL_MAX),
-      verify_(verify) {
+      verify_(verify),
+      strict_(strict) {
   if (!pair_) throw Stop(kUnusable, err_.text());
   const bool equal = oprj_MapProjectionEqual(pair_->in, pair_->out, err_.get()) != 0;
   identity_ = equal && inFactor_ == outFactor_;
@@ -128,7 +131,7 @@ void Projector::warnOfFarPoints(const std::vector<int64_t> &far) const {
   }
 }
 
-void Projector::project(Oprj_Point *points, int32_t count, Work &work, std::vector<int64_t> &far,
+void Projector::project(Oprj_Point *points, int32_t count, Work &work, Told &told,
                         int32_t threads) const {
   std::vector<Failure> &failures = work.failures;
   std::vector<Oprj_Point> &results = work.results;
@@ -140,6 +143,7 @@ void Projector::project(Oprj_Point *points, int32_t count, Work &work, std::vect
   Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
   options.threads = threads;
   options.verify = verify_;
+  options.keepUncovered = strict_ ? 0 : 1;
   Slot err;
   const int64_t good = oprj_ProjectEach(pair_.get(), points, results.data(), reasons.data(),
                                         &options, count, err.get());
@@ -162,11 +166,18 @@ void Projector::project(Oprj_Point *points, int32_t count, Work &work, std::vect
                                  : "the result is not a finite number"});
     result = {NAN, NAN};
   }
-  far.resize(meridians_.size());
+  if (!strict_) {
+    const auto uncovered = [&](Oprj_PointReason reason) {
+      return std::count(reasons.begin(), reasons.begin() + count, reason);
+    };
+    told.outsideGrid += uncovered(OPRJ_POINT_OUTSIDE_GRID);
+    told.outsideRegression += uncovered(OPRJ_POINT_OUTSIDE_REGRESSION);
+  }
+  told.far.resize(meridians_.size());
   for (size_t i = 0; i < meridians_.size(); ++i) {
     const bool isInput = meridians_[i].isInput;
-    far[i] += meridians_[i].count(isInput ? points : results.data(),
-                                  isInput ? results.data() : points, count);
+    told.far[i] += meridians_[i].count(isInput ? points : results.data(),
+                                       isInput ? results.data() : points, count);
   }
   for (int32_t i = 0; i < count; ++i) {
     const Oprj_Point result = results[static_cast<size_t>(i)];

@@ -44,8 +44,10 @@ struct Told {
     std::string cause;
   };
   int64_t points = 0, comments = 0, blanks = 0, headers = 0;
-  int64_t pointsInComments = 0;  ///< comments that could be read as points
-  std::vector<int64_t> far;      ///< beside the meridians of the projector
+  int64_t pointsInComments = 0;   ///< comments that could be read as points
+  int64_t outsideGrid = 0;        ///< points that no grid covers, which pass unshifted
+  int64_t outsideRegression = 0;  ///< points shifted outside of a regression's area
+  std::vector<int64_t> far;       ///< beside the meridians of the projector
   std::vector<Line> failures;
 };
 
@@ -73,9 +75,10 @@ class Tally {
 /// Points through a pair of systems. Any number of threads may project at once.
 class Projector {
  public:
-  /// With `verify` above 0 points fail that return farther away than so many metres.
+  /// With `verify` above 0 points fail that return farther away than so many metres; `strict`:
+  /// those too that the datum shift does not cover.
   Projector(Oint_Toolkit *toolkit, const System &from, const System &to, const Console &console,
-            double verify);
+            double verify, bool strict);
 
   /// What one call works with, and the points that failed in it, first ones first.
   class Work {
@@ -90,9 +93,9 @@ class Projector {
   };
   /// Projects points in place, at most as many as `work` is made for, shared among `threads`. Those
   /// that fail become NaN and are told in `work.failures`; those that are NaN stay so and are not
-  /// spoken of. `far` counts the points beside each meridian. Throws Stop when none can be
-  /// projected.
-  void project(Oprj_Point *points, int32_t count, Work &work, std::vector<int64_t> &far,
+  /// spoken of. `told` counts the points far beside each meridian and those that the datum shift
+  /// does not cover. Throws Stop when none can be projected.
+  void project(Oprj_Point *points, int32_t count, Work &work, Told &told,
                int32_t threads = 1) const;
 
   /// Points far beside the central meridian of a Transverse Mercator.
@@ -116,6 +119,7 @@ class Projector {
   bool identity_, toGeographic_;
   double largestX_, largestY_;  ///< of results
   double verify_;
+  bool strict_;
   std::vector<Meridian> meridians_;
 };
 

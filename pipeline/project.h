@@ -40,9 +40,12 @@ typedef struct {
   int64_t outStride;
   int32_t threads; /**< share the work among so many, 0 and 1: this thread alone */
   double verify;   /**< metres; above 0: see oprj_ProjectEach */
+  /** Not 0: points that no grid of the shift covers, or that lie outside of a regression's area,
+      keep the result that oprj_ProjectPair gives them and count as good; their reason tells. */
+  int32_t keepUncovered;
 } Oprj_ProjectOptions;
 #define OPRJ_PROJECT_OPTIONS \
-  { sizeof(Oprj_ProjectOptions), 0, 0, 0, 0, 0, 0.0 }
+  { sizeof(Oprj_ProjectOptions), 0, 0, 0, 0, 0, 0.0, 0 }
 
 /** Projects every point that can be projected and goes on after those that cannot: they become NaN,
     and `reasons` (null: not wanted; else one a point) tells why (point_reason.h). All others, their

@@ -100,7 +100,7 @@ class Job {
     if (options_.outStride != kPacked) to = results;
     Oerr_Report *cause = nullptr;
     const int32_t good =
-        way_.runEach(from, to, count, reasons_ ? reasons_ + at : own, options_.verify, &cause);
+        way_.runEach(from, to, count, reasons_ ? reasons_ + at : own, options_, &cause);
     if (good < 0) {
       fail(cause);
       return 0;

@@ -12,6 +12,7 @@
 
 #include <oprj/ocvt.h>
 #include <oprj/point_reason.h>
+#include <oprj/project.h>
 
 #include <optional>
 
@@ -62,7 +63,7 @@ class Way {
   /// and are bad when they return farther away. Returns how many are good; -1 with a report when
   /// something else fails. On a sound way only; threads may share it.
   int32_t runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
-                  double verify, Oerr_Report **err) const;
+                  const Oprj_ProjectOptions &options, Oerr_Report **err) const;
 
  private:
   enum class Does : uint8_t {

@@ -177,6 +177,7 @@ struct Way::Tile {
   int32_t count;              ///< points that are left
   bool packed = false;        ///< some have left: place[] holds
   bool numbers = false;       ///< those that are left are no NaN
+  bool keepsUncovered = false;
   uint16_t place[kTilePoints];
   Oprj_PointReason marks[kTilePoints] = {};  ///< one a point that is left; all good between stages
 
@@ -187,6 +188,22 @@ struct Way::Tile {
     if (!anyNaN(points, count)) return;
     for (int32_t i = 0; i < count; ++i)
       if (isNaN(points[i]) && !marks[i]) marks[i] = reason;
+  }
+
+  /// The point stays, whatever the reason says.
+  bool stays(Oprj_PointReason reason) const {
+    return reason == OPRJ_POINT_GOOD ||
+           (keepsUncovered &&
+            (reason == OPRJ_POINT_OUTSIDE_GRID || reason == OPRJ_POINT_OUTSIDE_REGRESSION));
+  }
+
+  /// Notes the marks of the points that stay all the same.
+  void noteUncovered() {
+    if (!keepsUncovered || !anyMark(marks)) return;
+    for (int32_t i = 0; i < count; ++i) {
+      if (marks[i] && stays(marks[i]))
+        reasons[placeOf(i)] = std::exchange(marks[i], OPRJ_POINT_GOOD);
+    }
   }
 
   /// Lets the marked points go.
@@ -211,7 +228,7 @@ struct Way::Tile {
     if (!packed) return;
     for (int32_t i = count - 1; i >= 0; --i) points[place[i]] = points[i];
     for (int32_t i = 0; i < all; ++i)
-      if (reasons[i]) points[i] = kNowhere;
+      if (!stays(reasons[i])) points[i] = kNowhere;
   }
 };
 
@@ -230,8 +247,11 @@ bool Way::sound(ErrorScope &e) {
 }
 
 int32_t Way::runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                     Oprj_PointReason *reasons, double verify, Oerr_Report **err) const {
+                     Oprj_PointReason *reasons, const Oprj_ProjectOptions &options,
+                     Oerr_Report **err) const {
   Tile tile(in, out, reasons, count);
+  tile.keepsUncovered = options.keepUncovered != 0;
+  const double verify = options.verify;
   std::fill_n(reasons, count, OPRJ_POINT_GOOD);
   const bool verifies = verify > 0.0 && !copies();
   Oprj_Point given[kTilePoints];  // in the system's own unit
@@ -283,6 +303,7 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       tile.drop();
       if (tile.count == 0) return true;
       if (!plan_->run(points, points, tile.count, tile.marks, err)) return false;
+      tile.noteUncovered();
       tile.markNaN(OPRJ_POINT_SHIFT_FAILED);
       break;
     case Does::kTransform:

@@ -362,6 +362,34 @@ TEST_F(Program, AMissingGridIsFatalOnlyWhenAShiftNeedsIt) {
   }
 }
 
+// What a datum shift does not cover passes as it is and is counted, or fails where that is asked.
+TEST_F(Program, PointsThatAShiftDoesNotCover) {
+  const std::string report = path("report.json");
+  struct {
+    std::string from, in, out, told, count;
+  } const cases[] = {
+      {"NAD27", "144.8 13.5\n-100 40\n", "144.800000 13.500000\n-100.000406 40.000006\n",
+       "1 points lie outside of the datum's grid", "\"outside_grid\": 1,"},
+      {"NAD27 (CONUS) (MRE)", "-60 40\n", "", "outside of the area", "\"outside_regression\": 1,"},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.from);
+    const std::string job = "project --digits 6 --from 'geographic; datum=" + c.from +
+                            "' --to 'geographic; datum=NAD83' ";
+    const Outcome passed = run(job + "--report " + report, c.in);
+    EXPECT_EQ(passed.status, 0) << passed.err;
+    if (!c.out.empty()) {
+      EXPECT_EQ(passed.out, c.out);
+    }
+    expectParts(passed.err, c.told + "|--strict");
+    expectParts(readFile(report), c.count);
+    const Outcome strict = run(job + "--strict", c.in);
+    EXPECT_EQ(strict.status, 1);
+    expectParts(strict.out, "nan nan");
+    expectParts(strict.err, "1:1: outside");
+  }
+}
+
 TEST_F(Program, BinaryAgreesWithText) {
   const double in[] = {-75, 40, -74.5, 41, 400, 1, NAN, 2};
   const std::string bytes(reinterpret_cast<const char *>(in), sizeof in);

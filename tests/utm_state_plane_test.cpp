@@ -35,6 +35,7 @@ struct Free {
   void operator()(Oprj_MapProjection *object) const { oprj_ProjectionPre842Free(&object); }
   void operator()(Oprj_ProParameters *record) const { oprj_ProParametersFree(&record); }
   void operator()(PJ *peer) const { proj_destroy(peer); }
+  void operator()(Oprj_ProjectionPair *pair) const { oprj_ProjectionPairFree(&pair); }
 };
 using ObjectPtr = std::unique_ptr<Oprj_MapProjection, Free>;
 using ParametersPtr = std::unique_ptr<Oprj_ProParameters, Free>;
@@ -359,6 +360,56 @@ TEST(StatePlane, EveryZoneAndItsDetailsMatchItsEpsgDefinition) {
     }
   }
   EXPECT_EQ(kinds, (std::array<int, 5>{0, 112, 144, 1, 2}));
+}
+
+// From every zone of NAD27 through the installed grids to UTM on NAD83, as its steps would. Guam
+// and American Samoa start from datums of their own, which no grid covers.
+TEST(StatePlane, EveryZoneOfNad27ReachesUtmOnNad83) {
+  const auto system = [](const std::string &text) {
+    Slot err;
+    ParametersPtr record(
+        oprj_ProParametersFromText(toolkit(), text.c_str(), nullptr, nullptr, err));
+    EXPECT_NE(record, nullptr) << err.chain();
+    return record;
+  };
+  int seen = 0;
+  for (const Zone &zone : zones()) {
+    if (zone.nadCode != 1) continue;
+    SCOPED_TRACE(zone.state + " " + zone.name);
+    ++seen;
+    std::vector<Oprj_Point> places = pointsOf(zone);
+    const int utm = oprj_UTMZoneFromLongitude(places[0].x, nullptr);
+    const std::string south = places[0].y < 0 ? "; south" : "";
+    const ParametersPtr plane = system("state plane; nad=27; zone=" + std::to_string(zone.number));
+    const ParametersPtr sheet = system("utm; datum=NAD83; zone=" + std::to_string(utm) + south);
+    ASSERT_TRUE(plane && sheet);
+    const ObjectPtr from = build(plane.get()), to = build(sheet.get());
+    Slot err;
+    const std::unique_ptr<Oprj_ProjectionPair, Free> pair(
+        oprj_ProjectionPairInit(toolkit(), plane.get(), sheet.get(), err));
+    ASSERT_NE(pair, nullptr) << err.chain();
+    const bool covered = zone.number != 5400 && zone.number != 5300;
+    for (const Oprj_Point &place : places) {
+      const Oprj_Point start = forward(*from, place), geographic = inverse(*from, start);
+      Oprj_Point shifted, found;
+      Oprj_PointReason reason;
+      oprj_DatumShift(&geographic, plane->proSpheroid, &shifted, sheet->proSpheroid, 1, err);
+      expectNoReport(err);
+      EXPECT_EQ(std::hypot(shifted.x - geographic.x, shifted.y - geographic.y) > 1e-8, covered);
+      Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
+      for (const bool keeps : {false, true}) {
+        options.keepUncovered = keeps;
+        const bool good = covered || keeps;
+        EXPECT_EQ(oprj_ProjectEach(pair.get(), &start, &found, &reason, &options, 1, err), good);
+        expectNoReport(err);
+        EXPECT_EQ(reason, covered ? OPRJ_POINT_GOOD : OPRJ_POINT_OUTSIDE_GRID);
+        const Oprj_Point wanted = forward(*to, shifted);
+        EXPECT_EQ(std::isnan(found.x) && std::isnan(found.y), !good);
+        EXPECT_FALSE(std::hypot(found.x - wanted.x, found.y - wanted.y) > 1e-6);
+      }
+    }
+  }
+  EXPECT_EQ(seen, 134);
 }
 
 TEST(StatePlane, ObjectKeepsTheRecordOfTheZone) {
