@@ -63,7 +63,7 @@ class Dialogue {
       if (answer == "?") listProjections();
       else if (query)
         complain("\"" + std::string(query->name) + "\" cannot be computed by this version");
-      else complain(refusalText(toolkit_, err.report()));
+      else complain(refusalText(err.report()));
     }
   }
   void listProjections() const {
@@ -72,9 +72,7 @@ class Dialogue {
         std::fprintf(stderr, "  %d  %s\n", query->number, query->name);
     }
   }
-  static void complain(const std::string &message) {
-    std::fprintf(stderr, "  %s\n", message.c_str());
-  }
+  static void complain(const std::string &message) { tell("  " + message); }
 
   /// Adds `key=answer` to the text; false, after telling why, when it cannot be. What else is still
   /// missing is asked later.

@@ -148,6 +148,7 @@ int main(int argc, char **argv) {
     return run(app, console, action, Names(argv + 1, argv + argc));
   } catch (const Stop &stop) {
     tell(std::string("oprj: ") + stop.what());
+    for (const std::string &detail : stop.details) tell("  " + detail);
     return stop.status;
   } catch (const std::exception &problem) {
     tell(std::string("oprj: ") + problem.what());

@@ -20,10 +20,12 @@ enum Status : int {
   kInputOutput = 4
 };
 
-/// Ends the program with a message and a status.
+/// Ends the program with a message, lines of details below it, and a status.
 struct Stop : std::runtime_error {
-  Stop(Status ending, const std::string &message) : std::runtime_error(message), status(ending) {}
+  Stop(Status ending, const std::string &message, std::vector<std::string> below = {})
+      : std::runtime_error(message), status(ending), details(std::move(below)) {}
   Status status;
+  std::vector<std::string> details;
 };
 
 /// The text with control characters escaped, and bytes that are no UTF-8: safe on a terminal.

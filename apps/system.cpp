@@ -61,19 +61,28 @@ std::string choiceText(Oint_Toolkit *toolkit, const char *name) {
   return "\"" + std::string(name) + "\"" + (description.empty() ? "" : "  " + description);
 }
 
-std::string refusalText(Oint_Toolkit *toolkit, const Oerr_Report *report) {
+std::string refusalText(const Oerr_Report *report) {
   std::string text = oerr_MessageGet(report);
   const int32_t kind = oerr_KindGet(report);
   if (const char *list = listOf(kind)) text += "; `oprj list " + std::string(list) + "` lists them";
-  if (kind == OPRJ_TEXT_AMBIGUOUS) {
-    int32_t count = 0;
-    for (; const char *name = oerr_SuggestionGet(report, count); ++count) {
-      if (count < kShown) text += "\n  " + choiceText(toolkit, name);
-    }
-    if (count > kShown) text += "\n  and " + std::to_string(count - kShown) + " more";
-  }
   return text;
 }
+
+namespace {
+
+/// What an ambiguous name may stand for, a line each.
+std::vector<std::string> choicesOf(Oint_Toolkit *toolkit, const Oerr_Report *report) {
+  std::vector<std::string> lines;
+  if (oerr_KindGet(report) != OPRJ_TEXT_AMBIGUOUS) return lines;
+  int32_t count = 0;
+  for (; const char *name = oerr_SuggestionGet(report, count); ++count) {
+    if (count < kShown) lines.push_back(choiceText(toolkit, name));
+  }
+  if (count > kShown) lines.push_back("and " + std::to_string(count - kShown) + " more");
+  return lines;
+}
+
+}  // namespace
 
 System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console) {
   System system;
@@ -83,7 +92,8 @@ System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console 
   const Ocvt_Unit *unit = nullptr;
   system.record.reset(oprj_ProParametersFromText(toolkit, text.c_str(), &unit, &made, err.get()));
   const OwnedNotes notes(made);
-  if (!system.record) throw Stop(kUnusable, refusalText(toolkit, err.report()));
+  if (!system.record)
+    throw Stop(kUnusable, refusalText(err.report()), choicesOf(toolkit, err.report()));
   for (const Oprj_Note *note = notes.get(); note; note = note->next) {
     if (note->kind == OPRJ_NOTE_GRID) system.gridTrouble = note->text;
     else console.warn(note->text);

@@ -32,7 +32,7 @@ struct System {
 
 /// What a refused description is told as: the message, the names that could stand instead, where
 /// all are listed.
-std::string refusalText(Oint_Toolkit *toolkit, const Oerr_Report *report);
+std::string refusalText(const Oerr_Report *report);
 /// A name in quotes, with what the tables say of the datum that it names.
 std::string choiceText(Oint_Toolkit *toolkit, const char *name);
 

@@ -190,7 +190,7 @@ OPRJ_SETS(OPRJ_DECLARE_LOOP, )
   namespace orvik::oprj {                                                                         \
   OPRJ_SETS(OPRJ_DECLARE_TYPE, TYPE)                                                              \
   namespace {                                                                                     \
-  static_assert(registeredNumber(INIT) == OPRJ_SET::TYPE::row.number,                             \
+  static_assert(registeredNumber(#INIT) == OPRJ_SET::TYPE::row.number,                            \
                 "registered under another number");                                               \
   constexpr Family kFamily = familyOf<OPRJ_SET::TYPE>(                                            \
       OPRJ_DOOR(INIT), OPRJ_DOOR(FROM_LL), OPRJ_DOOR(TO_LL), OPRJ_DOOR(COPY), OPRJ_DOOR(EQUAL));  \

@@ -25,7 +25,7 @@ struct Geographic {
     return true;
   }
 };
-static_assert(orvik::oprj::registeredNumber(oprj_GeographicInit) == Geographic::row.number);
+static_assert(orvik::oprj::registeredNumber("oprj_GeographicInit") == Geographic::row.number);
 constexpr orvik::oprj::Family kGeographic = orvik::oprj::familyOf<Geographic>(
     OPRJ_DOOR(oprj_GeographicInit), OPRJ_DOOR(oprj_GeographicFromLL),
     OPRJ_DOOR(oprj_GeographicToLL), OPRJ_DOOR(oprj_GeographicCopyParameters),

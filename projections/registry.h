@@ -5,6 +5,8 @@
 
 #include <oprj/families.h>
 
+#include <string_view>
+
 #include "lanes/kernels.h"
 
 namespace orvik::oprj {
@@ -83,6 +85,7 @@ struct PointLoop {
 
 struct RegistryRow {
   int32_t number;
+  std::string_view name;  ///< of the initialiser: addresses are no constants to every compiler
   Initialiser init;
   /// Of a family that is computed on the sphere of radius a: how far its sheet lies at most from
   /// that of the ellipsoid, over a e². docs/projections.md says what is compared, and a test
@@ -93,11 +96,12 @@ struct RegistryRow {
 
 #define OPRJ_OWN_ROW(NUMBER, STEM, FROM_ELLIPSOID) \
   {NUMBER,                                         \
+   "oprj_" #STEM "Init",                           \
    oprj_##STEM##Init,                              \
    FROM_ELLIPSOID,                                 \
    {oprj_##STEM##FromLL, oprj_##STEM##FromLLEach}, \
    {oprj_##STEM##ToLL, oprj_##STEM##ToLLEach}},
-#define OPRJ_BUILT_ROW(NUMBER, STEM) {NUMBER, oprj_##STEM##Init},
+#define OPRJ_BUILT_ROW(NUMBER, STEM) {NUMBER, "oprj_" #STEM "Init", oprj_##STEM##Init},
 inline constexpr RegistryRow kRegistry[] = {OPRJ_REGISTRY(OPRJ_OWN_ROW, OPRJ_BUILT_ROW)};
 #undef OPRJ_OWN_ROW
 #undef OPRJ_BUILT_ROW
@@ -105,10 +109,10 @@ inline constexpr RegistryRow kRegistry[] = {OPRJ_REGISTRY(OPRJ_OWN_ROW, OPRJ_BUI
 /// The loop that belongs to a family's point function; null for any other function.
 EachFunction eachOf(Oprj_PointFunction function);
 
-/// The number that an initialiser is registered under; -1: none.
-constexpr int32_t registeredNumber(Initialiser init) {
+/// The number that the initialiser of that name is registered under; -1: none.
+constexpr int32_t registeredNumber(std::string_view init) {
   for (const RegistryRow &row : kRegistry) {
-    if (row.init == init) return row.number;
+    if (row.name == init) return row.number;
   }
   return -1;
 }

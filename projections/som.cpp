@@ -13,7 +13,7 @@ namespace {
 using namespace orvik::oprj;
 
 constexpr int32_t kNumber = 21, kGenericNumber = 25;
-static_assert(registeredNumber(oprj_SOMInit) == kNumber);
+static_assert(registeredNumber("oprj_SOMInit") == kNumber);
 constexpr int32_t kGenericEntries = 13;
 constexpr int32_t kPathForm = 12;  // the entry that chooses it
 

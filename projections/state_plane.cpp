@@ -21,7 +21,7 @@ namespace {
 using namespace orvik::oprj;
 
 constexpr int32_t kNumber = 2;
-static_assert(registeredNumber(oprj_StatePlaneInit) == kNumber);
+static_assert(registeredNumber("oprj_StatePlaneInit") == kNumber);
 constexpr int32_t kConstantsNeeded = 9;
 constexpr int32_t kEntries = 15;  // the length that the angle conversion asks for
 constexpr int32_t kNad27 = 1, kNad83 = 2;

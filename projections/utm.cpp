@@ -22,7 +22,7 @@ using orvik::toolkit::ErrorScope;
 
 constexpr int32_t kEntriesNeeded = 4;
 constexpr int32_t kNumber = 1;
-static_assert(orvik::oprj::registeredNumber(oprj_UTMInit) == kNumber);
+static_assert(orvik::oprj::registeredNumber("oprj_UTMInit") == kNumber);
 constexpr double kScale = 0.9996;
 constexpr double kFalseEasting = 500000.0;     // m
 constexpr double kSouthFalseNorthing = 1.0e7;  // m

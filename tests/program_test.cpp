@@ -189,7 +189,7 @@ TEST_F(Program, RefusesWhatItDoesNotKnowWithTheNearestNames) {
       {"99; datum=WGS 84", "no projection number 99"},
       // keys before values; abbreviations, years, other spellings
       {"utm; zone=17; datm=WGS 84", "has no key \"datm\" (did you mean \"datum\"?)"},
-      {"geographic; datum=ED50", "may be one of |\"European 1950 (Mean)\""},
+      {"geographic; datum=ED50", "may be one of |\n  \"European 1950 (Mean)\""},
       {"geographic; datum=OSGB36", "\"Ordnance Survey of Great Britain 1936 (Mean)\""},
       {"geographic; datum=Tokio", "\"Tokyo (Japan)\""},
       {"geographic; datum=nda27", "\"NAD27\""},
