@@ -26,24 +26,33 @@ void line(const char *label, const std::string &value) {
   std::printf("%-16s%s\n", label, value.c_str());
 }
 
-std::string slotText(int32_t kind, double value) {
-  switch (kind) {
-    case OPRJ_QUERY_ANGLE:
-      return numberText(value / kDegree) + " degrees";
-    case OPRJ_QUERY_DISTANCE:
-      return numberText(value) + " m";
-    default:
-      return numberText(value);
+/// The slots of a record and its text.
+struct Described {
+  const Oprj_DblArray &slots;
+  std::string_view text;
+
+  /// A slot's value. Angles stand in the text as somebody would write them: 29.5 degrees, not the
+  /// 29.500000000000004 that come of the way through radians.
+  std::string valueOf(const Oprj_QueryEntry &entry) const {
+    const double value = slots.data[entry.index];
+    if (entry.kind == OPRJ_QUERY_DISTANCE) return numberText(value) + " m";
+    if (entry.kind != OPRJ_QUERY_ANGLE) return numberText(value);
+    const std::string before = std::string("; ") + (entry.key ? entry.key : "") + "=";
+    const size_t at = entry.key ? text.find(before) : text.npos;
+    if (at == text.npos) return numberText(value / kDegree) + " degrees";
+    const std::string_view from = text.substr(at + before.size());
+    return std::string(from.substr(0, from.find(';'))) + " degrees";
   }
-}
+};
 
 /// One slot that the projection reads: its key, value and question.
 void printSlot(const Oprj_QueryEntry *entry, const Oprj_QueryEntry *, const Oprj_CondQueryEntry *,
                void *context) {
-  const Oprj_DblArray &slots = *static_cast<const Oprj_DblArray *>(context);
-  if (entry->kind < OPRJ_QUERY_NUMBER || entry->index < 0 || entry->index >= slots.count) return;
+  const auto &described = *static_cast<const Described *>(context);
+  if (entry->kind < OPRJ_QUERY_NUMBER || entry->index < 0 || entry->index >= described.slots.count)
+    return;
   const std::string key = entry->key ? entry->key : "p" + std::to_string(entry->index);
-  line("", key + " = " + slotText(entry->kind, slots.data[entry->index]) + "   (" + entry->prompt +
+  line("", key + " = " + described.valueOf(*entry) + "   (" + entry->prompt +
                (entry->key ? ", p" + std::to_string(entry->index) : "") + ")");
 }
 
@@ -56,9 +65,11 @@ Status describe(const std::string &written, const Console &console) {
   line("projection", record.proType == OPRJ_EXTERNAL
                          ? std::string("external, ") + record.proExeName.data
                          : std::to_string(record.proNumber) + ", " + record.proName.data);
+  const OwnedText text(oprj_ProParametersToText(
+      toolkit, &record, ocvt_UnitSetByName(system.unit.c_str(), nullptr), err.get()));
+  Described described{record.proParams, text ? text.get() : ""};
   if (const Oprj_Query *query = oprj_QueryByExample(toolkit, &record, err.get()))
-    oprj_QueryEntriesVisit(query->proParamsQuerylist, &record.proParams, printSlot,
-                           const_cast<Oprj_DblArray *>(&record.proParams));
+    oprj_QueryEntriesVisit(query->proParamsQuerylist, &record.proParams, printSlot, &described);
   const Oprj_Spheroid &spheroid = system.spheroid();
   line("spheroid", spheroid.sphereName.data ? spheroid.sphereName.data : "");
   line("", "a = " + numberText(spheroid.a) + " m, b = " + numberText(spheroid.b) + " m");
@@ -92,8 +103,6 @@ Status describe(const std::string &written, const Console &console) {
     line("computed", std::string("not at all: ") + stop.what());
     status = stop.status;
   }
-  const OwnedText text(oprj_ProParametersToText(
-      toolkit, &record, ocvt_UnitSetByName(system.unit.c_str(), nullptr), err.get()));
   if (text) line("text", text.get());
   for (const std::string &caution : cautionsOf(toolkit, system)) line("note", caution);
   return status;

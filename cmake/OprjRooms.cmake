@@ -11,8 +11,11 @@ if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
 endif()
 target_include_directories(oprj_settings INTERFACE ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/include)
 if(OPRJ_SANITIZE)
+  # but for targets with the property OPRJ_PLAIN
+  set(checked $<NOT:$<BOOL:$<TARGET_PROPERTY:OPRJ_PLAIN>>>)
   target_compile_options(oprj_settings INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    $<${checked}:-fsanitize=address,undefined> $<${checked}:-fno-sanitize-recover=all>
+    -fno-omit-frame-pointer -g)
   target_link_options(oprj_settings INTERFACE -fsanitize=address,undefined)
 endif()
 
@@ -42,15 +45,22 @@ set(OPRJ_PROCESSOR x86_64)
 include(${CMAKE_CURRENT_LIST_DIR}/../lanes/${OPRJ_PROCESSOR}.cmake)
 
 # oprj_lanes_objects(NAME SOURCES ...): sources with lanes (lanes/lanes.h) as objects NAME_set, built once a
-# set; the first set also makes what is not of a set.
+# set; the first set also makes what is not of a set. Only the first set's are sanitized: formulas inlined
+# whole into wide vectors take the compiler half an hour with checks on every operation, and it is the same
+# source (OPRJ_SANITIZE_SETS asks for all).
 function(oprj_lanes_objects name)
   set(flat -DOPRJ_FLAT=1)
+  set(plain OFF)
   foreach(set ${OPRJ_SETS})
     add_library(${name}_${set} OBJECT ${ARGN})
     target_link_libraries(${name}_${set} PRIVATE oprj_settings)
     target_compile_options(${name}_${set} PRIVATE
       -DOPRJ_SET=${set} ${flat} ${OPRJ_FLAGS_${set}} -fno-math-errno -fno-trapping-math -Wno-psabi)
+    set_target_properties(${name}_${set} PROPERTIES OPRJ_PLAIN ${plain})
     set(flat "")
+    if(NOT OPRJ_SANITIZE_SETS)
+      set(plain ON)
+    endif()
   endforeach()
 endfunction()
 

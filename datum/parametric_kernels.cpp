@@ -19,7 +19,7 @@
 // theta have as denominator, as an increment as well: the angle between the two directions.
 // Increments are small angles, so the arctangent is a short series.
 //
-// Accuracy: latitude within 1.2e-16 rad (Molodensky) and 4.4e-16 rad (seven parameters), longitude
+// Accuracy: latitude within 1.8e-16 rad (Molodensky) and 4.4e-16 rad (seven parameters), longitude
 // within 2.3e-16 rad / cos, of the plain formulas in extended precision, on Earth spheroids up to
 // 86 degrees of latitude: all below 3 nm.
 //

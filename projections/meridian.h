@@ -4,7 +4,7 @@
 // with the multiple angles by double-angle identities. The inverse runs the iteration of oprj_Phi3
 // with its cap and tolerance, but starts from the series of [Snyder87] eq. 3-26, which is good to
 // 1e-12 rad on Earth-like spheroids, so that one step remains; results differ from oprj_Phi3's by
-// at most 5e-14 rad.
+// at most 6e-14 rad.
 #ifndef OPRJ_MERIDIAN_H
 #define OPRJ_MERIDIAN_H
 

@@ -309,6 +309,8 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
       {"describe 'utm; zone=17; datum=NAD27 (CONUS)'", "", 0,
        "UTM, Zone 17|Clarke 1866|6378206.4|dX = -8, dY = 160, dZ = 176|easting, northing in meters",
        ""},
+      {"describe 'Albers Conical Equal Area; datum=WGS 84; lat_1=29:30; lat_2=45.5'", "", 0,
+       "lat_1 = 29.5 degrees|lat_0 = 0 degrees", ""},
       {"explain --from 'utm; zone=17; datum=NAD27 (CONUS)' --to 'geographic; datum=WGS 84'", "", 0,
        "Molodensky", ""},
       // a number chooses from the list after a bad answer; Enter takes what is offered
