@@ -145,7 +145,7 @@ struct Place {
   Kept kept[kKept];
 };
 // Static, all zero: neither heap nor thread-local data, which could run out.
-constinit Place places[kPlaces];
+constinit Place places[kPlaces]{};
 
 /// The calling thread's place while nobody else is in it; no one waits.
 class Claim {
