@@ -79,10 +79,11 @@ TEST(Text, EveryProjectionGoesThereAndBack) {
       EXPECT_EQ(unit, again);
       EXPECT_EQ(record->proZone, back->proZone);
       ASSERT_EQ(record->proParams.count, back->proParams.count);
-      EXPECT_EQ(0, std::memcmp(record->proParams.data, back->proParams.data,
-                               static_cast<size_t>(record->proParams.count) * sizeof(double)))
-          << text << "\n"
-          << written;
+      for (int32_t i = 0; i < record->proParams.count; ++i)
+        EXPECT_EQ(0,
+                  std::memcmp(record->proParams.data + i, back->proParams.data + i, sizeof(double)))
+            << text << "\n"
+            << written;
       EXPECT_STREQ(record->proSpheroid->datum->datumname.data,
                    back->proSpheroid->datum->datumname.data);
       ++tried;
