@@ -10,9 +10,10 @@ const char *const kSystemHelp =
 by number, FIPS code or "STATE ZONE"), south, nad (27, 83, harn), spheroid, datum, a, b (metres), units,
 lon_0, lat_0, lat_1, lat_2, lat_ts, lon_1, lon_2, azimuth (degrees, decimal or d:m:s), k_0, x_0, y_0, h
 (metres), satellite, path, and p0 to p14 for slots directly (radians, metres; a suffix d means degrees).
-`oprj define` asks for what a projection needs. What is left out is 0, a scale factor 1; lat_2 left out is
-lat_1. Datums and spheroids are found in any case, without their blanks, and by common names (WGS84, ETRS89,
-EPSG:6258). State Plane takes its zones by the datum (NAD27, NAD83, HARN) or by nad.
+`oprj define` asks for what a projection needs. What is left out is 0, a scale factor 1, lat_2 the same as
+lat_1; keys without a natural value (h, satellite, ...) are refused when left out. Datums and spheroids are
+found in any case, without their blanks, and by common names (WGS84, ETRS89, EPSG:6258). State Plane takes
+its zones by the datum (NAD27, NAD83, HARN) or by nad.
 Points are longitude, latitude in degrees or easting, northing in metres, in this order, unless `units`
 says otherwise. Examples:
   geographic; datum=WGS 84
