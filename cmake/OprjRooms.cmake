@@ -18,6 +18,9 @@ if(OPRJ_SANITIZE)
     -fno-omit-frame-pointer -g)
   target_link_options(oprj_settings INTERFACE -fsanitize=address,undefined)
 endif()
+if(OPRJ_FUZZ)
+  target_compile_options(oprj_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 set_property(GLOBAL PROPERTY OPRJ_PUBLIC_HEADERS "")
 

@@ -27,6 +27,11 @@ class GridImage : public std::enable_shared_from_this<GridImage> {
   static SharedImage open(const char *path, Oerr_Report **err);
 
   GridImage(const char *path, const Ofio_FileStamp &stamp) : path_(path), stamp_(stamp) {}
+  /// Of bytes in memory, for what reads images without files (fuzzing): nobody else shares it.
+  GridImage(toolkit::HeapBlock<char> bytes, size_t size)
+      : stamp_(), read_(std::move(bytes)), size_(size) {
+    bytes_ = reinterpret_cast<const unsigned char *>(read_.get());
+  }
   GridImage(const GridImage &) = delete;
   GridImage &operator=(const GridImage &) = delete;
   ~GridImage();
