@@ -84,9 +84,9 @@ inline constexpr Table kMIFObject = {OPRJ_ITEM_OF(stored::WrappedObject, type, "
                                      OPRJ_ITEM(stored::WrappedObject, MIFObject),
                                      {}};
 inline constexpr Table kElevationInfo = {
-    OPRJ_ITEM_OF(stored::ElevationInfo, verticalDatum, "Oprj_Datum"),
-    OPRJ_ITEM(stored::ElevationInfo, elevationUnit),
-    OPRJ_ITEM_ENUM(stored::ElevationInfo, elevationType, kElevationTypes),
+    OPRJ_ITEM_OF(Oprj_ElevationInfo, verticalDatum, "Oprj_Datum"),
+    OPRJ_ITEM(Oprj_ElevationInfo, elevationUnit),
+    OPRJ_ITEM_ENUM(Oprj_ElevationInfo, elevationType, kElevationTypes),
     {}};
 /// The first six items of Oprj_ProParameters.
 inline constexpr Table kProjectionObject830 = {

@@ -16,6 +16,7 @@
 #include "chain.h"
 #include "datum_shift.h"
 #include "designs.h"
+#include "elevation_info.h"
 #include "families.h"
 #include "geodetic.h"
 #include "mapinfo.h"

@@ -2,7 +2,7 @@
 #ifndef OPRJ_INTERCHANGE_STORED_RECORDS_H
 #define OPRJ_INTERCHANGE_STORED_RECORDS_H
 
-#include <oprj/parameters.h>
+#include <oprj/elevation_info.h>
 
 namespace orvik::oprj::stored {
 
@@ -20,12 +20,6 @@ struct WrappedObject {
   String type;
   Oprj_CharStr MIFDictionary;
   Bytes MIFObject;
-};
-
-struct ElevationInfo {
-  Oprj_Datum *verticalDatum;
-  Oprj_CharStr elevationUnit;
-  int32_t elevationType;
 };
 
 struct ProjectionObject830 {
@@ -59,7 +53,7 @@ struct PECoordsys {
 struct CoordinateSystem {
   MapProjection830 *projectionObject;
   Oprj_CharStr horizontalUnits;
-  ElevationInfo *verticalCSObject;
+  Oprj_ElevationInfo *verticalCSObject;
 };
 
 }  // namespace orvik::oprj::stored

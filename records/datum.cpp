@@ -1,13 +1,49 @@
 #include <oprj/omsc.h>
 #include <oprj/ostr.h>
 
-#include "records/records.h"
+#include <utility>
+
+#include "records/datum.h"
 #include "records/upward.h"
 
 using namespace orvik::oprj;
 
 bool orvik::oprj::isUndefined(const Oprj_Datum *datum) {
   return !datum || ostr_EqualIgnoringCase(textOf(datum->datumname), kUndefinedDatum);
+}
+
+bool orvik::oprj::fillDatum(const Oprj_Datum &source, Oprj_Datum &target, int32_t code,
+                            ErrorScope &e) {
+  if (!oprj_CharStrCopy(&source.datumname, &target.datumname, e.cause()))
+    return e.fail(code, "Error returned from oprj_CharStrCopy");
+  target.type = source.type;
+  if (source.type == OPRJ_DATUM_PARAMETRIC &&
+      !oprj_DblArrayCopy(&source.params, &target.params, 1, e.cause()))
+    return e.fail(code + 1, "Error returned from oprj_DblArrayCopy");
+  if (source.type == OPRJ_DATUM_GRID &&
+      !oprj_CharStrCopy(&source.gridname, &target.gridname, e.cause()))
+    return e.fail(code + 2, "Error returned from oprj_CharStrCopy");
+  if (source.type == OPRJ_DATUM_SURFACE && source.shiftSurface) {
+    target.shiftSurface = oprj_ShiftSurfaceDuplicate(source.shiftSurface, e.cause());
+    if (!target.shiftSurface)
+      return e.fail(code + 3, "Error returned from oprj_ShiftSurfaceDuplicate");
+  }
+  return true;
+}
+
+bool orvik::oprj::datumsEqual(const Oprj_Datum *first, const Oprj_Datum *second, int32_t flag) {
+  const bool firstUndefined = isUndefined(first), secondUndefined = isUndefined(second);
+  if (firstUndefined || secondUndefined) return flag != 0 || firstUndefined == secondUndefined;
+  // Parts of a record are never null, so these comparisons cannot fail.
+  return oprj_CharStrsEqual(&first->datumname, &second->datumname, nullptr) &&
+         oprj_DblArraysEqual(&first->params, &second->params, nullptr);
+}
+
+void orvik::oprj::returnDatums(Oprj_Datum *&first, Oprj_Datum *&second) {
+  if (!first || !second) return;
+  std::swap(*first, *second);
+  std::swap(first, second);
+  std::swap(first->reserved, second->reserved);
 }
 
 Oprj_Datum *oprj_DatumInit(Oprj_Datum **datum, Oerr_Report **err) {

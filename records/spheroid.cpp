@@ -5,8 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "records/datum.h"
 #include "records/records.h"
-#include "records/upward.h"
 
 namespace orvik::oprj {
 
@@ -23,24 +23,6 @@ bool sameLength(double first, double second) {
   return within(first, second, kAxisTolerance + unit);
 }
 
-/// Fills an "Undefined" datum with what `source` says, opened grid data excepted.
-bool fillDatum(const Oprj_Datum &source, Oprj_Datum &target, ErrorScope &e) {
-  if (!oprj_CharStrCopy(&source.datumname, &target.datumname, e.cause()))
-    return e.fail(4, "Error returned from oprj_CharStrCopy");
-  target.type = source.type;
-  if (source.type == OPRJ_DATUM_PARAMETRIC &&
-      !oprj_DblArrayCopy(&source.params, &target.params, 1, e.cause()))
-    return e.fail(5, "Error returned from oprj_DblArrayCopy");
-  if (source.type == OPRJ_DATUM_GRID &&
-      !oprj_CharStrCopy(&source.gridname, &target.gridname, e.cause()))
-    return e.fail(6, "Error returned from oprj_CharStrCopy");
-  if (source.type == OPRJ_DATUM_SURFACE && source.shiftSurface) {
-    target.shiftSurface = oprj_ShiftSurfaceDuplicate(source.shiftSurface, e.cause());
-    if (!target.shiftSurface) return e.fail(7, "Error returned from oprj_ShiftSurfaceDuplicate");
-  }
-  return true;
-}
-
 int32_t spheroidsEqual(const Oprj_Spheroid *first, const Oprj_Spheroid *second, int32_t flag,
                        ErrorScope &e) {
   if (!first && !second) return 1;
@@ -49,12 +31,7 @@ int32_t spheroidsEqual(const Oprj_Spheroid *first, const Oprj_Spheroid *second, 
       !within(first->eSquared, second->eSquared, kValueTolerance) ||
       !sameLength(first->radius, second->radius))
     return 0;
-  const bool firstUndefined = isUndefined(first->datum);
-  const bool secondUndefined = isUndefined(second->datum);
-  if (firstUndefined || secondUndefined) return flag != 0 || firstUndefined == secondUndefined;
-  // Parts of a record are never null, so these comparisons cannot fail.
-  return oprj_CharStrsEqual(&first->datum->datumname, &second->datum->datumname, nullptr) &&
-         oprj_DblArraysEqual(&first->datum->params, &second->datum->params, nullptr);
+  return datumsEqual(first->datum, second->datum, flag);
 }
 
 }  // namespace
@@ -85,11 +62,7 @@ void setAxes(Oprj_Spheroid &spheroid, double a, double b) {
 
 void exchange(Oprj_Spheroid &first, Oprj_Spheroid &second) {
   std::swap(first, second);
-  if (!first.datum || !second.datum) return;
-  // The caller may hold the address of his datum, and what it keeps in reserve stays with it.
-  std::swap(*first.datum, *second.datum);
-  std::swap(first.datum, second.datum);
-  std::swap(first.datum->reserved, second.datum->reserved);
+  returnDatums(first.datum, second.datum);
 }
 
 }  // namespace orvik::oprj
@@ -118,7 +91,7 @@ Oprj_Spheroid *oprj_SpheroidCopy(const Oprj_Spheroid *source, Oprj_Spheroid *tar
   made->b = source->b;
   made->eSquared = source->eSquared;
   made->radius = source->radius;
-  if (source->datum && !fillDatum(*source->datum, *made->datum, e)) return nullptr;
+  if (source->datum && !fillDatum(*source->datum, *made->datum, 4, e)) return nullptr;
   if (!target) return made.release();
   exchange(*target, *made);
   return target;

@@ -1,5 +1,6 @@
 // Value records, spheroids, datums and parameter records: exact errors, tolerances, ownership, and
 // every allocation failing.
+#include <oprj/elevation_info.h>
 #include <oprj/map_projection.h>
 #include <oprj/parameters.h>
 
@@ -25,6 +26,8 @@ struct Text : Oprj_CharStr {
   Text(const Text &) = delete;
   Text &operator=(const Text &) = delete;
 };
+
+using ElevationPtr = Owner<Oprj_ElevationInfo, oprj_ElevationInfoFree>;
 
 /// An array record that frees itself.
 struct Array : Oprj_DblArray {
@@ -227,6 +230,11 @@ TEST_F(Records, RefuseMissingArguments) {
           "SpheroidsEqual2: One of the input spheroid's is NULL (1)");
   refused(oprj_ProParametersCopy(nullptr, nullptr, err),
           "ProParametersCopy: Invalid input Oprj_ProParameters (1)");
+  const ElevationPtr elevations(oprj_ElevationInfoCreate(nullptr));
+  refused(oprj_ElevationInfoCopy(nullptr, nullptr, err),
+          "ElevationInfoCopy: Invalid input Oprj_ElevationInfo (1)");
+  refused(oprj_ElevationInfosEqual(nullptr, elevations.get(), err),
+          "ElevationInfosEqual: One of the input elevation info's is NULL (1)");
   oprj_ProParametersPrint(nullptr, err);
   expectReport(err, "oprj_ProParametersPrint", 1, "Invalid input Oprj_ProParameters");
   for (int32_t number : {-1, 21})
@@ -367,6 +375,49 @@ TEST(Spheroid, EqualityOfDatums) {
   second->datum->params.data[3] = 1e-8;
   EXPECT_FALSE(oprj_SpheroidsEqual(first.get(), second.get(), nullptr));
   EXPECT_TRUE(oprj_SpheroidsEqual(nullptr, nullptr, nullptr));
+}
+
+TEST(ElevationInfo, CopyIsDeepAndEqualityIsOfMeaning) {
+  const LeakCheck leaks;
+  const auto make = [](int32_t type, const char *unit, const char *datum, double dX) {
+    ElevationPtr made(oprj_ElevationInfoCreate(nullptr));
+    made->elevationType = type;
+    oprj_CharStrCreate(unit, &made->elevationUnit, nullptr);
+    oprj_CharStrCreate(datum, &made->verticalDatum->datumname, nullptr);
+    made->verticalDatum->type = OPRJ_DATUM_PARAMETRIC;
+    oprj_DblArrayCreate(7, &made->verticalDatum->params, nullptr);
+    made->verticalDatum->params.data[0] = dX;
+    return made;
+  };
+  const auto equal = [](const ElevationPtr &first, const ElevationPtr &second) {
+    Slot err;
+    const bool is = oprj_ElevationInfosEqual(first.get(), second.get(), err) != 0;
+    expectNoReport(err);
+    return is;
+  };
+  const ElevationPtr source = make(OPRJ_ELEVATION_TYPE_DEPTH, "us_survey_feet", "Sea", 3.0);
+  const ElevationPtr target(oprj_ElevationInfoCreate(nullptr));
+  EXPECT_EQ(target->elevationType, OPRJ_ELEVATION_TYPE_HEIGHT);
+  EXPECT_EQ(target->verticalDatum->type, OPRJ_DATUM_NONE);
+  const Oprj_Datum *datum = target->verticalDatum;
+  forEachAllocationFailure(
+      [](auto slot) { return ElevationPtr(oprj_ElevationInfoCreate(slot)) != nullptr; });
+  forEachAllocationFailure(
+      [&](auto slot) { return oprj_ElevationInfoCopy(source.get(), target.get(), slot); },
+      [&] { EXPECT_EQ(target->elevationType, OPRJ_ELEVATION_TYPE_HEIGHT); });
+  EXPECT_EQ(target->verticalDatum, datum);
+  EXPECT_STREQ(datum->datumname.data, "Sea");
+  EXPECT_EQ(datum->params.data[0], 3.0);
+  EXPECT_TRUE(equal(source, target));
+  EXPECT_TRUE(oprj_ElevationInfosEqual(nullptr, nullptr, nullptr));
+  EXPECT_TRUE(equal(make(0, nullptr, "undefined", 0), make(0, "metre", "Undefined", 1)));
+  EXPECT_TRUE(equal(make(0, "Elephants", "Sea", 0), make(0, "Elephants", "Sea", 0)));
+  for (const ElevationPtr &other :
+       {make(0, "us_survey_feet", "Sea", 3.0), make(1, "feet", "Sea", 3.0),
+        make(1, nullptr, "Sea", 3.0), make(1, "Elephants", "Sea", 3.0),
+        make(1, "us_survey_feet", "Undefined", 3.0), make(1, "us_survey_feet", "Lake", 3.0),
+        make(1, "us_survey_feet", "Sea", 3.1)})
+    EXPECT_FALSE(equal(source, other)) << other->elevationUnit.data;
 }
 
 TEST(ProParameters, CopyIsDeepAndExact) {
