@@ -4,6 +4,7 @@
 #define OPRJ_OPRJ_H
 
 #include "ocvt.h"
+#include "odll.h"
 #include "oerr.h"
 #include "ofio.h"
 #include "oint.h"
@@ -21,6 +22,7 @@
 #include "geodetic.h"
 #include "mapinfo.h"
 #include "parameters.h"
+#include "plugin.h"
 #include "project.h"
 #include "projection.h"
 #include "tables.h"

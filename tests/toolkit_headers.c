@@ -1,6 +1,7 @@
 /* The toolkit from C11: every public header compiles, and designs are made with a C compiler's idea
    of a variable argument list. */
 #include <oprj/ocvt.h>
+#include <oprj/odll.h>
 #include <oprj/oerr.h>
 #include <oprj/ofio.h>
 #include <oprj/oint.h>
