@@ -5,7 +5,7 @@
 // that a formula becomes one stretch of code. The same bits come out at every width, and for a
 // number alone (which is computed in a vector of two). With fused multiply-add the worst errors are
 // those that each function states, found against 120 binary digits on random arguments, zeros of
-// the functions included; without it they are up to half a unit in the last place greater (and sin
+// the functions included; without it they are up to a unit in the last place greater (and sin
 // and cos are exact next to their zeros to 2^-100 only). tests/elementary_test.cpp holds them.
 //
 // Coefficients are minimax polynomials by Sollya's fpminimax [Chevillard10] for the relative error,
@@ -95,11 +95,9 @@ struct Reduced {
   BitsOf<P> turns;  ///< its lowest bits
 };
 
-/// Of an angle of at most kFarthestAngle; NaN beyond.
+/// x - n pi/2 for x of at most kFarthestAngle, NaN beyond; n is an integer next to x 2/pi.
 template <class P>
-OPRJ_INLINE Reduced<P> reduced(P x) {
-  const P shifted = nativeFma(x, splat<P>(0x1.45f306dc9c883p-1), splat<P>(kRounder));  // 2/pi
-  const P n = shifted - kRounder;
+OPRJ_INLINE P withoutQuarters(P x, P n) {
   P r;
   if constexpr (kHasFma) {
     r = nativeFma(n, splat<P>(-0x1.921fb54442d18p+0), x);
@@ -110,9 +108,15 @@ OPRJ_INLINE Reduced<P> reduced(P x) {
     r = r - n * 0x1.0b4611a6p-34;
     r = r - n * 0x1.3198a2e037073p-69;
   }
-  return {choose<P>((MaskOf<P>)(magnitudeOf(x) <= splat<P>(kFarthestAngle)), r,
-                    splat<P>(__builtin_nan(""))),
-          bitsOf(shifted)};
+  return choose<P>((MaskOf<P>)(magnitudeOf(x) <= splat<P>(kFarthestAngle)), r,
+                   splat<P>(__builtin_nan("")));
+}
+inline constexpr double kPerQuarter = 0x1.45f306dc9c883p-1;  // 2/pi
+
+template <class P>
+OPRJ_INLINE Reduced<P> reduced(P x) {
+  const P shifted = nativeFma(x, splat<P>(kPerQuarter), splat<P>(kRounder));
+  return {withoutQuarters(x, shifted - kRounder), bitsOf(shifted)};
 }
 
 /// (sin r - r) / r³ by r² for |r| <= pi/4; 2^-57.9.
@@ -140,6 +144,40 @@ OPRJ_INLINE SineCosine<P> sincos(P x) {
   const BitsOf<P> swap = (bitsOf(s) ^ bitsOf(c)) & -(angle.turns & 1);
   return {withBits<P>(bitsOf(s) ^ swap ^ ((angle.turns & 2) << 62) ^ signOf(x)),
           withBits<P>(bitsOf(c) ^ swap ^ (((angle.turns + 1) & 2) << 62))};
+}
+
+// One of the two alone: brought within pi/2 of a zero there is one polynomial and nothing to swap.
+
+/// (sin r - r) / r³ by r² for |r| <= pi/2, first term and rest; 2^-61.5.
+inline constexpr double kWideCube = -0x1.5555555555555p-3;
+inline constexpr double kWideSine[] = {
+    0x1.11111111110c9p-7,  -0x1.a01a01a014eb7p-13, 0x1.71de3a52aac68p-19, -0x1.ae6454d968e2fp-26,
+    0x1.6123ce53b3e2ep-33, -0x1.ae43dd545dabcp-41, 0x1.883c3146a7d62p-49};
+/// Rounds to an even integer as kRounder does to any; its half is then the lowest bits.
+inline constexpr double kEvenRounder = 0x1.8p53;
+
+/// sin(x - n pi/2), n next to x 2/pi; `turns`: what the sign of the result is to be turned by, as
+/// the lowest bit, and `sign`.
+template <class P>
+OPRJ_INLINE P wideSine(P x, P n, BitsOf<P> turns, BitsOf<P> sign) {
+  const P r = withoutQuarters(x, n), z = r * r, cube = r * z;
+  // the great terms first: the rest is small beside them, and so are its errors
+  const P bent = nativeFma(cube, splat<P>(kWideCube), r);
+  return flipped(nativeFma(cube * z, estrin(z, kWideSine), bent), (turns << 63) ^ sign);
+}
+/// Sine, |x| <= 2^20; 1.9 ulp. NaN beyond.
+template <class P>
+OPRJ_INLINE P sin(P x) {
+  const P a = magnitudeOf(x);
+  const P shifted = nativeFma(a, splat<P>(kPerQuarter), splat<P>(kEvenRounder));
+  return wideSine(a, shifted - kEvenRounder, bitsOf(shifted), signOf(x));
+}
+/// Cosine, |x| <= 2^20; 1.9 ulp. NaN beyond.
+template <class P>
+OPRJ_INLINE P cos(P x) {
+  const P a = magnitudeOf(x);
+  const P shifted = nativeFma(a, splat<P>(kPerQuarter), splat<P>(-1.0)) + kEvenRounder;
+  return wideSine(a, (shifted - kEvenRounder) + 1.0, bitsOf(shifted) + 1, BitsOf<P>{});
 }
 
 // --- arctangents ---

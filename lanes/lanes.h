@@ -143,9 +143,11 @@ OPRJ_FUNCTION(asin)
 OPRJ_FUNCTION(atan)
 OPRJ_FUNCTION(atanh)
 OPRJ_FUNCTION(cbrt)
+OPRJ_FUNCTION(cos)
 OPRJ_FUNCTION(exp)
 OPRJ_FUNCTION(expm1)
 OPRJ_FUNCTION(log)
+OPRJ_FUNCTION(sin)
 OPRJ_FUNCTION(sinh)
 #undef OPRJ_FUNCTION
 /// log(n / d) of 0 < d <= n by one division.
@@ -173,14 +175,6 @@ OPRJ_INLINE SinCos<double> sincos(double x) {
 OPRJ_INLINE SinCos<Lanes> sincos(Lanes x) {
   const auto low = elementary::sincos(x.half[0]), high = elementary::sincos(x.half[1]);
   return {{low.sin, high.sin}, {low.cos, high.cos}};
-}
-template <class V>
-OPRJ_INLINE V sin(V x) {
-  return sincos(x).sin;
-}
-template <class V>
-OPRJ_INLINE V cos(V x) {
-  return sincos(x).cos;
 }
 
 /// a b + c, rounded once where the processor can (kHasFma), else twice.
@@ -220,10 +214,10 @@ OPRJ_INLINE V square(V x) {
   return x * x;
 }
 
-/// x, or +-limit where it lies beyond.
+/// x, or +-limit where it lies beyond; a NaN stays.
 template <class V>
 OPRJ_INLINE V clampTo(V x, double limit) {
-  return select(abs(x) > V(limit), copysign(V(limit), x), x);
+  return min(V(limit), max(V(-limit), x));
 }
 
 /// An angle that has a sine, also for an infinite one: for formulas that find out later that a

@@ -5,16 +5,18 @@
 //
 //   using Block = ...;  // the constants of a call
 //   static Odd group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v);
+//   static Certain certain(Lanes x, Lanes y, Odd);  // may be left out: nothing is
 //   static const StopText *point(const Block &, Point in, Point *out);
 //   static constexpr PointFault kElsewhere;  // the fault of a point that stops, iterations aside
 //
-// `group` gives the results and says which lanes are out of the ordinary, and of which it knows
-// what `point` would find; results of the others are finite. `point` defines the behaviour: it
-// writes the result, or writes nothing and returns why the point stops. Both must give the same
-// bits for ordinary points.
+// `group` gives the results and says which lanes are out of the ordinary; results of the others are
+// finite. `certain` tells of which of those it is known what `point` would find. `point` defines
+// the behaviour: it writes the result, or writes nothing and returns why the point stops. `group`
+// and `point` must give the same bits for ordinary points.
 //
 // The formula is inlined whole into the loop: a call in it would pass Lanes through memory. That is
-// why `group` is called at one place, and why all single points share pointByPoint.
+// why `group` is called at one place, why all single points share pointByPoint, and why whatever
+// follows from an odd lane stands in oddGroup, with its own reading of the points.
 #ifndef OPRJ_POINT_RUNNER_H
 #define OPRJ_POINT_RUNNER_H
 
@@ -28,24 +30,16 @@ namespace orvik::oprj::OPRJ_SET {
 inline constexpr int32_t kWorthStreaming = 100000;
 inline constexpr uintptr_t kCacheLine = 64;  // bytes
 
-/// The lanes of a group that are out of the ordinary. Where a run goes on after bad points, those
-/// whose fault is certain need not be asked one by one; a kernel may leave that open.
+/// The lanes of a group that are out of the ordinary, and those where an iteration did not end.
 struct Odd {
   Mask lanes;
-  Mask notNumbers = never<Lanes>();  ///< the point went in as NaN
-  Mask elsewhere = never<Lanes>();   ///< `point` stops, and no iteration is to blame
+  Mask iterated = never<Lanes>();
 };
-
-/// Writes the faults of a group's lanes: 0 none, 1 not a number, 2 elsewhere.
-template <class Kernel, class Point>
-OPRJ_INLINE void noteFaults(const Point *codes, int32_t first, int32_t count, PointRun &how) {
-  constexpr PointFault kFaults[] = {PointFault::kNone, PointFault::kNotANumber, Kernel::kElsewhere};
-  for (int32_t k = 0; k < count; ++k) {
-    const PointFault fault = kFaults[static_cast<int>(codes[k].x)];
-    how.bad += fault != PointFault::kNone;
-    if (how.faults && how.faults[first + k] == PointFault::kNone) how.faults[first + k] = fault;
-  }
-}
+/// Odd lanes whose fault is certain, so that a run that goes on need not ask `point`.
+struct Certain {
+  Mask notNumbers;  ///< the point went in as NaN
+  Mask elsewhere;   ///< `point` stops, and no iteration is to blame
+};
 
 /// `count` points one by one, the first of them being number `first` of the run. Those that have a
 /// result in `ready` (null: none has; NaN: not this one) are only copied. False when the run ended.
@@ -75,6 +69,39 @@ template <class Kernel, class Point>
                                                      : Kernel::kElsewhere;
   }
   return true;
+}
+
+/// The rest of a group in which some lanes are odd: those whose point in `ready` is NaN. `iterated`
+/// is not 0 where an iteration did not end, `from` the group's points as the lanes had them. False
+/// when the run ended.
+template <class Kernel, class Point>
+[[gnu::noinline]] bool oddGroup(const typename Kernel::Block &block, const Point *from,
+                                const Point *ready, const Point *iterated, const Point *in,
+                                Point *out, int32_t first, int32_t count, PointRun &how) {
+  if constexpr (requires(Lanes x, Odd odd) { Kernel::certain(x, x, odd); }) {
+    Lanes x, y, u, unended, unused;
+    loadPairs(&ready->x, u, unused);
+    loadPairs(&iterated->x, unended, unused);
+    loadPairs(&from->x, x, y);
+    const Odd odd{u != u, unended != Lanes(0.0)};
+    const Certain is = Kernel::certain(x, y, odd);
+    if (how.goesOn && !any(odd.lanes & ~(is.notNumbers | is.elsewhere))) {
+      constexpr PointFault kFaults[] = {PointFault::kNone, PointFault::kNotANumber,
+                                        Kernel::kElsewhere};
+      Point codes[kLanes];
+      storePairs(&codes->x,
+                 select(is.notNumbers, Lanes(1.0), select(is.elsewhere, Lanes(2.0), Lanes(0.0))),
+                 Lanes(0.0));
+      for (int32_t k = 0; k < count; ++k) {
+        out[k] = ready[k];
+        const PointFault fault = kFaults[static_cast<int>(codes[k].x)];
+        how.bad += fault != PointFault::kNone;
+        if (how.faults && how.faults[first + k] == PointFault::kNone) how.faults[first + k] = fault;
+      }
+      return true;
+    }
+  }
+  return pointByPoint<Kernel>(block, in, ready, out, first, count, how);
 }
 
 /// The points that come one by one before `out` reaches a cache line, when the results of a run are
@@ -108,19 +135,11 @@ template <class Kernel, class Point>
     loadPairs(&from->x, x, y);
     const Odd odd = Kernel::group(constants, x, y, u, v);
     if (any(odd.lanes)) [[unlikely]] {
-      Point ready[kLanes];
+      Point ready[kLanes], iterated[kLanes];
       storePairs(&ready->x, select(odd.lanes, Lanes(kNaN), u), select(odd.lanes, Lanes(kNaN), v));
-      if (how.goesOn && !any(odd.lanes & ~(odd.notNumbers | odd.elsewhere))) {
-        Point codes[kLanes];
-        storePairs(
-            &codes->x,
-            select(odd.notNumbers, Lanes(1.0), select(odd.elsewhere, Lanes(2.0), Lanes(0.0))),
-            Lanes(0.0));
-        for (int32_t k = 0; k < here; ++k) out[done + k] = ready[k];
-        noteFaults<Kernel>(codes, done, here, how);
-        continue;
-      }
-      if (!pointByPoint<Kernel>(block, in + done, ready, out + done, done, here, how)) break;
+      storePairs(&iterated->x, select(odd.iterated, Lanes(1.0), Lanes(0.0)), Lanes(0.0));
+      if (!oddGroup<Kernel>(block, from, ready, iterated, in + done, out + done, done, here, how))
+        break;
       continue;
     }
     storePairs(&to->x, u, v, streams && to != padded);

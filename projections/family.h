@@ -116,18 +116,9 @@ struct Direction {
       if constexpr (F::row.stopsBeyondPoles) odd = odd | ~(abs(y) <= Lanes(kHalfPi));
       else odd = odd | ~isFinite(y);
     } else {
-      odd = ~isFinite(abs(x) + abs(y));
+      odd = ~isFinite(x + y);
     }
-    Odd result;
-    const Mask given = odd;
     if (any(odd)) [[unlikely]] {  // a harmless number: odd ones would slow the whole group down
-      result.notNumbers = (x != x) | (y != y);
-      if constexpr (kForward) {
-        result.elsewhere = abs(x) > Lanes(kFarthestAngle);
-        if constexpr (F::row.stopsBeyondPoles)
-          result.elsewhere = result.elsewhere | (abs(y) > Lanes(kHalfPi + kClose));
-        result.elsewhere = result.elsewhere & ~result.notNumbers;
-      }
       x = select(odd, Lanes(0.0), x);
       y = select(odd, Lanes(0.0), y);
     }
@@ -141,11 +132,22 @@ struct Direction {
       u = g.lon;
       v = g.lat;
     }
-    const Mask failed = stops.hit | ~isFinite(abs(u) + abs(v));
-    result.lanes = given | failed;
-    if (any(failed)) [[unlikely]]
-      result.elsewhere = result.elsewhere | (failed & ~given & ~stops.iterated);
-    return result;
+    return {odd | stops.hit | ~isFinite(u + v), stops.iterated};
+  }
+
+  /// Faults of which the formula is not asked, and those of which it is sure.
+  OPRJ_INLINE static Certain certain(Lanes x, Lanes y, Odd odd) {
+    const Mask notNumbers = (x != x) | (y != y);
+    Mask asked = isFinite(x + y), elsewhere = never<Lanes>();
+    if constexpr (kForward) {
+      elsewhere = abs(x) > Lanes(kFarthestAngle);
+      asked = asked & ~elsewhere;
+      if constexpr (F::row.stopsBeyondPoles) {
+        elsewhere = elsewhere | (abs(y) > Lanes(kHalfPi + kClose));
+        asked = asked & (abs(y) <= Lanes(kHalfPi));
+      }
+    }
+    return {notNumbers, (elsewhere | (odd.lanes & asked & ~odd.iterated)) & ~notNumbers};
   }
 };
 

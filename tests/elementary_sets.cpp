@@ -28,8 +28,12 @@ V valueOf(int function, V x) {
       return sinh(x);
     case 8:
       return atanh(x);
-    default:
+    case 9:
       return cbrt(x);
+    case 10:
+      return sincos(x).sin;
+    default:
+      return sincos(x).cos;
   }
 }
 
