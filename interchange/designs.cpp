@@ -1,6 +1,7 @@
 // The designs of the library's records, made from their tables: items in the order in which files
 // store them, under the names that files have for them.
 #include <oprj/designs.h>
+#include <oprj/omif_object.h>
 #include <oprj/othr.h>
 
 #include <algorithm>
@@ -22,10 +23,18 @@ using orvik::toolkit::Guard;
 
 namespace {
 
+/// The design of a record of `size` bytes, which may have members behind its items.
+Omif_Design *define(Omif_Dictionary *dictionary, const char *name, const Omif_Item *table,
+                    size_t size, const Omif_Design *const *embedded, Oerr_Report **err) {
+  auto *design = omif_DesignFromTable(dictionary, name, table, embedded, err);
+  return design && omif_DesignHostSizeSet(design, size, err) ? design : nullptr;
+}
+
+template <class Record>
 Omif_Design *definePrimary(const char *operation, Omif_Dictionary *dictionary, const char *name,
                            const Omif_Item *table, Oerr_Report **err) {
   ErrorScope e(operation, err);
-  auto *design = omif_DesignFromTable(dictionary, name, table, nullptr, e.cause());
+  auto *design = define(dictionary, name, table, sizeof(Record), nullptr, e.cause());
   if (!design) return e.fail(1, "Error returned from omif_DefineObject");
   return design;
 }
@@ -33,26 +42,28 @@ Omif_Design *definePrimary(const char *operation, Omif_Dictionary *dictionary, c
 }  // namespace
 
 Omif_Design *oprj_DatumDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  return definePrimary("oprj_DatumDesignDefine", dictionary, "Oprj_Datum", designs::kDatum, err);
+  return definePrimary<Oprj_Datum>("oprj_DatumDesignDefine", dictionary, "Oprj_Datum",
+                                   designs::kDatum, err);
 }
 Omif_Design *oprj_SpheroidDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  return definePrimary("oprj_SpheroidDesignDefine", dictionary, "Oprj_Spheroid", designs::kSpheroid,
-                       err);
+  return definePrimary<Oprj_Spheroid>("oprj_SpheroidDesignDefine", dictionary, "Oprj_Spheroid",
+                                      designs::kSpheroid, err);
 }
 Omif_Design *oprj_ProParametersDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  return definePrimary("oprj_ProParametersDesignDefine", dictionary, "Oprj_ProParameters",
-                       designs::kProParameters, err);
+  return definePrimary<Oprj_ProParameters>("oprj_ProParametersDesignDefine", dictionary,
+                                           "Oprj_ProParameters", designs::kProParameters, err);
 }
 Omif_Design *oprj_CoordinateDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  return definePrimary("oprj_CoordinateDesignDefine", dictionary, "Oprj_Coordinate",
-                       designs::kCoordinate, err);
+  return definePrimary<Oprj_Coordinate>("oprj_CoordinateDesignDefine", dictionary,
+                                        "Oprj_Coordinate", designs::kCoordinate, err);
 }
 Omif_Design *oprj_SizeDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  return definePrimary("oprj_SizeDesignDefine", dictionary, "Oprj_Size", designs::kSize, err);
+  return definePrimary<Oprj_Size>("oprj_SizeDesignDefine", dictionary, "Oprj_Size", designs::kSize,
+                                  err);
 }
 Omif_Design *oprj_MapInfoDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {
-  return definePrimary("oprj_MapInfoDesignDefine", dictionary, "Oprj_MapInfo", designs::kMapInfo,
-                       err);
+  return definePrimary<Oprj_MapInfo>("oprj_MapInfoDesignDefine", dictionary, "Oprj_MapInfo",
+                                     designs::kMapInfo, err);
 }
 
 // --- shared designs ---
@@ -98,6 +109,7 @@ struct Withdraw {
 using DictionaryOwner = std::unique_ptr<Omif_Dictionary, Withdraw>;
 
 /// What every fetch does; `made` remembers the design for the life of the process.
+template <class Record>
 const Omif_Design *fetch(ErrorScope &e, const Omif_Design *&made, const char *name,
                          const Omif_Item *table, const Omif_Design *const *embedded = nullptr) {
   const Guard guard;
@@ -110,7 +122,7 @@ const Omif_Design *fetch(ErrorScope &e, const Omif_Design *&made, const char *na
     }
   }
   if (!made) {
-    made = omif_DesignFromTable(shared.back().dictionary, name, table, embedded, e.cause());
+    made = define(shared.back().dictionary, name, table, sizeof(Record), embedded, e.cause());
     if (!made) return e.fail(2, "Design create failed");
     ++shared.back().designs;
   }
@@ -127,7 +139,7 @@ void orvik::oprj::withdrawDictionary(Omif_Dictionary *dictionary) {
 const Omif_Design *orvik::oprj::omifStringDesign(Oerr_Report **err) {
   ErrorScope e("Omif_String_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Omif_String", designs::kString);
+  return fetch<stored::String>(e, made, "Omif_String", designs::kString);
 }
 
 const Omif_Design *orvik::oprj::omifMIFObjectDesign(Oerr_Report **err) {
@@ -135,31 +147,33 @@ const Omif_Design *orvik::oprj::omifMIFObjectDesign(Oerr_Report **err) {
   const auto *string = omifStringDesign(e.cause());
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Omif_MIFObject", designs::kMIFObject, &string);
+  return fetch<stored::WrappedObject>(e, made, "Omif_MIFObject", designs::kMIFObject, &string);
 }
 
 const Omif_Design *orvik::oprj::elevationInfoDesign(Oerr_Report **err) {
   ErrorScope e("Oprj_ElevationInfo_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Oprj_ElevationInfo", designs::kElevationInfo);
+  return fetch<Oprj_ElevationInfo>(e, made, "Oprj_ElevationInfo", designs::kElevationInfo);
 }
 
 const Omif_Design *orvik::oprj::projectionObject830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_ProjectionObject830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Oprj_ProjectionObject830", designs::kProjectionObject830);
+  return fetch<stored::ProjectionObject830>(e, made, "Oprj_ProjectionObject830",
+                                            designs::kProjectionObject830);
 }
 
 const Omif_Design *orvik::oprj::earthModel830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_EarthModel830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Oprj_EarthModel830", designs::kEarthModel830);
+  return fetch<stored::EarthModel830>(e, made, "Oprj_EarthModel830", designs::kEarthModel830);
 }
 
 const Omif_Design *orvik::oprj::mapProjection830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_MapProjection830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Oprj_MapProjection830", designs::kMapProjection830);
+  return fetch<stored::MapProjection830>(e, made, "Oprj_MapProjection830",
+                                         designs::kMapProjection830);
 }
 
 const Omif_Design *orvik::oprj::mapProjection842Design(Oerr_Report **err) {
@@ -170,7 +184,8 @@ const Omif_Design *orvik::oprj::mapProjection842Design(Oerr_Report **err) {
   if (!object) return e.fail(4, "Error returned from Omif_MIFObject_Design");
   const Omif_Design *embedded[] = {object, string};
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Oprj_MapProjection842", designs::kMapProjection842, embedded);
+  return fetch<stored::MapProjection842>(e, made, "Oprj_MapProjection842",
+                                         designs::kMapProjection842, embedded);
 }
 
 const Omif_Design *orvik::oprj::peCoordsysDesign(Oerr_Report **err) {
@@ -178,13 +193,14 @@ const Omif_Design *orvik::oprj::peCoordsysDesign(Oerr_Report **err) {
   const auto *string = omifStringDesign(e.cause());
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "PE_COORDSYS", designs::kPECoordsys, &string);
+  return fetch<stored::PECoordsys>(e, made, "PE_COORDSYS", designs::kPECoordsys, &string);
 }
 
 const Omif_Design *orvik::oprj::coordinateSystemDesign(Oerr_Report **err) {
   ErrorScope e("Oprj_CoordinateSystem_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch(e, made, "Oprj_CoordinateSystem", designs::kCoordinateSystem);
+  return fetch<stored::CoordinateSystem>(e, made, "Oprj_CoordinateSystem",
+                                         designs::kCoordinateSystem);
 }
 
 Omif_Design *oprj_ElevationInfoDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {

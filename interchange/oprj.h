@@ -10,6 +10,7 @@
 #include "oint.h"
 #include "olex.h"
 #include "omif.h"
+#include "omif_object.h"
 #include "omsc.h"
 #include "ostr.h"
 #include "othr.h"

@@ -7,6 +7,7 @@
 #include <oprj/oint.h>
 #include <oprj/olex.h>
 #include <oprj/omif.h>
+#include <oprj/omif_object.h>
 #include <oprj/omsc.h>
 #include <oprj/ostr.h>
 #include <oprj/othr.h>

@@ -13,69 +13,25 @@
 #include <cstdarg>
 #include <cstdio>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 
+#include "toolkit/design.h"
 #include "toolkit/error_scope.h"
-#include "toolkit/heap.h"
+
+using namespace orvik::toolkit;
+using namespace orvik::toolkit::mif;
 
 namespace {
 
-using namespace orvik::toolkit;
-
-constexpr int kDeepest = 64;            // definitions inside of definitions
-constexpr int64_t kMostValues = 65536;  // an enumeration is stored as an unsigned 16-bit index
+constexpr int64_t kMostValues = 65536;     // an enumeration is stored as an unsigned 16-bit index
+constexpr size_t kLongestText = 16 << 20;  // a dictionary takes 30 times the memory of its text
 constexpr std::string_view kPlainKinds = "124cCsStlLfdmMb";
 
-struct Item {
-  HeapText name;
-  int32_t count = 1;
-  char pointer = 0;
-  char kind = 0;
-  int64_t offset = -1;                   // in a record; no part of what a design says
-  HeapText design;                       // kind 'o'
-  HeapVector<HeapText> values;           // kind 'e'
-  std::unique_ptr<Omif_Design> inPlace;  // kind 'x'
-  HeapVector<const char *> valueNames;   // `values` as Omif_ItemInfo shows them; see seal()
-
-  Item() = default;
-  Item(Item &&) = default;
-  Item(const Item &other);
-  bool operator==(const Item &other) const;
-};
+using DesignOwner = std::unique_ptr<Omif_Design>;
 
 }  // namespace
 
-struct Omif_Design : HeapRecord {
-  HeapText name;
-  HeapVector<Item> items;
-  const Omif_Dictionary *owner = nullptr;
-  int depth = 1;
-
-  Omif_Design() = default;
-  Omif_Design(const Omif_Design &other)
-      : HeapRecord(), name(other.name), items(other.items), depth(other.depth) {
-    seal();
-  }
-  Omif_Design &operator=(const Omif_Design &) = delete;
-
-  /// To be called when the items stand where they will stay: makes the lists that point into them.
-  void seal() {
-    for (Item &item : items) {
-      if (item.inPlace) depth = std::max(depth, item.inPlace->depth + 1);
-      if (item.kind != 'e') continue;
-      item.valueNames.clear();
-      for (const HeapText &value : item.values) item.valueNames.push_back(value.c_str());
-      item.valueNames.push_back(nullptr);
-    }
-  }
-  bool operator==(const Omif_Design &other) const {
-    return name == other.name && items == other.items;
-  }
-};
-
-namespace {
-
-using DesignOwner = std::unique_ptr<Omif_Design>;
+// ---- Designs
 
 Item::Item(const Item &other)
     : name(other.name),
@@ -94,35 +50,86 @@ bool Item::operator==(const Item &other) const {
   return !inPlace || *inPlace == *other.inPlace;
 }
 
+Omif_ItemInfo Item::info() const {
+  const char *itsDesign = inPlace ? inPlace->name.c_str() : kind == 'o' ? design.c_str() : nullptr;
+  return {.name = name.c_str(),
+          .kind = kind,
+          .pointer = pointer,
+          .count = count,
+          .design = itsDesign,
+          .valueNames = kind == 'e' ? valueNames.data() : nullptr,
+          .inPlace = inPlace.get(),
+          .offset = offset};
+}
+
+Omif_Design::Omif_Design(const Omif_Design &other)
+    : HeapRecord(),
+      name(other.name),
+      items(other.items),
+      depth(other.depth),
+      hostSize(other.hostSize) {
+  seal();
+}
+
+Omif_Design::~Omif_Design() { forgetPlan(); }
+
+void Omif_Design::seal() {
+  for (Item &item : items) {
+    if (item.inPlace) depth = std::max(depth, item.inPlace->depth + 1);
+    if (item.kind != 'e') continue;
+    item.valueNames.clear();
+    for (const HeapText &value : item.values) item.valueNames.push_back(value.c_str());
+    item.valueNames.push_back(nullptr);
+  }
+}
+
+namespace {
+
+/// A design whose names are being gone through.
+struct Open {
+  const Omif_Design *design;
+  HeapVector<const HeapText *> named;
+  size_t next = 0;
+};
+
+void collectNames(const Omif_Design &design, HeapVector<const HeapText *> &names) {
+  for (const Item &item : design.items) {
+    if (item.kind == 'o') names.push_back(&item.design);
+    if (item.inPlace) collectNames(*item.inPlace, names);
+  }
+}
+
 }  // namespace
 
-struct Omif_Dictionary : HeapRecord {
-  using Place = std::pair<const std::string_view, size_t>;
-
-  HeapVector<DesignOwner> designs;
-  std::unordered_map<std::string_view, size_t, std::hash<std::string_view>, std::equal_to<>,
-                     HeapAllocator<Place>>
-      places;
-
-  /// Where the design of that name stands; the number of designs when there is none.
-  size_t placeOf(std::string_view name) const {
-    const auto found = places.find(name);
-    return found == places.end() ? designs.size() : found->second;
+std::unique_ptr<Omif_Dictionary> orvik::toolkit::mif::companionsOf(const Omif_Design &design) {
+  const Omif_Dictionary *dictionary = design.names();
+  if (!dictionary) return nullptr;
+  auto made = std::make_unique<Omif_Dictionary>();
+  std::unordered_set<const Omif_Design *, std::hash<const Omif_Design *>, std::equal_to<>,
+                     HeapAllocator<const Omif_Design *>>
+      seen{&design};
+  // A list of its own instead of calls: chains of names may be as long as a dictionary.
+  HeapVector<Open> open;
+  const auto enter = [&](const Omif_Design *entered) {
+    open.push_back({entered, {}});
+    collectNames(*entered, open.back().named);
+  };
+  enter(&design);
+  while (!open.empty()) {
+    Open &current = open.back();
+    if (current.next < current.named.size()) {
+      const Omif_Design *named = dictionary->find(*current.named[current.next++]);
+      if (named && seen.insert(named).second) enter(named);
+      continue;
+    }
+    if (current.design != &design) {
+      auto copy = std::make_unique<Omif_Design>(*current.design);
+      made->adopt(copy);
+    }
+    open.pop_back();
   }
-  Omif_Design *find(std::string_view name) const {
-    const size_t place = placeOf(name);
-    return place < designs.size() ? designs[place].get() : nullptr;
-  }
-  /// Takes the design over; when memory runs out, the dictionary and `design` are as before.
-  Omif_Design *adopt(DesignOwner &design) {
-    if (designs.size() == designs.capacity())
-      designs.reserve(std::max<size_t>(8, 2 * designs.size()));
-    places.emplace(design->name, designs.size());
-    design->owner = this;
-    designs.push_back(std::move(design));
-    return designs.back().get();
-  }
-};
+  return made->designs.empty() ? nullptr : std::move(made);
+}
 
 namespace {
 
@@ -479,7 +486,11 @@ void omif_DesignFree(Omif_Design **design) {
 Omif_Design *omif_DesignCopy(const Omif_Design *design, Oerr_Report **err) {
   ErrorScope e("omif_DesignCopy", err);
   if (!design) return e.fail(1, "Invalid input design");
-  return guarded(e, 2, [&] { return std::make_unique<Omif_Design>(*design).release(); });
+  return guarded(e, 2, [&] {
+    auto copy = std::make_unique<Omif_Design>(*design);
+    copy->companions = companionsOf(*design);
+    return copy.release();
+  });
 }
 
 int32_t omif_DesignsEqual(const Omif_Design *first, const Omif_Design *second) {
@@ -553,18 +564,7 @@ int32_t omif_DesignItemCount(const Omif_Design *design) {
 
 int32_t omif_DesignItem(const Omif_Design *design, int32_t index, Omif_ItemInfo *info) {
   if (!info || index < 0 || index >= omif_DesignItemCount(design)) return 0;
-  const Item &item = design->items[static_cast<size_t>(index)];
-  const char *itsDesign = item.inPlace       ? item.inPlace->name.c_str()
-                          : item.kind == 'o' ? item.design.c_str()
-                                             : nullptr;
-  *info = {.name = item.name.c_str(),
-           .kind = item.kind,
-           .pointer = item.pointer,
-           .count = item.count,
-           .design = itsDesign,
-           .valueNames = item.kind == 'e' ? item.valueNames.data() : nullptr,
-           .inPlace = item.inPlace.get(),
-           .offset = item.offset};
+  *info = design->items[static_cast<size_t>(index)].info();
   return 1;
 }
 
@@ -590,6 +590,8 @@ char *omif_DictionaryEncodeToString(const Omif_Dictionary *dictionary, Oerr_Repo
 Omif_Dictionary *omif_DictionaryDecodeFromString(const char *text, Oerr_Report **err) {
   ErrorScope e("omif_DictionaryDecodeFromString", err);
   if (!text) return e.fail(1, "Invalid input dictionary text");
+  if (std::strlen(text) > kLongestText)
+    return e.fail(4, "Dictionary text longer than 16777216 bytes");
   return guarded(e, 3, [&]() -> Omif_Dictionary * {
     try {
       return Decoder(text).decode().release();

@@ -58,7 +58,8 @@ OPRJ_API Omif_Design *omif_DesignFromTable(Omif_Dictionary *dictionary, const ch
 /** Frees a design that no dictionary owns, and nulls the pointer. */
 OPRJ_API void omif_DesignFree(Omif_Design **design);
 
-/** A new deep copy that no dictionary owns. */
+/** A new deep copy that no dictionary owns. It carries copies of the designs that its pointers
+   name, until a dictionary adopts it. */
 OPRJ_API Omif_Design *omif_DesignCopy(const Omif_Design *design, Oerr_Report **err);
 
 /** 1 when names, items, kinds, counts and value names agree in order (embedded designs too). */
@@ -108,7 +109,7 @@ OPRJ_API int32_t omif_DesignItem(const Omif_Design *design, int32_t index, Omif_
 OPRJ_API char *omif_DictionaryEncodeToString(const Omif_Dictionary *dictionary, Oerr_Report **err);
 
 /** Reads the text form: a new dictionary, or null with a report that names the byte position. Every
-   kind of the format is accepted. */
+   kind of the format is accepted, in texts of at most 16 MiB. */
 OPRJ_API Omif_Dictionary *omif_DictionaryDecodeFromString(const char *text, Oerr_Report **err);
 
 OPRJ_END_C
