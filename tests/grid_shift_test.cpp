@@ -29,49 +29,6 @@ using File = Owner<Oprj_GridData, oprj_DatumGridFileClose>;
 using Chain = Owner<Oprj_GridInfo, oprj_GridHeaderFree>;
 using SpheroidPtr = Owner<Oprj_Spheroid, oprj_SpheroidFree>;
 
-// --- grid files of our own ---
-
-struct Node {
-  float west, north;  // arc-seconds
-};
-struct TestGrid {
-  std::string name;
-  float west, south, east, north;
-  int32_t columns, rows;
-  std::vector<Node> nodes;
-};
-
-/// A sub-grid whose node (column, row) is (base + column, 10 row) arc-seconds.
-TestGrid ramp(const std::string &name, float west, float south, float east, float north,
-              int32_t columns, int32_t rows, float base = 0) {
-  TestGrid grid{name, west, south, east, north, columns, rows, {}};
-  for (int32_t row = 0; row < rows; ++row) {
-    for (int32_t column = 0; column < columns; ++column)
-      grid.nodes.push_back({base + static_cast<float>(column), 10.f * static_cast<float>(row)});
-  }
-  return grid;
-}
-
-template <class T>
-void put(std::string &bytes, T value) {
-  bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
-}
-
-std::string multiGrid(const std::vector<TestGrid> &grids) {
-  std::string table, body;
-  auto position = static_cast<int32_t>(44 * grids.size() + 1);
-  for (const TestGrid &g : grids) {
-    table += (g.name + std::string(16, '\0')).substr(0, 16);
-    put(table, position);
-    for (const float bound : {g.west, g.south, g.east, g.north}) put(table, bound);
-    put(table, g.columns);
-    put(table, g.rows);
-    for (const Node &node : g.nodes) put(body, node);
-    position += static_cast<int32_t>(sizeof(Node) * g.nodes.size());
-  }
-  return table + body;
-}
-
 /// An opened file with its chain.
 struct Opened {
   File file;
@@ -497,7 +454,7 @@ TEST(GridShift, RoutesAndReports) {
   const TemporaryDirectory directory;
   // NAD27's file moves by 1" west, HARN's by 100"; a broken one, and one whose nodes are missing
   const auto constant = [](float west) {
-    return multiGrid({{"all", -180, -90, 180, 90, 2, 2, {4, Node{west, 0}}}});
+    return multiGrid({{"all", -180, -90, 180, 90, 2, 2, {4, TestNode{west, 0}}}});
   };
   const std::string one = directory.write("one", constant(1)),
                     hundred = directory.write("hundred", constant(100)),

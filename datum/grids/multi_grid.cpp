@@ -36,7 +36,10 @@ bool GridHeader::open(const Oprj_GridData *file, ErrorScope &e) {
 }
 
 GridRecord GridHeader::record(int64_t index) const {
-  const unsigned char *at = bytes_ + index * kGridRecordBytes;
+  return gridRecordAt(bytes_ + index * kGridRecordBytes);
+}
+
+GridRecord gridRecordAt(const unsigned char *at) {
   GridRecord record{};
   std::memcpy(record.name, at, kGridNameBytes);
   record.dataPosition = valueAt<int32_t>(at + 16);

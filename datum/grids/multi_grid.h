@@ -35,6 +35,9 @@ struct GridRecord {
   double latScale() const { return (rows - 1.0) / (north - south); }
 };
 
+/// A record as the file holds it.
+GridRecord gridRecordAt(const unsigned char *bytes);
+
 /// The table of a file.
 class GridHeader {
  public:
