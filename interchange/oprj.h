@@ -18,6 +18,7 @@
 #include "chain.h"
 #include "datum_shift.h"
 #include "designs.h"
+#include "engine.h"
 #include "elevation_info.h"
 #include "families.h"
 #include "geodetic.h"

@@ -13,7 +13,7 @@ import subprocess
 import sys
 import tempfile
 
-FLOORS = {"toolkit": 0, "lanes": 0, "records": 1, "tables": 2, "projections": 3, "datum": 3, "pipeline": 4,
+FLOORS = {"toolkit": 0, "lanes": 0, "engine": 1, "records": 1, "tables": 2, "projections": 3, "datum": 3, "pipeline": 4,
           "interchange": 5, "apps": 6, "examples": 6}
 
 
