@@ -7,6 +7,7 @@
 #include "odll.h"
 #include "oerr.h"
 #include "ofio.h"
+#include "ohfa.h"
 #include "oint.h"
 #include "olex.h"
 #include "omif.h"

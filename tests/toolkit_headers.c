@@ -4,6 +4,7 @@
 #include <oprj/odll.h>
 #include <oprj/oerr.h>
 #include <oprj/ofio.h>
+#include <oprj/ohfa.h>
 #include <oprj/oint.h>
 #include <oprj/olex.h>
 #include <oprj/omif.h>

@@ -24,6 +24,10 @@ int32_t encodeObject(const Codec &codec, const void *object, uint8_t *bytes, int
 /// Reads bytes that stand at the position `base`: a new record, or the items of `object` replaced.
 void *decodeObject(const Codec &codec, const uint8_t *bytes, int32_t size, uint32_t base,
                    void *object, Oerr_Report **err);
+/// Turns the offsets of an object that stands at the position `from` into those that it has at
+/// `to`. Refuses one whose end is not known, because a table is in it (5).
+int32_t moveObject(const Omif_Design *design, uint8_t *bytes, int32_t size, uint32_t from,
+                   uint32_t to, Oerr_Report **err);
 int32_t visitObject(const Omif_Design *design, const uint8_t *bytes, int32_t size, uint32_t base,
                     const Omif_Visitor *visitor, void *context, Oerr_Report **err);
 

@@ -106,6 +106,8 @@ class Reader {
     if (least > left_) damaged(step, "its count is beyond the end");
     return count;
   }
+  const uint8_t *start() const { return bytes_; }
+  const uint8_t *here() const { return bytes_ + at_; }
 
  private:
   const uint8_t *bytes_;
@@ -543,6 +545,32 @@ int32_t encode(const Binding &binding, const void *object, uint8_t *bytes, int32
   return static_cast<int32_t>(block.written());
 }
 
+// ---- To another place
+
+/// Adds to every offset.
+struct MoveSink {
+  const Plan *plan;
+  uint8_t *bytes;
+  uint32_t by;
+
+  void absent(size_t) const {}
+  void end() const {}
+  void table(size_t, int32_t, int32_t) const {}
+  /// The elements of an item begin at `first`, behind its offset if it has one.
+  void shift(size_t i, const uint8_t *start, const uint8_t *first) const {
+    if (!plan->steps[i].item->pointer) return;
+    uint8_t *offset = bytes + (first - start) - sizeof(uint32_t);
+    store(load<uint32_t>(offset) + by, offset);
+  }
+  MoveSink object(const Reader &in, size_t i, uint32_t index, uint32_t) const {
+    if (index == 0) shift(i, in.start(), in.here());
+    return {plan->steps[i].element, bytes, by};
+  }
+  void values(const Reader &in, size_t i, const uint8_t *first, uint32_t) const {
+    shift(i, in.start(), first);
+  }
+};
+
 // ---- For printing
 
 struct VisitSink {
@@ -641,6 +669,18 @@ void *decodeObject(const Codec &codec, const uint8_t *bytes, int32_t size, uint3
                    void *object, Oerr_Report **err) {
   ErrorScope e("omif_ConvertToHost", err);
   return attempt(e, [&] { return decode(codec.binding(), bytes, size, base, object); });
+}
+
+int32_t moveObject(const Omif_Design *design, uint8_t *bytes, int32_t size, uint32_t from,
+                   uint32_t to, Oerr_Report **err) {
+  ErrorScope e("moveObject", err);
+  return attempt(e, [&]() -> int32_t {
+    Reader in(bytes, size, from);
+    const Plan &plan = planOf(given(design));
+    if (!walk(plan, in, MoveSink{&plan, bytes, to - from}))
+      refuse(kDamaged, "What follows the table in the object is not known");
+    return 1;
+  });
 }
 
 int32_t visitObject(const Omif_Design *design, const uint8_t *bytes, int32_t size, uint32_t base,
