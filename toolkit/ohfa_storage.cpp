@@ -12,7 +12,7 @@ struct Hook {
   Ohfa_WriteHook call = nullptr;
   void *context = nullptr;
 };
-thread_local Hook hook;
+[[gnu::tls_model("initial-exec")]] constinit thread_local Hook hook;
 
 /// How many of `count` bytes the hook lets through.
 size_t allowed(uint64_t position, const uint8_t *bytes, size_t count) {
