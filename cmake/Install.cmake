@@ -26,6 +26,7 @@ file(GLOB reference_files ${CMAKE_SOURCE_DIR}/data/*.dat ${CMAKE_SOURCE_DIR}/dat
                           ${CMAKE_SOURCE_DIR}/data/coastline-*.txt ${CMAKE_SOURCE_DIR}/data/SOURCES.md)
 install(FILES ${reference_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/oPrj)
 install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/oPrj)
+install(TARGETS oPrjTiff LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET oprj)
   set_target_properties(oprj PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS oprj RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

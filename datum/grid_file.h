@@ -30,7 +30,7 @@ enum class GridFormat {
   LasLos,     ///< NADCON's pair of files
   GeoTiff     ///< geodetic TIFF grids
 };
-/** "multi-grid", "NTv2", "NTv1", "CTABLE V2", "GTX", "las/los", "GeoTIFF". */
+/** "multi-grid", "NTv2", "NTv1", "CTABLE V2", "GTX", "las/los", "GeoTIFF"; "unknown". */
 OPRJ_API const char *GetGridFormatName(GridFormat format);
 
 /** A sub-grid: degrees, east and north positive. Nodes are counted from the south-western one. */

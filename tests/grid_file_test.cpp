@@ -2,6 +2,7 @@
 // search of sub-grids, refusals, files of which every byte or length is wrong.
 #include <oprj/grid_file.h>
 #include <proj.h>
+#include <tiffio.h>
 
 #include <random>
 
@@ -131,7 +132,9 @@ TEST(GridFiles, GoThereAndBackInEveryFormat) {
   } const formats[] = {{GridFormat::NTv2, "NTv2", shifts, 0},
                        {GridFormat::CTable2, "CTABLE V2", shifts, 1e-6f},
                        {GridFormat::LasLos, "las/los", shifts, 0},
-                       {GridFormat::GTX, "GTX", metres, 0}};
+                       {GridFormat::GTX, "GTX", metres, 0},
+                       {GridFormat::GeoTiff, "GeoTIFF", shifts, 0},
+                       {GridFormat::GeoTiff, "GeoTIFF", metres, 0}};
   for (const auto &f : formats) {
     SCOPED_TRACE(f.name);
     EXPECT_STREQ(GetGridFormatName(f.format), f.name);
@@ -144,6 +147,7 @@ TEST(GridFiles, GoThereAndBackInEveryFormat) {
   }
   // sub-grids with names, parents and accuracies
   const auto nested = opened(kProjData + "nzgd2kgrid0005.gsb");
+  expectSame(*nested, *rewritten(nested, directory.path() + "/nested", GridFormat::GeoTiff), 0);
   const auto again = rewritten(nested, directory.path() + "/again", GridFormat::NTv2);
   expectSame(*nested, *again, 0);
   // as a table, and as a tree made of the table again
@@ -213,7 +217,7 @@ TEST(GridFiles, AgreeWithProj) {
   const TemporaryDirectory directory;
   // PROJ takes the cells of CTABLE V2 files for squares
   const GridFile::Ptr shifts = opened(directory.write("shifts", rough(33, 9, 0.25f)));
-  for (const GridFormat format : {GridFormat::NTv2, GridFormat::CTable2}) {
+  for (const GridFormat format : {GridFormat::NTv2, GridFormat::CTable2, GridFormat::GeoTiff}) {
     const std::string path = directory.path() + "/" + std::to_string(static_cast<int>(format));
     rewritten(shifts, path, format);  // PROJ keeps what it has read of a path
     expectProjAgrees(path, kDegrees);
@@ -308,6 +312,145 @@ TEST(GridFiles, MultiGridsAreCutAtTheAntimeridian) {
   oprj_DatumGridFileClose(&data);
 }
 
+// --- TIFF files of others ---
+
+struct Tiff {
+  bool tiled = false, separate = false, pixelIsArea = false, fromSouth = false, bigEndian = false;
+  uint16_t format = SAMPLEFORMAT_IEEEFP, bits = 32, modelType = 2;
+  double scale = 1;
+  std::string type = "HORIZONTAL_OFFSET", unit = "arc-second", positive = "east",
+              latitude = "latitude_offset";
+  bool placed = true;
+};
+
+/// Node (column, row) is (column, 10 row) arc-seconds east and north, or metres, when whole numbers
+/// have been scaled; that in the north-east has no value. West of it 20 degrees, south 40, step 1.
+std::string tiff(const std::string &path, const Tiff &t) {
+  constexpr TIFFFieldInfo kFields[] = {
+      {33550, -1, -1, TIFF_DOUBLE, FIELD_CUSTOM, 1, 1, const_cast<char *>("scale")},
+      {33922, -1, -1, TIFF_DOUBLE, FIELD_CUSTOM, 1, 1, const_cast<char *>("tie")},
+      {34264, -1, -1, TIFF_DOUBLE, FIELD_CUSTOM, 1, 1, const_cast<char *>("matrix")},
+      {34735, -1, -1, TIFF_SHORT, FIELD_CUSTOM, 1, 1, const_cast<char *>("keys")},
+      {42112, -1, -1, TIFF_ASCII, FIELD_CUSTOM, 1, 0, const_cast<char *>("metadata")},
+      {42113, -1, -1, TIFF_ASCII, FIELD_CUSTOM, 1, 0, const_cast<char *>("none")}};
+  constexpr int kColumns = 18, kRows = 17, kNone = 99, kTile = 16;
+  TIFF *file = TIFFOpen(path.c_str(), t.bigEndian ? "wb" : "wl");
+  TIFFMergeFieldInfo(file, kFields, std::size(kFields));
+  TIFFSetField(file, TIFFTAG_IMAGEWIDTH, kColumns);
+  TIFFSetField(file, TIFFTAG_IMAGELENGTH, kRows);
+  TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, 2);
+  TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, t.bits);
+  TIFFSetField(file, TIFFTAG_SAMPLEFORMAT, t.format);
+  TIFFSetField(file, TIFFTAG_PLANARCONFIG,
+               t.separate ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+  TIFFSetField(file, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+  if (t.tiled) {
+    TIFFSetField(file, TIFFTAG_TILEWIDTH, kTile);
+    TIFFSetField(file, TIFFTAG_TILELENGTH, kTile);
+  } else {
+    TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, 5);
+  }
+  const double half = t.pixelIsArea ? 0.5 : 0;
+  const double scales[] = {1, 1, 0}, tie[] = {0, 0, 0, 20 - half, 40 + kRows - 1 + half, 0};
+  const double matrix[16] = {1, 0, 0, 20 - half, 0, 1, 0, 40 - half, 0, 0, 0, 0, 0, 0, 0, 1};
+  if (t.placed && t.fromSouth) TIFFSetField(file, 34264, 16, matrix);
+  if (t.placed && !t.fromSouth) TIFFSetField(file, 33550, 3, scales);
+  if (t.placed && !t.fromSouth) TIFFSetField(file, 33922, 6, tie);
+  const uint16_t keys[] = {1,    1, 0, 2,
+                           1024, 0, 1, t.modelType,
+                           1025, 0, 1, static_cast<uint16_t>(t.pixelIsArea ? 1 : 2)};
+  TIFFSetField(file, 34735, 12, keys);
+  std::string metadata = "<GDALMetadata><Item name=\"TYPE\">" + t.type + "</Item>";
+  const auto item = [&](const char *name, int sample, const std::string &value) {
+    metadata += std::string("<Item name=\"") + name + "\" sample=\"" + std::to_string(sample) +
+                "\">" + value + "</Item>";
+  };
+  item("DESCRIPTION", 0, "longitude_offset");  // not in the usual order
+  item("DESCRIPTION", 1, t.latitude);
+  item("positive_value", 0, t.positive);
+  for (const int sample : {0, 1}) {
+    item("UNITTYPE", sample, t.unit);
+    item("SCALE", sample, std::to_string(t.scale));
+  }
+  TIFFSetField(file, 42112, (metadata + "</GDALMetadata>").c_str());
+  TIFFSetField(file, 42113, "99");
+  const auto valueAt = [&](uint32_t x, uint32_t y, int sample) -> double {
+    const uint32_t row = t.fromSouth ? y : kRows - 1 - y;
+    if (x == kColumns - 1 && row == kRows - 1) return kNone;
+    return sample == 0 ? (t.positive == "west" ? -1.0 : 1.0) * x : 10.0 * row / t.scale;
+  };
+  const uint32_t blockWidth = t.tiled ? kTile : kColumns, blockHeight = t.tiled ? kTile : 5;
+  for (int plane = 0; plane < (t.separate ? 2 : 1); ++plane) {
+    for (uint32_t top = 0; top < kRows; top += blockHeight) {
+      for (uint32_t left = 0; left < kColumns; left += blockWidth) {
+        std::string block;
+        for (uint32_t y = top; y < top + blockHeight; ++y) {
+          for (uint32_t x = left; x < left + blockWidth; ++x) {
+            for (int s = plane; s < (t.separate ? plane + 1 : 2); ++s) {
+              if (t.format == SAMPLEFORMAT_INT) put(block, static_cast<int16_t>(valueAt(x, y, s)));
+              else if (t.bits == 64) put(block, valueAt(x, y, s));
+              else put(block, static_cast<float>(valueAt(x, y, s)));
+            }
+          }
+        }
+        const auto size = static_cast<tmsize_t>(block.size());
+        const auto sample = static_cast<uint16_t>(plane);
+        if (t.tiled) TIFFWriteTile(file, block.data(), left, top, 0, sample);
+        else TIFFWriteEncodedStrip(file, TIFFComputeStrip(file, top, sample), block.data(), size);
+      }
+    }
+  }
+  TIFFClose(file);
+  return path;
+}
+
+TEST(GeoTiffs, AreReadAsOthersWriteThem) {
+  const TemporaryDirectory directory;
+  const Tiff variants[] = {{},
+                           {.tiled = true},
+                           {.tiled = true, .separate = true, .bigEndian = true},
+                           {.separate = true, .pixelIsArea = true},
+                           {.pixelIsArea = true, .fromSouth = true},
+                           {.fromSouth = true, .positive = "west"},
+                           {.bigEndian = true, .format = SAMPLEFORMAT_INT, .bits = 16},
+                           {.tiled = true, .bits = 64, .scale = 0.5}};
+  for (const Tiff &variant : variants) {
+    SCOPED_TRACE(&variant - variants);
+    const auto file = opened(tiff(directory.path() + "/other.tif", variant));
+    const SubGrid &g = file->GetSubGrids()[0];
+    EXPECT_EQ((std::vector{g.west, g.south, g.east, g.north, g.lonStep, g.latStep}),
+              (std::vector{20., 40., 37., 56., 1., 1.}));
+    for (int32_t row = 0; row < g.rows; ++row) {
+      for (int32_t column = 0; column < g.columns; ++column) {
+        float node[4];
+        ASSERT_TRUE(file->GetNode(0, column, row, node));
+        if (column == 17 && row == 16) EXPECT_TRUE(std::isnan(node[0]) && std::isnan(node[1]));
+        else
+          EXPECT_TRUE(node[0] == static_cast<float>(column * variant.scale) &&
+                      node[1] == 10.f * static_cast<float>(row))
+              << column << " " << row;
+      }
+    }
+  }
+  struct {
+    Tiff tiff;
+    const char *reason;
+  } const refused[] = {{{.modelType = 1}, "Its places are not longitudes and latitudes (5)"},
+                       {{.type = "VELOCITY"}, "Its type is \"VELOCITY\" (5)"},
+                       {{.unit = "furlong"}, "The unit of a sample is \"furlong\" (5)"},
+                       {{.positive = "up"}, "Its longitudes are positive towards \"up\" (5)"},
+                       {{.latitude = "colour"},
+                        "Its samples are neither shifts in longitude and latitude nor heights (5)"},
+                       {{.placed = false}, "It does not say where the grid lies (3)"}};
+  for (const auto &r : refused) {
+    const std::string path = tiff(directory.path() + "/other.tif", r.tiff);
+    Slot slot;
+    expectRefusal(
+        GridFile::Open(path.c_str(), slot), slot,
+        "GridFile::Open: " + path + ": cannot be read as GeoTIFF (4) < GeoTIFF: " + r.reason);
+  }
+}
+
 // --- refusals ---
 
 TEST(GridFiles, TellWhyTheyCannotBeRead) {
@@ -382,7 +525,7 @@ TEST(GridFiles, TellWhyTheyCannotBeWritten) {
   } const cases[] = {
       {nested, GridFormat::CTable2, "It has 5 sub-grids, and the format one (4)"},
       {nested, GridFormat::GTX, "It holds shifts, and the format metres (5)"},
-      {nested, GridFormat::NTv1, "NTv1 files are read, not written (5)"},
+      {nested, GridFormat::NTv1, "NTv1 files are not written (5)"},
       {metres, GridFormat::NTv2,
        "It holds metres, and the format shifts in longitude and latitude (5)"},
       {partly, GridFormat::NTv2,

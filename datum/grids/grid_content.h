@@ -103,12 +103,15 @@ struct GridContent {
   double axes[4] = {};
   /// What the numbers are in.
   SharedImage image, pairImage;
-  toolkit::HeapVector<toolkit::HeapVector<float>> decoded;
+  std::vector<std::vector<float>> decoded;
 
   /// Adds a sub-grid: `grid` with name, parent, bounds, steps, columns and rows. Reports what is
   /// wrong with them. That the nodes are in the file is for the reader to check before.
   bool add(Grid grid, const NodeNumbers &numbers, ErrorScope &e);
-  /// Resolves parents and makes ready to search; reports cycles. Behind the last add().
+  /// Finds the parents by their names (the first sub-grid of a name), `none` where there is none;
+  /// reports those that are not there.
+  bool setParents(const std::vector<std::string> &names, const char *none, ErrorScope &e);
+  /// Makes ready to search; reports cycles. Behind the last add().
   bool finish(ErrorScope &e);
 
   /// The first sub-grid below a parent (-1: of the top), and the next one beside; -1: none.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <string_view>
 
 #include "datum/grids/grid_content.h"
@@ -15,12 +16,15 @@ using OrvikDatum::GridFile;
 namespace {
 
 /// Those with a mark of their own first, then by how much of their header can be checked.
-constexpr const GridFormatRow *kFormats[] = {&ntv2Format,   &ntv1Format, &ctable2Format,
-                                             &lasLosFormat, &gtxFormat,  &multiGridFormat};
+constexpr const GridFormatRow *kFormats[] = {&ntv2Format,     &ntv1Format,   &ctable2Format,
+                                             &geoTiffFormat,  &lasLosFormat, &gtxFormat,
+                                             &multiGridFormat};
 
-const GridFormatRow &rowOf(GridFormat format) {
-  return **std::find_if(std::begin(kFormats), std::end(kFormats),
-                        [=](const GridFormatRow *row) { return row->format == format; });
+/// Null: no format of ours.
+const GridFormatRow *rowOf(GridFormat format) {
+  for (const GridFormatRow *row : kFormats)
+    if (row->format == format) return row;
+  return nullptr;
 }
 
 /// A grid whose columns are this near to a whole turn is closed.
@@ -72,6 +76,22 @@ bool GridContent::add(Grid grid, const NodeNumbers &numbers, ErrorScope &e) {
                   std::fabs(grid.columns * grid.lonStep - 360) <= kClosedTolerance;
   subGrids.push_back(std::move(grid));
   nodes.push_back(numbers);
+  return true;
+}
+
+bool GridContent::setParents(const std::vector<std::string> &names, const char *none,
+                             ErrorScope &e) {
+  std::map<std::string_view, int32_t> indices;
+  for (size_t i = 0; i < subGrids.size(); ++i)
+    indices.emplace(subGrids[i].name, static_cast<int32_t>(i));
+  for (size_t i = 0; i < names.size(); ++i) {
+    if (names[i] == none) continue;
+    const auto parent = indices.find(names[i]);
+    if (parent == indices.end())
+      return e.fail(kGridTree, "Sub-grid \"%s\" has the parent \"%s\", which is not there",
+                    subGrids[i].name.c_str(), names[i].c_str());
+    subGrids[i].parent = parent->second;
+  }
   return true;
 }
 
@@ -185,7 +205,10 @@ namespace OrvikDatum {
 
 using namespace orvik::oprj;
 
-const char *GetGridFormatName(GridFormat format) { return rowOf(format).name; }
+const char *GetGridFormatName(GridFormat format) {
+  const GridFormatRow *row = rowOf(format);
+  return row ? row->name : "unknown";
+}
 
 GridFile::~GridFile() { delete content_; }
 
@@ -209,22 +232,23 @@ bool GridFile::Write(const char *path, GridFormat format, Oerr_Report **err) con
   ErrorScope e("GridFile::Write", err);
   if (!path || !*path) return e.fail(1, "Invalid input file name");
   return guarded(e, 4, [&] {
-    const GridFormatRow &row = rowOf(format);
+    const GridFormatRow *row = rowOf(format);
+    const char *name = GetGridFormatName(format);
     GridOutput output(path);
     bool told = false;
     {
-      ErrorScope writer(row.name, e.cause());
-      if (!row.write) writer.fail(kGridMeaning, "%s files are read, not written", row.name);
-      else told = row.write(*content_, output, writer);
+      ErrorScope writer(name, e.cause());
+      if (row && row->write) told = row->write(*content_, output, writer);
+      else writer.fail(kGridMeaning, "%s files are not written", name);
       if (output.failed()) {
         writer.fail(kGridCut, "%s", output.reason().c_str());
         told = false;
       }
     }
     if (output.failed()) return bool(e.fail(3, "%s: cannot be written", path));
-    if (!told) return bool(e.fail(2, "%s cannot hold this grid", row.name));
+    if (!told) return bool(e.fail(2, "%s cannot hold this grid", name));
     if (output.finish()) return true;
-    ErrorScope(row.name, e.cause()).fail(kGridCut, "%s", output.reason().c_str());
+    ErrorScope(name, e.cause()).fail(kGridCut, "%s", output.reason().c_str());
     return bool(e.fail(3, "%s: cannot be written", path));
   });
 }

@@ -12,7 +12,6 @@
 // Values are an int32 and 4 bytes of padding, a float64, or 8 characters; either byte order.
 // Longitudes and their shifts are positive WEST. Rows run from the south, each from the EAST.
 #include <cmath>
-#include <map>
 
 #include "datum/grids/grid_content.h"
 #include "datum/grids/grid_output.h"
@@ -51,7 +50,6 @@ bool read(Fields file, const char *, GridContent &content, ErrorScope &e) {
   content.systemTo = file.text(value(0, 6), kText);
   for (int i = 0; i < 4; ++i) content.axes[i] = file.get<double>(value(0, 7 + i));
 
-  std::map<std::string, int32_t> indices;
   std::vector<std::string> parents;
   int64_t at = kHeader;
   for (int32_t i = 0; i < count; ++i) {
@@ -86,19 +84,10 @@ bool read(Fields file, const char *, GridContent &content, ErrorScope &e) {
     numbers.factor[0] = -unit;
     numbers.factor[1] = unit;
     parents.push_back(file.text(value(at, 1), kText));
-    indices.emplace(name, i);  // the first of a name
     if (!content.add(std::move(grid), numbers, e)) return false;
     at += kHeader + nodes * kNode;
   }
-  for (size_t i = 0; i < parents.size(); ++i) {
-    if (parents[i] == kNoParent) continue;
-    const auto parent = indices.find(parents[i]);
-    if (parent == indices.end())
-      return e.fail(kGridTree, "Sub-grid \"%s\" has the parent \"%s\", which is not there",
-                    content.subGrids[i].name.c_str(), parents[i].c_str());
-    content.subGrids[i].parent = parent->second;
-  }
-  return true;
+  return content.setParents(parents, kNoParent, e);
 }
 
 /// Records of a header.

@@ -1,0 +1,7 @@
+// GeoTIFF, with libtiff behind it.
+#include "fuzz/grid_format.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
+  orvik::oprj::fuzzGridFormat(orvik::oprj::geoTiffFormat, bytes, size);
+  return 0;
+}

@@ -1,0 +1,7 @@
+// NTv1.
+#include "fuzz/grid_format.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
+  orvik::oprj::fuzzGridFormat(orvik::oprj::ntv1Format, bytes, size);
+  return 0;
+}
