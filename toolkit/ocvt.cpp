@@ -11,6 +11,7 @@
 
 #include "toolkit/error_scope.h"
 #include "toolkit/nearest.h"
+#include "toolkit/written_unit.h"
 
 namespace {
 
@@ -110,13 +111,39 @@ constexpr Ocvt_Unit kUnits[] = {
     length("sears_links", kAliases<"sears_link", "link_sears", "british link (sears 1922)">,
            7920000, 39370147, kSears),
     length("sears_feet_truncated",
-           kAliases<"sears_foot_truncated", "foot_sears_truncated",
+           kAliases<"sears_foot_truncated", "foot_sears_truncated", "foot_sears_1922_truncated",
                     "british foot (sears 1922 truncated)">,
            457199, 1500000, kSearsTruncated),
     length("sears_chains_truncated",
-           kAliases<"sears_chain_truncated", "chain_sears_truncated",
+           kAliases<"sears_chain_truncated", "chain_sears_truncated", "chain_sears_1922_truncated",
                     "british chain (sears 1922 truncated)">,
            5029189, 250000, kSearsTruncated),
+    length("sears_yards_truncated",
+           kAliases<"sears_yard_truncated", "yard_sears_1922_truncated",
+                    "british yard (sears 1922 truncated)">,
+           457199, 500000, kSearsTruncated),
+    length("sears_links_truncated",
+           kAliases<"sears_link_truncated", "link_sears_1922_truncated",
+                    "british link (sears 1922 truncated)">,
+           5029189, 25000000, kSearsTruncated),
+    length("benoit_yards_a",
+           kAliases<"benoit_yard_a", "yard_benoit_1895_a", "british yard (benoit 1895 a)">, 1142999,
+           1250000, kBenoitA),
+    length("benoit_chains_a",
+           kAliases<"benoit_chain_a", "chain_benoit_1895_a", "british chain (benoit 1895 a)">,
+           12572989, 625000, kBenoitA),
+    length("benoit_links_a",
+           kAliases<"benoit_link_a", "link_benoit_1895_a", "british link (benoit 1895 a)">,
+           12572989, 62500000, kBenoitA),
+    length("benoit_yards",
+           kAliases<"benoit_yard", "yard_benoit_1895_b", "british yard (benoit 1895 b)">, 36000000,
+           39370113, kBenoitB),
+    length("benoit_chains",
+           kAliases<"benoit_chain", "chain_benoit_1895_b", "british chain (benoit 1895 b)">,
+           792000000, 39370113, kBenoitB),
+    length("benoit_links",
+           kAliases<"benoit_link", "link_benoit_1895_b", "british link (benoit 1895 b)">, 7920000,
+           39370113, kBenoitB),
     length("benoit_feet_a",
            kAliases<"benoit_foot_a", "foot_benoit_1895_a", "british foot (benoit 1895 a)">, 1142999,
            3750000, kBenoitA),
@@ -141,6 +168,15 @@ constexpr Ocvt_Unit kUnits[] = {
            kAliases<"indian_foot_1975", "foot_indian_1975", "indian foot (1975)">, 609599, 2000000,
            "Indian foot of 1975: 0.3047995 m (EPSG 9083)"),
     length("indian_yards", kAliases<"indian_yard", "yard_indian">, 36000000, 39370142, kIndian),
+    length("indian_yards_1937",
+           kAliases<"indian_yard_1937", "yard_indian_1937", "indian yard (1937)", "ind_yd">,
+           91439523, 1e8, "Indian yard of 1937: 0.91439523 m (EPSG 9085)"),
+    length("indian_yards_1962",
+           kAliases<"indian_yard_1962", "yard_indian_1962", "indian yard (1962)">, 2285997, 2500000,
+           "Indian yard of 1962: 0.9143988 m (EPSG 9086)"),
+    length("indian_yards_1975",
+           kAliases<"indian_yard_1975", "yard_indian_1975", "indian yard (1975)">, 1828797, 2000000,
+           "Indian yard of 1975: 0.9143985 m (EPSG 9087)"),
     length("gold_coast_feet", kAliases<"gold_coast_foot", "foot_gold_coast">, 6378300, 20926201,
            "Ghana: axis of the War Office spheroid in both units (EPSG 9094)"),
     length("german_legal_meters",
@@ -332,6 +368,7 @@ const Ocvt_Unit *ocvt_UnitSetByName(const char *name, Oerr_Report **err) {
   if (!name) return e.fail(1, "Invalid input unit name");
   if (const Ocvt_Unit *unit = findUnit(name)) return unit;
   return guarded(e, 3, [&]() -> const Ocvt_Unit * {
+    if (const Ocvt_Unit *unit = writtenUnit(name)) return unit;
     std::vector<std::string_view> names, aliases;
     for (const Ocvt_Unit &unit : kUnits) {
       names.emplace_back(unit.name);

@@ -9,7 +9,7 @@ OPRJ_BEGIN_C
 
 enum { OCVT_KIND_DISTANCE = 0, OCVT_KIND_ANGLE = 1, OCVT_KIND_NONE = 2 };
 
-/** A unit: borrowed from the built-in table for the life of the process. `factor` is metres or
+/** A unit: borrowed for the life of the process. `factor` is metres or
    radians per unit (0 for the units without a factor: "other", "unknown", "pixels", "dms").
    `numerator` and `denominator` give the factor as an exact quotient where the definition has one
    (metres for distances, half turns of pi radians for angles), else both are 0. */
@@ -23,8 +23,10 @@ typedef struct {
   const char *source; /**< where the factor comes from */
 } Ocvt_Unit;
 
-/** The unit of that name or alias, ASCII letters in any case, "_", "-" and blank alike. Null with a
-   report for an unknown name, the nearest names suggested; a null name is refused. */
+/** The unit of that name or alias, ASCII letters in any case, "_", "-" and blank alike; also a unit
+   that a text UNIT["50_Kilometers",50000.0] defines (metres; radians for ANGUNIT), which then lasts
+   as long as the process. Null with a report for an unknown name, the nearest names suggested; a
+   null name is refused. */
 OPRJ_API const Ocvt_Unit *ocvt_UnitSetByName(const char *name, Oerr_Report **err);
 
 /** Unit number `index` of the table, null when out of range: for listings. */
