@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Writes the reference files of the library from the tables beside this script.
 
-    generate.py [DIRECTORY]     default: the directory above this one
+    generate.py [DIRECTORY]     default: the directory above this one, and the places of PLACES
 
 The same input gives the same bytes.  tests/reference_data.py reads the result with a reader of its own.
 """
 
 import csv
 import json
+import re
 import sys
 from pathlib import Path
 
@@ -297,6 +298,150 @@ def names_text():
     return "".join(lines)
 
 
+# --- names of the Projection Engine -----------------------------------------------------------
+
+# A parameter of a projection: its name as it is written, then what it stands for.
+BINDING = re.compile(r"(?P<name>\w+) (?P<slot>\d+)?(?P<form>[-!?=]?)(?P<value>\d+)?$")
+FORMS = {"": "kSlot", "!": "kNeeded", "=": "kFixed", "?": "kAccepted", "-": "kAbsent"}
+RULES = {"": "kNone", "sphere": "kSphere", "north": "kNorth", "south": "kSouth", "pole": "kPole",
+         "true scale": "kTrueScale", "two parallels": "kTwoParallels", "turned": "kTurned",
+         "origin": "kOrigin", "azimuth": "kAzimuth", "two points": "kTwoPoints"}
+
+
+def folded(name):
+    return name.lower().removeprefix("d_")
+
+
+def parameter_numbers():
+    return {name: number for number, row in enumerate(rows("engine-parameters.csv"))
+            for name in (row["name"], *filter(None, row["aliases"].split(";")))}
+
+
+def bindings_of(row):
+    """(name, form, slot or -1, value) of each parameter; the offsets go before unless they are named."""
+    found = []
+    for part in row["parameters"].split("; "):
+        match = BINDING.match(part)
+        if not match:
+            raise ValueError(f"{row['name']}: {part!r} is no parameter")
+        found.append((match["name"], FORMS[match["form"]], int(match["slot"] or -1), float(match["value"] or 0)))
+    names = [name for name, *_ in found]
+    offsets = [(name, "kSlot", slot, 0.0) for name, slot in (("False_Easting", 6), ("False_Northing", 7))
+               if name not in names]
+    return offsets + found
+
+
+def array(kind, name, lines):
+    return f"constexpr {kind} {name}[] = {{\n" + "".join(f"    {line},\n" for line in lines) + "};\n"
+
+
+def engine_tables():
+    numbers = parameter_numbers()
+    parameters = [f'{{"{row["name"]}", Quantity::k{row["kind"].capitalize()}, {row["default"]}}}'
+                  for row in rows("engine-parameters.csv")]
+    names = [f'{{"{name}", {numbers[name]}}}' for name in sorted(numbers, key=folded)]
+    bindings, projections, readable = [], [], []
+    for index, row in enumerate(rows("engine-projections.csv")):
+        own = bindings_of(row)
+        uses = ", ".join("true" if use in row["use"] else "false" for use in "rw")
+        projections.append(f'{{"{row["name"]}", {row["number"]}, {uses}, Rule::{RULES[row["rule"]]}, '
+                           f'{len(bindings)}, {len(own)}}}')
+        bindings += [f'{{"{name}", {numbers[name]}, Form::{form}, {slot}, {value:g}}}'
+                     for name, form, slot, value in own]
+        if "r" in row["use"]:
+            readable += [(name, index) for name in (row["name"], *filter(None, row["aliases"].split(";")))]
+    readable.sort(key=lambda pair: (folded(pair[0]), pair[1]))
+    datums = rows("engine-datums.csv")
+    datums.sort(key=lambda row: folded(row["engine"]))
+    written = sorted((name, index) for index, row in enumerate(datums)
+                     for name in filter(None, row["writes"].split(";")))
+    spheroids = sorted(rows("engine-spheroids.csv"), key=lambda row: folded(row["engine"]))
+    axes = sorted((name, index) for index, row in enumerate(spheroids) for name in row["spheroids"].split(";"))
+    pair = '{{"{}", {}}}'.format
+    return "".join((
+        "// Written by data/generate/generate.py from the tables engine-*.csv beside it.\n",
+        array("ParameterRow", "kParameters", parameters),
+        array("NamedRow", "kParameterNames", names),
+        array("Binding", "kBindings", bindings),
+        array("ProjectionRow", "kProjections", projections),
+        array("NamedRow", "kProjectionNames", [pair(*entry) for entry in readable]),
+        array("DatumRow", "kDatums", [f'{{"{row["engine"]}", "{row["reads"]}"}}' for row in datums]),
+        array("NamedRow", "kDatumsWritten", [pair(*entry) for entry in written]),
+        array("SpheroidRow", "kSpheroids", [
+            f'{{"{row["engine"]}", {row["a"]}, {row["rf"]}, "{row["spheroids"].split(";")[0]}"}}'
+            for row in spheroids]),
+        array("NamedRow", "kSpheroidsWritten", [pair(*entry) for entry in axes]),
+    ))
+
+
+ENGINE_PAGE = """# Names of the Projection Engine
+
+How coordinate systems are translated between records and texts of the Projection Engine
+([engine-strings.md](engine-strings.md)). This page is written by `data/generate/generate.py` from the tables
+`engine-*.csv` beside it, as are the tables that the library compiles in.
+
+## Projections
+
+Names and parameters are taken in any case; `Longitude_Of_Center` and `Longitude_Of_Origin` are
+`Central_Meridian`, `Latitude_Of_Center` is `Latitude_Of_Origin`. A parameter that is left out is 1 for scales and
+0 for others; one that a projection does not read must have that value. Every row reads and writes
+`False_Easting` and `False_Northing` (slots 6 and 7 of the record) unless it says otherwise. Behind a name stands
+its slot, or the value that it must have; "at most" is a value that may be given, "needed" and "never" what must and must not be given.
+One name is one number: rows that only write belong to numbers whose texts are read as another's.
+
+{projections}
+Transverse Mercator is read as UTM (1) where zone, scale factor and offsets are those of a zone, and Transverse
+Mercator, Lambert, Polyconic and Oblique Mercator as State Plane (2) where datum, axes and all parameters are
+those of a zone; both are written with the projection that they stand on. 21 to 23, 25, 26, 29 and 33
+have no counterpart.
+
+## Datums
+
+What a name in a text is read as: the datum of the tables that has just this name, else its mean, else its only
+variant. Where there are several (no entry) the text's name is kept and the system is not shifted. Every variant of
+a name in the last column is written as that row's.
+
+{datums}
+## Spheroids
+
+Read by name where both axes agree within a millimetre, else by axes.
+
+{spheroids}"""
+
+RULE_WORDS = {"": "", "sphere": "on spheres only", "north": "parallel not below 0", "south": "parallel below 0",
+              "pole": "latitude a pole", "true scale": "latitude of true scale", "two parallels": "slot 8 is 1",
+              "turned": "scale factor negated", "origin": "offsets moved to the centre",
+              "azimuth": "slot 12 not 0", "two points": "slot 12 is 0"}
+
+
+def binding_words(name, form, slot, value):
+    words = {"kSlot": f"{slot}", "kNeeded": f"{slot}, needed", "kAbsent": "never", "kAccepted": f"at most {value:g}",
+             "kFixed": f"{slot} = {value:g}" if slot >= 0 else f"= {value:g}"}[form]
+    return f"{name} ({words})"
+
+
+def markdown(header, lines):
+    table = ["| " + " | ".join(cells) + " |" for cells in (header, ["---"] * len(header), *lines)]
+    return "\n".join(table) + "\n"
+
+
+def engine_page():
+    uses = {"rw": "both", "r": "read", "w": "written"}
+    projections = []
+    for row in rows("engine-projections.csv"):
+        implied = ("False_Easting", "kSlot", 6, 0.0), ("False_Northing", "kSlot", 7, 0.0)
+        own = ", ".join(binding_words(*each) for each in bindings_of(row) if each not in implied)
+        names = ", ".join(f"`{name}`" for name in (row["name"], *filter(None, row["aliases"].split(";"))))
+        projections.append((row["number"], names, uses[row["use"]], own, RULE_WORDS[row["rule"]]))
+    return ENGINE_PAGE.format(
+        projections=markdown(("No.", "Name", "Use", "Parameters (slot)", "Where"), projections),
+        datums=markdown(("Engine", "Read as", "Written for"), [
+            (f"`{row['engine']}`", row["reads"], row["writes"].replace(";", "; ")) for row in rows("engine-datums.csv")]),
+        spheroids=markdown(("Engine", "a (m)", "1/f", "Ours"), [
+            (f"`{row['engine']}`", digits(row["a"]), digits(row["rf"]), row["spheroids"].replace(";", "; "))
+            for row in rows("engine-spheroids.csv")]))
+
+
 FILES = {
     "mapprojections.dat": dictionary_text,
     "spheroid.tab": spheroid_text,
@@ -305,13 +450,17 @@ FILES = {
     "names.tab": names_text,
     "coastline-110m.txt": lambda: coast_text(110, 2),
     "coastline-50m.txt": lambda: coast_text(50, 3),
+    "translation_tables.inc": engine_tables,
+    "engine-names.md": engine_page,
 }
+# Where files lie that are no reference data.
+PLACES = {"translation_tables.inc": HERE.parent.parent / "interchange", "engine-names.md": HERE.parent.parent / "docs"}
 
 
 def main():
-    target = Path(sys.argv[1]) if len(sys.argv) > 1 else HERE.parent
+    target = Path(sys.argv[1]) if len(sys.argv) > 1 else None
     for name, make in FILES.items():
-        (target / name).write_text(make(), encoding="utf-8", newline="\n")
+        ((target or PLACES.get(name, HERE.parent)) / name).write_text(make(), encoding="utf-8", newline="\n")
 
 
 if __name__ == "__main__":
