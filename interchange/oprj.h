@@ -30,6 +30,7 @@
 #include "projection.h"
 #include "tables.h"
 #include "text.h"
+#include "translation.h"
 #include "values.h"
 
 #endif
