@@ -308,7 +308,8 @@ bool LineReader::fill(std::vector<char> &text, size_t *size) {
 }
 
 LineReader::Got LineReader::next(std::vector<char> &text, size_t *size) {
-  if (text.size() < kBufferSize) text.resize(kBufferSize);
+  const size_t wanted = std::exchange(wanted_, kBufferSize);
+  if (text.size() < wanted) text.resize(wanted);
   if (text.size() < carry_.size()) text.resize(carry_.size());
   std::copy(carry_.begin(), carry_.end(), text.begin());
   *size = carry_.size();

@@ -12,6 +12,7 @@
 namespace program {
 
 inline constexpr size_t kBufferSize = 256 * 1024;
+inline constexpr size_t kFirstSize = 8 * 1024;  ///< a few lines shall not touch all of a buffer
 
 /// Bytes that come one after the other.
 class Source {
@@ -78,6 +79,7 @@ class LineReader {
   Input &input_;
   Progress progress_;
   std::vector<char> carry_;
+  size_t wanted_ = kFirstSize;  ///< the size of the next text at least
   bool ended_ = false, resting_ = false;
 };
 

@@ -69,8 +69,9 @@ OPRJ_API void oprj_Geoc2Geoc(const Oprj_ShiftParameters *params, double x, doubl
 OPRJ_API void oprj_Geoc2Geog(double a, double eSquared, double reserved, double x, double y,
                              double z, double *lon, double *lat, double *h);
 
-/** What the datum shifts of this thread could do no better, since the thread began; take the
-   difference of two calls. A point counts once for each shift on its way. */
+/** What the datum shifts of this thread, and of those that helped it in oprj_ProjectEach, could do
+   no better since the thread began; take the difference of two calls. A point counts once for each
+   shift on its way. */
 typedef struct {
   int64_t unshifted;   /**< lay outside of every sub-grid and passed as they were */
   int64_t unconverged; /**< got the inverse grid shift's tenth estimate, which still moved */

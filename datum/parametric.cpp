@@ -15,6 +15,16 @@ OPRJ_KERNELS(ParametricKernels, parametricKernels)
 
 namespace {
 
+/// The kernels for `count` points: few go through a narrower set, which has the same bits.
+const ParametricKernels &kernelsFor(int32_t count) {
+  const ParametricKernels *found = nullptr;
+#define OPRJ_PICK_FOR(SET, INDEX, LEAST, ...) \
+  if (!found && instructionSet >= INDEX && count >= LEAST) found = &SET::parametricKernels;
+  OPRJ_SETS(OPRJ_PICK_FOR, )
+#undef OPRJ_PICK_FOR
+  return *found;
+}
+
 /// The names of two datums are the same text, or both are missing.
 bool sameName(const Oprj_Datum &first, const Oprj_Datum &second) {
   const char *left = first.datumname.data, *right = second.datumname.data;
@@ -106,8 +116,6 @@ ParametricShift::ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroi
   block_ = blockBetween(*source, *destination);
   step_ = Step::kBadParameters;
   if (!areNumbers(block_.shift)) return;
-  const ParametricKernels &kernels = parametricKernelsInUse();
-  kernel_ = block_.shift.mode == 2 ? kernels.geocentric : kernels.molodensky;
   step_ = Step::kShift;
 }
 
@@ -139,7 +147,8 @@ bool ParametricShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count,
       std::memmove(out, in, static_cast<size_t>(count) * sizeof *in);
       return true;
     default:
-      kernel_(block_, in, out, count);
+      (block_.shift.mode == 2 ? kernelsFor(count).geocentric : kernelsFor(count).molodensky)(
+          block_, in, out, count);
       return true;
   }
 }

@@ -51,7 +51,6 @@ class ParametricShift final : public ShiftLeg {
   bool refuseScaleOf(const Oprj_Datum &datum);
 
   Step step_ = Step::kNoSpheroid;
-  ParametricKernel kernel_ = nullptr;
   ParametricBlock block_{};
   // What the report of a scale that no datum has says.
   static constexpr size_t kLongestName = 64;

@@ -16,11 +16,26 @@ using OwnedHandle = Owner<Oprj_MapProjectionEx, oprj_ProjectionFree>;
 /// Titled OPRJ_TITLE_NATIVE: the data is an Oprj_MapProjection.
 extern const Oprj_MapProjectionFunctions kNativeSet;
 
-/// Its two point operations, for callers that know the set: single points save an indirect call.
-void nativeProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                                  Oerr_Report **err);
-void nativeProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                           Oerr_Report **err);
+/// Its two point operations. Inlined, they spare single points a call, and an indirect one.
+template <bool kForward>
+inline void nativeLeg(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                      Oerr_Report **err) {
+  ErrorScope e(kForward ? "nativeProjectionApply" : "nativeProjectionApplyInverse", err);
+  const auto *projection = static_cast<const Oprj_MapProjection *>(data);
+  const auto run = !projection ? nullptr : kForward ? projection->fromLL : projection->toLL;
+  if (!run) return void(e.fail(2, "conversion not supported"));
+  run(in, projection->parameters, out, count, e.cause());
+  if (e.calleeFailed()) e.fail(1, kForward ? "fromLL failed" : "toLL failed");
+}
+/// The point operation of a handle that has one.
+template <bool kForward>
+inline void runLeg(const Oprj_MapProjectionEx &handle, const Oprj_Point *in, Oprj_Point *out,
+                   int32_t count, Oerr_Report **err) {
+  const auto leg = kForward ? handle.apply : handle.applyInverse;
+  if (leg == nativeLeg<kForward>) [[likely]]
+    nativeLeg<kForward>(handle.ownedData, in, out, count, err);
+  else leg(handle.ownedData, in, out, count, err);
+}
 
 /// Every operation reports "Unimplemented": what a further set starts from. No title reaches it.
 extern const Oprj_MapProjectionFunctions kDefaultSet;

@@ -36,30 +36,6 @@ bool shiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target) {
          std::strcmp(textOf(source->datum->datumname), textOf(target->datum->datumname)) != 0;
 }
 
-void nativeProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                                  Oerr_Report **err) {
-  ErrorScope e("nativeProjectionApplyInverse", err);
-  const auto *projection = objectOf(data);
-  if (!projection || !projection->toLL) {
-    e.fail(2, "conversion not supported");
-    return;
-  }
-  projection->toLL(in, projection->parameters, out, count, e.cause());
-  if (e.calleeFailed()) e.fail(1, "toLL failed");
-}
-
-void nativeProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                           Oerr_Report **err) {
-  ErrorScope e("nativeProjectionApply", err);
-  const auto *projection = objectOf(data);
-  if (!projection || !projection->fromLL) {
-    e.fail(2, "conversion not supported");
-    return;
-  }
-  projection->fromLL(in, projection->parameters, out, count, e.cause());
-  if (e.calleeFailed()) e.fail(1, "fromLL failed");
-}
-
 namespace {
 
 void nativeProjectionApplyInverse3D(void *data, const Oprj_Point3D *in, Oprj_Point3D *out,
@@ -193,8 +169,8 @@ void nativeGCSTransform(const void *sourceGCS, const void *targetGCS, int32_t co
 }  // namespace
 
 const Oprj_MapProjectionFunctions kNativeSet = {
-    .applyInverse = nativeProjectionApplyInverse,
-    .apply = nativeProjectionApply,
+    .applyInverse = nativeLeg<false>,
+    .apply = nativeLeg<true>,
     .copy = nativeProjectionCopy,
     .equal = nativeProjectionEqual,
     .name = nativeProjectionName,

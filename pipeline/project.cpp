@@ -73,13 +73,17 @@ Oprj_Point *runInUnits(ErrorScope &e, Way &way, const Oprj_Point *in, Oprj_Point
 }
 
 /// One leg without units: no way to plan, and no copy of the input.
-Oprj_Point *runLeg(ErrorScope &e, const Oprj_MapProjectionEx *handle,
-                   decltype(Oprj_MapProjectionEx::apply) leg, const char *failed,
-                   const Oprj_Point *in, Oprj_Point *out, int32_t count) {
+template <bool kForward>
+Oprj_Point *runAlone(const char *operation, const Oprj_MapProjectionEx *handle,
+                     const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err) {
+  ErrorScope e(operation, err);
+  if (!handle || !(kForward ? handle->apply : handle->applyInverse))
+    return e.fail(1, "Invalid input projection");
   Result result(out, count, e.cause());
   if (!result) return e.fail(2, "oprj_PointsCreate failed");
-  leg(handle->ownedData, in, result.points(), count, e.cause());
-  if (e.calleeFailed()) return e.fail(3, "%s", failed);
+  runLeg<kForward>(*handle, in, result.points(), count, e.cause());
+  if (e.calleeFailed())
+    return e.fail(3, kForward ? "ProjectionApply failed" : "ProjectionApplyInverse failed");
   return result.done();
 }
 
@@ -144,16 +148,12 @@ Oprj_Point *oprj_ProjectPairWithUnits(const Oprj_ProjectionPair *pair, const Opr
 
 Oprj_Point *oprj_ProjectToLatLon(const Oprj_Point *in, const Oprj_MapProjectionEx *handle,
                                  Oprj_Point *out, int32_t count, Oerr_Report **err) {
-  ErrorScope e("oprj_ProjectToLatLon", err);
-  if (!handle || !handle->applyInverse) return e.fail(1, "Invalid input projection");
-  return runLeg(e, handle, handle->applyInverse, "ProjectionApplyInverse failed", in, out, count);
+  return runAlone<false>("oprj_ProjectToLatLon", handle, in, out, count, err);
 }
 
 Oprj_Point *oprj_ProjectFromLatLon(const Oprj_Point *in, const Oprj_MapProjectionEx *handle,
                                    Oprj_Point *out, int32_t count, Oerr_Report **err) {
-  ErrorScope e("oprj_ProjectFromLatLon", err);
-  if (!handle || !handle->apply) return e.fail(1, "Invalid input projection");
-  return runLeg(e, handle, handle->apply, "ProjectionApply failed", in, out, count);
+  return runAlone<true>("oprj_ProjectFromLatLon", handle, in, out, count, err);
 }
 
 Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const char *inUnit,

@@ -5,10 +5,12 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <vector>
 
+#include "datum/shift/tally.h"
 #include "pipeline/way.h"
 
 using namespace orvik::oprj;
@@ -60,12 +62,13 @@ class Job {
       std::vector<std::jthread> helpers;
       try {
         const int64_t wanted = std::min<int64_t>(options_.threads, share) - 1;
-        for (int64_t i = 0; i < wanted; ++i) helpers.emplace_back([this] { work(); });
+        for (int64_t i = 0; i < wanted; ++i) helpers.emplace_back([this] { help(); });
       } catch (const std::system_error &) {  // then those that could be started do it
       } catch (const std::bad_alloc &) {
       }
       work();
     }
+    shiftTally() += tally_;
     *cause = failure_;
     return failure_ ? 0 : good_.load();
   }
@@ -84,6 +87,13 @@ class Job {
         good += tile(at, static_cast<int32_t>(std::min<int64_t>(kTilePoints, count_ - at)));
     }
     good_ += good;
+  }
+
+  /// The work of a helping thread: what its shifts could do no better is the caller's to tell.
+  void help() {
+    work();
+    const std::lock_guard lock(tallying_);
+    tally_ += shiftTally();
   }
 
   int64_t tile(int64_t at, int32_t count) {
@@ -127,7 +137,9 @@ class Job {
   const int64_t count_;
   std::atomic<int64_t> next_{0}, good_{0};
   std::atomic<bool> failed_{false};
-  Oerr_Report *failure_ = nullptr;  ///< read when all threads have ended
+  Oerr_Report *failure_ = nullptr;  ///< read when all threads have ended, as is:
+  Oprj_ShiftTally tally_{};         ///< of the threads that helped
+  std::mutex tallying_;
 };
 
 /// Adds the conversion of a unit that is named; false with a report when the handle cannot tell

@@ -6,12 +6,10 @@
 #include <bit>
 #include <cstddef>
 #include <cstring>
-#include <functional>
 #include <new>
-#include <thread>
 #include <type_traits>
 
-#include "lanes/kernels.h"
+#include "datum/shift/tally.h"
 #include "pipeline/function_sets.h"
 
 namespace orvik::oprj {
@@ -24,27 +22,66 @@ constexpr size_t kMostEntries = 16;
 constexpr size_t kMostParameters = 8;
 /// Pairs that a thread may alternate between.
 constexpr int kKept = 2;
-/// Places for the threads of the process, by what their identities come to.
-constexpr int kPlaceBits = 6;
+/// Places for the threads of the process, and how many of them a thread tries.
+constexpr int kPlaceBits = 7;
 constexpr int kPlaces = 1 << kPlaceBits;
+constexpr int kTried = 8;
 /// The comparison of State Plane systems asks the zone table.
 constexpr int32_t kStatePlane = 2;
+
+/// The bits in which two numbers differ.
+uint64_t apart(double first, double second) {
+  return std::bit_cast<uint64_t>(first) ^ std::bit_cast<uint64_t>(second);
+}
+uint64_t apart(int32_t first, int32_t second) { return static_cast<uint32_t>(first ^ second); }
+
+/// memcmp of few bytes, which a call would cost more than: in the widest pieces that fit, the last
+/// of which may overlap another.
+template <class Piece>
+inline bool sameIn(const char *first, const char *second, size_t count) {
+  const auto apartAt = [&](size_t at) {
+    Piece one, other;
+    std::memcpy(&one, first + at, sizeof one);
+    std::memcpy(&other, second + at, sizeof other);
+    return one ^ other;
+  };
+  Piece found = apartAt(count - sizeof found);
+  for (size_t i = 0; i + sizeof found < count; i += sizeof found) found |= apartAt(i);
+  if constexpr (sizeof found > sizeof(uint64_t)) return (found[0] | found[1]) == 0;
+  else return found == 0;
+}
+inline bool sameBytes(const void *first, const void *second, size_t count) {
+  using Two = uint64_t __attribute__((vector_size(16)));
+  const auto *one = static_cast<const char *>(first), *other = static_cast<const char *>(second);
+  if (count >= sizeof(Two)) return sameIn<Two>(one, other, count);
+  if (count >= sizeof(uint64_t)) return sameIn<uint64_t>(one, other, count);
+  if (count >= sizeof(uint32_t)) return sameIn<uint32_t>(one, other, count);
+  return std::memcmp(one, other, count) == 0;
+}
 
 class TextImage {
  public:
   bool take(const Oprj_CharStr &text) {
+    data_ = text.data;
     count_ = text.count;
     const size_t size = std::strlen(textOf(text)) + 1;
     if (size > kLongestText) return false;
     std::memcpy(text_, textOf(text), size);
+    counted_ = text.data && text.count > 0 && size == static_cast<size_t>(text.count);
     return true;
   }
   bool is(const Oprj_CharStr &text) const {
-    return count_ == text.count && std::strcmp(text_, textOf(text)) == 0;
+    if (count_ != text.count) return false;
+    // the same memory is read whole; how far other memory reaches only its zero tells
+    if (counted_ && data_ == text.data)
+      return sameBytes(text_, text.data, static_cast<size_t>(count_));
+    return std::strcmp(text_, textOf(text)) == 0;
   }
 
  private:
+  const char *data_;
   int32_t count_;
+  bool counted_;  ///< the count is that of the text and its zero
   char text_[kLongestText];
 };
 
@@ -62,7 +99,7 @@ class ArrayImage {
   bool is(const Oprj_DblArray &array) const {
     const auto values = elementsOf(array);
     return count_ == array.count && size_ == values.size() &&
-           (values.empty() || std::memcmp(values_, values.data(), values.size_bytes()) == 0);
+           sameBytes(values_, values.data(), values.size_bytes());
   }
 
  private:
@@ -72,7 +109,7 @@ class ArrayImage {
 };
 
 /// The object of a handle whose every part is the native set's own; null for others.
-const Oprj_MapProjection *plainObject(const Oprj_MapProjectionEx *handle) {
+inline const Oprj_MapProjection *plainObject(const Oprj_MapProjectionEx *handle) {
   if (!handle || handle->functions != &kNativeSet || !handle->ownedData ||
       handle->applyInverse != kNativeSet.applyInverse || handle->apply != kNativeSet.apply)
     return nullptr;
@@ -80,10 +117,6 @@ const Oprj_MapProjection *plainObject(const Oprj_MapProjectionEx *handle) {
   const auto *record = object->proParameters;
   const bool whole = record && record->proSpheroid && record->proSpheroid->datum;
   return whole ? object : nullptr;
-}
-
-bool sameBits(double first, double second) {
-  return std::bit_cast<uint64_t>(first) == std::bit_cast<uint64_t>(second);
 }
 
 /// All of a system that comparing and shifting look at.
@@ -102,21 +135,24 @@ class SystemImage {
     eSquared_ = spheroid.eSquared;
     radius_ = spheroid.radius;
     datumType_ = datum.type;
-    return !record.proExeName.data && number_ != kStatePlane && entries_.take(record.proParams) &&
-           name_.take(record.proName) && sphere_.take(spheroid.sphereName) &&
-           datum_.take(datum.datumname) && parameters_.take(datum.params);
+    return type_ == OPRJ_INTERNAL && !record.proExeName.data && number_ != kStatePlane &&
+           entries_.take(record.proParams) && name_.take(record.proName) &&
+           sphere_.take(spheroid.sphereName) && datum_.take(datum.datumname) &&
+           parameters_.take(datum.params);
   }
   bool is(const Oprj_MapProjection &object) const {
     const auto &record = *object.proParameters;
     const auto &spheroid = *record.proSpheroid;
     const auto &datum = *spheroid.datum;
-    return zone_ == record.proZone && number_ == record.proNumber && type_ == record.proType &&
-           test_ == object.proParametersEqual && !record.proExeName.data &&
-           sameBits(a_, spheroid.a) && sameBits(b_, spheroid.b) &&
-           sameBits(eSquared_, spheroid.eSquared) && sameBits(radius_, spheroid.radius) &&
-           datumType_ == datum.type && entries_.is(record.proParams) &&
-           parameters_.is(datum.params) && datum_.is(datum.datumname) &&
-           sphere_.is(spheroid.sphereName) && name_.is(record.proName);
+    // one branch for all the numbers: they are the same nearly always
+    const uint64_t found = apart(zone_, record.proZone) | apart(number_, record.proNumber) |
+                           apart(type_, record.proType) | apart(datumType_, datum.type) |
+                           apart(a_, spheroid.a) | apart(b_, spheroid.b) |
+                           apart(eSquared_, spheroid.eSquared) | apart(radius_, spheroid.radius);
+    return found == 0 && test_ == object.proParametersEqual && !record.proExeName.data &&
+           entries_.is(record.proParams) && parameters_.is(datum.params) &&
+           datum_.is(datum.datumname) && sphere_.is(spheroid.sphereName) &&
+           name_.is(record.proName);
   }
 
  private:
@@ -131,58 +167,51 @@ class SystemImage {
 struct Kept {
   bool used;
   const char *title;
-  int32_t instructions;  ///< the shift holds a formula of this set
   SystemImage in, out;
   alignas(Decision) std::byte decision[sizeof(Decision)];
 };
 static_assert(std::is_trivially_destructible_v<Decision>);
 
-/// Where a thread keeps its decisions; another that shares the place by chance finds its own there
-/// or nothing.
+/// Where a thread keeps its decisions. It belongs to the first thread that takes it, for good, so
+/// that nobody ever waits, and to those that come to stand at the same address after it.
 struct Place {
-  std::atomic_flag taken;
+  std::atomic<const void *> owner;
   int last;  ///< the one that served last is looked at first
   Kept kept[kKept];
 };
 // Static, all zero: neither heap nor thread-local data, which could run out.
 constinit Place places[kPlaces]{};
 
-/// The calling thread's place while nobody else is in it; no one waits.
-class Claim {
- public:
-  Claim() {
-    // neighbouring threads lie a stack apart
-    const uint64_t thread = std::hash<std::thread::id>()(std::this_thread::get_id());
-    place_ = &places[thread * kSpread >> (64 - kPlaceBits)];
-    if (place_->taken.test_and_set(std::memory_order_acquire)) place_ = nullptr;
+/// The calling thread's place; null when others have all that it tries. A locked instruction on
+/// each call would wait for the results of the call before.
+Place *ownPlace() {
+  constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;  // 2^64 over the golden ratio
+  const void *const self = &shiftTally();           // what only this thread has tells it apart
+  const uint64_t start = reinterpret_cast<uintptr_t>(self) * kSpread >> (64 - kPlaceBits);
+  for (uint64_t i = start; i < start + kTried; ++i) {
+    Place &place = places[i % kPlaces];
+    const void *owner = place.owner.load(std::memory_order_relaxed);
+    if (owner == self) [[likely]]
+      return &place;
+    if (!owner && place.owner.compare_exchange_strong(owner, self, std::memory_order_relaxed))
+      return &place;
   }
-  ~Claim() {
-    if (place_) place_->taken.clear(std::memory_order_release);
-  }
-  Claim(const Claim &) = delete;
-  Claim &operator=(const Claim &) = delete;
-  Place *place() const { return place_; }
-
- private:
-  static constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;  // 2^64 over the golden ratio
-  Place *place_;
-};
+  return nullptr;
+}
 
 }  // namespace
 
-bool recall(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out, Decision &decision) {
+bool recall(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
+            std::optional<Decision> &decision) {
   const auto *from = plainObject(in), *to = plainObject(out);
   if (!from || !to || in->title != out->title) return false;
-  const Claim claim;
-  Place *place = claim.place();
+  Place *const place = ownPlace();
   for (int i = 0; place && i < kKept; ++i) {
     const int number = (place->last + i) % kKept;
     const Kept &kept = place->kept[number];
-    if (!kept.used || kept.instructions != instructionSet || kept.title != in->title ||
-        !kept.in.is(*from) || !kept.out.is(*to))
-      continue;
+    if (!kept.used || kept.title != in->title || !kept.in.is(*from) || !kept.out.is(*to)) continue;
     place->last = number;
-    decision = *std::launder(reinterpret_cast<const Decision *>(kept.decision));
+    decision.emplace(*std::launder(reinterpret_cast<const Decision *>(kept.decision)));
     return true;
   }
   return false;
@@ -192,14 +221,12 @@ void remember(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
               const Decision &decision) {
   const auto *from = plainObject(in), *to = plainObject(out);
   if (!from || !to || in->title != out->title) return;
-  const Claim claim;
-  Place *place = claim.place();
+  Place *const place = ownPlace();
   if (!place) return;
   place->last = (place->last + 1) % kKept;
   Kept &kept = place->kept[place->last];
   kept.used = kept.in.take(*from) && kept.out.take(*to);
   kept.title = in->title;
-  kept.instructions = instructionSet;
   new (kept.decision) Decision(decision);
 }
 

@@ -5,13 +5,16 @@
 // that are the same in all of that, byte for byte. Whose memory they lie in has no part in it: a
 // handle that was freed and made anew at its old address, or whose record was changed in place, is
 // what its contents are. Kept are only decisions that depend on the two systems alone: no shift
-// that looks names up or opens files, no comparison that asks the tables.
+// that looks names up or opens files, no comparison that asks the tables, no system with another
+// process behind it.
 //
 // Threads keep theirs apart, without waiting for each other, in static memory.
 #ifndef OPRJ_PIPELINE_RECALL_H
 #define OPRJ_PIPELINE_RECALL_H
 
 #include <oprj/projection.h>
+
+#include <optional>
 
 #include "datum/parametric.h"
 
@@ -24,7 +27,8 @@ struct Decision {
 };
 
 /// The decision about two handles; false when none is kept.
-bool recall(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out, Decision &decision);
+bool recall(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
+            std::optional<Decision> &decision);
 /// Keeps a decision, if it can be kept.
 void remember(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
               const Decision &decision);

@@ -112,10 +112,11 @@ void Way::leadFromLatLon(const Oprj_MapProjectionEx *handle) {
 void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out) {
   const bool known = recall(in, out, decision_);
   Oerr_Report *cause = nullptr;
-  if (!known) decision_.equal = !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
+  if (!known)
+    decision_.emplace().equal = !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
   if (cause) return refuse(10146, "oprj_MapProjectionEqual failed", cause);
-  if (decision_.equal) {
-    if (!known) remember(in, out, decision_);
+  if (decision_->equal) {
+    if (!known) remember(in, out, *decision_);
     return add(Does::kCopy, 10152, "oprj_PointsCopy failed");
   }
 
@@ -132,16 +133,16 @@ void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx
   }
   in_ = in;
   out_ = out;
-  inTiles_ = inTiles_ && repeatable(in) && repeatable(out);
+  inTiles_ = inTiles_ && (known || (repeatable(in) && repeatable(out)));
   add(Does::kInverse, 10205, "ProjectionApplyInverse failed");
   constexpr const char *kShiftFailed = "GCSTransform failed";
   const bool native = in->functions == &kNativeSet;
   if (native && !known) {
     if (Oerr_Report *report = decideShift()) return refuse(10212, kShiftFailed, report);
-    if (!plan_) remember(in, out, decision_);
+    if (!plan_) remember(in, out, *decision_);
   }
   if (!native) add(Does::kTransform, 10212, kShiftFailed);
-  else if (decision_.shifts) add(Does::kShift, 10212, kShiftFailed);
+  else if (decision_->shifts) add(Does::kShift, 10212, kShiftFailed);
   add(Does::kForward, 10220, "ProjectionApply failed");
 }
 
@@ -150,15 +151,15 @@ void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx
 Oerr_Report *Way::decideShift() {
   const auto *source = static_cast<const Oprj_Spheroid *>(source_);
   const auto *target = static_cast<const Oprj_Spheroid *>(target_);
-  decision_.shifts = shiftDue(source, target);
-  if (!decision_.shifts) return nullptr;
+  decision_->shifts = shiftDue(source, target);
+  if (!decision_->shifts) return nullptr;
   Oerr_Report *problem = nullptr, *told = nullptr;
   if (!plan_.emplace().prepare(source, target, &problem)) {
     ErrorScope e("nativeGCSTransform", &told);
     *e.cause() = problem;
     e.fail(16350, "oprj_DatumShift failed");
   } else if (const ParametricShift *sole = plan_->soleParametric()) {
-    decision_.shift = *sole;
+    decision_->shift = *sole;
     plan_.reset();
   }
   return told;
@@ -241,7 +242,7 @@ const Way::Stage *Way::pass(const Oprj_Point *in, Oprj_Point *out, int32_t count
         now = out;
         break;
       case Does::kInverse:
-        in_->applyInverse(in_->ownedData, now, out, count, err);
+        runLeg<false>(*in_, now, out, count, err);
         done = !*err;
         now = out;
         break;
@@ -253,7 +254,7 @@ const Way::Stage *Way::pass(const Oprj_Point *in, Oprj_Point *out, int32_t count
         done = !*err;
         break;
       case Does::kForward:
-        out_->apply(out_->ownedData, now, out, count, err);
+        runLeg<true>(*out_, now, out, count, err);
         done = !*err;
         now = out;
         break;
@@ -271,7 +272,7 @@ const Way::Stage *Way::pass(const Oprj_Point *in, Oprj_Point *out, int32_t count
 /// The shift in place: either all points are shifted or none.
 bool Way::shift(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_Point *spare,
                 Oerr_Report **err) const {
-  if (!plan_ && count > 0) return decision_.shift.run(in, out, count, nullptr, err);
+  if (!plan_ && count > 0) return decision_->shift.run(in, out, count, nullptr, err);
   ErrorScope e("nativeGCSTransform", err);
   OwnedPoints large;
   if (count > kTilePoints) {

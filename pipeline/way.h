@@ -37,7 +37,9 @@ class Way {
  public:
   /// Failures between the two units are those of `operation`, whose name they carry.
   explicit Way(const char *operation) : operation_(operation) {}
-  ~Way() { oerr_DeleteErrorReport(&refusal_); }
+  ~Way() {
+    if (refusal_) oerr_DeleteErrorReport(&refusal_);
+  }
   Way(const Way &) = delete;
   Way &operator=(const Way &) = delete;
 
@@ -119,8 +121,8 @@ class Way {
   const Oprj_MapProjectionEx *in_ = nullptr, *out_ = nullptr;
   const void *source_ = nullptr, *target_ = nullptr;  ///< geographic systems
   Conversion inUnit_, outUnit_;
-  Decision decision_;
-  std::optional<ShiftPlan> plan_;  ///< the shift, unless it is the decision's
+  std::optional<Decision> decision_;  ///< of leadBetween; none: points are not shifted
+  std::optional<ShiftPlan> plan_;     ///< the shift, unless it is the decision's
   Oerr_Report *refusal_ = nullptr;
 };
 

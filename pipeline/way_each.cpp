@@ -296,7 +296,7 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       break;
     case Does::kShift:
       if (!plan_) {
-        if (!decision_.shift.run(points, points, count, nullptr, err)) return false;
+        if (!decision_->shift.run(points, points, count, nullptr, err)) return false;
         break;
       }
       tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);  // before the shift makes NaN of its own
@@ -336,8 +336,10 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
     std::copy_n(start, count, geographic);
   }
   if (out_) {
-    const ShiftLeg &shift = plan_ ? static_cast<const ShiftLeg &>(*plan_) : decision_.shift;
-    if (decision_.shifts && !shift.run(geographic, geographic, count, nullptr, err)) return false;
+    if (decision_ && decision_->shifts) {
+      const ShiftLeg &shift = plan_ ? static_cast<const ShiftLeg &>(*plan_) : decision_->shift;
+      if (!shift.run(geographic, geographic, count, nullptr, err)) return false;
+    }
     if (in_ && in_->functions != &kNativeSet)
       in_->functions->gcsTransform(source_, target_, count, geographic, err);
     if (*err || !verifyLeg(false, out_, geographic, tile.points, count, verify, tile.marks, err))

@@ -2,6 +2,7 @@
 // the output holds after a failure, units, sizes, threads, memory.
 #include <proj.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -282,8 +283,8 @@ TEST(Pipeline, NoPointIsRepeatedWhereALegForbidsIt) {
   }
 }
 
-// A thread keeps what it decided about its last pairs. Another, which has kept nothing, is the
-// oracle.
+// A thread keeps what it decided about its last pairs. Another, which has projected between others
+// since it came, is the oracle.
 TEST(Pipeline, WhatWasDecidedOnceServesNoOtherSystems) {
   using Change = void (*)(Oprj_ProParameters &);
   struct {
@@ -299,8 +300,12 @@ TEST(Pipeline, WhatWasDecidedOnceServesNoOtherSystems) {
        [](Oprj_ProParameters &r) {
          oprj_CharStrCreate("WGS 84", &r.proSpheroid->datum->datumname, nullptr);
        }},
+      {"datum name where it stood",
+       [](Oprj_ProParameters &r) { std::strcpy(r.proSpheroid->datum->datumname.data, "WGS 84"); }},
       {"spheroid name",
        [](Oprj_ProParameters &r) { oprj_CharStrFree(&r.proSpheroid->sphereName); }},
+      {"spheroid name where it stood",
+       [](Oprj_ProParameters &r) { *r.proSpheroid->sphereName.data = 0; }},
       {"entries", [](Oprj_ProParameters &r) { r.proParams.data[4] = 12 * kDegree; }},
       {"number", [](Oprj_ProParameters &r) { r.proNumber = 1; }},
       {"all that made them differ",
@@ -314,6 +319,9 @@ TEST(Pipeline, WhatWasDecidedOnceServesNoOtherSystems) {
   const auto record = transverseMercator(9, "International 1909", "European 1950 (Mean)"),
              other = transverseMercator(9, "Clarke 1866", "Clarke 1866");
   const Oprj_Point point{612345, 5123456};
+  std::vector<PairPtr> unlike;
+  for (int zone = 20; zone < 24; ++zone)
+    unlike.push_back(makePair(transverseMercator(zone), transverseMercator(40)));
   struct Outcome {
     Oprj_Point out = kUntouched;
     std::string chain;
@@ -323,9 +331,13 @@ TEST(Pipeline, WhatWasDecidedOnceServesNoOtherSystems) {
       chain = err.chain();
     }
   };
+  const auto forget = [&] {
+    for (const auto &others : unlike) Outcome(*others, point);
+  };
   const auto check = [&](const Oprj_ProjectionPair &pair) {
     const Outcome here(pair, point);
     inThreads(1, [&](size_t) {
+      forget();
       const Outcome anew(pair, point);
       EXPECT_TRUE(same(&here.out, &anew.out, 1));
       EXPECT_EQ(here.chain, anew.chain);
@@ -334,6 +346,7 @@ TEST(Pipeline, WhatWasDecidedOnceServesNoOtherSystems) {
   for (const auto &[what, change] : changes) {
     SCOPED_TRACE(what);
     const auto pair = makePair(record, transverseMercator(12));
+    forget();
     check(*pair);
     change(*static_cast<Oprj_MapProjection *>(pair->in->ownedData)->proParameters);
     check(*pair);
@@ -392,6 +405,10 @@ std::vector<EachCase> eachCases() {
        std::move(atlantis),
        geographic(),
        {{{0.1, 0.2}, OPRJ_POINT_SHIFT_FAILED}, {{kNaN, 0.2}, OPRJ_POINT_NOT_A_NUMBER}}});
+  cases.push_back({"outside of a regression's area",
+                   geographic("Clarke 1866", "NAD27 (CONUS) (MRE)"),
+                   geographic(),
+                   {{{-1.5, 0.7}, OPRJ_POINT_GOOD}, {{0.2, 0.7}, OPRJ_POINT_OUTSIDE_REGRESSION}}});
   cases.push_back({"the same system",
                    transverseMercator(9),
                    transverseMercator(9),
@@ -466,10 +483,17 @@ TEST(Each, GoodPointsAreThoseOfThePairAndBadOnesHaveTheirReason) {
       options.threads = threads;
       for (const int64_t count : {int64_t{1}, int64_t{1025}, kMany}) {
         Points out(kMany, kUntouched);
+        Oprj_ShiftTally before, after;
+        oprj_ShiftTallyGet(&before);
         check("apart", out, count,
               oprj_ProjectEach(pair.get(), in.data(), out.data(), reasons.data(), &options, count,
                                err));
         expectNoReport(err);
+        oprj_ShiftTallyGet(&after);
+        EXPECT_EQ(
+            after.outsideArea - before.outsideArea,
+            std::count(reasons.begin(), reasons.begin() + count, OPRJ_POINT_OUTSIDE_REGRESSION))
+            << "of all threads";
         if (count < kMany) {
           EXPECT_EQ(out[static_cast<size_t>(count)].x, kUntouched.x);
         }
