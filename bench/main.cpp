@@ -1,5 +1,6 @@
-// bench_oprj [--points N] [--repetitions N] [--only TEXT] [--grid FILE] [families|pipeline|shifts]:
-// tables in Markdown on standard output. The grid is PROJ's for the shifts.
+// bench_oprj [--points N] [--repetitions N] [--only TEXT] [--grid FILE]
+// [families|pipeline|records|shifts]: tables in Markdown on standard output. The grid is PROJ's for
+// the shifts.
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -26,5 +27,6 @@ int main(int argc, char **argv) {
   const auto wanted = [&](const char *part) { return what.empty() || what == part; };
   if (wanted("families")) bench::benchFamilies(repetitions, points, only);
   if (wanted("pipeline")) bench::benchPipeline(repetitions, points);
+  if (wanted("records")) bench::benchRecords(repetitions);
   if (wanted("shifts")) bench::benchShifts(repetitions, points, grid);
 }

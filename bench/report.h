@@ -39,6 +39,8 @@ void copyPoints(int set, const Oprj_Point *in, Oprj_Point *out, int32_t count);
 
 void benchFamilies(int repetitions, int points, const std::string &only);
 void benchPipeline(int repetitions, int points);
+/// Self-describing records, one object each.
+void benchRecords(int repetitions);
 /// `grid`: the official conterminous grid for PROJ, or nothing.
 void benchShifts(int repetitions, int points, const std::string &grid);
 

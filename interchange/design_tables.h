@@ -3,12 +3,11 @@
 #define OPRJ_INTERCHANGE_DESIGN_TABLES_H
 
 #include <oprj/mapinfo.h>
-#include <oprj/omif.h>
+#include <oprj/mifable.h>
+#include <oprj/omif_object.h>
 
 #include <cstddef>
 #include <type_traits>
-
-#include "interchange/stored_records.h"
 
 namespace orvik::oprj::designs {
 
@@ -18,11 +17,11 @@ constexpr int32_t kindOf() {
   if constexpr (std::is_pointer_v<Member>) return OMIF_POINTER;
   else if constexpr (std::is_same_v<Member, int32_t>) return OMIF_INT32;
   else if constexpr (std::is_same_v<Member, double>) return OMIF_DOUBLE;
-  else if constexpr (std::is_same_v<Member, Oprj_CharStr>) return OMIF_STRING;
+  else if constexpr (std::is_same_v<Member, Oprj_CharStr> || std::is_same_v<Member, Omif_Text>)
+    return OMIF_STRING;
   else if constexpr (std::is_same_v<Member, Oprj_DblArray>) return OMIF_DOUBLES;
-  else if constexpr (std::is_same_v<Member, stored::Bytes>) return OMIF_BYTES;
-  else if constexpr (std::is_same_v<Member, stored::String> ||
-                     std::is_same_v<Member, stored::WrappedObject>)
+  else if constexpr (std::is_same_v<Member, Omif_Bytes>) return OMIF_BYTES;
+  else if constexpr (std::is_same_v<Member, Omif_String> || std::is_same_v<Member, Omif_MIFObject>)
     return OMIF_EMBEDDED;
 }
 
@@ -78,10 +77,10 @@ inline constexpr Table kMapInfo = {OPRJ_ITEM(Oprj_MapInfo, proName),
                                    OPRJ_ITEM(Oprj_MapInfo, units),
                                    {}};
 
-inline constexpr Table kString = {OPRJ_ITEM(stored::String, string), {}};
-inline constexpr Table kMIFObject = {OPRJ_ITEM_OF(stored::WrappedObject, type, "Omif_String"),
-                                     OPRJ_ITEM(stored::WrappedObject, MIFDictionary),
-                                     OPRJ_ITEM(stored::WrappedObject, MIFObject),
+inline constexpr Table kString = {OPRJ_ITEM(Omif_String, string), {}};
+inline constexpr Table kMIFObject = {OPRJ_ITEM_OF(Omif_MIFObject, type, "Omif_String"),
+                                     OPRJ_ITEM(Omif_MIFObject, MIFDictionary),
+                                     OPRJ_ITEM(Omif_MIFObject, MIFObject),
                                      {}};
 inline constexpr Table kElevationInfo = {
     OPRJ_ITEM_OF(Oprj_ElevationInfo, verticalDatum, "Oprj_Datum"),
@@ -90,31 +89,30 @@ inline constexpr Table kElevationInfo = {
     {}};
 /// The first six items of Oprj_ProParameters.
 inline constexpr Table kProjectionObject830 = {
-    OPRJ_ITEM_ENUM(stored::ProjectionObject830, proType, kProTypes),
-    OPRJ_ITEM(stored::ProjectionObject830, proNumber),
-    OPRJ_ITEM(stored::ProjectionObject830, proExeName),
-    OPRJ_ITEM(stored::ProjectionObject830, proName),
-    OPRJ_ITEM(stored::ProjectionObject830, proZone),
-    OPRJ_ITEM(stored::ProjectionObject830, proParams),
+    OPRJ_ITEM_ENUM(Oprj_ProjectionObject830, proType, kProTypes),
+    OPRJ_ITEM(Oprj_ProjectionObject830, proNumber),
+    OPRJ_ITEM(Oprj_ProjectionObject830, proExeName),
+    OPRJ_ITEM(Oprj_ProjectionObject830, proName),
+    OPRJ_ITEM(Oprj_ProjectionObject830, proZone),
+    OPRJ_ITEM(Oprj_ProjectionObject830, proParams),
     {}};
 inline constexpr Table kEarthModel830 = {
-    OPRJ_ITEM_OF(stored::EarthModel830, proSpheroid, "Oprj_Spheroid"),
-    OPRJ_ITEM_OF(stored::EarthModel830, datum, "Oprj_Datum"),
+    OPRJ_ITEM_OF(Oprj_EarthModel830, proSpheroid, "Oprj_Spheroid"),
+    OPRJ_ITEM_OF(Oprj_EarthModel830, datum, "Oprj_Datum"),
     {}};
 inline constexpr Table kMapProjection830 = {
-    OPRJ_ITEM_OF(stored::MapProjection830, projectionObject, "Oprj_ProjectionObject830"),
-    OPRJ_ITEM_OF(stored::MapProjection830, earthModel, "Oprj_EarthModel830"),
+    OPRJ_ITEM_OF(Oprj_MapProjection830, projectionObject, "Oprj_ProjectionObject830"),
+    OPRJ_ITEM_OF(Oprj_MapProjection830, earthModel, "Oprj_EarthModel830"),
     {}};
 inline constexpr Table kMapProjection842 = {
-    OPRJ_ITEM_OF(stored::MapProjection842, projection, "Omif_MIFObject"),
-    OPRJ_ITEM_OF(stored::MapProjection842, title, "Omif_String"),
+    OPRJ_ITEM_OF(Oprj_MapProjection842, projection, "Omif_MIFObject"),
+    OPRJ_ITEM_OF(Oprj_MapProjection842, title, "Omif_String"),
     {}};
-inline constexpr Table kPECoordsys = {OPRJ_ITEM_OF(stored::PECoordsys, coordSys, "Omif_String"),
-                                      {}};
+inline constexpr Table kPECoordsys = {OPRJ_ITEM_OF(Oprj_PECoordsys, coordSys, "Omif_String"), {}};
 inline constexpr Table kCoordinateSystem = {
-    OPRJ_ITEM_OF(stored::CoordinateSystem, projectionObject, "Oprj_MapProjection830"),
-    OPRJ_ITEM(stored::CoordinateSystem, horizontalUnits),
-    OPRJ_ITEM_OF(stored::CoordinateSystem, verticalCSObject, "Oprj_ElevationInfo"),
+    OPRJ_ITEM_OF(Oprj_CoordinateSystem, projectionObject, "Oprj_MapProjection830"),
+    OPRJ_ITEM(Oprj_CoordinateSystem, horizontalUnits),
+    OPRJ_ITEM_OF(Oprj_CoordinateSystem, verticalCSObject, "Oprj_ElevationInfo"),
     {}};
 
 #undef OPRJ_ITEM

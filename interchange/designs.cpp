@@ -139,7 +139,7 @@ void orvik::oprj::withdrawDictionary(Omif_Dictionary *dictionary) {
 const Omif_Design *orvik::oprj::omifStringDesign(Oerr_Report **err) {
   ErrorScope e("Omif_String_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch<stored::String>(e, made, "Omif_String", designs::kString);
+  return fetch<Omif_String>(e, made, "Omif_String", designs::kString);
 }
 
 const Omif_Design *orvik::oprj::omifMIFObjectDesign(Oerr_Report **err) {
@@ -147,7 +147,7 @@ const Omif_Design *orvik::oprj::omifMIFObjectDesign(Oerr_Report **err) {
   const auto *string = omifStringDesign(e.cause());
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   static const Omif_Design *made = nullptr;
-  return fetch<stored::WrappedObject>(e, made, "Omif_MIFObject", designs::kMIFObject, &string);
+  return fetch<Omif_MIFObject>(e, made, "Omif_MIFObject", designs::kMIFObject, &string);
 }
 
 const Omif_Design *orvik::oprj::elevationInfoDesign(Oerr_Report **err) {
@@ -159,21 +159,20 @@ const Omif_Design *orvik::oprj::elevationInfoDesign(Oerr_Report **err) {
 const Omif_Design *orvik::oprj::projectionObject830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_ProjectionObject830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch<stored::ProjectionObject830>(e, made, "Oprj_ProjectionObject830",
-                                            designs::kProjectionObject830);
+  return fetch<Oprj_ProjectionObject830>(e, made, "Oprj_ProjectionObject830",
+                                         designs::kProjectionObject830);
 }
 
 const Omif_Design *orvik::oprj::earthModel830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_EarthModel830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch<stored::EarthModel830>(e, made, "Oprj_EarthModel830", designs::kEarthModel830);
+  return fetch<Oprj_EarthModel830>(e, made, "Oprj_EarthModel830", designs::kEarthModel830);
 }
 
 const Omif_Design *orvik::oprj::mapProjection830Design(Oerr_Report **err) {
   ErrorScope e("Oprj_MapProjection830_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch<stored::MapProjection830>(e, made, "Oprj_MapProjection830",
-                                         designs::kMapProjection830);
+  return fetch<Oprj_MapProjection830>(e, made, "Oprj_MapProjection830", designs::kMapProjection830);
 }
 
 const Omif_Design *orvik::oprj::mapProjection842Design(Oerr_Report **err) {
@@ -184,8 +183,8 @@ const Omif_Design *orvik::oprj::mapProjection842Design(Oerr_Report **err) {
   if (!object) return e.fail(4, "Error returned from Omif_MIFObject_Design");
   const Omif_Design *embedded[] = {object, string};
   static const Omif_Design *made = nullptr;
-  return fetch<stored::MapProjection842>(e, made, "Oprj_MapProjection842",
-                                         designs::kMapProjection842, embedded);
+  return fetch<Oprj_MapProjection842>(e, made, "Oprj_MapProjection842", designs::kMapProjection842,
+                                      embedded);
 }
 
 const Omif_Design *orvik::oprj::peCoordsysDesign(Oerr_Report **err) {
@@ -193,14 +192,28 @@ const Omif_Design *orvik::oprj::peCoordsysDesign(Oerr_Report **err) {
   const auto *string = omifStringDesign(e.cause());
   if (!string) return e.fail(3, "Error returned from Omif_String_Design");
   static const Omif_Design *made = nullptr;
-  return fetch<stored::PECoordsys>(e, made, "PE_COORDSYS", designs::kPECoordsys, &string);
+  return fetch<Oprj_PECoordsys>(e, made, "PE_COORDSYS", designs::kPECoordsys, &string);
 }
 
 const Omif_Design *orvik::oprj::coordinateSystemDesign(Oerr_Report **err) {
   ErrorScope e("Oprj_CoordinateSystem_Design", err);
   static const Omif_Design *made = nullptr;
-  return fetch<stored::CoordinateSystem>(e, made, "Oprj_CoordinateSystem",
-                                         designs::kCoordinateSystem);
+  return fetch<Oprj_CoordinateSystem>(e, made, "Oprj_CoordinateSystem", designs::kCoordinateSystem);
+}
+
+const Omif_Design *orvik::oprj::referenceDesign(const Omif_Design *(*fetch)(Oerr_Report **),
+                                                Oerr_Report **err) {
+  ErrorScope e("oprj_DesignFetch", err);
+  const Omif_Design *design = fetch(e.cause());
+  if (!design) return e.fail(1, "OMIF_DESIGN_FETCH failed");
+  const auto *data = oprj_InitDataGet(oint_InitToolkit(e.cause()), e.cause());
+  if (!data || !data->dictionary) return e.fail(2, "Error returned from oprj_Init");
+  const Guard guard;
+  const auto *own =
+      omif_DictionarySearchByName(data->dictionary, omif_DesignName(design), e.cause());
+  if (!own) own = omif_DictionaryAddDesign(data->dictionary, design, e.cause());
+  if (!own) return e.fail(3, "omif_DictionaryAddDesign failed");
+  return own;
 }
 
 Omif_Design *oprj_ElevationInfoDesignDefine(Omif_Dictionary *dictionary, Oerr_Report **err) {

@@ -19,6 +19,11 @@ const Omif_Design *mapProjection842Design(Oerr_Report **err);
 const Omif_Design *peCoordsysDesign(Oerr_Report **err);
 const Omif_Design *coordinateSystemDesign(Oerr_Report **err);
 
+/// The design that one of these fetches, in the dictionary of the reference data, where all that it
+/// names is too: what was fetched before the start lies elsewhere. For walking objects. Starts the
+/// library; null with a report.
+const Omif_Design *referenceDesign(const Omif_Design *(*fetch)(Oerr_Report **), Oerr_Report **err);
+
 }  // namespace orvik::oprj
 
 #endif

@@ -37,6 +37,15 @@ inline void runLeg(const Oprj_MapProjectionEx &handle, const Oprj_Point *in, Opr
   else leg(handle.ownedData, in, out, count, err);
 }
 
+/// Its portable form, which the room that knows the designs supplies (interchange/mifable.cpp).
+void *nativeProjectionConvertFromMIFable(const void *object, const Omif_Design *design,
+                                         Oerr_Report **err);
+void *nativeProjectionConvertToMIFable(const void *data, const Omif_Design **design,
+                                       Oerr_Report **err);
+
+/// The set with that title, null for any other.
+const Oprj_MapProjectionFunctions *functionsFromTitle(const char *title);
+
 /// Every operation reports "Unimplemented": what a further set starts from. No title reaches it.
 extern const Oprj_MapProjectionFunctions kDefaultSet;
 

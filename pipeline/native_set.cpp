@@ -100,20 +100,7 @@ void nativeProjectionFree(void *data, Oerr_Report **err) {
   oprj_ProjectionPre842Free(&projection);
 }
 
-// The portable form and the translation to other sets belong to rooms that are not built yet.
-void *nativeProjectionConvertFromMIFable(const void *, const Omif_Design *design,
-                                         Oerr_Report **err) {
-  ErrorScope e("nativeProjectionConvertFromMIFable", err);
-  if (!design || !sameTitle(omif_DesignName(design), "Oprj_MapProjection830"))
-    return e.fail(1, "Unrecognized design name");
-  return e.fail(2, "Unimplemented");
-}
-
-void *nativeProjectionConvertToMIFable(const void *, const Omif_Design **, Oerr_Report **err) {
-  ErrorScope e("nativeProjectionConvertToMIFable", err);
-  return e.fail(1, "Unimplemented");
-}
-
+// The translation to other sets belongs to a room that is not built yet.
 int32_t nativeProjectionConvertPossible(const void *, const char *title, Oerr_Report **err) {
   ErrorScope e("nativeProjectionConvertPossible", err);
   return sameTitle(title, OPRJ_TITLE_NATIVE) || sameTitle(title, OPRJ_TITLE_PE);

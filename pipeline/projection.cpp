@@ -57,6 +57,11 @@ int32_t convertHandle(ErrorScope &e, Oprj_MapProjectionEx *handle, const char *t
 
 }  // namespace
 
+const Oprj_MapProjectionFunctions *orvik::oprj::functionsFromTitle(const char *title) {
+  const auto *set = setOf(title);
+  return set ? set->functions : nullptr;
+}
+
 bool orvik::oprj::asksForEngine(const Oprj_ProParameters &record) {
   const auto &text = record.proExeName;
   return record.proType == OPRJ_INTERNAL && text.data &&

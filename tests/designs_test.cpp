@@ -1,6 +1,9 @@
 // The designs of the records.
 #include <oprj/designs.h>
 #include <oprj/mapinfo.h>
+#include <oprj/oint.h>
+#include <oprj/omif_object.h>
+#include <oprj/tables.h>
 
 #include <sstream>
 #include <tuple>
@@ -211,6 +214,26 @@ std::string buildShortOfMemory(bool designsAreMade) {
   }
 }
 
+// In a process of its own: designs that are fetched before the start lie in a dictionary without
+// what they name, so that their objects are walked by those of the reference data.
+void fetchedBeforeTheStart() {
+  const auto *early = elevationInfoDesign(nullptr);
+  Slot err;
+  expectRefusal(
+      omif_ObjectAllocate(early, err), err,
+      "omif_ObjectAllocate: Item \"verticalDatum\" of design \"Oprj_ElevationInfo\" names "
+      "\"Oprj_Datum\", which is not there (3)");
+  const auto *dictionary = oprj_InitDataGet(oint_InitToolkit(nullptr), nullptr)->dictionary;
+  for (const auto fetch : {elevationInfoDesign, coordinateSystemDesign, peCoordsysDesign}) {
+    const auto *design = referenceDesign(fetch, err);
+    EXPECT_EQ(design, omif_DictionarySearchByName(dictionary, omif_DesignName(design), nullptr));
+    void *object = omif_ObjectAllocate(design, err);
+    EXPECT_NE(object, nullptr) << err.chain();
+    omif_ObjectFree(design, &object);
+  }
+  exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
 /// What a fetch tells when each allocation fails in turn, until it succeeds.
 std::string fetchShortOfMemory() {
   std::string told;
@@ -244,6 +267,11 @@ void shortOfMemoryFromTheStart() {
   expectAll(buildShortOfMemory(true), {"Create: omif_DictionaryAddDesign failed (9)",
                                        "Create: omif_DictionaryAddDesign failed (19)"});
   exit(testing::Test::HasFailure() ? 1 : 0);
+}
+
+TEST(DesignsDeathTest, ObjectsOfDesignsFetchedBeforeTheStartAreWalked) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(fetchedBeforeTheStart(), testing::ExitedWithCode(0), "");
 }
 
 TEST(DesignsDeathTest, EveryFailedAllocationIsToldAndLeaksNothing) {

@@ -5,7 +5,7 @@
 # 2. The functions that the headers declare are those that the libraries export.
 set -u
 build=$1 bad=0
-prefixes='(oprj|oawp_PE|omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif|ohfa|odll|odlm)_'
+prefixes='(oprj|oawp_PE|omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif|ofga|ohfa|odll|odlm)_'
 include=$build/include
 for header in "$include"/oprj/*.h; do
   for language in "gcc c11 c" "g++ c++11 c++"; do

@@ -13,7 +13,7 @@ foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | grep -vE ' [VWu] ((typ
   grep -vE '^(oprj_|oawp_PE_|OrvikDatum::|(typeinfo|vtable|typeinfo name) for OrvikDatum::)')
 [ -z "$foreign" ] || { echo "liboPrj exports:"; echo "$foreign"; bad=1; }
 foreign=$(nm -D --defined-only "$build/lib/liboPrjToolkit.so" | grep -vE ' [VWu] _ZZ?(T[ISV]|N)St' | awk '{print $3}' |
-  grep -vE '^(omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif|ohfa|odll|odlm)_')
+  grep -vE '^(omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif|ofga|ohfa|odll|odlm)_')
 [ -z "$foreign" ] || { echo "liboPrjToolkit exports:"; echo "$foreign"; bad=1; }
 for set; do
   objects=$(find "$build" -path "$build/fuzz" -prune -o -path "*_$set.dir*" -name "*.o" -print)

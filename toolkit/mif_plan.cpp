@@ -211,7 +211,8 @@ HeapVector<int32_t> numbersByName(const HeapVector<HeapText> &written,
 }  // namespace
 
 void refuse(int32_t code, const char *format, ...) {
-  Refusal refusal{code, {}};
+  Refusal refusal;
+  refusal.code = code;
   va_list values;
   va_start(values, format);
   std::vsnprintf(refusal.text, sizeof refusal.text, format, values);

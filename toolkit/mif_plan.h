@@ -26,9 +26,10 @@ enum Code : int32_t {
 };
 
 /// Thrown inside; becomes a report.
-struct Refusal {
+struct Refusal : std::exception {
   int32_t code;
   char text[400];
+  const char *what() const noexcept override { return text; }
 };
 [[noreturn]] void refuse(int32_t code, const char *format, ...) OPRJ_PRINTF(2, 3);
 

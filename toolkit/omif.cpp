@@ -17,6 +17,7 @@
 
 #include "toolkit/design.h"
 #include "toolkit/error_scope.h"
+#include "toolkit/mif_plan.h"
 
 using namespace orvik::toolkit;
 using namespace orvik::toolkit::mif;
@@ -489,6 +490,8 @@ Omif_Design *omif_DesignCopy(const Omif_Design *design, Oerr_Report **err) {
   return guarded(e, 2, [&] {
     auto copy = std::make_unique<Omif_Design>(*design);
     copy->companions = companionsOf(*design);
+    // Who frees objects by the copy must not need memory for that.
+    if (design->plan.load(std::memory_order_acquire)) planOf(*copy);
     return copy.release();
   });
 }

@@ -18,6 +18,30 @@
 
 OPRJ_BEGIN_C
 
+/** Texts and bytes of a record: `count` of them (a text's with its terminating zero) at `data`;
+    absent: 0 and null. */
+typedef struct {
+  int32_t count;
+  char *data;
+} Omif_Text;
+typedef struct {
+  int32_t count;
+  uint8_t *data;
+} Omif_Bytes;
+
+/** The record of the design "Omif_String". */
+typedef struct {
+  Omif_Text string;
+} Omif_String;
+
+/** The record of the design "Omif_MIFObject": an object that is carried together with the
+    dictionary that describes it. */
+typedef struct {
+  Omif_String type;        /**< the name of its design */
+  Omif_Text MIFDictionary; /**< the dictionary's text */
+  Omif_Bytes MIFObject;    /**< the object, its offsets counted from the first of these bytes */
+} Omif_MIFObject;
+
 /** Bytes of a record in host form, 0 with a report. */
 OPRJ_API size_t omif_DesignHostSize(const Omif_Design *design, Oerr_Report **err);
 /** Tells that records of this design take `size` bytes because they have members behind their

@@ -1,0 +1,296 @@
+// Projections in their portable forms: the native set's object and the wrapper of any set's object.
+#include <oprj/families.h>
+#include <oprj/mifable.h>
+#include <oprj/oint.h>
+#include <oprj/tables.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "interchange/shared_designs.h"
+#include "interchange/stored_datum.h"
+#include "pipeline/function_sets.h"
+
+using namespace orvik::oprj;
+
+namespace orvik::oprj {
+namespace {
+
+using OwnedDictionary = Owner<Omif_Dictionary, omif_DictionaryFree>;
+
+/// An object with the design that frees it.
+class OwnedObject {
+ public:
+  OwnedObject() = default;
+  OwnedObject(const Omif_Design *design, void *object) : design_(design), object_(object) {}
+  ~OwnedObject() { omif_ObjectFree(design_, &object_); }
+  OwnedObject(OwnedObject &&other) noexcept
+      : design_(other.design_), object_(std::exchange(other.object_, nullptr)) {}
+  OwnedObject &operator=(OwnedObject &&other) noexcept {
+    std::swap(design_, other.design_);
+    std::swap(object_, other.object_);
+    return *this;
+  }
+  explicit operator bool() const { return object_ != nullptr; }
+  const void *get() const { return object_; }
+  const Omif_Design *design() const { return design_; }
+  void *release() { return std::exchange(object_, nullptr); }
+
+ private:
+  const Omif_Design *design_ = nullptr;
+  void *object_ = nullptr;
+};
+
+bool bears(const Omif_Design *design, const char *name) {
+  return std::strcmp(omif_DesignName(design), name) == 0;
+}
+
+const char *charsOf(const Omif_Text &text) { return text.data ? text.data : ""; }
+
+/// The object as a record of the library's own design: what bears the same name elsewhere may be
+/// laid out otherwise. Empty with a report.
+OwnedObject asOwn(const void *object, const Omif_Design *design, const Omif_Design *own,
+                  Oerr_Report **err) {
+  return {own, omif_ObjectConvert(design, object, own, err)};
+}
+
+// ---- The native set
+
+/// An internal projection has no module; a name that it carries is told and left out.
+Oprj_CharStr moduleOf(const char *operation, int32_t proType, const Oprj_CharStr &name) {
+  if (proType != OPRJ_INTERNAL) return name;
+  if (*textOf(name)) {
+    Oerr_Report *warning =
+        oerr_CreateErrorReport(operation, 1, OERR_SEVERITY_WARNING, nullptr,
+                               "Ignoring proExeName.data in internal projection");
+    oerr_PrintErrorReport(warning);
+    oerr_DeleteErrorReport(&warning);
+  }
+  return {};
+}
+
+/// The tables know a spheroid of that name and these axes (metres).
+bool isListed(Oint_Toolkit *toolkit, const char *name, const Oprj_Spheroid &spheroid) {
+  constexpr double kAxesTolerance = 1e-5;  // as of oprj_GetSpheroidNameByAxes
+  const auto *entry = oprj_SpheroidEntryByName(toolkit, name, nullptr);
+  return entry && within(entry->a, spheroid.a, kAxesTolerance) &&
+         within(entry->b, spheroid.b, kAxesTolerance);
+}
+
+/// Gives a spheroid that was stored the name under which the tables list its axes, and its datum
+/// what is not stored with it. False with a report.
+bool completeSpheroid(Oint_Toolkit *toolkit, Oprj_Spheroid &spheroid, ErrorScope &e) {
+  if (axesUsable(spheroid.a, spheroid.b)) setAxes(spheroid, spheroid.a, spheroid.b);
+  if (!isListed(toolkit, textOf(spheroid.sphereName), spheroid)) {
+    const OwnedText listed(oprj_GetSpheroidNameByAxes(toolkit, spheroid.a, spheroid.b, nullptr));
+    if (listed && !oprj_CharStrCreate(listed.get(), &spheroid.sphereName, e.cause()))
+      return e.fail(7, "Error returned from oprj_CharStrCreate");
+  }
+  Oprj_Datum &datum = *spheroid.datum;
+  if (!isSurface(toolkit, textOf(spheroid.sphereName), datum)) return true;
+  // Without its surface the projection itself still works.
+  OwnedDatum listed;
+  Oprj_Datum *made = nullptr;
+  if (oprj_DatumInit(&made, nullptr)) listed.reset(made);
+  if (listed)
+    oprj_DatumByName(toolkit, textOf(spheroid.sphereName), textOf(datum.datumname), made, nullptr);
+  datum.type = OPRJ_DATUM_SURFACE;
+  if (listed) std::swap(datum.shiftSurface, listed->shiftSurface);
+  return true;
+}
+
+}  // namespace
+
+bool isSurface(Oint_Toolkit *toolkit, const char *spheroidName, const Oprj_Datum &datum) {
+  if (datum.type == OPRJ_DATUM_SURFACE) return true;
+  if (datum.type != OPRJ_DATUM_NONE || isUndefined(&datum)) return false;
+  const auto *entry = oprj_SpheroidEntryByName(toolkit, spheroidName, nullptr);
+  for (const auto *listed = entry ? entry->datums : nullptr; listed; listed = listed->next)
+    if (std::strcmp(listed->name, textOf(datum.datumname)) == 0)
+      return listed->type == OPRJ_DATUM_SURFACE;
+  return false;
+}
+
+void *nativeProjectionConvertToMIFable(const void *data, const Omif_Design **design,
+                                       Oerr_Report **err) {
+  ErrorScope e("nativeProjectionConvertToMIFable", err);
+  const auto *projection = static_cast<const Oprj_MapProjection *>(data);
+  const auto *record = projection ? projection->proParameters : nullptr;
+  if (!record || !design) return e.fail(2, "Invalid input Map Projection structure");
+  const auto *own = referenceDesign(mapProjection830Design, e.cause());
+  if (!own) return e.fail(3, "OMIF_DESIGN_FETCH failed");
+  // The copy takes the items alone from these borrowed parts.
+  Oprj_ProjectionObject830 parameters{
+      record->proType,
+      record->proNumber,
+      moduleOf("nativeProjectionConvertToMIFable", record->proType, record->proExeName),
+      record->proName,
+      record->proZone,
+      record->proParams};
+  Oprj_EarthModel830 earth{record->proSpheroid,
+                           record->proSpheroid ? record->proSpheroid->datum : nullptr};
+  const Oprj_MapProjection830 whole{&parameters, &earth};
+  void *object = omif_ObjectCopy(own, &whole, nullptr, e.cause());
+  if (!object) return e.fail(4, "omif_ObjectCopy failed");
+  *design = own;
+  return object;
+}
+
+void *nativeProjectionConvertFromMIFable(const void *object, const Omif_Design *design,
+                                         Oerr_Report **err) {
+  ErrorScope e("nativeProjectionConvertFromMIFable", err);
+  if (!design || !bears(design, "Oprj_MapProjection830"))
+    return e.fail(1, "Unrecognized design name");
+  const auto *own = referenceDesign(mapProjection830Design, e.cause());
+  if (!own) return e.fail(2, "OMIF_DESIGN_FETCH failed");
+  const auto converted = asOwn(object, design, own, e.cause());
+  if (!converted) return e.fail(3, "omif_ObjectConvert failed");
+  const auto *stored = static_cast<const Oprj_MapProjection830 *>(converted.get());
+  if (!stored->projectionObject) return e.fail(4, "Invalid projectionObject");
+
+  // A record of borrowed parts, copied as records are.
+  const auto &parameters = *stored->projectionObject;
+  const Oprj_EarthModel830 earth = stored->earthModel ? *stored->earthModel : Oprj_EarthModel830{};
+  Oprj_Spheroid spheroid = earth.proSpheroid ? *earth.proSpheroid : Oprj_Spheroid{};
+  spheroid.datum = earth.datum;
+  const Oprj_ProParameters borrowed{
+      parameters.proType,
+      parameters.proNumber,
+      moduleOf("nativeProjectionConvertFromMIFable", parameters.proType, parameters.proExeName),
+      parameters.proName,
+      parameters.proZone,
+      parameters.proParams,
+      &spheroid};
+  const OwnedParameters record(oprj_ProParametersCopy(&borrowed, nullptr, e.cause()));
+  if (!record) return e.fail(5, "Error returned from oprj_ProParametersCopy");
+  Oint_Toolkit *toolkit = oint_InitToolkit(e.cause());
+  if (!completeSpheroid(toolkit, *record->proSpheroid, e)) return nullptr;
+  auto *projection = oprj_ProjectionPre842Init(toolkit, record.get(), e.cause());
+  if (!projection) return e.fail(6, "oprj_ProjectionPre842Init failed");
+  return projection;
+}
+
+// ---- Any set
+
+namespace {
+
+/// The library's own design of that name among those that function sets read, else null; the
+/// Projection Engine's projected systems are laid out as all of its systems are.
+const Omif_Design *ownDesignOf(const char *name, Oerr_Report **err) {
+  if (std::strcmp(name, "Oprj_MapProjection830") == 0)
+    return referenceDesign(mapProjection830Design, err);
+  if (std::strcmp(name, "PE_COORDSYS") == 0) return referenceDesign(peCoordsysDesign, err);
+  return nullptr;
+}
+
+/// The wrapped object, as a record of the library's own design where it has one; else of the
+/// design in `dictionary`, where the wrapper's dictionary is read to. Empty with a report.
+OwnedObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, ErrorScope &e) {
+  const char *name = charsOf(wrapped.type.string);
+  dictionary.reset(omif_DictionaryDecodeFromString(charsOf(wrapped.MIFDictionary), e.cause()));
+  if (!dictionary) {
+    e.fail(3, "omif_DictionaryDecodeFromString failed");
+    return {};
+  }
+  const auto *written = omif_DictionarySearchByName(dictionary.get(), name, e.cause());
+  if (e.calleeFailed()) {
+    e.fail(4, "omif_DictionarySearchByName failed");
+    return {};
+  }
+  if (!written) {
+    e.fail(5, "Design %s not found in dictionary", name);
+    return {};
+  }
+  const auto *own = ownDesignOf(name, e.cause());
+  if (e.calleeFailed()) {
+    e.fail(6, "omif_ObjectAllocate failed");
+    return {};
+  }
+  const auto *wanted = own ? own : written;
+  OwnedObject object(wanted, omif_ObjectAllocate(wanted, e.cause()));
+  if (!object) {
+    e.fail(6, "omif_ObjectAllocate failed");
+    return {};
+  }
+  object = {wanted, omif_ConvertToHostAs(written, wrapped.MIFObject.data, wrapped.MIFObject.count,
+                                         wanted, nullptr, e.cause())};
+  if (!object) e.fail(7, "omif_ConvertToHost failed");
+  return object;
+}
+
+}  // namespace
+}  // namespace orvik::oprj
+
+int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, void **object,
+                                        Omif_Design **design, Oerr_Report **err) {
+  ErrorScope e("oprj_ProjectionConvertToMIFable", err);
+  if (object) *object = nullptr;
+  if (design) *design = nullptr;
+  if (!projection || !object || !design || !projection->functions ||
+      !projection->functions->convertToMIFable)
+    return e.fail(1, "Args");
+  const Omif_Design *inner = nullptr;
+  void *made = projection->functions->convertToMIFable(projection->ownedData, &inner, e.cause());
+  const OwnedObject wrapped(inner, made);
+  if (!wrapped) return e.fail(2, "ProjectionConvertToMIFable failed");
+
+  const OwnedDictionary dictionary(omif_DictionaryOfDesign(inner, e.cause()));
+  if (!dictionary) return e.fail(3, "omif_DictionaryOfDesign failed");
+  const OwnedText text(omif_DictionaryEncodeToString(dictionary.get(), e.cause()));
+  if (!text) return e.fail(4, "omif_DictionaryEncodeToString failed");
+  const int32_t size = omif_ObjectSize(inner, wrapped.get(), e.cause());
+  const orvik::toolkit::HeapBlock<uint8_t> bytes(
+      static_cast<uint8_t *>(omsc_HeapMalloc(static_cast<size_t>(size))));
+  if (e.calleeFailed() || !bytes ||
+      omif_ConvertToMIF(inner, wrapped.get(), bytes.get(), size, e.cause()) != size)
+    return e.fail(5, "omif_ConvertToMIF failed");
+
+  const auto *own = referenceDesign(mapProjection842Design, e.cause());
+  if (!own) return e.fail(6, "OMIF_DESIGN_FETCH failed");
+  const auto borrow = [](const char *borrowed) -> Omif_Text {
+    return {static_cast<int32_t>(std::strlen(borrowed) + 1), const_cast<char *>(borrowed)};
+  };
+  const Oprj_MapProjection842 whole{
+      {{borrow(omif_DesignName(inner))}, borrow(text.get()), {size, bytes.get()}},
+      {borrow(projection->title)}};
+  OwnedObject result(own, omif_ObjectCopy(own, &whole, nullptr, e.cause()));
+  if (!result) return e.fail(7, "omif_ObjectCopy failed");
+  *design = omif_DesignCopy(own, e.cause());
+  if (!*design) return e.fail(8, "omif_DesignCopy failed");
+  *object = result.release();
+  return 1;
+}
+
+Oprj_MapProjectionEx *oprj_ProjectionConvertFromMIFable(const void *object,
+                                                        const Omif_Design *design,
+                                                        Oerr_Report **err) {
+  ErrorScope e("oprj_ProjectionConvertFromMIFable", err);
+  if (!design) return e.fail(1, "NULL design");
+  if (!object) return e.fail(11, "NULL object");
+  const char *title = OPRJ_TITLE_NATIVE;
+  OwnedDictionary dictionary;  // outlives what its designs free
+  OwnedObject wrapper, unwrapped;
+  if (bears(design, "Oprj_MapProjection842")) {
+    const auto *own = referenceDesign(mapProjection842Design, e.cause());
+    if (own) wrapper = asOwn(object, design, own, e.cause());
+    if (!wrapper) return e.fail(12, "omif_ObjectConvert failed");
+    const auto *whole = static_cast<const Oprj_MapProjection842 *>(wrapper.get());
+    unwrapped = unwrap(whole->projection, dictionary, e);
+    if (!unwrapped) return nullptr;
+    title = charsOf(whole->title.string);
+    object = unwrapped.get();
+    design = unwrapped.design();
+  } else if (!bears(design, "Oprj_MapProjection830")) {
+    return e.fail(2, "Don't know how to convert from %s", omif_DesignName(design));
+  }
+  const auto *functions = functionsFromTitle(title);
+  if (!functions) return e.fail(8, "MapProjectionFunctionsFromTitle failed");
+  void *data = functions->convertFromMIFable(object, design, e.cause());
+  if (!data) return e.fail(9, "ProjectionConvertFromMIFable failed");
+  auto *handle = oprj_ProjectionInitInternal(title, data, e.cause());
+  if (!handle) {
+    functions->free(data, nullptr);
+    return e.fail(10, "oprj_ProjectionInitInternal failed");
+  }
+  return handle;
+}
