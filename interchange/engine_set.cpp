@@ -1,6 +1,7 @@
 // The function set titled "PE", whose data is a coordinate system object of the Projection Engine.
 // This build binds no engine: objects cannot be made from text, and what would compute with one
 // reports so.
+#include "interchange/engine_portable.h"
 #include "pipeline/function_sets.h"
 #include "toolkit/error_scope.h"
 
@@ -41,12 +42,6 @@ char *peProjectionName(const void *, Oerr_Report **err) {
   return noEngine("peProjectionName", err);
 }
 void peProjectionFree(void *, Oerr_Report **err) { noEngine("peProjectionFree", err); }
-void *peProjectionConvertFromMIFable(const void *, const Omif_Design *, Oerr_Report **err) {
-  return noEngine("peProjectionConvertFromMIFable", err);
-}
-void *peProjectionConvertToMIFable(const void *, const Omif_Design **, Oerr_Report **err) {
-  return noEngine("peProjectionConvertToMIFable", err);
-}
 int32_t peProjectionConvertPossible(const void *, const char *title, Oerr_Report **err) {
   ErrorScope e("peProjectionConvertPossible", err);
   return sameTitle(title, OPRJ_TITLE_NATIVE) || sameTitle(title, OPRJ_TITLE_PE);

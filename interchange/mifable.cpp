@@ -1,4 +1,5 @@
 // Projections in their portable forms: the native set's object and the wrapper of any set's object.
+#include <oprj/engine.h>
 #include <oprj/families.h>
 #include <oprj/mifable.h>
 #include <oprj/oint.h>
@@ -7,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "interchange/engine_portable.h"
 #include "interchange/shared_designs.h"
 #include "interchange/stored_datum.h"
 #include "pipeline/function_sets.h"
@@ -46,6 +48,10 @@ bool bears(const Omif_Design *design, const char *name) {
 }
 
 const char *charsOf(const Omif_Text &text) { return text.data ? text.data : ""; }
+
+Omif_Text borrowed(const char *text) {
+  return {static_cast<int32_t>(std::strlen(text) + 1), const_cast<char *>(text)};
+}
 
 /// The object as a record of the library's own design: what bears the same name elsewhere may be
 /// laid out otherwise. Empty with a report.
@@ -153,7 +159,7 @@ void *nativeProjectionConvertFromMIFable(const void *object, const Omif_Design *
   const Oprj_EarthModel830 earth = stored->earthModel ? *stored->earthModel : Oprj_EarthModel830{};
   Oprj_Spheroid spheroid = earth.proSpheroid ? *earth.proSpheroid : Oprj_Spheroid{};
   spheroid.datum = earth.datum;
-  const Oprj_ProParameters borrowed{
+  const Oprj_ProParameters parts{
       parameters.proType,
       parameters.proNumber,
       moduleOf("nativeProjectionConvertFromMIFable", parameters.proType, parameters.proExeName),
@@ -161,13 +167,87 @@ void *nativeProjectionConvertFromMIFable(const void *object, const Omif_Design *
       parameters.proZone,
       parameters.proParams,
       &spheroid};
-  const OwnedParameters record(oprj_ProParametersCopy(&borrowed, nullptr, e.cause()));
+  const OwnedParameters record(oprj_ProParametersCopy(&parts, nullptr, e.cause()));
   if (!record) return e.fail(5, "Error returned from oprj_ProParametersCopy");
   Oint_Toolkit *toolkit = oint_InitToolkit(e.cause());
   if (!completeSpheroid(toolkit, *record->proSpheroid, e)) return nullptr;
   auto *projection = oprj_ProjectionPre842Init(toolkit, record.get(), e.cause());
   if (!projection) return e.fail(6, "oprj_ProjectionPre842Init failed");
   return projection;
+}
+
+// ---- The Projection Engine's set
+
+namespace {
+
+/// The item that holds a system's text: "coordSys", else the first text. False when there is none.
+bool textItem(const Omif_Design *design, Omif_ItemInfo &found) {
+  Omif_ItemInfo item, first{};
+  for (int32_t i = 0; omif_DesignItem(design, i, &item); ++i) {
+    if (std::strcmp(item.name, "coordSys") == 0) {
+      found = item;
+      return true;
+    }
+    if (!first.name && item.kind == 'c' && item.pointer == 'p') first = item;
+  }
+  found = first;
+  return first.name != nullptr;
+}
+
+/// A design of one text under a name of an item, in a dictionary of its own.
+OwnedDictionary designOfText(const char *item, Oerr_Report **err) {
+  OwnedDictionary dictionary(omif_NewDictionary(err));
+  if (dictionary && !omif_DesignCreate(dictionary.get(), "Text", err, OMIF_STRING, item, OMIF_END))
+    dictionary.reset();
+  return dictionary;
+}
+
+}  // namespace
+
+void *peProjectionConvertToMIFable(const void *data, const Omif_Design **design,
+                                   Oerr_Report **err) {
+  ErrorScope e("peProjectionConvertToMIFable", err);
+  const OwnedText text(
+      oawp_PE_pe_coordsys_to_string(static_cast<const Oawp_PE_COORDSYS *>(data), nullptr, 0));
+  if (!text) {
+    oawp_PE_ReportTake(e.cause());
+    return e.fail(1, "OAWP_FCLL_PE(pe_coordsys_to_string) failed");
+  }
+  const auto *own = referenceDesign(peCoordsysDesign, e.cause());
+  if (!own) return e.fail(2, "OMIF_DESIGN_FETCH failed");
+  const Oprj_PECoordsys whole{{borrowed(text.get())}};
+  void *object = omif_ObjectCopy(own, &whole, nullptr, e.cause());
+  if (!object) return e.fail(3, "omif_ObjectCopy failed");
+  *design = own;
+  return object;
+}
+
+void *peProjectionConvertFromMIFable(const void *object, const Omif_Design *design,
+                                     Oerr_Report **err) {
+  ErrorScope e("peProjectionConvertFromMIFable", err);
+  if (!design || !(bears(design, "PE_COORDSYS") || bears(design, "PE_PROJCS")))
+    return e.fail(1, "Unrecognized design name");
+  Omif_ItemInfo item;
+  if (!textItem(design, item)) return e.fail(2, "No text in design %s", omif_DesignName(design));
+  // As the library's own design has it, or as a text that is an item itself.
+  OwnedDictionary dictionary;
+  const Omif_Design *wanted = nullptr;
+  if (item.kind == 'c') {
+    dictionary = designOfText(item.name, e.cause());
+    wanted = dictionary ? omif_DictionaryDesign(dictionary.get(), 0) : nullptr;
+  } else {
+    wanted = referenceDesign(peCoordsysDesign, e.cause());
+  }
+  if (!wanted) return e.fail(3, "OMIF_DESIGN_FETCH failed");
+  const auto converted = asOwn(object, design, wanted, e.cause());
+  if (!converted) return e.fail(4, "omif_ObjectConvert failed");
+  const auto *stored = static_cast<const Omif_String *>(converted.get());
+  Oawp_PE_COORDSYS *system = oawp_PE_pe_coordsys_from_string(charsOf(stored->string));
+  if (!system) {
+    oawp_PE_ReportTake(e.cause());
+    return e.fail(5, "OAWP_FCLL_PE(pe_coordsys_from_string) failed");
+  }
+  return system;
 }
 
 // ---- Any set
@@ -247,12 +327,9 @@ int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, 
 
   const auto *own = referenceDesign(mapProjection842Design, e.cause());
   if (!own) return e.fail(6, "OMIF_DESIGN_FETCH failed");
-  const auto borrow = [](const char *borrowed) -> Omif_Text {
-    return {static_cast<int32_t>(std::strlen(borrowed) + 1), const_cast<char *>(borrowed)};
-  };
   const Oprj_MapProjection842 whole{
-      {{borrow(omif_DesignName(inner))}, borrow(text.get()), {size, bytes.get()}},
-      {borrow(projection->title)}};
+      {{borrowed(omif_DesignName(inner))}, borrowed(text.get()), {size, bytes.get()}},
+      {borrowed(projection->title)}};
   OwnedObject result(own, omif_ObjectCopy(own, &whole, nullptr, e.cause()));
   if (!result) return e.fail(7, "omif_ObjectCopy failed");
   *design = omif_DesignCopy(own, e.cause());
