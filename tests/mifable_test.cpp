@@ -166,6 +166,30 @@ TEST_F(MIFable, StoredSpheroidsAndDatumsAreCompleted) {
       "nativeProjectionConvertFromMIFable: oprj_ProjectionPre842Init failed (6)");
 }
 
+// The design has no name for surface datums, so that writers stored them as undefined ones.
+TEST_F(MIFable, SurfaceDatumsAreKnownByTheirNames) {
+  Slot slot;
+  Oprj_SpheroidTableEntry *table = oprj_SpheroidTableParse(
+      "\"Ball\" { 998 6370000 6370000 \"Bent\" surface constant longitude 1 latitude 2 basedatum "
+      "\"Straight\" \"Straight\" parametric 0 0 0 0 0 0 0 }",
+      nullptr, slot);
+  ASSERT_NE(table, nullptr) << slot.chain();
+  for (const auto &[name, type] : {std::pair{"Bent", 4}, {"Straight", 3}}) {
+    const HandlePtr read = changed(
+        [&](auto &stored) {
+          auto &spheroid = *stored.earthModel->proSpheroid;
+          setText(spheroid.sphereName, "Ball");
+          spheroid.a = spheroid.b = 6370000;
+          stored.earthModel->datum->type = 3;
+          setText(stored.earthModel->datum->datumname, name);
+        },
+        slot);
+    ASSERT_NE(read, nullptr) << slot.chain();
+    EXPECT_EQ(recordOf(read).proSpheroid->datum->type, type);
+  }
+  oprj_SpheroidTableEntryFree(&table);
+}
+
 // An inner dictionary may define a known name otherwise: items are found by name, of any width.
 TEST_F(MIFable, OtherLayoutsOfAKnownNameAreReadByItemName) {
   const LeakCheck leaks;

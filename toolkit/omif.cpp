@@ -5,9 +5,12 @@
 //   item       = count ":" [ "*" | "p" ] kind item-name ","
 //   kind       = letter | "e" n ":" n * ( value-name "," ) | "o" design-name "," | "x" definition
 //
+// Dictionaries are shared by threads and grow late: they are searched and changed inside the guard.
+//
 // Design and item names hold letters, digits and "_". Value names of dictionaries written elsewhere
 // also hold blanks and dashes, so the reader takes every printable byte that the grammar leaves.
 #include <oprj/omif.h>
+#include <oprj/othr.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -105,6 +108,7 @@ void collectNames(const Omif_Design &design, HeapVector<const HeapText *> &names
 std::unique_ptr<Omif_Dictionary> orvik::toolkit::mif::companionsOf(const Omif_Design &design) {
   const Omif_Dictionary *dictionary = design.names();
   if (!dictionary) return nullptr;
+  const Guard guard;
   auto made = std::make_unique<Omif_Dictionary>();
   std::unordered_set<const Omif_Design *, std::hash<const Omif_Design *>, std::equal_to<>,
                      HeapAllocator<const Omif_Design *>>
@@ -441,6 +445,7 @@ Omif_Design *createDesign(Omif_Dictionary *dictionary, const char *name, Items i
     }
     design->seal();
     if (!dictionary) return design.release();
+    const Guard guard;
     Omif_Design *known = dictionary->find(name);
     if (!known) return dictionary->adopt(design);
     if (*known == *design) return known;
@@ -509,6 +514,7 @@ int32_t omif_AddDesignToDictionary(Omif_Dictionary *dictionary, Omif_Design *des
   if (design->owner == dictionary) return 1;
   if (design->owner)
     return e.fail(3, "Design \"%s\" belongs to another dictionary", design->name.c_str());
+  const Guard guard;
   const Omif_Design *known = dictionary->find(design->name);
   if (known && *known != *design)
     return e.fail(4, "A different design \"%s\" is in the dictionary", design->name.c_str());
@@ -530,6 +536,7 @@ const Omif_Design *omif_DictionaryAddDesign(Omif_Dictionary *dictionary, const O
   ErrorScope e("omif_DictionaryAddDesign", err);
   if (!dictionary) return e.fail(1, "Invalid input dictionary");
   if (!design) return e.fail(2, "Invalid input design");
+  const Guard guard;
   if (const Omif_Design *known = dictionary->find(design->name)) {
     if (*known == *design) return known;
     return e.fail(3, "A different design \"%s\" is in the dictionary", design->name.c_str());
@@ -545,6 +552,7 @@ const Omif_Design *omif_DictionarySearchByName(const Omif_Dictionary *dictionary
   ErrorScope e("omif_DictionarySearchByName", err);
   if (!dictionary) return e.fail(1, "Invalid input dictionary");
   if (!name) return e.fail(2, "Invalid input design name");
+  const Guard guard;
   return dictionary->find(name);
 }
 
