@@ -35,6 +35,7 @@ class OwnedObject {
   }
   explicit operator bool() const { return object_ != nullptr; }
   const void *get() const { return object_; }
+  void *record() { return object_; }
   const Omif_Design *design() const { return design_; }
   void *release() { return std::exchange(object_, nullptr); }
 
@@ -292,9 +293,11 @@ OwnedObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, E
     e.fail(6, "omif_ObjectAllocate failed");
     return {};
   }
-  object = {wanted, omif_ConvertToHostAs(written, wrapped.MIFObject.data, wrapped.MIFObject.count,
-                                         wanted, nullptr, e.cause())};
-  if (!object) e.fail(7, "omif_ConvertToHost failed");
+  if (!omif_ConvertToHostAs(written, wrapped.MIFObject.data, wrapped.MIFObject.count, wanted,
+                            object.record(), e.cause())) {
+    e.fail(7, "omif_ConvertToHost failed");
+    return {};
+  }
   return object;
 }
 

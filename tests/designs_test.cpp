@@ -5,9 +5,6 @@
 #include <oprj/omif_object.h>
 #include <oprj/tables.h>
 
-#include <sstream>
-#include <tuple>
-
 #include "interchange/shared_designs.h"
 #include "tests/support.h"
 
@@ -70,49 +67,6 @@ TEST(Designs, StartBuildsEveryDesignAndKeepsFour) {
 
   expectRefusal(oprj_InitDictionaryCreate(nullptr, err), err,
                 "oprj_InitDictionaryCreate: Invalid input Oprj_InitData (21)");
-}
-
-/// The values of a record, read by the places and kinds that its design tells.
-std::string valuesOf(const Omif_Design *design, const void *record) {
-  std::ostringstream out;
-  Omif_ItemInfo item;
-  for (int32_t i = 0; omif_DesignItem(design, i, &item); ++i) {
-    const char *at = static_cast<const char *>(record) + item.offset;
-    out << (i == 0 ? "" : " ") << item.name << '=';
-    const std::string form =
-        std::string(item.pointer == 0 ? "" : &item.pointer, item.pointer != 0) + item.kind;
-    if (form == "pc") out << reinterpret_cast<const Oprj_CharStr *>(at)->data;
-    else if (form == "pd") out << reinterpret_cast<const Oprj_DblArray *>(at)->data[0];
-    else if (form == "d") out << *reinterpret_cast<const double *>(at);
-    else if (form == "l" || form == "e") out << *reinterpret_cast<const int32_t *>(at);
-    else if (form == "*o") out << **reinterpret_cast<const double *const *>(at);
-    else out << "? " << form;
-  }
-  return out.str();
-}
-
-TEST(Designs, TellWhereRecordsKeepTheirItems) {
-  double numbers[] = {7.5};
-  char name[] = "Name", other[] = "Other";
-  const Oprj_Datum datum{{5, name}, 2, {1, numbers}, {6, other}, nullptr, nullptr, nullptr};
-  const Oprj_Spheroid spheroid{{5, name}, 1, 2, 3, 4, nullptr};
-  Oprj_Coordinate first{11, 12}, second{13, 14};
-  Oprj_Size size{15, 16};
-  const Oprj_MapInfo info{{5, name}, &first, &second, &size, {6, other}};
-  Oprj_InitData data{};
-  const Omif_Dictionary *start = oprj_InitDictionaryCreate(&data, nullptr);
-  const std::tuple<const char *, const void *, const char *> rows[] = {
-      {"Datum", &datum, "datumname=Name type=2 params=7.5 gridname=Other"},
-      {"Spheroid", &spheroid, "sphereName=Name a=1 b=2 eSquared=3 radius=4"},
-      {"Coordinate", &first, "x=11 y=12"},
-      {"Size", &size, "width=15 height=16"},
-      {"MapInfo", &info,
-       "proName=Name upperLeftCenter=11 lowerRightCenter=13 pixelSize=15 units=Other"}};
-  for (const auto &[design, record, values] : rows)
-    EXPECT_EQ(valuesOf(omif_DictionarySearchByName(start, (std::string("Oprj_") + design).c_str(),
-                                                   nullptr),
-                       record),
-              values);
 }
 
 TEST(Designs, FetchedDesignsAreMadeOnceWhateverTheThread) {
