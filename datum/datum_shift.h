@@ -47,7 +47,13 @@ OPRJ_API void oprj_DatumShiftGrid(const Oprj_Point *in, const Oprj_Datum *source
 OPRJ_API void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                                         const char *datumName, int32_t direction,
                                         Oerr_Report **err);
-/** Parametric and surface datums on either side. */
+/** Parametric and surface datums on either side: from a surface datum to its base by its surface,
+   to the base's base where that is a surface datum too, and so on, up to a datum that stands above
+   both ends or to one that has no base; over by the parametric or the grid shift; down likewise. In
+    place too. 1 "Empty argument(s).", 2 "Wrong datum types." (of an end, or of a base; heights), 3
+    "Cannot create space", 4 "Cannot get datum by name" (a base; more than 8 of them), 5 "Cannot do
+    grid datum shift", 6 "Cannot do parametric shift", 7 "Cannot do surface shift", 8 "Cannot get
+    spheroid by name". */
 OPRJ_API void oprj_DatumShift4EllipsoidSurfaceDatum(const Oprj_Point *in,
                                                     const Oprj_Spheroid *source, Oprj_Point *out,
                                                     const Oprj_Spheroid *destination, int32_t count,
@@ -139,10 +145,18 @@ OPRJ_API int32_t oprj_GetDatumShiftDirection(const char *source, const char *des
 OPRJ_API Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err);
 OPRJ_API void oprj_DatumGridFileClose(Oprj_GridData **grid);
 
-/** A surface of one's own with the same shifts; freeing. */
+/** A record of one's own of the same surface, which both share: 1 "Invalid input
+   Oprj_ShiftSurface", 2 "Out of memory". */
 OPRJ_API Oprj_ShiftSurface *oprj_ShiftSurfaceDuplicate(const Oprj_ShiftSurface *surface,
                                                        Oerr_Report **err);
+/** Frees a record, and with the last one its surface, and nulls the pointer. */
 OPRJ_API void oprj_ShiftSurfaceFree(Oprj_ShiftSurface **surface);
+/** The surface of a system's datum as the tables have it, found by the names of spheroid and datum,
+    else by the datum's under the spheroid that it stands with: a record of one's own. 1 "Invalid
+    input Oprj_ProParameters", 2 "Error returned from oprj_DatumByName", 3 "Wrong datum types." (not
+    a surface datum). */
+OPRJ_API Oprj_ShiftSurface *oprj_ShiftSurfaceGetByProParams(const Oprj_ProParameters *record,
+                                                            Oerr_Report **err);
 
 OPRJ_END_C
 

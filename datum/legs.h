@@ -16,7 +16,7 @@ SharedLeg makeRegressionLeg(const char *datumName, bool forward);
 /// The name (exact; null: none) is that of a datum with built-in equations.
 bool hasRegression(const char *datumName);
 
-/// datum/surface.cpp: reports as oprj_DatumShift4EllipsoidSurfaceDatum.
+/// datum/shift/surface_shift.cpp: reports as oprj_DatumShift4EllipsoidSurfaceDatum.
 SharedLeg makeSurfaceLeg(const Oprj_Spheroid *source, const Oprj_Spheroid *destination);
 
 }  // namespace orvik::oprj

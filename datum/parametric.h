@@ -43,6 +43,8 @@ class ParametricShift final : public ShiftLeg {
   /// Reports as oprj_DatumShiftParametric.
   bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
            Oerr_Report **err) const override;
+  /// What the formulas take; zeros for a copy.
+  const Oprj_ShiftParameters &parameters() const { return block_.shift; }
   /// No run over an array of points fails.
   bool cannotFail() const { return step_ == Step::kCopy || step_ == Step::kShift; }
 

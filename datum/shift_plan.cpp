@@ -16,7 +16,7 @@ namespace orvik::oprj {
 
 namespace {
 
-/// Points between two legs stay in cache: 16 KB of them at a time.
+/// Points are kept while a surface shift may fail: 16 KB of them at a time.
 constexpr int32_t kTilePoints = 1024;
 
 /// Codes of both operations' reports; each has the last codes for itself.
@@ -368,25 +368,7 @@ SharedLeg ShiftPlan::make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_
 bool ShiftPlan::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
                     Oerr_Report **err) const {
   ErrorScope e(operation_, err);
-  const auto failAt = [&](int32_t step) {
-    return e.fail(steps_[step].code, "%s", steps_[step].message);
-  };
-  if (stepCount_ == 1) return steps_[0].leg->run(in, out, count, reasons, e.cause()) || failAt(0);
-  // Missing arrays and counts below 1 are for the legs to refuse, so there is always a tile.
-  int32_t done = 0;
-  do {
-    Oprj_Point between[kTilePoints];
-    const int32_t tile = std::min(kTilePoints, count - done);
-    const Oprj_Point *from = in ? in + done : nullptr;
-    for (int32_t i = 0; i < stepCount_; ++i) {
-      Oprj_Point *to = i < stepCount_ - 1 ? between : out ? out + done : nullptr;
-      if (!steps_[i].leg->run(from, to, tile, reasons ? reasons + done : nullptr, e.cause()))
-        return failAt(i);
-      from = to;
-    }
-    done += tile;
-  } while (done < count);
-  return true;
+  return runSteps({steps_, static_cast<size_t>(stepCount_)}, in, out, count, reasons, e);
 }
 
 const ShiftSources kShiftSources = {oprj_SpheroidByName, oprj_DatumByName, makeGridLeg,

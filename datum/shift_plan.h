@@ -18,7 +18,7 @@
 #include <optional>
 
 #include "datum/parametric.h"
-#include "datum/shift/leg.h"
+#include "datum/shift/leg_steps.h"
 #include "records/records.h"
 
 namespace orvik::oprj {
@@ -58,12 +58,6 @@ class ShiftPlan final : public ShiftLeg {
   }
 
  private:
-  /// A leg of the route and what the route says when it fails.
-  struct Step {
-    SharedLeg leg;
-    int32_t code;
-    const char *message;
-  };
   struct Ends;
   struct Leg;
   struct Route;
@@ -76,7 +70,7 @@ class ShiftPlan final : public ShiftLeg {
   const ShiftSources &sources_;
   const char *operation_ = "";
   int32_t stepCount_ = 0;
-  Step steps_[3];
+  LegStep steps_[3];
   /// In the plan itself: no route has more than one such leg.
   std::optional<ParametricShift> parametric_;
 };

@@ -20,6 +20,7 @@
 #include "chain.h"
 #include "datum_shift.h"
 #include "designs.h"
+#include "elevation.h"
 #include "elevation_info.h"
 #include "engine.h"
 #include "families.h"

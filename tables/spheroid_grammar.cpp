@@ -67,12 +67,13 @@ class SpheroidBuilder {
   template <int32_t kKind>
   void sourceKind() {
     datum_->surface->kind = kKind;
+    datum_->surface->bilinear = kKind != kConstant;
   }
   void longitudeShift(double seconds) { datum_->surface->longitudeShift = seconds; }
   void latitudeShift(double seconds) { datum_->surface->latitudeShift = seconds; }
   void longitudeFile(Lexeme text) { datum_->surface->longitudeFile = newText(text); }
   void latitudeFile(Lexeme text) { datum_->surface->latitudeFile = newText(text); }
-  void bilinear() { datum_->surface->bilinear = 1; }
+  void nearest() { datum_->surface->bilinear = 0; }
   void nodata(double value) {
     datum_->surface->hasNodata = 1;
     datum_->surface->nodata = value;
@@ -101,7 +102,7 @@ const auto longitude = need(word("longitude"), "longitude");
 const auto latitude = need(word("latitude"), "latitude");
 const auto shift = need(number, "a shift in arc-seconds");
 const auto method =
-    need(word("bilinear")[action<&B::bilinear>] | word("nothing"), "bilinear or nothing");
+    need(word("bilinear") | word("nothing")[action<&B::nearest>], "bilinear or nothing");
 const auto nodata = -(word("nodata") >> need(number, "a number")[action<&B::nodata>]);
 
 const auto constant = word("constant")[action<&B::sourceKind<kConstant>>] >> longitude >>

@@ -26,6 +26,12 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/examples/link/project_a_point.c" -o "$work/second" \
   $(pkg-config --cflags --libs oprj)
 second=$("$work/second")
+cmake -S "$source/examples/shift-plugin" -B "$work/plugin" -DCMAKE_PREFIX_PATH="$work/usr" > "$work/log"
+cmake --build "$work/plugin" > "$work/log"
+readelf -d "$work/plugin/affine_shift.so" | grep -q oPrj && { echo "the plug-in links oPrj"; exit 1; }
+# 1.2 + 0.05 * 0.2 = 1.21 and -0.8 - 0.02 * 0.1 = -0.802 arc-seconds
+shifted=$("$work/plugin/shift_by_plugin" "$work/plugin/affine_shift.so")
+[ "$shifted" = "8.700336111 47.299777222" ] || { echo "by the plug-in: $shifted"; exit 1; }
 unset LD_LIBRARY_PATH ORVIK_PROJECTIONS_PATH ORVIK_DATUMS_PATH
 program=$(echo "-77.03524 38.889468" |
   "$work/usr/bin/oprj" project --from "geographic; datum=WGS 84" --to "utm; zone=18; datum=WGS 84" --digits 3)

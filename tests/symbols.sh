@@ -12,6 +12,14 @@ foreign=$(nm -DC --defined-only "$build/lib/liboPrj.so" | grep -vE ' [VWu] ((typ
   awk '{$1="";$2="";print}' | sed 's/^ *//' |
   grep -vE '^(oprj_|oawp_PE_|OrvikDatum::|(typeinfo|vtable|typeinfo name) for OrvikDatum::)')
 [ -z "$foreign" ] || { echo "liboPrj exports:"; echo "$foreign"; bad=1; }
+# Classes: those of the public headers, and no part of them that is not declared there.
+declared=$(grep -hoE '^class OPRJ_API \w+' "$build"/include/oprj/*.h | awk '{print $3}' | sort -u)
+exported=$(nm -DC --defined-only "$build/lib/liboPrj.so" |
+  grep -oE '(OrvikDatum|orvik::oprj)::[A-Z]\w*::[~A-Za-z][A-Za-z ]*(::\w+)*\(' | sort -u)
+difference=$(diff <(echo "$declared") <(grep -oE '::[A-Z]\w*::' <<< "$exported" | tr -d : | sort -u))
+[ -z "$difference" ] || { echo "classes declared (<) and exported (>) differ:"; echo "$difference"; bad=1; }
+nested=$(grep -E '::[A-Z]\w*::\w+::' <<< "$exported")
+[ -z "$nested" ] || { echo "insides of classes are exported:"; echo "$nested"; bad=1; }
 foreign=$(nm -D --defined-only "$build/lib/liboPrjToolkit.so" | grep -vE ' [VWu] _ZZ?(T[ISV]|N)St' | awk '{print $3}' |
   grep -vE '^(omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif|ofga|ohfa|odll|odlm)_')
 [ -z "$foreign" ] || { echo "liboPrjToolkit exports:"; echo "$foreign"; bad=1; }

@@ -23,9 +23,6 @@ inline constexpr double kDegreesPerRadian = 57.29577951308232;
 inline constexpr double kRadiansPerDegree = 0.017453292519943295;
 inline constexpr double kDegreesPerSecond = 0.000277777777778;
 
-inline constexpr double kInverseTolerance = 1e-9;  // degrees, 0.1 mm on the ground
-inline constexpr int32_t kInverseRounds = 10;
-
 template <class V>
 struct Position {
   V lon, lat;

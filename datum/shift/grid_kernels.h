@@ -11,6 +11,11 @@ namespace orvik::oprj {
 
 inline constexpr int64_t kGridNodeBytes = 8;
 
+/// Against the direction of shifts: an estimate is good when its shift misses the target by no more
+/// than this (0.1 mm on the ground), or is the last one.
+inline constexpr double kInverseTolerance = 1e-9;  // degrees
+inline constexpr int32_t kInverseRounds = 10;
+
 /// A box of degrees; its bounds are inside.
 struct GridBox {
   double west, south, east, north;

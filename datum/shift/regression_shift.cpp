@@ -21,6 +21,8 @@ namespace {
 
 constexpr int32_t kNoEquations = -1;
 
+}  // namespace
+
 int32_t equationsOf(const char *datumName) {
   for (int32_t i = 0; datumName && i < kRegressionDatums; ++i) {
     if (std::strcmp(kRegressions[i].datum, datumName) == 0) return i;
@@ -28,7 +30,12 @@ int32_t equationsOf(const char *datumName) {
   return kNoEquations;
 }
 
-}  // namespace
+Oprj_Point movedByRegression(int32_t equations, Oprj_Point point) {
+  constexpr double kForward = 1.0;
+  Oprj_Point to;
+  regressionKernelsInUse().shift[equations](&point, &to, 1, nullptr, kForward);
+  return to;
+}
 
 bool hasRegression(const char *datumName) { return equationsOf(datumName) != kNoEquations; }
 

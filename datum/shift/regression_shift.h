@@ -6,6 +6,12 @@
 
 namespace orvik::oprj {
 
+/// The index of a datum's equations (regression_equations.h), -1 for a name (null: none) that has
+/// none.
+int32_t equationsOf(const char *datumName);
+/// Where equations move a point (radians), counted nowhere.
+Oprj_Point movedByRegression(int32_t equations, Oprj_Point point);
+
 /// A shift between one of the eight datums and WGS 84.
 class RegressionShift final : public ShiftLeg {
  public:

@@ -1,0 +1,201 @@
+#include "datum/model/triangles.h"
+
+#include <algorithm>
+#include <boost/polygon/voronoi.hpp>
+#include <numeric>
+#include <utility>
+
+namespace orvik::oprj {
+
+using OrvikDatum::Shift;
+using OrvikDatum::ShiftMethod;
+using toolkit::HeapVector;
+
+namespace {
+
+constexpr double kUnitsPerDegree = 1e7;
+constexpr double kDegreesPerTurn = 360.0;
+
+}  // namespace
+
+ShiftTriangles::Place ShiftTriangles::placeOf(double lon, double lat) const {
+  return {wrappedDegrees(lon - middle_) * kUnitsPerDegree, lat * kUnitsPerDegree};
+}
+
+/// Cuts the globe in the widest gap of longitudes and rounds the coordinates.
+void ShiftTriangles::place() {
+  HeapVector<double> lons;
+  for (const Site &site : sites) lons.push_back(wrappedDegrees(site.lon));
+  std::sort(lons.begin(), lons.end());
+  double widest = lons.front() + kDegreesPerTurn - lons.back();
+  double west = lons.front(), east = lons.back();
+  for (size_t i = 1; i < lons.size(); ++i) {
+    if (lons[i] - lons[i - 1] <= widest) continue;
+    widest = lons[i] - lons[i - 1];
+    west = lons[i];
+    east = lons[i - 1];
+  }
+  const auto [south, north] = std::minmax_element(
+      sites.begin(), sites.end(), [](const Site &a, const Site &b) { return a.lat < b.lat; });
+  extent_ = {west, south->lat, east, north->lat};
+  middle_ = wrappedDegrees(west + (kDegreesPerTurn - widest) / 2.0);
+  for (Site &site : sites) {
+    const Place at = placeOf(site.lon, site.lat);
+    site.x = static_cast<int32_t>(std::lround(at.x));
+    site.y = static_cast<int32_t>(std::lround(at.y));
+  }
+}
+
+bool ShiftTriangles::triangulate() {
+  namespace polygon = boost::polygon;
+  HeapVector<polygon::point_data<int32_t>> points;
+  for (const Site &site : sites) points.emplace_back(site.x, site.y);
+  polygon::voronoi_diagram<double> diagram;
+  polygon::construct_voronoi(points.begin(), points.end(), &diagram);
+  // Around a vertex lie the cells of a triangle's corners, or of more points on one circle, which
+  // are cut into a fan.
+  HeapVector<int32_t> around;
+  for (const auto &vertex : diagram.vertices()) {
+    around.clear();
+    const auto *edge = vertex.incident_edge();
+    do {
+      around.push_back(static_cast<int32_t>(edge->cell()->source_index()));
+      edge = edge->rot_next();
+    } while (edge != vertex.incident_edge());
+    for (size_t i = 2; i < around.size(); ++i)
+      triangles_.push_back({{around[0], around[i - 1], around[i]}});
+  }
+  if (triangles_.empty()) return false;
+  fillBuckets();
+  if (method == ShiftMethod::Nearest) link();
+  return true;
+}
+
+ShiftTriangles::Buckets ShiftTriangles::bucketsOf(const Triangle &triangle) const {
+  const auto [a, b, c] = triangle.corner;
+  const auto [west, east] = std::minmax({sites[a].x, sites[b].x, sites[c].x});
+  const auto [south, north] = std::minmax({sites[a].y, sites[b].y, sites[c].y});
+  return {bucketOf(west, origin_.x, bucket_.x), bucketOf(east, origin_.x, bucket_.x),
+          bucketOf(south, origin_.y, bucket_.y), bucketOf(north, origin_.y, bucket_.y)};
+}
+
+template <class Each>
+void ShiftTriangles::eachBucket(const Triangle &triangle, Each each) const {
+  const Buckets of = bucketsOf(triangle);
+  for (int32_t row = of.firstRow; row <= of.lastRow; ++row)
+    for (int32_t column = of.firstColumn; column <= of.lastColumn; ++column)
+      each(row * side_ + column);
+}
+
+/// About as many buckets as triangles; fewer when long triangles reach into too many of them.
+void ShiftTriangles::fillBuckets() {
+  constexpr int64_t kMostPerTriangle = 16;
+  const auto [west, east] = std::minmax_element(
+      sites.begin(), sites.end(), [](const Site &a, const Site &b) { return a.x < b.x; });
+  const auto [south, north] = std::minmax_element(
+      sites.begin(), sites.end(), [](const Site &a, const Site &b) { return a.y < b.y; });
+  origin_ = {double(west->x), double(south->y)};
+  side_ = static_cast<int32_t>(std::sqrt(static_cast<double>(triangles_.size()))) + 1;
+  for (;; side_ = side_ / 2 + 1) {
+    bucket_ = {std::max(east->x - origin_.x, 1.0) / side_,
+               std::max(north->y - origin_.y, 1.0) / side_};
+    int64_t entries = 0;
+    for (const Triangle &triangle : triangles_) {
+      const Buckets of = bucketsOf(triangle);
+      entries +=
+          int64_t{of.lastRow - of.firstRow + 1} * int64_t{of.lastColumn - of.firstColumn + 1};
+    }
+    constexpr int32_t kFewest = 2;
+    if (side_ <= kFewest || entries <= kMostPerTriangle * static_cast<int64_t>(triangles_.size()))
+      break;
+  }
+  bucketStart_.assign(static_cast<size_t>(side_) * static_cast<size_t>(side_) + 1, 0);
+  for (const Triangle &triangle : triangles_)
+    eachBucket(triangle, [&](int32_t at) { ++bucketStart_[at + 1]; });
+  std::partial_sum(bucketStart_.begin(), bucketStart_.end(), bucketStart_.begin());
+  bucketed_.resize(static_cast<size_t>(bucketStart_.back()));
+  HeapVector<int32_t> next = bucketStart_;
+  for (size_t i = 0; i < triangles_.size(); ++i)
+    eachBucket(triangles_[i], [&](int32_t at) { bucketed_[next[at]++] = static_cast<int32_t>(i); });
+}
+
+void ShiftTriangles::link() {
+  neighbourStart_.assign(sites.size() + 1, 0);
+  constexpr int kOthers = 2;
+  for (const Triangle &triangle : triangles_)
+    for (const int32_t corner : triangle.corner) neighbourStart_[corner + 1] += kOthers;
+  std::partial_sum(neighbourStart_.begin(), neighbourStart_.end(), neighbourStart_.begin());
+  neighbours_.resize(static_cast<size_t>(neighbourStart_.back()));
+  HeapVector<int32_t> next = neighbourStart_;
+  for (const Triangle &triangle : triangles_)
+    for (const int32_t corner : triangle.corner)
+      for (const int32_t other : triangle.corner)
+        if (other != corner) neighbours_[next[corner]++] = other;
+}
+
+ShiftTriangles::Weights ShiftTriangles::weightsAt(const Triangle &triangle, Place p) const {
+  // Differences first: they are exact, and small where the triangle is.
+  const Site &a = sites[triangle.corner[0]], &b = sites[triangle.corner[1]],
+             &c = sites[triangle.corner[2]];
+  const double abX = double(b.x) - a.x, abY = double(b.y) - a.y;
+  const double acX = double(c.x) - a.x, acY = double(c.y) - a.y;
+  const double apX = p.x - a.x, apY = p.y - a.y;
+  const double area = abX * acY - abY * acX;
+  const double ofB = (apX * acY - apY * acX) / area, ofC = (abX * apY - abY * apX) / area;
+  return {{1.0 - ofB - ofC, ofB, ofC}};
+}
+
+bool ShiftTriangles::find(Place p, const Triangle *&triangle, Weights &weights) const {
+  constexpr double kEdge = 1e-6;  // of a triangle's height: what rounding may put between two
+  const int32_t column = bucketOf(p.x, origin_.x, bucket_.x),
+                row = bucketOf(p.y, origin_.y, bucket_.y);
+  const int32_t at = row * side_ + column;
+  double best = -kEdge;
+  triangle = nullptr;
+  for (int32_t i = bucketStart_[at]; i < bucketStart_[at + 1] && best < 0.0; ++i) {
+    const Triangle &candidate = triangles_[bucketed_[i]];
+    const Weights there = weightsAt(candidate, p);
+    const double least = std::min({there.of[0], there.of[1], there.of[2]});
+    if (!(least >= best)) continue;
+    best = least;
+    triangle = &candidate;
+    weights = there;
+  }
+  return triangle != nullptr;
+}
+
+/// The nearest site: along the edges of Delaunay's triangles_ every other one has a nearer
+/// neighbour.
+int32_t ShiftTriangles::nearest(Place p, int32_t start) const {
+  const auto distance = [&](int32_t site) {
+    return std::hypot(sites[site].x - p.x, sites[site].y - p.y);
+  };
+  int32_t at = start;
+  for (int32_t from = -1; from != at;) {
+    from = at;
+    for (int32_t i = neighbourStart_[from]; i < neighbourStart_[from + 1]; ++i)
+      if (distance(neighbours_[i]) < distance(at)) at = neighbours_[i];
+  }
+  return at;
+}
+
+bool ShiftTriangles::shiftAt(double lon, double lat, Shift &shift) const {
+  const Place p = placeOf(lon, lat);
+  const Triangle *triangle;
+  Weights weights;
+  if (!find(p, triangle, weights)) return false;
+  if (method == ShiftMethod::Nearest) {
+    const Site &site = sites[nearest(p, triangle->corner[0])];
+    shift = {site.east, site.north, 0.0};
+  } else {
+    shift = {};
+    for (int k = 0; k < 3; ++k) {
+      const Site &site = sites[triangle->corner[k]];
+      shift.east += weights.of[k] * site.east;
+      shift.north += weights.of[k] * site.north;
+    }
+  }
+  return !std::isnan(shift.east) && !std::isnan(shift.north);
+}
+
+}  // namespace orvik::oprj
