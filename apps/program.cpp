@@ -171,6 +171,11 @@ std::string numberText(double value, int digits) {
   return {text, digits < 0 ? writeShortest(text, value) : writeFixed(text, value, digits)};
 }
 
+std::string pointsThat(int64_t count, const char *verb, const char *verbOfMany) {
+  return std::to_string(count) + (count == 1 ? " point " : " points ") +
+         (count == 1 ? verb : verbOfMany);
+}
+
 std::string lower(std::string_view text) {
   std::string result(text);
   for (char &c : result) {

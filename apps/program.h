@@ -95,6 +95,8 @@ inline constexpr double kDegree = 3.14159265358979323846 / 180;
 
 /// The shortest digits that reproduce a double, or `digits` after the point when not negative.
 std::string numberText(double value, int digits = -1);
+/// "1 point lies", "2 points lie".
+std::string pointsThat(int64_t count, const char *verb, const char *verbOfMany);
 std::string lower(std::string_view text);
 std::string_view trimmed(std::string_view text);
 /// "a, b or c" of the names nearest to `query`; empty when none is near.

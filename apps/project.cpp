@@ -55,7 +55,7 @@ void tellEnd(const System &from, const System &to, const Projector &projector, c
              const Console &console) {
   const Told &sums = tally.sums();
   if (!shiftsBetween(from, to) && !sameDatum(from, to))
-    console.warn(std::to_string(sums.points) + " points were not shifted: the datum of the " +
+    console.warn(pointsThat(sums.points, "was", "were") + " not shifted: the datum of the " +
                  (undefinedDatum(from) ? "input" : "output") + " system is undefined" +
                  (from.spheroid().a == to.spheroid().a && from.spheroid().b == to.spheroid().b
                       ? ""
@@ -65,14 +65,12 @@ void tellEnd(const System &from, const System &to, const Projector &projector, c
                  " lines that start with # were passed on as comments, although they could be read "
                  "as points");
   if (sums.outsideGrid > 0)
-    console.warn(
-        std::to_string(sums.outsideGrid) +
-        " points lie outside of the datum's grid and were not shifted; --strict makes them "
-        "failures");
+    console.warn(pointsThat(sums.outsideGrid, "lies", "lie") +
+                 " outside of the datum's grid, not shifted; --strict makes a failure of that");
   if (sums.outsideRegression > 0)
-    console.warn(std::to_string(sums.outsideRegression) +
-                 " points lie outside of the area that the datum's regression is made for, where "
-                 "it can be far off; --strict makes them failures");
+    console.warn(pointsThat(sums.outsideRegression, "lies", "lie") +
+                 " outside of the area that the datum's regression is made for, where it can be "
+                 "far off; --strict makes a failure of that");
   projector.warnOfFarPoints(sums.far);
   tally.printSummary();
 }

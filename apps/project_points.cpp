@@ -124,7 +124,7 @@ int64_t Projector::Meridian::count(const Oprj_Point *own, const Oprj_Point *othe
 void Projector::warnOfFarPoints(const std::vector<int64_t> &far) const {
   for (size_t i = 0; i < far.size(); ++i) {
     if (far[i] == 0) continue;
-    console_.warn(std::to_string(far[i]) + " points lie more than " + numberText(kFarDegrees) +
+    console_.warn(pointsThat(far[i], "lies", "lie") + " more than " + numberText(kFarDegrees) +
                   " degrees beside the central meridian of \"" + meridians_[i].name +
                   "\": its formulas are meant for a zone, and lose metres to kilometres there" +
                   (verify_ > 0 ? "" : "; --verify marks the points that do not return"));

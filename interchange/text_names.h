@@ -56,16 +56,6 @@ struct FoundDatum {
 };
 FoundDatum findDatum(const Oprj_InitData &data, const std::string &name, Notes &notes);
 
-/// The North American Datums by which State Plane zones are told apart.
-struct NadDatum {
-  int32_t code;  ///< as slot 0 of a State Plane record
-  const char *key, *datum, *spheroid;
-  /// As the zones' table has it.
-  int32_t tableCode() const { return code == 1 ? 1 : 2; }
-};
-inline constexpr NadDatum kNadDatums[] = {{1, "27", "NAD27", "Clarke 1866"},
-                                          {2, "83", "NAD83", "GRS 1980"},
-                                          {3, "harn", "HARN", "GRS 1980"}};
 /// The value of the key `nad`.
 const NadDatum &findNad(const std::string &value);
 /// The one that a datum is, or is a variant of ("NAD27 (CONUS)"); null for all other datums.

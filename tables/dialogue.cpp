@@ -52,15 +52,6 @@ class Answer {
   std::string text_;
 };
 
-/// What the answer to a NAD code stands for.
-struct NadDatum {
-  int32_t code;
-  const char *word, *spheroid, *datum;
-};
-constexpr NadDatum kNadDatums[] = {{1, "nad27", "Clarke 1866", "NAD27"},
-                                   {2, "nad83", "GRS 1980", "NAD83"},
-                                   {3, "harn", "GRS 1980", "HARN"}};
-
 /// Asks the questions of a dictionary entry and puts the answers into a record.
 class Questions {
  public:
@@ -181,7 +172,7 @@ class Questions {
       answer.integer(code);
       chosen = nullptr;
       for (const NadDatum &nad : kNadDatums)
-        if (code == nad.code || answer.is(nad.word)) chosen = &nad;
+        if (code == nad.code || answer.is(nad.datum)) chosen = &nad;
       return chosen && hasZone(*chosen);
     });
     if (!answered) return false;
@@ -193,7 +184,7 @@ class Questions {
     constexpr int32_t kStatePlane = 2;
     if (record_.proType != OPRJ_INTERNAL || record_.proNumber != kStatePlane || !record_.proZone)
       return true;
-    return oprj_SPEntryByZoneNumber(toolkit_, record_.proZone, nad.code == 1 ? 1 : 2, nullptr);
+    return oprj_SPEntryByZoneNumber(toolkit_, record_.proZone, nad.tableCode(), nullptr);
   }
 
   /// The values that select a branch are shown with their labels; either is an answer.

@@ -146,10 +146,10 @@ TEST_F(Program, TellsTwentyReasonsAndThenASummary) {
   for (size_t at = 0; (at = outcome.err.find("<stdin>:", at)) != std::string::npos; ++at) ++lines;
   EXPECT_EQ(lines, 20u);
   expectParts(outcome.err,
-              "1500 of 3001 points failed|1500: latitude beyond 90 degrees|warning: 1 points lie");
+              "1500 of 3001 points failed|1500: latitude beyond 90 degrees|warning: 1 point lies");
   expectParts(readFile(path("r.json")),
               "\"points\": 3001,|\"failed\": 1500,|\"comments\": 1,|\"blank_lines\": 1,|"
-              "\"causes\": {\"latitude beyond 90 degrees\": 1500}|\"warnings\": [\"1 points lie|"
+              "\"causes\": {\"latitude beyond 90 degrees\": 1500}|\"warnings\": [\"1 point lies|"
               "\"status\": 1");
 }
 
@@ -371,7 +371,7 @@ TEST_F(Program, PointsThatAShiftDoesNotCover) {
     std::string from, in, out, told, count;
   } const cases[] = {
       {"NAD27", "144.8 13.5\n-100 40\n", "144.800000 13.500000\n-100.000406 40.000006\n",
-       "1 points lie outside of the datum's grid", "\"outside_grid\": 1,"},
+       "1 point lies outside of the datum's grid", "\"outside_grid\": 1,"},
       {"NAD27 (CONUS) (MRE)", "-60 40\n", "", "outside of the area", "\"outside_regression\": 1,"},
   };
   for (const auto &c : cases) {
