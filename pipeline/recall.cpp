@@ -56,7 +56,7 @@ inline bool sameBytes(const void *first, const void *second, size_t count) {
   if (count >= sizeof(Two)) return sameIn<Two>(one, other, count);
   if (count >= sizeof(uint64_t)) return sameIn<uint64_t>(one, other, count);
   if (count >= sizeof(uint32_t)) return sameIn<uint32_t>(one, other, count);
-  return std::memcmp(one, other, count) == 0;
+  return count == 0 || std::memcmp(one, other, count) == 0;
 }
 
 class TextImage {

@@ -3,6 +3,7 @@
 // Bad points leave the tile when they are found, so that the stages behind see good ones only; at
 // the end the good ones return to their places.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -95,33 +96,33 @@ bool hasLoop(bool forward, const Oprj_MapProjectionEx *handle) {
   return loopOf(forward, handle, block) != nullptr;
 }
 
-/// A reason for each of a family's faults.
-Oprj_PointReason reasonOf(PointFault fault) {
-  switch (fault) {
-    case PointFault::kNotANumber:
-      return OPRJ_POINT_NOT_A_NUMBER;
-    case PointFault::kOutsideDomain:
-      return OPRJ_POINT_OUTSIDE_DOMAIN;
-    case PointFault::kNotConverged:
-      return OPRJ_POINT_NO_CONVERGENCE;
-    case PointFault::kOutsideSheet:
-      return OPRJ_POINT_OUTSIDE_SHEET;
-    case PointFault::kNone:
-      break;
-  }
-  return OPRJ_POINT_GOOD;
+/// A reason for each of a family's faults, in their order.
+constexpr Oprj_PointReason kReasons[] = {OPRJ_POINT_GOOD, OPRJ_POINT_NOT_A_NUMBER,
+                                         OPRJ_POINT_OUTSIDE_DOMAIN, OPRJ_POINT_NO_CONVERGENCE,
+                                         OPRJ_POINT_OUTSIDE_SHEET};
+static_assert(static_cast<int>(PointFault::kNotANumber) == 1 &&
+              static_cast<int>(PointFault::kOutsideDomain) == 2 &&
+              static_cast<int>(PointFault::kNotConverged) == 3 &&
+              static_cast<int>(PointFault::kOutsideSheet) == 4);
+
+/// The point, or no place; without a branch, which would be guessed in vain where bad points lie
+/// scattered.
+Oprj_Point unlessBad(const Oprj_Point &p, bool bad) {
+  constexpr auto kNaN = std::bit_cast<uint64_t>(std::numeric_limits<double>::quiet_NaN());
+  const uint64_t keep = uint64_t{bad} - 1, set = kNaN & ~keep;
+  return {std::bit_cast<double>((std::bit_cast<uint64_t>(p.x) & keep) | set),
+          std::bit_cast<double>((std::bit_cast<uint64_t>(p.y) & keep) | set)};
 }
 
-/// One leg over `count` points, on after each that fails. A failure that names no point is none of
-/// a point: false, its report in the slot.
+/// One leg over `count` points, on after each that fails; no point is marked before. A failure that
+/// names no point is none of a point: false, its report in the slot.
 bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
              Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err) {
   const double *block = nullptr;
   if (const EachFunction loop = loopOf(forward, handle, block)) {
     PointFault faults[kTilePoints] = {};
     if (loop(block, in, out, faults, count) > 0)
-      for (int32_t i = 0; i < count; ++i)
-        if (faults[i] != PointFault::kNone) marks[i] = reasonOf(faults[i]);
+      for (int32_t i = 0; i < count; ++i) marks[i] = kReasons[static_cast<int>(faults[i])];
     return true;
   }
   const auto leg = forward ? handle->apply : handle->applyInverse;
@@ -177,7 +178,7 @@ struct Way::Tile {
   int32_t count;              ///< points that are left
   bool packed = false;        ///< some have left: place[] holds
   bool numbers = false;       ///< those that are left are no NaN
-  bool keepsUncovered = false;
+  bool keepsUncovered = false, verifies = false;
   uint16_t place[kTilePoints];
   Oprj_PointReason marks[kTilePoints] = {};  ///< one a point that is left; all good between stages
 
@@ -206,20 +207,21 @@ struct Way::Tile {
     }
   }
 
-  /// Lets the marked points go.
-  void drop() {
+  /// Lets the marked points go. Behind the last stage (`atEnd`) all stay where they are.
+  void drop(bool atEnd = false) {
     if (!anyMark(marks)) return;
+    const bool stay = atEnd && !packed;
     int32_t kept = 0;
     for (int32_t i = 0; i < count; ++i) {
       const int32_t at = placeOf(i);
-      if (marks[i]) {
-        reasons[at] = std::exchange(marks[i], OPRJ_POINT_GOOD);
-        continue;
-      }
-      points[kept] = points[i];
-      place[kept++] = static_cast<uint16_t>(at);
+      const Oprj_PointReason mark = std::exchange(marks[i], OPRJ_POINT_GOOD);
+      const bool bad = mark != OPRJ_POINT_GOOD;
+      reasons[at] = bad ? mark : reasons[at];
+      points[stay ? i : kept] = unlessBad(points[i], stay && bad);
+      place[kept] = static_cast<uint16_t>(at);
+      kept += !bad;
     }
-    packed = true;
+    packed = !stay;
     count = kept;
   }
 
@@ -227,8 +229,7 @@ struct Way::Tile {
   void spread(int32_t all) {
     if (!packed) return;
     for (int32_t i = count - 1; i >= 0; --i) points[place[i]] = points[i];
-    for (int32_t i = 0; i < all; ++i)
-      if (!stays(reasons[i])) points[i] = kNowhere;
+    for (int32_t i = 0; i < all; ++i) points[i] = unlessBad(points[i], !stays(reasons[i]));
   }
 };
 
@@ -253,7 +254,7 @@ int32_t Way::runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count,
   tile.keepsUncovered = options.keepUncovered != 0;
   const double verify = options.verify;
   std::fill_n(reasons, count, OPRJ_POINT_GOOD);
-  const bool verifies = verify > 0.0 && !copies();
+  const bool verifies = tile.verifies = verify > 0.0 && !copies();
   Oprj_Point given[kTilePoints];  // in the system's own unit
   if (verifies) std::copy_n(in, count, given);
   *err = nullptr;
@@ -314,8 +315,9 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       return false;
   }
   tile.now = points;
-  if (&stage == stages_ + length_ - 1 && !tile.numbers) tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);
-  tile.drop();
+  const bool atEnd = &stage == stages_ + length_ - 1;
+  if (atEnd && !tile.numbers) tile.markNaN(OPRJ_POINT_NOT_A_NUMBER);
+  tile.drop(atEnd && !tile.verifies);
   return true;
 }
 
