@@ -14,7 +14,6 @@ namespace bench {
 namespace {
 
 constexpr double kDegree = 3.14159265358979323846 / 180;
-constexpr const char *kSets[] = {"baseline", "avx2", "avx512"};
 
 using Shift = void (*)(const std::vector<Oprj_Point> &in, std::vector<Oprj_Point> &out);
 
@@ -101,13 +100,13 @@ void benchShifts(int repetitions, int points, const std::string &grid) {
   std::uniform_real_distribution<double> lon(-124, -67), lat(25, 49);
   std::vector<Oprj_Point> in(static_cast<size_t>(points)), out(in.size()), peer;
   for (Oprj_Point &p : in) p = {lon(source) * kDegree, lat(source) * kDegree};
-  std::printf(
-      "| shift | PROJ | baseline | AVX2 | AVX-512 | x PROJ | million points/s |\n"
-      "|---|---|---|---|---|---|---|\n");
+  const std::string sets = perSet(" | ", [](const char *set) { return std::string(set); });
+  std::printf("| shift | PROJ | %s | x PROJ | million points/s |\n|---|---|%s|---|---|\n",
+              sets.c_str(), perSet("|", [](const char *) { return std::string("---"); }).c_str());
   for (const auto &job : kJobs) {
     std::vector<Job> jobs;
     for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
-      jobs.push_back({kSets[set], points, [&, set] {
+      jobs.push_back({orvik::oprj::instructionSetName(set), points, [&, set] {
                         orvik::oprj::chooseInstructionSet(set);
                         job.run(in, out);
                       }});
@@ -128,12 +127,13 @@ void benchShifts(int repetitions, int points, const std::string &grid) {
                         }});
     }
     const Times times = measure(jobs, repetitions);
-    std::printf("| %s | %s | %s | %s | %s | %s / %s / %s | %s / %s / %s |\n", job.name,
-                nanoseconds(times, "PROJ").c_str(), nanoseconds(times, "baseline").c_str(),
-                nanoseconds(times, "avx2").c_str(), nanoseconds(times, "avx512").c_str(),
-                ratio(times, "PROJ", "baseline").c_str(), ratio(times, "PROJ", "avx2").c_str(),
-                ratio(times, "PROJ", "avx512").c_str(), millions(times, "baseline").c_str(),
-                millions(times, "avx2").c_str(), millions(times, "avx512").c_str());
+    const auto each = [&](const char *separator, auto text) {
+      return perSet(separator, [&](const char *set) { return text(set); });
+    };
+    std::printf("| %s | %s | %s | %s | %s |\n", job.name, nanoseconds(times, "PROJ").c_str(),
+                each(" | ", [&](const char *set) { return nanoseconds(times, set); }).c_str(),
+                each(" / ", [&](const char *set) { return ratio(times, "PROJ", set); }).c_str(),
+                each(" / ", [&](const char *set) { return millions(times, set); }).c_str());
   }
 }
 
