@@ -51,10 +51,9 @@ struct FromCentre {
   V plus, minus;  ///< 1 + cos c, 1 - cos c
 };
 
+/// From half of the longitude's difference from the centre and half of the latitude.
 template <class V, class Block>
-OPRJ_INLINE FromCentre<V> seenFromCentre(const Block &b, V lon, V lat) {
-  const SinCos<V> p = sincos(0.5 * lat);
-  const SinCos<V> l = sincos(0.5 * (lon - V(b.lon0)));  // a whole turn does not matter below
+OPRJ_INLINE FromCentre<V> seenFromCentre(const Block &b, SinCos<V> l, SinCos<V> p) {
   const V cosPhi = (p.cos - p.sin) * (p.cos + p.sin);
   const V sinSum = fma(p.sin, V(b.cosHalf0), p.cos * b.sinHalf0);
   const V sinDifference = fma(p.sin, V(b.cosHalf0), -p.cos * b.sinHalf0);
@@ -64,6 +63,12 @@ OPRJ_INLINE FromCentre<V> seenFromCentre(const Block &b, V lon, V lat) {
           2.0 * fma(cosPhi * b.sin0, sin2, sinDifference * cosDifference),
           2.0 * fma(across * l.cos, l.cos, sinSum * sinSum),
           2.0 * fma(across, sin2, sinDifference * sinDifference)};
+}
+
+template <class V, class Block>
+OPRJ_INLINE FromCentre<V> seenFromCentre(const Block &b, V lon, V lat) {
+  // a whole turn of the longitude does not matter
+  return seenFromCentre(b, sincos(0.5 * (lon - V(b.lon0))), sincos(0.5 * lat));
 }
 
 /// The same with (east, north) lengthened to what 1 + cos c says in the far hemisphere, sin²c = (1
@@ -88,13 +93,23 @@ OPRJ_INLINE OnSheet<V> onSheet(const Block &b, V x, V y) {
   return {u, v, fma(u, u, v * v)};
 }
 
-/// The point that lies (sin c sin Az, sin c cos Az) from the centre.
+/// The point that lies (sin c sin Az, sin c cos Az) from the centre: its longitude from there, sine
+/// and cosine of its latitude.
+template <class V>
+struct Offset {
+  V dLon;
+  SinCos<V> lat;
+};
 template <class V, class Block>
-OPRJ_INLINE Geographic<V> fromOffset(const Block &b, V east, V north, V cosC) {
+OPRJ_INLINE Offset<V> offsetOf(const Block &b, V east, V north, V cosC) {
   const V toward = fma(cosC, V(b.cos0), -north * b.sin0);
   const V up = fma(cosC, V(b.sin0), north * b.cos0);
-  return {wrapDifference(b.lon0 + atan2(east, toward)),
-          atan2(up, sqrt(fma(east, east, toward * toward)))};
+  return {atan2(east, toward), {up, sqrt(fma(east, east, toward * toward))}};
+}
+template <class V, class Block>
+OPRJ_INLINE Geographic<V> fromOffset(const Block &b, V east, V north, V cosC) {
+  const Offset<V> at = offsetOf(b, east, north, cosC);
+  return {wrapDifference(b.lon0 + at.dLon), atan2(at.lat.sin, at.lat.cos)};
 }
 
 /// An azimuthal family whose block is AzimuthalBlock.

@@ -61,6 +61,7 @@ struct Ellipsoid {
 struct ValueCheck {
   bool (*fails)(const Entries &, const Ellipsoid &);
   const char *text;
+  bool sharesCode = false;  ///< reported under the code of the check before it
 };
 inline constexpr ValueCheck kNoScale{
     [](const Entries &p, const Ellipsoid &) { return p[2] == 0.0; }, "Invalid scale factor"};

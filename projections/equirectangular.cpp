@@ -1,9 +1,11 @@
-// Equirectangular of the sphere. [Snyder87] p. 90-91, eqs. 12-1 to 12-5.
+// Equirectangular of the sphere (17, 35), Plate Carrée (34). [Snyder87] p. 90-91, eqs. 12-1 to
+// 12-5.
 //
-// Reads entries 4 (central meridian), 5 (latitude of true scale, which must not be a pole), 6 and 7
-// (false easting and northing); y counts from the equator. The sphere has radius a. Domain: the
-// whole globe; eastward the sheet repeats: the inverse wraps longitudes up to a turn from the
-// central meridian and accepts 1e-10 rad (0.6 mm) beyond the edges.
+// Reads entries 4 (central meridian), 5 (latitude of true scale, which must not be a pole; 34 does
+// not read it, it is the equator), 6 and 7 (false easting and northing); y counts from the equator.
+// The sphere has radius a. Domain: the whole globe; eastward the sheet repeats: the inverse wraps
+// longitudes up to a turn from the central meridian and accepts 1e-10 rad (0.6 mm) beyond the
+// edges.
 #include "projections/longitude.h"
 
 namespace orvik::oprj::OPRJ_SET {
@@ -19,10 +21,7 @@ static_assert(sizeof(EquirectangularBlock) == 10 * sizeof(double));
 struct Equirectangular : FamilyBase<EquirectangularBlock> {
   static constexpr Row row{
       .number = 17, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
-  static constexpr ValueCheck checks[] = {{[](const Entries &p, const Ellipsoid &) {
-                                             return __builtin_fabs(__builtin_cos(p[5])) <= kClose;
-                                           },
-                                           "Improper parameter"}};
+  static constexpr ValueCheck checks[] = {kParallelAtPole};
   static constexpr StopText kOffTheSheet{4, "Improper parameter"};
 
   static bool derive(const Entries &p, const Ellipsoid &s, EquirectangularBlock &b) {
@@ -34,13 +33,13 @@ struct Equirectangular : FamilyBase<EquirectangularBlock> {
   }
 
   template <class V>
-  static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
+  OPRJ_INLINE static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &) {
     const V dLon = wrapDifference(lon - V(b.lon0));
     return {fma(V(b.scale), dLon, V(b.falseEast)), fma(V(b.a), lat, V(b.falseNorth))};
   }
 
   template <class V>
-  static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
+  OPRJ_INLINE static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
     const V dLon = (x - V(b.falseEast)) * b.perScale, v = (y - V(b.falseNorth)) * b.perA;
     const Truth<V> within =
         Truth<V>(abs(v) <= V(kHalfPi + kClose)) & (abs(dLon) <= V(kTwoPi + kClose));
@@ -50,8 +49,26 @@ struct Equirectangular : FamilyBase<EquirectangularBlock> {
   }
 };
 
+struct EquidistantCylindrical : Equirectangular {
+  static constexpr Row row{
+      .number = 35, .minimum = 8, .angles = entries(4, 5), .compared = entries(4, 7)};
+};
+
+struct PlateCarree : Equirectangular {
+  static constexpr Row row{
+      .number = 34, .minimum = 8, .angles = entries(4), .compared = entries(4) | entries(6, 7)};
+  static constexpr std::span<const ValueCheck> checks{};
+
+  static bool derive(const Entries &p, const Ellipsoid &s, Block &b) {
+    b = {s.a, s.e, s.es, meridianOf(p[4]), 0.0, p[6], p[7], s.a, 1.0 / s.a, 1.0 / s.a};
+    return true;
+  }
+};
+
 }  // namespace orvik::oprj::OPRJ_SET
 
 OPRJ_FAMILY(Equirectangular, oprj_EquirectangularInit, oprj_EquirectangularFromLL,
             oprj_EquirectangularToLL, oprj_EquirectangularCopyParameters,
             oprj_EquirectangularProParametersEqual)
+OPRJ_ENGINE_FAMILY(EquidistantCylindrical, EquidistantCylindrical)
+OPRJ_ENGINE_FAMILY(PlateCarree, PlateCarree)

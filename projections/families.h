@@ -107,8 +107,11 @@ OPRJ_API Oprj_MapProjection *oprj_SOMInit(Oint_Toolkit *toolkit, const Oprj_ProP
 /** As every family's comparison, by satellite, path and false easting. */
 OPRJ_API int32_t oprj_SOMProParametersEqual(const Oprj_ProParameters *first,
                                             const Oprj_ProParameters *second, Oerr_Report **err);
-/** Numbers 34 to 52 and 54 to 66: computed through the Projection Engine. 1 as every family, 2
-   while the engine is not built in. */
+/** The object of a record of numbers 34 to 52 or 54 to 66, the further projections of the
+   Projection Engine, by formulas of their own. Codes as every family; 1 for another number too. The
+   value checks all have code 3: "Invalid scale factor", "Improper parameter". Reports of the
+   object's point functions, copier and comparison name oprj_PEAdditionalFromLL, ...ToLL,
+    ...CopyParameters and ...ProParametersEqual. */
 OPRJ_API Oprj_MapProjection *oprj_PEAdditionalInit(Oint_Toolkit *toolkit,
                                                    const Oprj_ProParameters *record,
                                                    Oerr_Report **err);
@@ -131,10 +134,10 @@ OPRJ_API Oprj_MapProjection *oprj_ProjectionPre842Init(Oint_Toolkit *toolkit,
                                                        const Oprj_ProParameters *record,
                                                        Oerr_Report **err);
 
-/** How far, in metres, a sheet that is computed on the sphere of radius a (10 to 19, 24, 27 to 33)
-    lies at most from that of the record's ellipsoid; docs/projections.md says what is compared. 0
-    for the families of the ellipsoid and on a sphere. Failure: 0 with 1 "Invalid projection
-    parameters". */
+/** How far, in metres, a sheet that is computed on the sphere of radius a (10 to 19, 24, 27 to 33,
+   most of 34 to 63) lies at most from that of the record's ellipsoid; docs/projections.md says what
+   is compared. 0 for the families of the ellipsoid and on a sphere. Failure: 0 with 1 "Invalid
+   projection parameters". */
 OPRJ_API double oprj_EllipsoidDistanceGet(const Oprj_ProParameters *record, Oerr_Report **err);
 
 /** A new parameter block of `count` zeros, to be freed with omsc_HeapFree; failure: 1 "Error

@@ -69,11 +69,12 @@ Oprj_MapProjection *familyInit(const Family &family, const Oprj_ProParameters *r
     return e.fail(2, "Insufficient projection parameters");
   const Entries values{entriesOf(*record)};
   const Ellipsoid ellipsoid = ellipsoidOf(record->proSpheroid);
-  int32_t code = 3;  // value checks count from here, whichever of them fails
+  int32_t code = 2;  // value checks count from behind it, whichever of them fails
   for (const ValueCheck &check : family.checks) {
+    if (!check.sharesCode) ++code;
     if (check.fails(values, ellipsoid)) return e.fail(code, "%s", check.text);
-    ++code;
   }
+  ++code;
 
   OwnedBlock block(oprj_ParametersCreate(family.blockLength, e.cause()));
   if (!block) return e.fail(code, "%s", family.row.noBlock);

@@ -164,6 +164,17 @@ void projectPoints(const double *block, const Oprj_Point *in, Oprj_Point *out, i
 
 /// OPRJ_FAMILY(TYPE, the names of its five operations). It makes `FROM_LLEach` and `TO_LLEach` as
 /// well, the loops that go on after bad points (registry.h).
+///
+/// OPRJ_ENGINE_FAMILY(TYPE, STEM) makes the same operations for a number of oprj_PEAdditionalInit:
+/// they stay inside the library, and their reports name the operations of the whole set.
+#define OPRJ_FAMILY(TYPE, INIT, FROM_LL, TO_LL, COPY, EQUAL) \
+  OPRJ_FAMILY_NAMED(TYPE, INIT, #INIT, FROM_LL, #FROM_LL, TO_LL, #TO_LL, COPY, #COPY, EQUAL, #EQUAL)
+#define OPRJ_ENGINE_FAMILY(TYPE, STEM)                                                     \
+  OPRJ_FAMILY_NAMED(TYPE, oprj_##STEM##Init, "oprj_PEAdditionalInit", oprj_##STEM##FromLL, \
+                    "oprj_PEAdditionalFromLL", oprj_##STEM##ToLL, "oprj_PEAdditionalToLL", \
+                    oprj_##STEM##CopyParameters, "oprj_PEAdditionalCopyParameters",        \
+                    oprj_##STEM##ProParametersEqual, "oprj_PEAdditionalProParametersEqual")
+
 #if OPRJ_FLAT
 
 namespace orvik::oprj {
@@ -188,59 +199,61 @@ OPRJ_SETS(OPRJ_DECLARE_LOOP, )
   if (instructionSet >= INDEX && count >= LEAST) \
     return ::orvik::oprj::SET::projectPoints<SET::TYPE, kForward>(block, in, out, count, how);
 
-#define OPRJ_FAMILY(TYPE, INIT, FROM_LL, TO_LL, COPY, EQUAL)                                      \
+#define OPRJ_FAMILY_NAMED(TYPE, INIT, INIT_NAME, FROM_LL, FROM_LL_NAME, TO_LL, TO_LL_NAME, COPY,  \
+                          COPY_NAME, EQUAL, EQUAL_NAME)                                           \
   namespace orvik::oprj {                                                                         \
   OPRJ_SETS(OPRJ_DECLARE_TYPE, TYPE)                                                              \
-  namespace {                                                                                     \
-  static_assert(registeredNumber(#INIT) == OPRJ_SET::TYPE::row.number,                            \
-                "registered under another number");                                               \
-  constexpr Family kFamily = familyOf<OPRJ_SET::TYPE>(                                            \
-      OPRJ_DOOR(INIT), OPRJ_DOOR(FROM_LL), OPRJ_DOOR(TO_LL), OPRJ_DOOR(COPY), OPRJ_DOOR(EQUAL));  \
-  /* the loop of the instruction set in use, by a direct call */                                  \
-  template <bool kForward>                                                                        \
-  OPRJ_INLINE void runFamily(const double *block, const Oprj_Point *in, Oprj_Point *out,          \
-                             int32_t count, PointRun &how) {                                      \
-    OPRJ_SETS(OPRJ_RUN_FAMILY, TYPE)                                                              \
-  }                                                                                               \
+  namespace TYPE##Doors {                                                                         \
+    static_assert(registeredNumber(#INIT) == OPRJ_SET::TYPE::row.number,                          \
+                  "registered under another number");                                             \
+    constexpr Family kFamily =                                                                    \
+        familyOf<OPRJ_SET::TYPE>({INIT_NAME, INIT}, {FROM_LL_NAME, FROM_LL}, {TO_LL_NAME, TO_LL}, \
+                                 {COPY_NAME, COPY}, {EQUAL_NAME, EQUAL});                         \
+    /* the loop of the instruction set in use, by a direct call */                                \
+    template <bool kForward>                                                                      \
+    OPRJ_INLINE void runFamily(const double *block, const Oprj_Point *in, Oprj_Point *out,        \
+                               int32_t count, PointRun &how) {                                    \
+      OPRJ_SETS(OPRJ_RUN_FAMILY, TYPE)                                                            \
+    }                                                                                             \
   }                                                                                               \
   int32_t FROM_LL##Each(const double *block, const Oprj_Point *geog, Oprj_Point *proj,            \
                         PointFault *faults, int32_t count) {                                      \
     PointRun how{.goesOn = true, .faults = faults};                                               \
-    runFamily<true>(block, geog, proj, count, how);                                               \
+    TYPE##Doors::runFamily<true>(block, geog, proj, count, how);                                  \
     return how.bad;                                                                               \
   }                                                                                               \
   int32_t TO_LL##Each(const double *block, const Oprj_Point *proj, Oprj_Point *geog,              \
                       PointFault *faults, int32_t count) {                                        \
     PointRun how{.goesOn = true, .faults = faults};                                               \
-    runFamily<false>(block, proj, geog, count, how);                                              \
+    TYPE##Doors::runFamily<false>(block, proj, geog, count, how);                                 \
     return how.bad;                                                                               \
   }                                                                                               \
   }                                                                                               \
   Oprj_MapProjection *INIT(Oint_Toolkit *, const Oprj_ProParameters *record, Oerr_Report **err) { \
-    return orvik::oprj::familyInit(orvik::oprj::kFamily, record, err);                            \
+    return orvik::oprj::familyInit(orvik::oprj::TYPE##Doors::kFamily, record, err);               \
   }                                                                                               \
   void FROM_LL(const Oprj_Point *geog, const double *block, Oprj_Point *proj, int32_t count,      \
                Oerr_Report **err) {                                                               \
-    using namespace orvik::oprj;                                                                  \
-    familyFromLL<runFamily<true>>(kFamily, geog, block, proj, count, err);                        \
+    using namespace orvik::oprj::TYPE##Doors;                                                     \
+    orvik::oprj::familyFromLL<runFamily<true>>(kFamily, geog, block, proj, count, err);           \
   }                                                                                               \
   void TO_LL(const Oprj_Point *proj, const double *block, Oprj_Point *geog, int32_t count,        \
              Oerr_Report **err) {                                                                 \
-    using namespace orvik::oprj;                                                                  \
-    familyToLL<runFamily<false>>(kFamily, proj, block, geog, count, err);                         \
+    using namespace orvik::oprj::TYPE##Doors;                                                     \
+    orvik::oprj::familyToLL<runFamily<false>>(kFamily, proj, block, geog, count, err);            \
   }                                                                                               \
   double *COPY(const double *block, double *old, Oerr_Report **err) {                             \
-    return orvik::oprj::copyBlock(orvik::oprj::kFamily, block, old, err);                         \
+    return orvik::oprj::copyBlock(orvik::oprj::TYPE##Doors::kFamily, block, old, err);            \
   }                                                                                               \
   int32_t EQUAL(const Oprj_ProParameters *first, const Oprj_ProParameters *second,                \
                 Oerr_Report **err) {                                                              \
-    return orvik::oprj::recordsEqual(orvik::oprj::kFamily.equal.name, orvik::oprj::kFamily.row,   \
-                                     first, second, err);                                         \
+    using orvik::oprj::TYPE##Doors::kFamily;                                                      \
+    return orvik::oprj::recordsEqual(kFamily.equal.name, kFamily.row, first, second, err);        \
   }
 
 #else
 
-#define OPRJ_FAMILY(TYPE, INIT, FROM_LL, TO_LL, COPY, EQUAL)                                 \
+#define OPRJ_FAMILY_NAMED(TYPE, ...)                                                         \
   namespace orvik::oprj::OPRJ_SET {                                                          \
   template void projectPoints<TYPE, true>(const double *, const Oprj_Point *, Oprj_Point *,  \
                                           int32_t, PointRun &);                              \

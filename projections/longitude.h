@@ -10,6 +10,11 @@ namespace orvik::oprj::OPRJ_SET {
 /// An entry as the central meridian of the formulas: within (-pi, pi].
 inline double meridianOf(double entry) { return adjustLongitude(adjustLongitude(entry)); }
 
+/// The parallel of entry 5 is a pole or no latitude.
+inline constexpr ValueCheck kParallelAtPole{
+    [](const Entries &p, const Ellipsoid &) { return __builtin_cos(p[5]) <= kClose; },
+    "Improper parameter"};
+
 /// adjustLongitude for the difference of two wrapped longitudes, |x| <= 2 pi: the same bits without
 /// its division.
 template <class V>

@@ -4,7 +4,6 @@
 
 #include <oprj/tables.h>
 
-#include <array>
 #include <iterator>
 
 #include "projections/descriptor.h"
@@ -13,23 +12,20 @@
 namespace orvik::oprj {
 namespace {
 
-constexpr bool inOrder() {
-  for (size_t i = 1; i < std::size(kRegistry); ++i) {
-    if (kRegistry[i].number <= kRegistry[i - 1].number) return false;
+/// A row a number, each in its place.
+constexpr bool isComplete() {
+  for (size_t i = 0; i < std::size(kRegistry); ++i) {
+    if (kRegistry[i].number != static_cast<int32_t>(i)) return false;
   }
-  return kRegistry[0].number == 0;
+  return std::size(kRegistry) == 70;
 }
-static_assert(inOrder());
+static_assert(isComplete());
 
-constexpr int32_t kHighestNumber = std::end(kRegistry)[-1].number;
-static_assert(kHighestNumber == 69);
-
-constexpr auto kByNumber = [] {
-  std::array<Initialiser, kHighestNumber + 1> initialisers;
-  initialisers.fill(oprj_PEAdditionalInit);
-  for (const RegistryRow &row : kRegistry) initialisers[static_cast<size_t>(row.number)] = row.init;
-  return initialisers;
-}();
+/// The row of a number; null: there is no such projection.
+const RegistryRow *rowOf(int32_t number) {
+  if (number < 0 || static_cast<size_t>(number) >= std::size(kRegistry)) return nullptr;
+  return &kRegistry[number];
+}
 
 Oprj_MapProjection *externalInit(Oint_Toolkit *, const Oprj_ProParameters *record,
                                  Oerr_Report **err) {
@@ -78,20 +74,20 @@ Oprj_MapProjection *oprj_ProjectionPre842Init(Oint_Toolkit *toolkit,
     oerr_PrintErrorReport(note);
     oerr_DeleteErrorReport(&note);
   }
-  if (record->proNumber < 0 || record->proNumber > kHighestNumber)
-    return e.fail(6, "Invalid projection number");
-  Oprj_MapProjection *object =
-      kByNumber[static_cast<size_t>(record->proNumber)](toolkit, record, e.cause());
+  const RegistryRow *row = rowOf(record->proNumber);
+  if (!row) return e.fail(6, "Invalid projection number");
+  Oprj_MapProjection *object = row->init(toolkit, record, e.cause());
   if (!object) return e.fail(7, "Error returned from projection initialization");
   return object;
 }
 
-Oprj_MapProjection *oprj_PEAdditionalInit(Oint_Toolkit *, const Oprj_ProParameters *record,
+Oprj_MapProjection *oprj_PEAdditionalInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
                                           Oerr_Report **err) {
+  using namespace orvik::oprj;
   orvik::toolkit::ErrorScope e("oprj_PEAdditionalInit", err);
-  if (!record) return e.fail(1, "Invalid projection parameters");
-  return e.fail(2, "Projection number %ld needs the Projection Engine, which is not built in",
-                static_cast<long>(record->proNumber));
+  const RegistryRow *row = record ? rowOf(record->proNumber) : nullptr;
+  if (!row || !row->engine) return e.fail(1, "Invalid projection parameters");
+  return row->init(toolkit, record, err);
 }
 
 double oprj_EllipsoidDistanceGet(const Oprj_ProParameters *record, Oerr_Report **err) {
@@ -99,9 +95,8 @@ double oprj_EllipsoidDistanceGet(const Oprj_ProParameters *record, Oerr_Report *
   orvik::toolkit::ErrorScope e("oprj_EllipsoidDistanceGet", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
   if (record->proType != OPRJ_INTERNAL) return 0.0;
+  const RegistryRow *row = rowOf(record->proNumber);
+  if (!row) return 0.0;
   const Ellipsoid ellipsoid = ellipsoidOf(record->proSpheroid);
-  for (const RegistryRow &row : kRegistry) {
-    if (row.number == record->proNumber) return row.fromEllipsoid * ellipsoid.a * ellipsoid.es;
-  }
-  return 0.0;
+  return row->fromEllipsoid * ellipsoid.a * ellipsoid.es;
 }

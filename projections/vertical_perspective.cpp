@@ -1,4 +1,4 @@
-// General Vertical Near-side Perspective of the sphere. [Snyder87] p. 169-181, eqs. 23-3, 22-4,
+// Vertical Near-side Perspective of the sphere (15, 63). [Snyder87] p. 169-181, eqs. 23-3, 22-4,
 // 22-5, inverse 20-14, 20-15, 23-4.
 //
 // Reads entries 2 (height of the perspective point above the sphere, metres), 4 (longitude of the
@@ -38,7 +38,7 @@ struct VerticalPerspective : FamilyBase<VerticalPerspectiveBlock> {
   }
 
   template <class V>
-  static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
+  OPRJ_INLINE static Projected<V> forward(const Block &b, V lon, V lat, Stops<V> &stop) {
     const FromCentre<V> from = seenFromCentre(b, lon, lat);
     stop.when(from.minus > V(b.edge + kClose), kBeyondHorizon);
     const V k = b.a / fma(V(b.t), from.minus, V(1.0));
@@ -46,7 +46,7 @@ struct VerticalPerspective : FamilyBase<VerticalPerspectiveBlock> {
   }
 
   template <class V>
-  static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
+  OPRJ_INLINE static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
     const OnSheet<V> at = onSheet(b, x, y);
     const V d = fma(V(-1.0 - 2.0 * b.t), at.rho2, V(1.0));
     const Truth<V> within = d >= V(-kClose);
@@ -58,6 +58,11 @@ struct VerticalPerspective : FamilyBase<VerticalPerspectiveBlock> {
   }
 };
 
+struct NearSidePerspective : VerticalPerspective {
+  static constexpr Row row{
+      .number = 63, .minimum = 8, .angles = entries(4, 5), .compared = entries(2) | entries(4, 7)};
+};
+
 }  // namespace orvik::oprj::OPRJ_SET
 
 OPRJ_FAMILY(VerticalPerspective, oprj_GeneralVerticalNear_SidePerspectiveInit,
@@ -65,3 +70,4 @@ OPRJ_FAMILY(VerticalPerspective, oprj_GeneralVerticalNear_SidePerspectiveInit,
             oprj_GeneralVerticalNear_SidePerspectiveToLL,
             oprj_GeneralVerticalNear_SidePerspectiveCopyParameters,
             oprj_GeneralVerticalNear_SidePerspectiveProParametersEqual)
+OPRJ_ENGINE_FAMILY(NearSidePerspective, NearSidePerspective)

@@ -454,7 +454,6 @@ TEST_F(Draw, TellsWhatCannotBeDone) {
       {"Hammer; datum=WGS 84' --graticule 'x", "map.svg", 2, "--graticule"},
       {"Hammer; datum=WGS 84' --title 'a\xFF", "map.svg", 2, "UTF-8"},
       {"Hamer; datum=WGS 84", "map.svg", 3, "did you mean \"Hammer\""},
-      {"Eckert IV; datum=WGS 84", "map.svg", 3, "needs the Projection Engine"},
       {"Albers Conical Equal Area; datum=WGS 84; lat_1=30; lat_2=-30", "map.svg", 3,
        "Equal latitudes"},
       {"Hammer; datum=WGS 84", "nowhere/map.svg", 4, "No such file or directory"},

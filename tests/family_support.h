@@ -27,6 +27,7 @@ inline constexpr Axes kClarke1866{6378206.4, 6356583.8};
 inline constexpr Axes kInternational{6378388.0, 6356911.946127946};  // 1/f 297
 inline constexpr Axes kGRS80{6378137.0, 6356752.314140356};
 inline constexpr Axes kWGS84{6378137.0, 6356752.314245179};
+inline constexpr Axes kBessel{6377397.155, 6356078.962818189};
 inline constexpr Axes kUnitSphere{1.0, 1.0};
 inline constexpr Axes kNominalSphere{6370997.0, 6370997.0};
 constexpr Axes flattened(double a, double inverseFlattening) {

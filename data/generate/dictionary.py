@@ -85,7 +85,6 @@ AZIMUTHAL = (SPHEROID, *CENTRE, *OFFSETS)
 CONIC = (SPHEROID, *TWO_PARALLELS, MERIDIAN, ORIGIN, *OFFSETS)
 TRANSVERSE = (SPHEROID, SCALE_ON_MERIDIAN, MERIDIAN, ORIGIN, *OFFSETS)
 ON_PARALLEL = (SPHEROID, MERIDIAN, STANDARD_PARALLEL, *OFFSETS)
-ON_ORIGIN_PARALLEL = (SPHEROID, MERIDIAN, angle(5, "Standard parallel", "lat_0"), *OFFSETS)
 ON_TRUE_SCALE = (SPHEROID, MERIDIAN, TRUE_SCALE, *OFFSETS)
 PERSPECTIVE = (SPHEROID, metres(2, "Height of the perspective point", "h", NEEDED), *CENTRE,
                *OFFSETS)
@@ -180,7 +179,7 @@ PROJECTIONS = {
     46: ("Winkel II", ON_PARALLEL),
     47: ("Quartic Authalic", WORLD_MAP),
     48: ("Loximuthal", (SPHEROID, MERIDIAN, angle(5, "Central parallel", "lat_0"), *OFFSETS)),
-    49: ("Bonne", ON_ORIGIN_PARALLEL),
+    49: ("Bonne", (SPHEROID, MERIDIAN, angle(5, "Standard parallel", "lat_0", NEEDED), *OFFSETS)),
     50: ("Stereographic (ellipsoidal)", (SPHEROID, SCALE_AT_CENTRE, *CENTRE, *OFFSETS)),
     51: ("Cassini", TRANSVERSE),
     52: ("Two-point Equidistant", (SPHEROID, *TWO_POINTS, *OFFSETS)),
@@ -190,16 +189,18 @@ PROJECTIONS = {
         *OFFSETS)),
     54: ("Krovak", (
         SPHEROID, scale(2, "on the pseudo standard parallel"),
-        angle(3, "Azimuth of the cone axis", "azimuth"), *CENTRE, angle(8, "Pseudo standard parallel"),
-        number(9, "Factor of x (usually 1 or -1)"), number(10, "Factor of y (usually 1)"),
-        angle(11, "Rotation of the plane"), *OFFSETS)),
+        angle(3, "Azimuth of the cone axis", "azimuth"), *CENTRE,
+        angle(8, "Pseudo standard parallel", "lat_1", NEEDED),
+        number(9, "Factor of x (usually 1 or -1)", "x_scale", 1),
+        number(10, "Factor of y (usually 1)", "y_scale", 1),
+        angle(11, "Rotation of the plane", "rotation"), *OFFSETS)),
     55: ("Double Stereographic", (SPHEROID, SCALE_AT_CENTRE, *CENTRE, *OFFSETS)),
     56: ("Aitoff", WORLD_MAP),
     57: ("Craster Parabolic", WORLD_MAP),
     58: ("Cylindrical Equal Area", ON_PARALLEL),
     59: ("Flat Polar Quartic", WORLD_MAP),
     60: ("Times", WORLD_MAP),
-    61: ("Winkel Tripel", ON_ORIGIN_PARALLEL),
+    61: ("Winkel Tripel", (SPHEROID, MERIDIAN, angle(5, "Standard parallel", "lat_0"), *OFFSETS)),
     62: ("Hammer-Aitoff", WORLD_MAP),
     63: ("Vertical Near-side Perspective", PERSPECTIVE),
     64: ("Hotine Oblique Mercator (azimuth, centre)", (
