@@ -7,13 +7,14 @@ namespace {
 
 /// How the domain of a projection lies on the globe.
 enum class Shape {
-  kBand,     ///< `width` to either side of the central meridian, latitudes `south` to `north`
-  kCone,     ///< all longitudes; from the cone's pole to `width` beyond the standard parallels
-  kCap,      ///< `width` around the centre
-  kPole,     ///< `width` around the pole that the sign of the latitude names
-  kLobes,    ///< the lobes of an interrupted map
-  kTrack,    ///< `width` to either side of a satellite's track
-  kOblique,  ///< `width` to either side of a central line
+  kBand,       ///< `width` to either side of the central meridian, latitudes `south` to `north`
+  kCone,       ///< all longitudes; from the cone's pole to `width` beyond the standard parallels
+  kCap,        ///< `width` around the centre
+  kPole,       ///< `width` around the pole that the sign of the latitude names
+  kLobes,      ///< the lobes of an interrupted map
+  kTrack,      ///< `width` to either side of a satellite's track
+  kOblique,    ///< `width` to either side of a central line
+  kTwoPoints,  ///< the globe, cut open on the line's far side
   kUTM,
   kStatePlane,
 };
@@ -55,7 +56,17 @@ constexpr Rule kRules[] = {
     {27, Shape::kLobes, 0},
     {29, Shape::kLobes, 0},
     {33, Shape::kCap, 100},
+    {36, Shape::kBand, 40, -85, 85},
+    {50, Shape::kCap, 110},
+    {51, Shape::kBand, 30},
+    {52, Shape::kTwoPoints, 180},
     {53, Shape::kCap, 90},
+    {54, Shape::kCap, 25},
+    {55, Shape::kCap, 110},
+    {63, Shape::kCap, 90},
+    {64, Shape::kOblique, 20},
+    {65, Shape::kOblique, 20},
+    {66, Shape::kOblique, 20},
     {67, Shape::kCone, 75, 0, 0, 3, 2},
     {68, Shape::kBand, 180, -85.0511, 85.0511},  // the square that web maps cut it to
     {69, Shape::kBand, 180, -80, 80},
@@ -119,6 +130,8 @@ class Domain {
         return {track(rule.width)};
       case Shape::kOblique:
         return {oblique(rule.width)};
+      case Shape::kTwoPoints:
+        return {twoPoints()};
       case Shape::kUTM:
         return {utm(rule.width)};
       case Shape::kStatePlane:
@@ -176,19 +189,30 @@ class Domain {
                         axis, width * kDegree);
   }
 
-  /// Beside the central line, given by two points or by its azimuth at the centre.
+  /// A central line, given by two points, between which the centre then lies, or by its azimuth at
+  /// the centre.
+  struct Line {
+    Oprj_Point centre;
+    double azimuth;
+  };
+  Line centralLine() const {
+    if (record_.proNumber == 64 || (record_.proNumber == 20 && slot(12) != 0))
+      return {{slot(4), slot(5)}, slot(3)};
+    const Oprj_Point first{slot(8), slot(9)}, second{slot(10), slot(11)};
+    const Frame line = Frame::equatorThrough(first, bearing(first, second));
+    const Oprj_Point centre = line.toGlobe({line.fromGlobe(second).x / 2, 0});
+    return {centre, bearing(centre, second)};
+  }
   Patch oblique(double width) const {
     constexpr double kHalfLength = 60;  // degrees along the line
-    Oprj_Point centre{slot(4), slot(5)};
-    double azimuth = slot(3);
-    if (slot(12) == 0) {
-      const Oprj_Point first{slot(8), slot(9)}, second{slot(10), slot(11)};
-      const Frame line = Frame::equatorThrough(first, bearing(first, second));
-      centre = line.toGlobe({line.fromGlobe(second).x / 2, 0});
-      azimuth = bearing(centre, second);
-    }
-    return Patch::rectangle(Frame::equatorThrough(centre, azimuth),
+    const Line line = centralLine();
+    return Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth),
                             radians(-kHalfLength, -width, kHalfLength, width));
+  }
+  Patch twoPoints() const {
+    const Line line = centralLine();  // the frame's antimeridian holds its far side
+    return Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth + kPi / 2),
+                            radians(-180, -90, 180, 90));
   }
 
   Patch utm(double width) const {

@@ -44,7 +44,39 @@ systems='
 31|Wagner IV; spheroid=GRS 1980 Authalic Sphere; lon_0=0
 32|Wagner VII; spheroid=GRS 1980 Authalic Sphere; lon_0=0
 33|Oblated Equal Area; spheroid=GRS 1980 Authalic Sphere; p2=1.33; p3=2; lon_0=-160; lat_0=5
+34|Plate Carree; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+35|Equidistant Cylindrical; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_ts=45
+36|Gauss Kruger; datum=WGS 84; k_0=1; lon_0=15
+37|Eckert VI; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+38|Eckert V; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+39|Eckert IV; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+40|Eckert III; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+41|Eckert II; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+42|Eckert I; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+43|Gall Stereographic; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+44|Behrmann; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+45|Winkel I; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_ts=50.45977625218981
+46|Winkel II; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_ts=50.45977625218981
+47|Quartic Authalic; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+48|Loximuthal; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_0=40
+49|Bonne; datum=WGS 84; lon_0=10; lat_0=45
+50|Stereographic (ellipsoidal); datum=WGS 84; lon_0=10; lat_0=50
+51|Cassini; datum=WGS 84; lon_0=10; lat_0=50
+52|Two-point Equidistant; spheroid=GRS 1980 Authalic Sphere; lon_1=-75; lat_1=40; lon_2=15; lat_2=50
 53|Anchored LSR; datum=WGS 84; lon_0=10; lat_0=50
+54|Krovak; spheroid=Bessel; k_0=0.9999; azimuth=30.28813975277778; lon_0=24.83333333333333; lat_0=49.5; lat_1=78.5; x_scale=-1; rotation=90
+55|Double Stereographic; spheroid=Bessel; k_0=0.9999079; lon_0=5.38763888888889; lat_0=52.1561605555556
+56|Aitoff; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+57|Craster Parabolic; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+58|Cylindrical Equal Area; datum=WGS 84; lon_0=0; lat_ts=30
+59|Flat Polar Quartic; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+60|Times; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+61|Winkel Tripel; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_0=50.467
+62|Hammer-Aitoff; spheroid=GRS 1980 Authalic Sphere; lon_0=0
+63|Vertical Near-side Perspective; spheroid=GRS 1980 Authalic Sphere; h=35800000; lon_0=10; lat_0=20
+64|Hotine Oblique Mercator (azimuth, centre); datum=WGS 84; k_0=0.9999; azimuth=323.1301; lon_0=-133.6667; lat_0=57
+65|Hotine Oblique Mercator (two points, centre); datum=WGS 84; lat_0=40; lon_1=-90; lat_1=30; lon_2=-70; lat_2=45
+66|Hotine Oblique Mercator (two points, natural origin); datum=WGS 84; lat_0=40; lon_1=-90; lat_1=30; lon_2=-70; lat_2=45
 67|Lambert Conformal Conic (single standard parallel); datum=NAD27; lat_0=39; lon_0=-96; k_0=0.9996
 68|Pseudo Mercator; datum=WGS 84; lon_0=0
 69|Mercator (variant A); datum=WGS 84; lon_0=110; k_0=0.997
