@@ -105,8 +105,14 @@ static_assert(static_cast<int>(PointFault::kNotANumber) == 1 &&
               static_cast<int>(PointFault::kNotConverged) == 3 &&
               static_cast<int>(PointFault::kOutsideSheet) == 4);
 
-/// The point, or no place; without a branch, which would be guessed in vain where bad points lie
-/// scattered.
+// Without branches, which would be guessed in vain where bad points lie scattered:
+
+/// The mark, or the reason before where there is none.
+Oprj_PointReason newer(Oprj_PointReason mark, Oprj_PointReason before) {
+  const int keep = (mark != OPRJ_POINT_GOOD) - 1;
+  return static_cast<Oprj_PointReason>((before & keep) | mark);
+}
+/// The point, or no place.
 Oprj_Point unlessBad(const Oprj_Point &p, bool bad) {
   constexpr auto kNaN = std::bit_cast<uint64_t>(std::numeric_limits<double>::quiet_NaN());
   const uint64_t keep = uint64_t{bad} - 1, set = kNaN & ~keep;
@@ -184,18 +190,21 @@ struct Way::Tile {
 
   int32_t placeOf(int32_t i) const { return packed ? place[i] : i; }
 
-  /// Marks what became NaN.
+  /// Marks what became NaN, and makes it so in both coordinates.
   void markNaN(Oprj_PointReason reason) {
     if (!anyNaN(points, count)) return;
-    for (int32_t i = 0; i < count; ++i)
-      if (isNaN(points[i]) && !marks[i]) marks[i] = reason;
+    for (int32_t i = 0; i < count; ++i) {
+      if (!isNaN(points[i])) continue;
+      points[i] = kNowhere;
+      if (!marks[i]) marks[i] = reason;
+    }
   }
 
   /// The point stays, whatever the reason says.
   bool stays(Oprj_PointReason reason) const {
-    return reason == OPRJ_POINT_GOOD ||
-           (keepsUncovered &&
-            (reason == OPRJ_POINT_OUTSIDE_GRID || reason == OPRJ_POINT_OUTSIDE_REGRESSION));
+    const bool uncovered =
+        (reason == OPRJ_POINT_OUTSIDE_GRID) | (reason == OPRJ_POINT_OUTSIDE_REGRESSION);
+    return (reason == OPRJ_POINT_GOOD) | (keepsUncovered & uncovered);
   }
 
   /// Notes the marks of the points that stay all the same.
@@ -207,21 +216,30 @@ struct Way::Tile {
     }
   }
 
-  /// Lets the marked points go. Behind the last stage (`atEnd`) all stay where they are.
+  /// Lets the marked points go. Behind the last stage (`atEnd`), where what is marked is NaN, all
+  /// stay where they are.
   void drop(bool atEnd = false) {
     if (!anyMark(marks)) return;
-    const bool stay = atEnd && !packed;
     int32_t kept = 0;
+    if (atEnd && !packed) {
+      Oprj_PointReason *const whys = reasons;
+      const int32_t all = count;
+      for (int32_t i = 0; i < all; ++i) {
+        whys[i] = newer(marks[i], whys[i]);
+        kept += marks[i] == OPRJ_POINT_GOOD;
+      }
+      count = kept;
+      return;
+    }
     for (int32_t i = 0; i < count; ++i) {
       const int32_t at = placeOf(i);
       const Oprj_PointReason mark = std::exchange(marks[i], OPRJ_POINT_GOOD);
-      const bool bad = mark != OPRJ_POINT_GOOD;
-      reasons[at] = bad ? mark : reasons[at];
-      points[stay ? i : kept] = unlessBad(points[i], stay && bad);
+      reasons[at] = newer(mark, reasons[at]);
+      points[kept] = points[i];
       place[kept] = static_cast<uint16_t>(at);
-      kept += !bad;
+      kept += mark == OPRJ_POINT_GOOD;
     }
-    packed = !stay;
+    packed = true;
     count = kept;
   }
 
