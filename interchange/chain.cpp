@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "datum/model/surface_record.h"
 #include "interchange/text_slots.h"
 
 namespace orvik::oprj {
@@ -105,22 +106,30 @@ class Chain {
     return OPRJ_FORMULA_MOLODENSKY;
   }
 
-  /// Where a shift is measured: inside the sub-grids of a grid datum, else over a lattice of the
-  /// globe.
+  /// Where a shift is measured: inside the sub-grids of a grid datum or the extent of a surface,
+  /// else over a lattice of the globe.
   static std::vector<Oprj_Point> places(const Oprj_Spheroid &from, const Oprj_Spheroid &to) {
     constexpr int kSpacing = 15, kHighest = 75;  // degrees
     constexpr int kSteps = 5;                    // across a sub-grid
     std::vector<Oprj_Point> points;
-    const Oprj_Datum &datum = from.datum->type == OPRJ_DATUM_GRID ? *from.datum : *to.datum;
-    if (datum.type == OPRJ_DATUM_GRID) {
-      Oprj_GridInfo *chain = oprj_GridHeaderRead(datum.gridData, nullptr);
-      for (const Oprj_GridInfo *grid = chain; grid; grid = grid->next) {
-        for (int i = 1; i < kSteps; ++i)
-          for (int k = 1; k < kSteps; ++k)
-            points.push_back({(grid->west + (grid->east - grid->west) * i / kSteps) * kRadians,
-                              (grid->south + (grid->north - grid->south) * k / kSteps) * kRadians});
+    const auto addWithin = [&](double west, double south, double east, double north) {
+      for (int i = 1; i < kSteps; ++i)
+        for (int k = 1; k < kSteps; ++k)
+          points.push_back({(west + (east - west) * i / kSteps) * kRadians,
+                            (south + (north - south) * k / kSteps) * kRadians});
+    };
+    for (const Oprj_Datum *datum : {from.datum, to.datum}) {
+      if (!points.empty()) break;
+      if (datum->type == OPRJ_DATUM_GRID) {
+        Oprj_GridInfo *chain = oprj_GridHeaderRead(datum->gridData, nullptr);
+        for (const Oprj_GridInfo *grid = chain; grid; grid = grid->next)
+          addWithin(grid->west, grid->south, grid->east, grid->north);
+        oprj_GridHeaderFree(&chain);
       }
-      oprj_GridHeaderFree(&chain);
+      OrvikDatum::Extent of;
+      if (datum->type == OPRJ_DATUM_SURFACE && datum->shiftSurface &&
+          datum->shiftSurface->surface->GetExtent(of))
+        addWithin(of.west, of.south, of.west <= of.east ? of.east : of.east + 360.0, of.north);
     }
     if (!points.empty()) return points;
     for (int lat = -kHighest; lat <= kHighest; lat += kSpacing)
@@ -133,12 +142,15 @@ class Chain {
   /// no point is one of the shift itself: the trouble.
   static void measure(const Oprj_Spheroid &from, const Oprj_Spheroid &to, Oprj_ChainStep &step) {
     std::vector<double> sizes;
+    // the dispatcher keeps failures from a surface datum to itself
+    const auto shift =
+        from.datum->type == OPRJ_DATUM_SURFACE ? oprj_DatumShiftNew : oprj_DatumShift;
     for (const Oprj_Point &point : places(from, to)) {
       Oprj_Point shifted;
       Oerr_Report *report = nullptr;
       Oprj_ShiftTally before, after;
       oprj_ShiftTallyGet(&before);
-      oprj_DatumShift(&point, &from, &shifted, &to, 1, &report);
+      shift(&point, &from, &shifted, &to, 1, &report);
       oprj_ShiftTallyGet(&after);
       ++step.tried;
       const bool failed = report != nullptr;

@@ -31,8 +31,9 @@ struct Oprj_ChainStep {
   char *from, *to;                 /**< systems by their titles, or for a shift the datums */
   char *fromSpheroid, *toSpheroid; /**< one spheroid but for a shift */
   int32_t fromType, toType;        /**< of a shift: the types of the datums */
-  /** A shift at places inside the sub-grids of a grid datum, else over a lattice of 15 degrees: the
-      points that it moved, of how many, and by how many metres on the source spheroid. */
+  /** A shift at places inside the sub-grids of a grid datum or the extent of a surface, else over a
+      lattice of 15 degrees: the points that it moved, of how many, and by how many metres on the
+     source spheroid. */
   int32_t moved, tried;
   double least, median, greatest;
   char *trouble; /**< why no point at all can be shifted; null when some can */

@@ -536,4 +536,34 @@ TEST_F(Program, OneInstructionSetAsGoodAsAnother) {
   expectParts(run("list zones", "", "OPRJ_ISA=mmx").err, "OPRJ_ISA=mmx");
 }
 
+// --- surface datums ---
+
+TEST_F(ProgramTest, SurfaceDatumsOfATableShiftAreCountedAndExplained) {
+  folder_.write("spheroid-own.tab",
+                "\"Clarke 1866\" { 0 6378206.4 6356583.8\n"
+                "\"Town\" surface vector \"town.txt\" basedatum \"NAD27 (CONUS)\"\n"
+                "\"Lost\" surface vector \"lost.txt\" basedatum \"NAD27 (CONUS)\"\n"
+                "\"Loop\" surface constant longitude 1 latitude 1 basedatum \"Loop\" }\n");
+  folder_.write("town.txt", "-101 39 9 0\n-99 39 9 9\n-99 41 9 9\n-101 41 9 0\n");
+  const std::string own = "ORVIK_DATUMS_PATH=" + folder_.path();
+  const auto between = [](const std::string &from, const std::string &to) {
+    return " --from \"geographic; datum=" + from + "\" --to \"geographic; datum=" + to + "\"";
+  };
+  const std::string town = between("Town", "NAD27 (CONUS)") + " --digits 6";
+  Outcome shifted = run("project" + town, "-100 40\n-98 40\n", own);
+  EXPECT_EQ(shifted.out, "-99.997500 40.001250\n-98.000000 40.000000\n");
+  EXPECT_NE(shifted.err.find("1 point lies outside"), std::string::npos) << shifted.err;
+  EXPECT_EQ(shifted.status, 0);
+  EXPECT_EQ(run("project --strict" + town, "-98 40\n", own).status, 1);
+  EXPECT_EQ(run("project" + between("Lost", "WGS 84"), "-100 40\n", own).status, 3);
+  shifted = run("project" + between("Loop", "WGS 84"), "-100 40\n", own);
+  EXPECT_EQ(shifted.out, "nan nan\n");
+  EXPECT_NE(shifted.err.find("is it its own?"), std::string::npos) << shifted.err;
+  const Outcome told = run("explain" + between("Town", "WGS 84"), "", own);
+  EXPECT_NE(told.out.find("moves coordinates by"), std::string::npos) << told.out;
+  const Outcome loop = run("explain" + between("Loop", "WGS 84"), "", own);
+  EXPECT_NE((loop.out + loop.err).find("is it its own?"), std::string::npos)
+      << loop.out << loop.err;
+}
+
 }  // namespace
