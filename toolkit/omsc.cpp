@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <cstdlib>
 
+#if defined(__x86_64__)  // where there are lanes
 static_assert(alignof(std::max_align_t) >= 16, "blocks must hold pairs of doubles aligned");
+#endif
 
 namespace {
 
