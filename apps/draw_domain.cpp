@@ -191,11 +191,11 @@ class Domain {
 
   /// A central line, given by two points, between which the centre then lies, or by its azimuth at
   /// the centre.
-  struct Line {
+  struct CentralLine {
     Oprj_Point centre;
     double azimuth;
   };
-  Line centralLine() const {
+  CentralLine centralLine() const {
     if (record_.proNumber == 64 || (record_.proNumber == 20 && slot(12) != 0))
       return {{slot(4), slot(5)}, slot(3)};
     const Oprj_Point first{slot(8), slot(9)}, second{slot(10), slot(11)};
@@ -205,12 +205,12 @@ class Domain {
   }
   Patch oblique(double width) const {
     constexpr double kHalfLength = 60;  // degrees along the line
-    const Line line = centralLine();
+    const CentralLine line = centralLine();
     return Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth),
                             radians(-kHalfLength, -width, kHalfLength, width));
   }
   Patch twoPoints() const {
-    const Line line = centralLine();  // the frame's antimeridian holds its far side
+    const CentralLine line = centralLine();  // the frame's antimeridian holds its far side
     return Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth + kPi / 2),
                             radians(-180, -90, 180, 90));
   }
