@@ -11,6 +11,10 @@ foreach(target oPrjToolkit oPrj)
 endforeach()
 install(TARGETS oPrjToolkit oPrj EXPORT oPrjTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(TARGET oPrjEngine)
+  install(TARGETS oPrjEngine LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(oPrjEngine PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 install(EXPORT oPrjTargets NAMESPACE oPrj:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/oPrj)
 configure_package_config_file(cmake/oPrjConfig.cmake.in ${CMAKE_BINARY_DIR}/oPrjConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/oPrj PATH_VARS CMAKE_INSTALL_DATADIR)

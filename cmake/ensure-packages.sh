@@ -1,8 +1,8 @@
 # Sourced by ./run and ./test: installs the Debian packages that are missing, nothing when all are there.
 # With "tests" as argument also those that only tests and benchmarks need.
 ensure_packages() {
-  local wanted="g++ cmake ninja-build pkg-config libboost-dev libcli11-dev libcairo2-dev zlib1g-dev libtiff-dev"
-  [ "${1:-}" = tests ] && wanted="$wanted libgtest-dev libproj-dev proj-data proj-bin libgctp-dev libmpfr-dev python3 clang libclang-rt-dev"
+  local wanted="g++ cmake ninja-build pkg-config libboost-dev libcli11-dev libcairo2-dev zlib1g-dev libtiff-dev libproj-dev proj-data libsqlite3-dev"
+  [ "${1:-}" = tests ] && wanted="$wanted libgtest-dev proj-bin libgctp-dev libmpfr-dev python3 clang libclang-rt-dev"
   local missing="" package
   for package in $wanted; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing="$missing $package"

@@ -69,7 +69,7 @@ Object *cloneOf(const char *function, const Object *object, Kinds kinds) {
 }
 
 void end(Object *object, Kinds kinds) {
-  if (knownAs(object, kinds) && !object->held) delete object;
+  if (knownAs(object, kinds) && !object->owner) delete object;
 }
 
 int32_t same(const char *function, const Object *first, const Object *second, Kinds kinds) {
@@ -83,6 +83,7 @@ int32_t same(const char *function, const Object *first, const Object *second, Ki
 
 const char *nameOf(const Object *object, Kinds kinds) {
   const Object *known = knownAs(object, kinds);
+  if (known && !known->named) known = as(object, kinds);
   return known ? known->name.c_str() : "";
 }
 
@@ -118,7 +119,7 @@ Object *build(const char *function, Kind kind, const char *name, std::span<const
     parts.insert(parts.end(), behind);
     // every part is there, free, of a kind that belongs here, and given once
     for (Object *part : parts)
-      if (!part || part->held || !as(part, setOf(part->kind), e.cause()))
+      if (!part || part->owner || !as(part, setOf(part->kind), e.cause()))
         return e.fail(kArguments, "Args");
     size_t belonging = 0;
     for (const Part &p : shapeOf(kind).parts) {
@@ -352,7 +353,7 @@ Oawp_PE_GEOGTRAN *oawp_PE_pe_geogtran_new(const char *name, Oawp_PE_GEOGCS *from
 void oawp_PE_pe_table_del(void **table) {
   for (void **entry = table; entry && *entry; ++entry) {
     auto *object = static_cast<Object *>(*entry);
-    if (!object->held) delete object;
+    if (!object->owner) delete object;
   }
   omsc_HeapFree(table);
 }

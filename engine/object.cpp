@@ -143,7 +143,7 @@ OwnedObject make(Kind kind, std::string_view name, std::span<const double> numbe
 void adopt(Object &object, OwnedObject part) {
   object.parts.push_back(part.get());
   Object &adopted = *part.release();
-  adopted.held = true;
+  adopted.owner = &object;
   if (adopted.kind != kParameter || object.parameters.empty()) return;
   object.parameters.push_back(nullptr);
   object.parameters.end()[-2] = &adopted;
@@ -202,4 +202,5 @@ const Object *parameterMetTwice(std::span<const Object *const> parameters) {
 
 Oawp_PE_Object::~Oawp_PE_Object() {
   for (Oawp_PE_Object *part : parts) delete part;
+  delete derived.load(std::memory_order_relaxed);
 }

@@ -70,12 +70,18 @@ const Shape &shapeOf(Kind kind);
 /// Whether number `index` of a kind may have that value.
 bool validNumber(Kind kind, uint32_t index, double value);
 
+/// What is kept with an object that it was derived from.
+struct Derived {
+  virtual ~Derived() = default;
+};
+
 }  // namespace orvik::engine
 
 /// A node. A kOther has no parts, and as name its whole text without blanks.
 struct Oawp_PE_Object : orvik::toolkit::HeapRecord {
   orvik::engine::Kind kind = orvik::engine::Kind::kOther;
-  bool held = false;  ///< part of another object
+  bool named = true;                ///< false: predefined, its name is fetched with the rest
+  Oawp_PE_Object *owner = nullptr;  ///< what it is part of
   /// Predefined: known by code and name, the rest yet to be fetched.
   mutable std::atomic<bool> pending{false};
   int32_t code = 0;                           ///< of the predefined object, else 0
@@ -85,6 +91,8 @@ struct Oawp_PE_Object : orvik::toolkit::HeapRecord {
   orvik::toolkit::HeapVector<Oawp_PE_Object *> parts;  ///< owned
   /// Of kinds with parameters: those among the parts, and a null behind.
   orvik::toolkit::HeapVector<const Oawp_PE_Object *> parameters;
+  /// What a room above derived from the object, for as long as nothing in it changes.
+  mutable std::atomic<orvik::engine::Derived *> derived{nullptr};
 
   Oawp_PE_Object() = default;
   ~Oawp_PE_Object();

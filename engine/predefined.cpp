@@ -3,16 +3,18 @@
 
 #include <algorithm>
 #include <charconv>
+#include <mutex>
 
+#include "engine/module.h"
 #include "engine/report.h"
 #include "engine/tables.h"
+#include "toolkit/lasting.h"
 
 namespace orvik::engine {
 namespace {
 
 using enum Kind;
 using toolkit::ErrorScope;
-using toolkit::Failed;
 using toolkit::HeapVector;
 
 enum Code { kNotFound = 1, kNoDatabase, kMemory };
@@ -41,24 +43,6 @@ OwnedObject unitOf(const UnitRow &row) {
 OwnedObject parameterOf(const NameRow &row) {
   const double standard = defaultOf(row.name);
   return withCode(make(kParameter, row.name, {&standard, 1}), row.code);
-}
-
-/// Calls `add(name, default)` for each parameter of a projection.
-template <class Add>
-void forParameters(const ProjectionRow &row, Add add) {
-  add("False_Easting", 0.0);
-  add("False_Northing", 0.0);
-  std::string_view rest = row.parameters;
-  while (!rest.empty()) {
-    const std::string_view entry = rest.substr(0, rest.find(' '));
-    rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
-    const std::string_view name = entry.substr(0, entry.find_first_of(":="));
-    const size_t equals = entry.find('=');
-    double standard = defaultOf(name);
-    if (equals != entry.npos)
-      std::from_chars(entry.data() + equals + 1, entry.data() + entry.size(), standard);
-    add(name, standard);
-  }
 }
 
 /// Runs a body that makes an object or a list, under the rules of this file's functions.
@@ -92,30 +76,125 @@ OwnedObject ownByCode(int32_t code) {
   return nullptr;
 }
 
-Failed noDatabase(Call &e) {
-  e.fail(kNoDatabase, "The database of predefined objects is not bound yet");
-  e.setKind(OAWP_PE_NO_DATABASE);
-  return {};
+/// The kinds of the database in the order in which a code is looked for.
+struct StoredKind {
+  Kind kind;
+  Stored stored;
+};
+constexpr StoredKind kStored[] = {{kPrimem, Stored::kPrimem}, {kSpheroid, Stored::kSpheroid},
+                                  {kGeogcs, Stored::kGeogcs}, {kProjcs, Stored::kProjcs},
+                                  {kVertcs, Stored::kVertcs}, {kDatum, Stored::kDatum},
+                                  {kVdatum, Stored::kVdatum}, {kGeogtran, Stored::kGeogtran}};
+
+/// Gives units and scales of the database the figures that the engine's texts have.
+void refine(Object &object) {
+  for (Object *part : object.parts) {
+    if (part->kind == kUnit) {
+      const UnitRow *row = unitOfFactor(object.kind == kGeogcs, part->numbers[0]);
+      if (!row) continue;
+      part->name = row->name;
+      part->numbers[0] = row->factor;
+      part->code = row->code;
+    } else if (part->kind == kParameter && sameName(part->name, "Scale_Factor")) {
+      // Some scales are stored as millionths.
+      constexpr double kLeastScale = 1e-3, kMillionth = 1e-6;
+      if (part->numbers[0] > 0.0 && part->numbers[0] < kLeastScale) part->numbers[0] /= kMillionth;
+    } else {
+      refine(*part);
+    }
+  }
+}
+
+/// The stored object of a code; null when there is none, or with a report.
+OwnedObject fetch(const StoredKind &kind, int32_t code, ErrorScope &e) {
+  const Module *proj = module(e.cause());
+  const toolkit::HeapBlock<char> text(proj ? proj->textOf(kind.stored, code, e.cause()) : nullptr);
+  if (!text) {
+    if (e.calleeFailed()) e.fail(kNoDatabase, "The stored object %d cannot be fetched", code);
+    return nullptr;
+  }
+  OwnedObject object = read(text.get(), setOf(kind.kind), e, kNoDatabase);
+  if (!object) return nullptr;
+  refine(*object);
+  return withCode(std::move(object), code);
 }
 
 Object *byCode(const char *function, int32_t code, Kinds kinds) {
   return called(function, [&](Call &e) -> Object * {
-    OwnedObject object = code > 0 ? ownByCode(code) : nullptr;
+    if (code <= 0) return e.fail(kNotFound, "No predefined object %d", code);
+    OwnedObject object = ownByCode(code);
     if (object && (kinds & setOf(object->kind))) return object.release();
-    return noDatabase(e);
+    for (const StoredKind &kind : kStored) {
+      if (!(kinds & setOf(kind.kind))) continue;
+      object = fetch(kind, code, e);
+      if (object) return object.release();
+      if (e.failed()) {
+        e.setKind(OAWP_PE_NO_DATABASE);
+        return nullptr;
+      }
+    }
+    return e.fail(kNotFound, "No predefined object %d", code);
   });
 }
 
-Object **databaseList(const char *function, int32_t *count) {
+/// A list that the database fills.
+struct Filled {
+  Kind kind;
+  Objects objects;
+  bool whole = true;
+
+  static void add(void *self, int32_t code, const char *name) {
+    auto &list = *static_cast<Filled *>(self);
+    if (!list.whole) return;
+    try {  // nothing is thrown through the module
+      OwnedObject object = withCode(make(list.kind, name ? name : ""), code);
+      object->named = name != nullptr;
+      object->pending.store(true, std::memory_order_relaxed);
+      list.objects.push_back(std::move(object));
+    } catch (const std::bad_alloc &) {
+      list.whole = false;
+    }
+  }
+};
+
+Object **databaseList(const char *function, Kind kind, int32_t *count) {
   if (count) *count = 0;
-  return called(function, [&](Call &e) -> Object ** { return noDatabase(e); });
+  return called(function, [&](Call &e) -> Object ** {
+    Filled list{kind, {}};
+    const auto stored = std::ranges::find(kStored, kind, &StoredKind::kind)->stored;
+    const Module *proj = module(e.cause());
+    if (!proj || !proj->forEach(stored, Filled::add, &list, e.cause())) {
+      e.fail(kNoDatabase, "The stored objects cannot be listed");
+      e.setKind(OAWP_PE_NO_DATABASE);
+      return nullptr;
+    }
+    if (!list.whole) throw std::bad_alloc();
+    return listOf<Object *>(list.objects, count);
+  });
 }
 
 }  // namespace
 
-bool complete(const Object &, Oerr_Report **err) {
+bool complete(const Object &object, Oerr_Report **err) {
   ErrorScope e("completePredefined", err);
-  return e.fail(kNoDatabase, "The database of predefined objects is not bound yet");
+  return guarded(e, kMemory, [&]() -> bool {
+    static toolkit::Lasting<std::mutex> mutex;
+    const std::lock_guard lock(*mutex);
+    if (!object.pending.load(std::memory_order_relaxed)) return true;
+    const OwnedObject fetched =
+        fetch(*std::ranges::find(kStored, object.kind, &StoredKind::kind), object.code, e);
+    if (!fetched)
+      return e.failed() ? false : e.fail(kNotFound, "No predefined object %d", object.code);
+    auto &completed = const_cast<Object &>(object);  // what nobody could look at until now
+    if (!object.named) completed.name.swap(fetched->name);
+    std::ranges::copy(fetched->numbers, completed.numbers);
+    completed.parts.swap(fetched->parts);
+    completed.parameters.swap(fetched->parameters);
+    completed.word = fetched->word;
+    for (Object *part : completed.parts) part->owner = &completed;
+    object.pending.store(false, std::memory_order_release);
+    return true;
+  });
 }
 
 }  // namespace orvik::engine
@@ -129,9 +208,12 @@ Oawp_PE_PARAMETER **oawp_PE_pe_parameter_projection_defaults(const Oawp_PE_PROJE
     const ProjectionRow *row = known ? projectionOf(known->name) : nullptr;
     if (!row) return e.fail(kNotFound, "No projection \"%.60s\"", known ? known->name.c_str() : "");
     Objects objects;
-    forParameters(*row, [&](std::string_view name, double standard) {
-      objects.push_back(make(kParameter, name, {&standard, 1}));
-    });
+    const auto add = [&objects](const ParameterEntry &entry) {
+      objects.push_back(make(kParameter, entry.name, {&entry.standard, 1}));
+    };
+    add({"False_Easting", {}, 0.0});
+    add({"False_Northing", {}, 0.0});
+    forEachParameter(*row, add);
     return listOf<Object *>(objects, nullptr);
   });
 }
@@ -172,14 +254,14 @@ Oawp_PE_METHOD **oawp_PE_pe_predefined_method(int32_t *count) {
                    [](const auto &row) { return withCode(make(kMethod, row.name), row.code); });
 }
 
-#define OPRJ_PREDEFINED(name, TYPE)                               \
+#define OPRJ_PREDEFINED(name, TYPE, kind)                         \
   Oawp_PE_##TYPE **oawp_PE_pe_predefined_##name(int32_t *count) { \
-    return databaseList("pe_predefined_" #name, count);           \
+    return databaseList("pe_predefined_" #name, kind, count);     \
   }
-OPRJ_PREDEFINED(datum, DATUM)
-OPRJ_PREDEFINED(geogcs, GEOGCS)
-OPRJ_PREDEFINED(geogtran, GEOGTRAN)
-OPRJ_PREDEFINED(primem, PRIMEM)
-OPRJ_PREDEFINED(projcs, PROJCS)
-OPRJ_PREDEFINED(spheroid, SPHEROID)
-OPRJ_PREDEFINED(vdatum, VDATUM)
+OPRJ_PREDEFINED(datum, DATUM, kDatum)
+OPRJ_PREDEFINED(geogcs, GEOGCS, kGeogcs)
+OPRJ_PREDEFINED(geogtran, GEOGTRAN, kGeogtran)
+OPRJ_PREDEFINED(primem, PRIMEM, kPrimem)
+OPRJ_PREDEFINED(projcs, PROJCS, kProjcs)
+OPRJ_PREDEFINED(spheroid, SPHEROID, kSpheroid)
+OPRJ_PREDEFINED(vdatum, VDATUM, kVdatum)

@@ -3,6 +3,7 @@
 #include "engine/tables.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 #include "engine/object.h"
@@ -156,8 +157,8 @@ constexpr ProjectionRow kProjections[] = {
     {43022, "Quartic_Authalic", kSphere, "qua_aut", "Central_Meridian"},
     {43023, "Loximuthal", kSphere, "loxim", "Central_Meridian Central_Parallel:lat_1=40"},
     {43024, "Bonne", kSpheroid, "bonne", "Central_Meridian Standard_Parallel_1:lat_1=60"},
-    {43025, "Hotine_Oblique_Mercator_Two_Point_Natural_Origin", kSpheroid, "omerc no_uoff",
-     "Latitude_Of_1st_Point Latitude_Of_2nd_Point=60 Scale_Factor:k Longitude_Of_1st_Point "
+    {43025, "Hotine_Oblique_Mercator_Two_Point_Natural_Origin", kSpheroid, nullptr,
+     "Latitude_Of_1st_Point Latitude_Of_2nd_Point=60 Scale_Factor Longitude_Of_1st_Point "
      "Longitude_Of_2nd_Point=60 Latitude_Of_Center=40"},
     {43026, "Stereographic", kSpheroid, "stere",
      "Central_Meridian Scale_Factor:k Latitude_Of_Origin:lat_0"},
@@ -176,8 +177,8 @@ constexpr ProjectionRow kProjections[] = {
      "Central_Meridian Latitude_Of_Origin:lat_0"},
     {43034, "Cylindrical_Equal_Area", kSpheroid, "cea",
      "Central_Meridian Standard_Parallel_1:lat_ts"},
-    {43035, "Hotine_Oblique_Mercator_Two_Point_Center", kSpheroid, "omerc",
-     "Latitude_Of_1st_Point Latitude_Of_2nd_Point=60 Scale_Factor:k Longitude_Of_1st_Point "
+    {43035, "Hotine_Oblique_Mercator_Two_Point_Center", kSpheroid, nullptr,
+     "Latitude_Of_1st_Point Latitude_Of_2nd_Point=60 Scale_Factor Longitude_Of_1st_Point "
      "Longitude_Of_2nd_Point=60 Latitude_Of_Center=40"},
     {43036, "Hotine_Oblique_Mercator_Azimuth_Natural_Origin", kSpheroid, "omerc no_uoff",
      "Scale_Factor:k Azimuth:alpha=45 Longitude_Of_Center Latitude_Of_Center:lat_0=40"},
@@ -235,7 +236,41 @@ constexpr ProjectionRow kProjections[] = {
      "Longitude_Of_Center Height:h=35785831 Option"},
     {0, "Transverse_Cylindrical_Equal_Area", kSphere, "tcea",
      "Central_Meridian Scale_Factor:k Latitude_Of_Origin:lat_0"},
-    {0, "Adams_Square_II", kSphere, "adams_ws2", "Central_Meridian"},
+    {0, "Adams_Square_II", kSphere, "adams_ws2",
+     "Scale_Factor Azimuth Longitude_Of_Center Latitude_Of_Center XY_Plane_Rotation"},
+    {0, "Peirce_Quincuncial", kSphere, "peirce_q",
+     "Central_Meridian Scale_Factor Latitude_Of_Origin:lat_0=90 Option"},
+    {0, "IGAC_Plano_Cartesiano", kSpheroid, "col_urban",
+     "Longitude_Of_Center Latitude_Of_Center:lat_0 Height:h_0"},
+    {0, "Laborde_Oblique_Mercator", kSpheroid, "labrd",
+     "Scale_Factor:k Azimuth:azi Longitude_Of_Center Latitude_Of_Center:lat_0"},
+    {0, "Equidistant_Cylindrical_Ellipsoidal", kOnlySphere, "eqc",
+     "Central_Meridian Standard_Parallel_1:lat_ts"},
+    {0, "Lambert_Conformal_Conic_1SP", kSpheroid, "lcc",
+     "Central_Meridian Scale_Factor:k_0 Standard_Parallel_1:lat_1 Latitude_Of_Origin:lat_0"},
+    {0, "Lambert_Conformal_Conic_2SP", kSpheroid, "lcc",
+     "Central_Meridian Standard_Parallel_1:lat_1=60 Standard_Parallel_2:lat_2=60 "
+     "Latitude_Of_Origin:lat_0"},
+    {0, "Mercator_1SP", kSpheroid, "merc", "Central_Meridian Scale_Factor:k Latitude_Of_Origin"},
+    {0, "Mercator_2SP", kSpheroid, "merc", "Standard_Parallel_1:lat_ts Central_Meridian"},
+    {0, "Transverse_Mercator_South_Orientated", kSpheroid, "tmerc",
+     "Central_Meridian Scale_Factor:k Latitude_Of_Origin:lat_0"},
+    {0, "Oblique_Stereographic", kSpheroid, "sterea",
+     "Central_Meridian Scale_Factor:k Latitude_Of_Origin:lat_0"},
+    {0, "Polar_Stereographic_Variant_A", kSpheroid, "stere",
+     "Central_Meridian Scale_Factor:k Latitude_Of_Origin:lat_0"},
+    {0, "Polar_Stereographic_Variant_B", kSpheroid, "stere",
+     "Central_Meridian Standard_Parallel_1:lat_ts"},
+    {0, "Stereographic_Auxiliary_Sphere", kSphere, "stere",
+     "Central_Meridian Scale_Factor:k Latitude_Of_Origin:lat_0 Auxiliary_Sphere_Type"},
+    {0, "Lambert_Azimuthal_Equal_Area_Auxiliary_Sphere", kSphere, "laea",
+     "Central_Meridian Latitude_Of_Origin:lat_0 Auxiliary_Sphere_Type"},
+    {0, "Azimuthal_Equidistant_Auxiliary_Sphere", kSphere, "aeqd",
+     "Central_Meridian Latitude_Of_Origin:lat_0 Auxiliary_Sphere_Type"},
+    {0, "Berghaus_Star", kSphere, nullptr,
+     "Central_Meridian Latitude_Of_Origin=90 XY_Plane_Rotation"},
+    {0, "Tobler_Cylindrical_I", kSphere, nullptr, "Central_Meridian"},
+    {0, "Tobler_Cylindrical_II", kSphere, nullptr, "Central_Meridian"},
 };
 
 }  // namespace
@@ -244,6 +279,19 @@ std::span<const UnitRow> unitTable() { return kUnits; }
 std::span<const NameRow> parameterTable() { return kParameters; }
 std::span<const NameRow> methodTable() { return kMethods; }
 std::span<const ProjectionRow> projectionTable() { return kProjections; }
+
+bool nextParameter(std::string_view &parameters, ParameterEntry &entry) {
+  if (parameters.empty()) return false;
+  const std::string_view whole = parameters.substr(0, parameters.find(' '));
+  parameters.remove_prefix(std::min(whole.size() + 1, parameters.size()));
+  const std::string_view names = whole.substr(0, whole.find('='));
+  entry.name = names.substr(0, names.find(':'));
+  entry.key = names.substr(std::min(entry.name.size() + 1, names.size()));
+  entry.standard = defaultOf(entry.name);
+  if (names.size() < whole.size())
+    std::from_chars(whole.data() + names.size() + 1, whole.data() + whole.size(), entry.standard);
+  return true;
+}
 
 const UnitRow *unitOfFactor(bool isAngle, double factor) {
   constexpr double kClose = 1e-12;  // relative; the database has 15 digits

@@ -27,8 +27,16 @@ std::span<const NameRow> parameterTable();
 /// Methods of transformations between geographic systems.
 std::span<const NameRow> methodTable();
 
-/// What a projection is computed on.
-enum class Figure : uint8_t { kSpheroid, kSphere };
+/// What a projection is computed on: kSphere takes the radius from a spheroid too, kOnlySphere has
+/// no formula for one.
+enum class Figure : uint8_t { kSpheroid, kSphere, kOnlySphere };
+
+struct ParameterEntry {
+  std::string_view name, key;
+  double standard;
+};
+/// Takes the first entry off a row's parameters; false when none is left.
+bool nextParameter(std::string_view &parameters, ParameterEntry &entry);
 
 struct ProjectionRow {
   int32_t code;
@@ -42,6 +50,13 @@ struct ProjectionRow {
   const char *parameters;
 };
 std::span<const ProjectionRow> projectionTable();
+
+/// Calls `use(entry)` for each parameter of a row.
+template <class Use>
+void forEachParameter(const ProjectionRow &row, Use use) {
+  ParameterEntry entry{};
+  for (std::string_view rest = row.parameters; nextParameter(rest, entry);) use(entry);
+}
 /// The row of a name, in any case; null.
 const ProjectionRow *projectionOf(std::string_view name);
 

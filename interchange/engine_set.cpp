@@ -1,6 +1,12 @@
-// The function set titled "PE", whose data is a coordinate system object of the Projection Engine.
-// This build binds no engine: objects cannot be made from text, and what would compute with one
-// reports so.
+// The function set titled "PE", whose data is a coordinate system object of the Projection Engine
+// (engine.h). Points are metres, and radians from Greenwich, as those of the native set.
+#include <oprj/engine.h>
+#include <oprj/families.h>
+#include <oprj/ostr.h>
+#include <oprj/translation.h>
+
+#include "engine/report.h"
+#include "interchange/engine_computation.h"
 #include "interchange/engine_portable.h"
 #include "pipeline/function_sets.h"
 #include "toolkit/error_scope.h"
@@ -11,67 +17,137 @@ namespace {
 using toolkit::ErrorScope;
 using toolkit::Failed;
 
-Failed noEngine(const char *operation, Oerr_Report **err) {
-  ErrorScope e(operation, err);
-  return e.fail(1, "The Projection Engine is not built in yet");
-}
-
 Failed unimplemented(const char *operation, Oerr_Report **err) {
   ErrorScope e(operation, err);
   return e.fail(1, "Unimplemented");
 }
 
-void *engineObjectFromString(const char *, Oerr_Report **err) {
-  return noEngine("pe_coordsys_from_string", err);
+const Oawp_PE_COORDSYS *systemOf(const void *data) {
+  return static_cast<const Oawp_PE_COORDSYS *>(data);
 }
 
-void peProjectionApplyInverse(void *, const Oprj_Point *, Oprj_Point *, int32_t,
+/// Reports over what the engine's last function reported.
+Failed failOver(ErrorScope &e, int32_t code, const char *message) {
+  oawp_PE_ReportTake(e.cause());
+  return e.fail(code, "%s", message);
+}
+
+void *engineObjectFromString(const char *text, Oerr_Report **err) {
+  Oawp_PE_COORDSYS *system = oawp_PE_pe_coordsys_from_string(text);
+  oawp_PE_ReportTake(err);
+  return system;
+}
+
+void compute(const char *operation, const char *function, bool forward, const char *failed,
+             const void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+             Oerr_Report **err) {
+  ErrorScope e(operation, err);
+  if (count < 1) return;
+  ErrorScope inner(function, e.cause());
+  const engine::Object *system = engine::as(data, engine::kCoordsys);
+  if (!system || !in || !out) inner.fail(1, "Args");
+  else if (computePoints(*system, forward, Frame::kCommon, in, out, count, inner) == count) return;
+  e.fail(1, "%s", failed);
+}
+
+void peProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
                               Oerr_Report **err) {
-  noEngine("peProjectionApplyInverse", err);
+  compute("peProjectionApplyInverse", "pe_proj_to_geog", false,
+          "OAWP_FCLL_PE(pe_proj_to_geog) failed", data, in, out, count, err);
 }
-void peProjectionApply(void *, const Oprj_Point *, Oprj_Point *, int32_t, Oerr_Report **err) {
-  noEngine("peProjectionApply", err);
+void peProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                       Oerr_Report **err) {
+  compute("peProjectionApply", "pe_geog_to_proj", true, "OAWP_FCLL_PE(pe_geog_to_proj) failed",
+          data, in, out, count, err);
 }
-void *peProjectionCopy(const void *, Oerr_Report **err) {
-  return noEngine("peProjectionCopy", err);
+void *peProjectionCopy(const void *data, Oerr_Report **err) {
+  ErrorScope e("peProjectionCopy", err);
+  Oawp_PE_COORDSYS *copy = oawp_PE_pe_coordsys_clone(systemOf(data));
+  if (!copy) return failOver(e, 1, "OAWP_FCLL_PE(pe_coordsys_clone) failed");
+  return copy;
 }
-int32_t peProjectionEqual(const void *, const void *, Oerr_Report **err) {
-  return noEngine("peProjectionEqual", err);
+int32_t peProjectionEqual(const void *first, const void *second, Oerr_Report **err) {
+  ErrorScope e("peProjectionEqual", err);
+  const int32_t equal = oawp_PE_pe_coordsys_eq(systemOf(first), systemOf(second));
+  oawp_PE_ReportTake(e.cause());
+  if (e.calleeFailed()) return e.fail(1, "OAWP_FCLL_PE(pe_coordsys_eq) failed");
+  return equal;
 }
-char *peProjectionName(const void *, Oerr_Report **err) {
-  return noEngine("peProjectionName", err);
+char *peProjectionName(const void *data, Oerr_Report **err) {
+  ErrorScope e("peProjectionName", err);
+  const engine::Object *system = engine::as(data, engine::kCoordsys);
+  char *name = ostr_Duplicate(system && !system->name.empty() ? system->name.c_str() : "Unknown");
+  if (!name) return e.fail(1, "ostr_Duplicate failed");
+  return name;
 }
-void peProjectionFree(void *, Oerr_Report **err) { noEngine("peProjectionFree", err); }
+void peProjectionFree(void *data, Oerr_Report **err) {
+  ErrorScope e("peProjectionFree", err);
+  oawp_PE_pe_coordsys_del(static_cast<Oawp_PE_COORDSYS *>(data));
+}
 int32_t peProjectionConvertPossible(const void *, const char *title, Oerr_Report **err) {
   ErrorScope e("peProjectionConvertPossible", err);
   return sameTitle(title, OPRJ_TITLE_NATIVE) || sameTitle(title, OPRJ_TITLE_PE);
 }
-Failed noConversion(const char *operation, Oerr_Report **err) {
+/// The native set's data for a system.
+void *convertToNative(const char *operation, const void *data, char **unitName, Oerr_Report **err) {
   ErrorScope e(operation, err);
-  noEngine("oprj_COORDSYSToMapProjection", e.cause());
-  return e.fail(1, "oprj_COORDSYSToMapProjection failed");
+  char *unit = nullptr;
+  const OwnedHandle handle(oprj_COORDSYSToMapProjection(systemOf(data), &unit, e.cause()));
+  toolkit::HeapBlock<char> owned(unit);
+  if (!handle) return e.fail(1, "oprj_COORDSYSToMapProjection failed");
+  const auto *record = static_cast<const Oprj_ProParameters *>(
+      oprj_MapProjectionCSRGet(handle.get(), OPRJ_TITLE_NATIVE, e.cause()));
+  void *native = record ? oprj_ProjectionPre842Init(nullptr, record, e.cause()) : nullptr;
+  if (!native) return e.fail(2, "oprj_ProjectionPre842Init failed");
+  if (unitName) *unitName = owned.release();
+  return native;
 }
-void *peProjectionConvert(const void *, const char *, Oerr_Report **err) {
-  return noConversion("peProjectionConvert", err);
+void *peProjectionConvert(const void *data, const char *, Oerr_Report **err) {
+  return convertToNative("peProjectionConvert", data, nullptr, err);
 }
-void *peProjectionConvertWithUnits(const void *, const char *, char **, Oerr_Report **err) {
-  return noConversion("peProjectionConvertWithUnits", err);
+void *peProjectionConvertWithUnits(const void *data, const char *, char **unitName,
+                                   Oerr_Report **err) {
+  return convertToNative("peProjectionConvertWithUnits", data, unitName, err);
+}
+void *engineObjectFromNative(void *data, const char *unitName, Oerr_Report **err) {
+  ErrorScope e("engineObjectFromNative", err);
+  Oprj_MapProjectionEx handle;  // around data that stays the caller's
+  if (!oprj_ProjectionSet(&handle, OPRJ_TITLE_NATIVE, data, e.cause()))
+    return e.fail(1, "oprj_ProjectionSet failed");
+  Oawp_PE_COORDSYS *system = oprj_MapProjectionToCOORDSYS(&handle, unitName, nullptr, e.cause());
+  if (!system) return e.fail(2, "Error returned from oprj_MapProjectionToCOORDSYS");
+  return system;
+}
+
+/// The object when the title asks for the engine's form; null with a report for another.
+const void *objectForTitle(ErrorScope &e, const void *data, const char *title) {
+  if (sameTitle(title, OPRJ_TITLE_PE)) return data;
+  return e.fail(1, "Cannot get coordinate system of type %s", title ? title : "(null)");
 }
 void *peProjectionCSRGet(const void *data, const char *title, Oerr_Report **err) {
   ErrorScope e("peProjectionCSRGet", err);
-  if (!sameTitle(title, OPRJ_TITLE_PE))
-    return e.fail(1, "Cannot get coordinate system of type %s", title ? title : "(null)");
-  return const_cast<void *>(data);
+  return const_cast<void *>(objectForTitle(e, data, title));
 }
-void *peProjectionPCSRGet(const void *, const char *, Oerr_Report **err) {
-  return noEngine("peProjectionPCSRGet", err);
+/// The projected part; null without a report when the system is geographic.
+void *peProjectionPCSRGet(const void *data, const char *title, Oerr_Report **err) {
+  ErrorScope e("peProjectionPCSRGet", err);
+  const void *system = objectForTitle(e, data, title);
+  return oawp_PE_pe_projcs_p(system) ? const_cast<void *>(system) : nullptr;
 }
-const void *peProjectionGCSRGet(const void *, const char *, Oerr_Report **err) {
-  return noEngine("peProjectionGCSRGet", err);
+const void *peProjectionGCSRGet(const void *data, const char *title, Oerr_Report **err) {
+  ErrorScope e("peProjectionGCSRGet", err);
+  const void *system = objectForTitle(e, data, title);
+  return oawp_PE_pe_projcs_p(system) ? oawp_PE_pe_projcs_geogcs(systemOf(system)) : system;
 }
-void peGCSTransform(const void *, const void *, int32_t, Oprj_Point *, Oerr_Report **err) {
+/// Nothing to do when both have the same datum: otherwise no two engine handles could be projected
+/// between, equal as their systems may be.
+void peGCSTransform(const void *source, const void *target, int32_t, Oprj_Point *,
+                    Oerr_Report **err) {
   ErrorScope e("peGCSTransform", err);
-  e.fail(1, "Cannot do a pe based geographic transformation yet");
+  const engine::Object *from = oawp_PE_pe_geogcs_datum(systemOf(source));
+  const engine::Object *to = oawp_PE_pe_geogcs_datum(systemOf(target));
+  if (from && to && guarded(e, 2, [&] { return engine::equal(*from, *to); })) return;
+  if (!e.failed()) e.fail(1, "Cannot do a pe based geographic transformation yet");
 }
 int32_t peProjectionEqual2(const void *, const void *, Oerr_Report **err) {
   return unimplemented("peProjectionEqual2", err);
@@ -109,6 +185,7 @@ const EngineSet kEngineSet = {
             .apply3D = peProjectionApply3D,
         },
     .fromString = engineObjectFromString,
+    .fromNative = engineObjectFromNative,
 };
 
 }  // namespace orvik::oprj

@@ -23,6 +23,8 @@
 #include "elevation.h"
 #include "elevation_info.h"
 #include "engine.h"
+#include "engine_points.h"
+#include "engine_strings.h"
 #include "families.h"
 #include "geodetic.h"
 #include "mapinfo.h"

@@ -64,7 +64,7 @@ void changeUnit(EngineObject &system, const Ocvt_Unit &unit) {
         other->numbers[0] = quotient(other->numbers[0] * old, unit.factor);
     }
     OwnedObject made = engineUnit(unit);
-    made->held = true;
+    made->owner = &system;
     const OwnedObject dead(std::exchange(part, made.release()));
     return;
   }

@@ -55,6 +55,8 @@ struct EngineSet {
   Oprj_MapProjectionFunctions functions;
   /// A new coordinate system object from its text, or null with a report.
   void *(*fromString)(const char *text, Oerr_Report **err);
+  /// The same of the native set's data, its points in a unit (null: metres or degrees).
+  void *(*fromNative)(void *data, const char *unitName, Oerr_Report **err);
 };
 extern const EngineSet kEngineSet;
 

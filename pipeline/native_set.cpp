@@ -100,20 +100,27 @@ void nativeProjectionFree(void *data, Oerr_Report **err) {
   oprj_ProjectionPre842Free(&projection);
 }
 
-// The translation to other sets belongs to a room that is not built yet.
 int32_t nativeProjectionConvertPossible(const void *, const char *title, Oerr_Report **err) {
   ErrorScope e("nativeProjectionConvertPossible", err);
   return sameTitle(title, OPRJ_TITLE_NATIVE) || sameTitle(title, OPRJ_TITLE_PE);
 }
 
-void *nativeProjectionConvert(const void *, const char *, Oerr_Report **err) {
-  ErrorScope e("nativeProjectionConvert", err);
-  return e.fail(1, "Unimplemented");
+void *convertToEngine(const char *operation, const void *data, const char *unitName,
+                      Oerr_Report **err) {
+  ErrorScope e(operation, err);
+  void *system = kEngineSet.fromNative(const_cast<void *>(data), unitName, e.cause());
+  if (!system) return e.fail(1, "oprj_MapProjectionToCOORDSYS failed");
+  return system;
 }
 
-void *nativeProjectionConvertWithUnits(const void *, const char *, char **, Oerr_Report **err) {
-  ErrorScope e("nativeProjectionConvertWithUnits", err);
-  return e.fail(1, "Unimplemented");
+void *nativeProjectionConvert(const void *data, const char *, Oerr_Report **err) {
+  return convertToEngine("nativeProjectionConvert", data, nullptr, err);
+}
+
+void *nativeProjectionConvertWithUnits(const void *data, const char *, char **unitName,
+                                       Oerr_Report **err) {
+  return convertToEngine("nativeProjectionConvertWithUnits", data, unitName ? *unitName : nullptr,
+                         err);
 }
 
 void *nativeProjectionCSRGet(const void *data, const char *title, Oerr_Report **err) {

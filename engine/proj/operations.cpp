@@ -1,0 +1,60 @@
+// The module's table, and PROJ's operations: each has a context of its own and so is free of
+// threads.
+#include <proj.h>
+
+#include <new>
+#include <string>
+
+#include "engine/proj/database.h"
+#include "toolkit/error_scope.h"
+
+namespace orvik::engine {
+namespace {
+
+struct Operation {
+  Context context = quietContext();
+  PJ *transformation = nullptr;
+  Operation() = default;
+  ~Operation() { proj_destroy(transformation); }
+  Operation(const Operation &) = delete;
+  Operation &operator=(const Operation &) = delete;
+};
+
+void *operationNew(const char *definition, Oerr_Report **err) {
+  toolkit::ErrorScope e("projOperation", err);
+  return toolkit::guarded(e, 1, [&]() -> void * {
+    auto operation = std::make_unique<Operation>();
+    if (!operation->context) return e.fail(1, "Out of memory");
+    operation->transformation = proj_create(operation->context.get(), definition);
+    if (operation->transformation) return operation.release();
+    const int fault = proj_context_errno(operation->context.get());
+    return e.fail(1, "PROJ refuses \"%s\": %s", definition,
+                  proj_context_errno_string(operation->context.get(), fault));
+  });
+}
+
+void operationDelete(void *operation) { delete static_cast<Operation *>(operation); }
+
+void transform(void *operation, bool forward, double *points, size_t count) {
+  constexpr size_t kStride = 2 * sizeof(double);
+  PJ *transformation = static_cast<Operation *>(operation)->transformation;
+  proj_errno_reset(transformation);
+  proj_trans_generic(transformation, forward ? PJ_FWD : PJ_INV, points, kStride, count, points + 1,
+                     kStride, count, nullptr, 0, 0, nullptr, 0, 0);
+}
+
+}  // namespace
+
+Context quietContext() {
+  Context context(proj_context_create());
+  if (context) {
+    proj_log_func(context.get(), nullptr, [](void *, int, const char *) {});
+    proj_context_set_enable_network(context.get(), 0);
+  }
+  return context;
+}
+
+extern "C" OPRJ_API const Module oprj_EngineModule;
+const Module oprj_EngineModule = {operationNew, operationDelete, transform, textOf, forEach};
+
+}  // namespace orvik::engine

@@ -1,0 +1,228 @@
+// Points of engine systems: PROJ computes the projection about its central meridian
+// (engine/operation.h); units, offsets and meridians are applied here.
+#include <oprj/engine_points.h>
+#include <oprj/translation.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "engine/operation.h"
+#include "engine/report.h"
+#include "interchange/engine_computation.h"
+#include "pipeline/function_sets.h"
+
+namespace orvik::oprj {
+namespace {
+
+using engine::Kind;
+using engine::Object;
+using toolkit::ErrorScope;
+
+constexpr double kPi = std::numbers::pi;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+/// A pole or the edge of a map passed by no more than this is one that was reached: rad.
+constexpr double kEdge = 1e-11;
+/// Longitudes farther out are no places.
+constexpr double kFarthest = 1e6;
+
+double wrapped(double longitude) {
+  return std::fabs(longitude) <= kPi ? longitude : std::remainder(longitude, 2.0 * kPi);
+}
+
+/// What is kept with the object of a system.
+struct Computation : engine::Derived {
+  double angle = 1.0, length = 1.0;          ///< radians, metres a unit
+  double meridian = 0.0;                     ///< radians east of Greenwich
+  double falseEast = 0.0, falseNorth = 0.0;  ///< in the system's unit
+  std::unique_ptr<engine::Operation> operation;
+  OwnedHandle native;  ///< instead: formulas of this library; neither: geographic
+};
+
+/// What PROJ does not compute, or computes otherwise, may be a projection of this library; null.
+OwnedHandle nativeOf(const Object &system) {
+  ErrorScope e("engineNative", nullptr);
+  const OwnedParameters record(
+      oprj_ProParametersFromCOORDSYS(&system, nullptr, nullptr, e.cause()));
+  Oprj_MapProjectionEx *handle = nullptr;
+  if (record && record->proNumber != 0)
+    oprj_ProjectionInit(nullptr, record.get(), &handle, e.cause());
+  return OwnedHandle(handle);
+}
+
+std::unique_ptr<Computation> derive(const Object &system, ErrorScope &e) {
+  auto made = std::make_unique<Computation>();
+  const bool projected = system.kind == Kind::kProjcs;
+  const Object &geogcs = projected ? *partOf(system, Kind::kGeogcs) : system;
+  made->angle = partOf(geogcs, Kind::kUnit)->numbers[0];
+  made->meridian = partOf(geogcs, Kind::kPrimem)->numbers[0] * (kPi / 180.0);
+  if (!projected) return made;
+  made->length = partOf(system, Kind::kUnit)->numbers[0];
+  for (const Object *parameter : engine::parametersOf(system)) {
+    if (engine::sameName(parameter->name, "False_Easting")) made->falseEast = parameter->numbers[0];
+    if (engine::sameName(parameter->name, "False_Northing"))
+      made->falseNorth = parameter->numbers[0];
+  }
+  Oerr_Report **cause = e.cause();
+  made->operation = engine::Operation::of(system, cause);
+  if (made->operation) return made;
+  if (oerr_KindGet(*cause) == OAWP_PE_NO_FORMULA) made->native = nativeOf(system);
+  if (made->native) return made;
+  e.fail(2, "The system \"%.100s\" cannot be computed", system.name.c_str());
+  return nullptr;
+}
+
+const Computation *computationOf(const Object &system, ErrorScope &e) {
+  if (const auto *known = system.derived.load(std::memory_order_acquire))
+    return static_cast<const Computation *>(known);
+  return toolkit::guarded(e, 2, [&]() -> const Computation * {
+    auto made = derive(system, e);
+    if (!made) return nullptr;
+    engine::Derived *known = nullptr;  // another thread may have been faster
+    if (!system.derived.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel))
+      return static_cast<const Computation *>(known);
+    return made.release();
+  });
+}
+
+/// The numbers of a call: what one unit of the caller's coordinates is, and where they count from.
+struct Scales {
+  double angle, origin;                  ///< radians a unit; the central meridian from the caller's
+  double length, falseEast, falseNorth;  ///< metres a unit; in units
+};
+
+Scales scalesOf(const Computation &c, Frame frame) {
+  // Native handles count from Greenwich and have the offsets in them.
+  if (c.native && frame == Frame::kCommon) return {1.0, 0.0, 1.0, 0.0, 0.0};
+  if (c.native) return {c.angle, -c.meridian, c.length, 0.0, 0.0};
+  const double central = c.operation->centralMeridian();
+  if (frame == Frame::kSystem) return {c.angle, central, c.length, c.falseEast, c.falseNorth};
+  return {1.0, central + c.meridian, 1.0, c.falseEast * c.length, c.falseNorth * c.length};
+}
+
+bool isNaN(const Oprj_Point &p) { return std::isnan(p.x) || std::isnan(p.y); }
+
+constexpr size_t kGroup = 128;
+
+/// Points through a native handle, in place; how many came before the first that stops.
+size_t runNative(const Oprj_MapProjectionEx &native, bool forward, double *points, size_t count,
+                 Oerr_Report **err) {
+  Oprj_Point in[kGroup], out[kGroup];
+  for (size_t i = 0; i < count; ++i) in[i] = {points[2 * i], points[2 * i + 1]};
+  (forward ? native.apply : native.applyInverse)(native.ownedData, in, out,
+                                                 static_cast<int32_t>(count), err);
+  int64_t done = static_cast<int64_t>(count);
+  if (*err && !oerr_PointGet(*err, &done, nullptr, nullptr)) done = 0;
+  for (size_t i = 0; i < static_cast<size_t>(done); ++i) {
+    points[2 * i] = out[i].x;
+    points[2 * i + 1] = out[i].y;
+  }
+  return static_cast<size_t>(done);
+}
+
+/// Computes up to kGroup points into `out`; returns how many came before the first without a
+/// result.
+size_t computeGroup(const Computation &c, const Scales &s, bool forward, const Oprj_Point *in,
+                    Oprj_Point *out, size_t count, bool &made, Oerr_Report **err) {
+  double points[2 * kGroup];
+  const double reach =
+      c.native ? std::numeric_limits<double>::infinity() : c.operation->reach() + kEdge;
+  made = true;
+  size_t fit = 0;
+  for (double *p = points; fit < count; ++fit, p += 2) {
+    if (isNaN(in[fit])) {
+      p[0] = p[1] = 0.0;
+    } else if (forward) {
+      const double longitude = in[fit].x * s.angle;
+      p[0] = wrapped(longitude - s.origin);
+      p[1] = in[fit].y * s.angle;
+      if (!(std::fabs(longitude) <= kFarthest && std::fabs(p[0]) <= reach &&
+            std::fabs(p[1]) <= kPi / 2 + kEdge))
+        break;
+      p[1] = std::clamp(p[1], -kPi / 2, kPi / 2);
+    } else {
+      p[0] = (in[fit].x - s.falseEast) * s.length;
+      p[1] = (in[fit].y - s.falseNorth) * s.length;
+      if (!std::isfinite(p[0] + p[1])) break;
+    }
+  }
+  if (c.native) {
+    fit = runNative(*c.native, forward, points, fit, err);
+  } else {
+    made = fit == 0 || c.operation->run(forward, points, fit, err);
+    if (!made) return 0;
+  }
+  for (size_t i = 0; i < fit; ++i) {
+    const double x = points[2 * i], y = points[2 * i + 1];
+    if (isNaN(in[i])) {
+      out[i] = {kNaN, kNaN};
+    } else if (!std::isfinite(x + y)) {
+      return i;
+    } else if (forward) {
+      out[i] = {x / s.length + s.falseEast, y / s.length + s.falseNorth};
+    } else {
+      if (std::fabs(x) > reach) return i;
+      out[i] = {wrapped(x + s.origin) / s.angle, y / s.angle};
+    }
+  }
+  return fit;
+}
+
+}  // namespace
+
+int32_t computePoints(const Object &system, bool forward, Frame frame, const Oprj_Point *in,
+                      Oprj_Point *out, int32_t count, ErrorScope &e) {
+  const Computation *c = computationOf(system, e);
+  if (!c) return 0;
+  if (!c->operation && !c->native) {
+    const double shift = forward ? -c->meridian : c->meridian;
+    for (int32_t i = 0; i < count; ++i)
+      out[i] = {shift == 0.0 ? in[i].x : wrapped(in[i].x + shift), in[i].y};
+    return std::max(count, 0);
+  }
+  const Scales scales = scalesOf(*c, frame);
+  for (int32_t done = 0; done < count;) {
+    const size_t group = std::min<size_t>(kGroup, static_cast<size_t>(count - done));
+    bool made = false;
+    const size_t fit =
+        computeGroup(*c, scales, forward, in + done, out + done, group, made, e.cause());
+    done += static_cast<int32_t>(fit);
+    if (fit == group) continue;
+    if (!made) {
+      e.fail(2, "The system \"%.100s\" cannot be computed", system.name.c_str());
+    } else {
+      constexpr int32_t kPointFault = 20;  // as the projection families report it
+      const Oprj_Point &p = in[done];
+      const long number = done;
+      if (forward)
+        e.failAtPoint(done, p.x, p.y, kPointFault,
+                      "Point cannot be projected, point # %ld:  %lf, %lf", number, p.x, p.y);
+      else
+        e.failAtPoint(done, p.x, p.y, kPointFault, "Input data error, point # %ld:  %lf, %lf",
+                      number, p.x, p.y);
+    }
+    return done;
+  }
+  return std::max(count, 0);
+}
+
+namespace {
+
+int32_t inPlace(const char *function, const Oawp_PE_Object *system, bool forward, int32_t count,
+                Oprj_Point *points) {
+  engine::Call e(function);
+  const Object *known = engine::as(system, setOf(Kind::kProjcs), e.cause());
+  if (!known || (!points && count > 0)) return e.fail(1, "Args");
+  return computePoints(*known, forward, Frame::kSystem, points, points, count, e);
+}
+
+}  // namespace
+}  // namespace orvik::oprj
+
+int32_t oawp_PE_pe_geog_to_proj(const Oawp_PE_PROJCS *system, int32_t count, Oprj_Point *points) {
+  return orvik::oprj::inPlace("pe_geog_to_proj", system, true, count, points);
+}
+
+int32_t oawp_PE_pe_proj_to_geog(const Oawp_PE_PROJCS *system, int32_t count, Oprj_Point *points) {
+  return orvik::oprj::inPlace("pe_proj_to_geog", system, false, count, points);
+}
