@@ -1,6 +1,6 @@
 // bench_oprj [--points N] [--repetitions N] [--only TEXT] [--grid FILE]
-// [families|pipeline|records|shifts]: tables in Markdown on standard output. The grid is PROJ's for
-// the shifts.
+// [engine|families|pipeline|records|shifts]: tables in Markdown on standard output. The grid is
+// PROJ's for the shifts.
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -25,6 +25,7 @@ int main(int argc, char **argv) {
   char *flags[] = {name, interleave, nullptr};
   benchmark::Initialize(&none, flags);
   const auto wanted = [&](const char *part) { return what.empty() || what == part; };
+  if (wanted("engine")) bench::benchEngine(repetitions, points);
   if (wanted("families")) bench::benchFamilies(repetitions, points, only);
   if (wanted("pipeline")) bench::benchPipeline(repetitions, points);
   if (wanted("records")) bench::benchRecords(repetitions);

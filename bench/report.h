@@ -37,6 +37,7 @@ double median(std::vector<double> values);
 /// The point loop of a set without a formula (memory_floor.cpp).
 void copyPoints(int set, const Oprj_Point *in, Oprj_Point *out, int32_t count);
 
+void benchEngine(int repetitions, int points);
 void benchFamilies(int repetitions, int points, const std::string &only);
 void benchPipeline(int repetitions, int points);
 /// Self-describing records, one object each.

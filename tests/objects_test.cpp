@@ -312,9 +312,9 @@ TEST(FunctionSets, NativeHandleShowsItsSystem) {
 TEST(FunctionSets, ConversionReplacesTheDataOnlyOnSuccess) {
   const LeakCheck leaks;
   Slot err;
-  auto alaska = transverseMercator(9);
-  alaska->proNumber = 23;  // it has no counterpart in the engine
-  const auto handle = makeHandle(alaska);
+  auto world = transverseMercator(9);
+  world->proNumber = 25;  // it has no counterpart in the engine
+  const auto handle = makeHandle(world);
   const void *data = handle->ownedData;
   EXPECT_EQ(oprj_MapProjectionConvert(handle.get(), OPRJ_TITLE_NATIVE, err), 1);
   const std::string tell = "oprj_MapProjectionConvert: ";
