@@ -130,6 +130,9 @@ TEST(EnginePoints, AgreeWithProjOnItsOwnDefinition) {
                  geographic("\"Greenwich\",0.0", "\"Degree\",0.0174532925199433",
                             "\"I\",6378388.0,297.0")),
        "+proj=nzmg +lat_0=-41 +lon_0=173 +ellps=intl", 174.7, -36.8, 1e-8},
+      // by this library's own formulas
+      {projected("Hammer_Aitoff", "Central_Meridian=10.0", "\"Kilometer\",1000.0"),
+       "+proj=hammer +lon_0=10 +R=6378137", 33, 44, 1e-7},
       {projected("Equal_Earth", ""), "+proj=eqearth +ellps=WGS84", 33, 44, 1e-8},
       {projected("Goode_Homolosine", "Option=2.0"), "+proj=igh_o +R=6378137", 33, 44, 1e-8},
   };

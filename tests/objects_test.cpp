@@ -313,7 +313,7 @@ TEST(FunctionSets, ConversionReplacesTheDataOnlyOnSuccess) {
   const LeakCheck leaks;
   Slot err;
   auto world = transverseMercator(9);
-  world->proNumber = 25;  // it has no counterpart in the engine
+  world->proNumber = 29;  // it has no counterpart in the engine
   const auto handle = makeHandle(world);
   const void *data = handle->ownedData;
   EXPECT_EQ(oprj_MapProjectionConvert(handle.get(), OPRJ_TITLE_NATIVE, err), 1);
