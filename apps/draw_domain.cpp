@@ -61,7 +61,7 @@ constexpr Rule kRules[] = {
     {51, Shape::kBand, 30},
     {52, Shape::kTwoPoints, 180},
     {53, Shape::kCap, 90},
-    {54, Shape::kCap, 25},
+    {54, Shape::kCap, 10},  // up to the cone's axis
     {55, Shape::kCap, 110},
     {63, Shape::kCap, 90},
     {64, Shape::kOblique, 20},

@@ -223,7 +223,7 @@ TEST_F(Program, RefusesWhatItDoesNotKnowWithTheNearestNames) {
       {"4; datum=WGS 84; lat_2=40", "needs lat_1"},
       {"6; datum=WGS 84; lon_0=3", "needs lat_ts"},
       {"49; datum=WGS 84; lon_0=3", "needs lat_0"},
-      {"Hotine Oblique Mercator (azimuth, centre); datum=WGS 84; k_0=0", "Invalid scale factor"},
+      {"Hotine Oblique Mercator (azimuth, centre); datum=WGS 84; k_0=0", "k_0=0 must not be 0"},
       {"state plane; zone=Texas Centrall; nad=83", "Texas"},
       {"PROJCS[\"x\"]", "cannot be read"},
       {"geographic; datum=WGS 84; units=furlongz", "furlongz"},
