@@ -68,9 +68,10 @@ void *peProjectionCopy(const void *data, Oerr_Report **err) {
 }
 int32_t peProjectionEqual(const void *first, const void *second, Oerr_Report **err) {
   ErrorScope e("peProjectionEqual", err);
+  if (!first || !second) return e.fail(1, "Args");
   const int32_t equal = oawp_PE_pe_coordsys_eq(systemOf(first), systemOf(second));
   oawp_PE_ReportTake(e.cause());
-  if (e.calleeFailed()) return e.fail(1, "OAWP_FCLL_PE(pe_coordsys_eq) failed");
+  if (e.calleeFailed()) return e.fail(2, "OAWP_FCLL_PE(pe_coordsys_eq) failed");
   return equal;
 }
 char *peProjectionName(const void *data, Oerr_Report **err) {
