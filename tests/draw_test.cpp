@@ -32,9 +32,11 @@ struct Row {
 /// The systems of the gallery, with few lines where much of the globe is shown, and other aspects
 /// of some: over poles and the antimeridian, southern, two-point and orbit forms.
 std::vector<Row> systems() {
-  const std::set<std::string> near = {"1", "2", "9", "20", "21", "22", "23", "25"},
-                              partial = {"4",  "5",  "6",  "10", "13", "14", "15",
-                                         "26", "33", "53", "67", "68", "69"};
+  const std::set<std::string> near = {"1",  "2",  "9",  "20", "21", "22",
+                                      "23", "25", "36", "64", "65", "66"},
+                              partial = {"4",  "5",  "6",  "10", "13", "14", "15", "26",
+                                         "33", "50", "51", "53", "63", "67", "68", "69"},
+                              left = {"48", "52", "54", "55"};
   const std::string sphere = "; spheroid=GRS 1980 Authalic Sphere", world = "--graticule 30";
   std::vector<Row> rows = {
       {"UTM; zone=1; datum=WGS 84", false},
@@ -61,11 +63,15 @@ std::vector<Row> systems() {
     if (bar == 0 || bar == std::string::npos || line.find_first_not_of("0123456789") != bar)
       continue;
     const std::string number = line.substr(0, bar);
+    if (left.contains(number)) {
+      std::printf("left out, as the comparison cannot follow it: %s\n", line.c_str());
+      continue;
+    }
     const bool isNear = near.contains(number);
     rows.push_back(
         {line.substr(bar + 1), !isNear && !partial.contains(number), isNear ? "" : world});
   }
-  EXPECT_EQ(rows.size(), 14u + 38u);
+  EXPECT_EQ(rows.size(), 14u + 70u - left.size());
   return rows;
 }
 

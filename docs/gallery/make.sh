@@ -74,7 +74,7 @@ systems='
 61|Winkel Tripel; spheroid=GRS 1980 Authalic Sphere; lon_0=0; lat_0=50.467
 62|Hammer-Aitoff; spheroid=GRS 1980 Authalic Sphere; lon_0=0
 63|Vertical Near-side Perspective; spheroid=GRS 1980 Authalic Sphere; h=35800000; lon_0=10; lat_0=20
-64|Hotine Oblique Mercator (azimuth, centre); datum=WGS 84; k_0=0.9999; azimuth=323.1301; lon_0=-133.6667; lat_0=57
+64|Hotine Oblique Mercator (azimuth, centre); datum=WGS 84; k_0=0.9996; azimuth=53; lon_0=115; lat_0=4
 65|Hotine Oblique Mercator (two points, centre); datum=WGS 84; lat_0=40; lon_1=-90; lat_1=30; lon_2=-70; lat_2=45
 66|Hotine Oblique Mercator (two points, natural origin); datum=WGS 84; lat_0=40; lon_1=-90; lat_1=30; lon_2=-70; lat_2=45
 67|Lambert Conformal Conic (single standard parallel); datum=NAD27; lat_0=39; lon_0=-96; k_0=0.9996
