@@ -21,6 +21,10 @@ void addExplain(CLI::App &app, const Console &console, Action &action);
 void addList(CLI::App &app, const Console &console, Action &action);
 void addDraw(CLI::App &app, const Console &console, Action &action);
 void addDefine(CLI::App &app, const Console &console, Action &action);
+void addConvert(CLI::App &app, const Console &console, Action &action);
+/// info, check and compact.
+void addInfo(CLI::App &app, const Console &console, Action &action);
+void addMapInfo(CLI::App &app, const Console &console, Action &action);
 
 }  // namespace program
 

@@ -140,6 +140,9 @@ int main(int argc, char **argv) {
   addList(app, console, action);
   addDraw(app, console, action);
   addDefine(app, console, action);
+  addConvert(app, console, action);
+  addInfo(app, console, action);
+  addMapInfo(app, console, action);
   addManual(app, action);
 
   for (CLI::App *command : commandsOf(app)) command->footer(command->get_footer() + kEndHelp);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "nodes.h"
+
 namespace program {
 
 const char *const kSystemHelp =
@@ -10,6 +12,7 @@ const char *const kSystemHelp =
 by number, FIPS code or "STATE ZONE"), south, nad (27, 83, harn), spheroid, datum, a, b (metres), units,
 lon_0, lat_0, lat_1, lat_2, lat_ts, lon_1, lon_2, azimuth (degrees, decimal or d:m:s), k_0, x_0, y_0, h
 (metres), satellite, path, and p0 to p14 for slots directly (radians, metres; a suffix d means degrees).
+FILE::LAYER is the coordinate system of a layer in a node file, points being in the unit of its map info.
 `oprj define` asks for what a projection needs. What is left out is 0, a scale factor 1, lat_2 the same as
 lat_1; keys without a natural value (h, satellite, ...) are refused when left out. Datums and spheroids are
 found in any case, without their blanks, and by common names (WGS84, ETRS89, EPSG:6258). State Plane takes
@@ -85,7 +88,19 @@ std::vector<std::string> choicesOf(Oint_Toolkit *toolkit, const Oerr_Report *rep
 
 }  // namespace
 
+void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit) {
+  system.geographic = system.record->proType == OPRJ_INTERNAL && system.record->proNumber == 0;
+  if (!unit) unit = ocvt_UnitSetByName(system.geographic ? "dd" : "meters", nullptr);
+  system.unit = unit->name;
+  system.unitFactor = unit->factor;
+  Slot err;
+  const OwnedText title(oprj_ProParametersTitle(toolkit, system.record.get(), err.get()));
+  if (!title) throw Stop(kUnusable, err.text());
+  system.title = title.get();
+}
+
 System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console) {
+  if (isLayerPlace(text)) return readLayerSystem(toolkit, text, console);
   System system;
   system.text = text;
   Slot err;
@@ -99,12 +114,7 @@ System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console 
     if (note->kind == OPRJ_NOTE_GRID) system.gridTrouble = note->text;
     else console.warn(note->text);
   }
-  system.geographic = system.record->proType == OPRJ_INTERNAL && system.record->proNumber == 0;
-  system.unit = unit->name;
-  system.unitFactor = unit->factor;
-  const OwnedText title(oprj_ProParametersTitle(toolkit, system.record.get(), err.get()));
-  if (!title) throw Stop(kUnusable, err.text());
-  system.title = title.get();
+  finishSystem(toolkit, system, unit);
   return system;
 }
 

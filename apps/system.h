@@ -40,6 +40,9 @@ std::string choiceText(Oint_Toolkit *toolkit, const char *name);
 /// with kUnusable.
 System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console);
 
+/// What a record says of the points in it; `unit` null: the usual one.
+void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit);
+
 /// Builds the system's projection. Throws Stop with kUnusable, telling which of the values that
 /// were written it cannot have, or what else is amiss; the chain of reports only with -v.
 void requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console);

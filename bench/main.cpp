@@ -1,5 +1,5 @@
 // bench_oprj [--points N] [--repetitions N] [--only TEXT] [--grid FILE]
-// [engine|families|pipeline|records|shifts]: tables in Markdown on standard output. The grid is
+// [engine|families|pipeline|records|shifts|nodes]: tables in Markdown on standard output. The grid is
 // PROJ's for the shifts.
 #include <cstdlib>
 #include <cstring>
@@ -30,4 +30,5 @@ int main(int argc, char **argv) {
   if (wanted("pipeline")) bench::benchPipeline(repetitions, points);
   if (wanted("records")) bench::benchRecords(repetitions);
   if (wanted("shifts")) bench::benchShifts(repetitions, points, grid);
+  if (wanted("nodes")) bench::benchNodes(repetitions);
 }

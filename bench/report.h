@@ -45,6 +45,8 @@ void benchRecords(int repetitions);
 /// `grid`: the official conterminous grid for PROJ, or nothing.
 void benchShifts(int repetitions, int points, const std::string &grid);
 
+void benchNodes(int repetitions);
+
 }  // namespace bench
 
 #endif

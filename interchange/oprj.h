@@ -29,6 +29,7 @@
 #include "geodetic.h"
 #include "mapinfo.h"
 #include "mifable.h"
+#include "nodes.h"
 #include "parameters.h"
 #include "plugin.h"
 #include "project.h"

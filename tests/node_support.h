@@ -53,6 +53,10 @@ class Nodes {
     return made;
   }
   Nodes(Nodes &&other) noexcept : file_(std::exchange(other.file_, nullptr)) {}
+  Nodes &operator=(Nodes &&other) noexcept {
+    std::swap(file_, other.file_);
+    return *this;
+  }
   ~Nodes() { ohfa_FileDiscard(&file_); }
 
   Ohfa_File *get() const { return file_; }

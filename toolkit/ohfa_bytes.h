@@ -50,12 +50,13 @@ inline void putU32(uint8_t *at, uint32_t value) {
 }
 
 inline constexpr uint64_t kLargestFile = uint64_t{1} << 32;  // positions are of 32 bits
+inline constexpr uint32_t kHeaderSize = 20;
 inline constexpr uint32_t kRecordSize = 18;
 inline constexpr uint32_t kEntrySize = 128;
 
 /// The file record with the place where it stands.
 struct Record {
-  uint32_t position = 20;
+  uint32_t position = kHeaderSize;
   uint32_t freeList = 0;  // kept as it is, never used
   uint32_t root = kEntrySize;
   uint32_t dictionary = 2 * kEntrySize;

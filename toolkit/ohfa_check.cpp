@@ -17,8 +17,8 @@ class Checker {
   /// The number of errors.
   int64_t run() {
     const Record &record = tree_.record();
-    use(0, record.position == 20 ? 38 : 20, nullptr, "the header");
-    if (record.position != 20) use(record.position, kRecordSize, nullptr, "the file record");
+    use(0, kHeaderSize, nullptr, "the header");
+    use(record.position, kRecordSize, nullptr, "the file record");
     try {
       dictionary_ = &designs_.get(storage_, record.dictionary);
       const auto *text = designs_.text().c_str();

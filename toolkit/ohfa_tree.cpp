@@ -1,7 +1,9 @@
 #include "toolkit/ohfa_tree.h"
 
 #include <algorithm>
+#include <bit>
 #include <cinttypes>
+#include <functional>
 
 namespace orvik::toolkit::nodefile {
 
@@ -10,7 +12,7 @@ namespace {
 constexpr uint32_t kIndexedFrom = 16;  // shorter lists are searched one by one
 
 Record readRecord(Storage &storage) {
-  const uint8_t *header = storage.at(0, 20);
+  const uint8_t *header = storage.at(0, kHeaderSize);
   if (!header || std::memcmp(header, "OHFA_HEADER_TAG", 16) != 0)
     throw Problem(OHFA_DAMAGED, "It is no node file: it does not begin with \"OHFA_HEADER_TAG\"");
   Record record;
@@ -31,22 +33,92 @@ Record readRecord(Storage &storage) {
 
 }  // namespace
 
+// ---- Children by name
+
+namespace {
+
+/// Stands in the slots of nodes that were removed, so that searches go on behind them.
+Node removedNode;
+
+}  // namespace
+
+void ChildIndex::grow(size_t nodes) {
+  HeapVector<Node *> slots(std::bit_ceil(2 * nodes + 2));
+  slots.swap(slots_);
+  used_ = 0;
+  for (Node *node : slots) {
+    if (node && node != &removedNode) place(*node);
+  }
+}
+
+void ChildIndex::place(Node &node) {
+  size_t at = node.hash & (slots_.size() - 1);
+  while (slots_[at]) at = (at + 1) & (slots_.size() - 1);
+  slots_[at] = &node;
+  ++used_;
+}
+
+Node *ChildIndex::find(std::string_view name) const {
+  const size_t hash = std::hash<std::string_view>()(name);
+  for (size_t at = hash & (slots_.size() - 1); Node *node = slots_[at];
+       at = (at + 1) & (slots_.size() - 1)) {
+    if (node != &removedNode && node->hash == hash && node->name == name) return node;
+  }
+  return nullptr;
+}
+
+void ChildIndex::add(Node &node) {
+  node.hash = std::hash<std::string_view>()(node.name);
+  if (find(node.name)) {
+    ambiguous_ = true;
+    return;
+  }
+  if (2 * (used_ + 1) > slots_.size()) grow(used_ + 1);
+  place(node);
+}
+
+void ChildIndex::remove(const Node &node) {
+  for (size_t at = node.hash & (slots_.size() - 1); slots_[at]; at = (at + 1) & (slots_.size() - 1))
+    if (slots_[at] == &node) slots_[at] = &removedNode;
+}
+
+// ---- Entries in the file
+
+uint8_t &EntryMap::placeIn(uint32_t slot) {
+  const uint32_t number = slot / kSlots;
+  if (!last_ || lastNumber_ != number) {
+    auto &page = pages_[number];
+    if (!page) page = std::make_unique<Page>();
+    last_ = page.get();
+    lastNumber_ = number;
+  }
+  return last_->places[slot % kSlots];
+}
+
+bool EntryMap::take(uint32_t position) {
+  const uint32_t slot = position / kEntrySize;
+  const auto place = static_cast<uint8_t>(1 + position % kEntrySize);
+  if (slot > 0 && placeIn(slot - 1) > place) return false;
+  if (const uint8_t behind = placeIn(slot + 1); behind != 0 && behind < place) return false;
+  uint8_t &here = placeIn(slot);
+  if (here != 0) return false;
+  here = place;
+  return true;
+}
+
+// ---- The tree
+
 Tree::Tree(Storage &storage, bool ownChanges) : storage_(storage), ownChanges_(ownChanges) {
   record_ = readRecord(storage_);
   root_ = load(record_.root, nullptr);
 }
 
-/// Takes the bytes of an entry; false when another entry has some of them. That ends cycles and
-/// keeps the number of nodes below the number of bytes.
-bool Tree::occupy(uint32_t position) {
-  const uint32_t slot = position / kEntrySize;
-  const auto place = static_cast<uint8_t>(1 + position % kEntrySize);
-  const auto before = slot > 0 ? occupied_.find(slot - 1) : occupied_.end();
-  const auto behind = occupied_.find(slot + 1);
-  if ((before != occupied_.end() && before->second > place) ||
-      (behind != occupied_.end() && behind->second < place))
-    return false;
-  return occupied_.emplace(slot, place).second;
+/// The header and the file record have none of an entry's bytes.
+bool Tree::isFree(uint32_t position) const {
+  const auto meets = [position](uint64_t begin, uint64_t size) {
+    return position < begin + size && begin < uint64_t{position} + kEntrySize;
+  };
+  return !meets(0, kHeaderSize) && !meets(record_.position, kRecordSize);
 }
 
 const HeapText *Tree::intern(std::string_view design) {
@@ -61,7 +133,8 @@ Node *Tree::load(uint32_t position, Node *parent) {
   try {
     node.name = entry.name;
     node.design = intern(entry.design);
-    if (!occupy(position))
+    // That ends cycles, and keeps the number of nodes below that of bytes.
+    if (!isFree(position) || !entries_.take(position))
       throw Problem(OHFA_DAMAGED,
                     "The entry at byte %" PRIu32 " is linked twice or overlaps another", position);
   } catch (...) {
@@ -106,8 +179,7 @@ Node *Tree::readChild(Node &parent) {
 }
 
 void Tree::linkLast(Node &parent, Node &node) {
-  if (ChildIndex *index = parent.index.get())
-    index->ambiguous |= !index->nodes.emplace(node.name, &node).second;
+  if (parent.index) parent.index->add(node);
   node.previous = parent.last;
   (parent.last ? parent.last->next : parent.first) = &node;
   parent.last = &node;
@@ -116,34 +188,31 @@ void Tree::linkLast(Node &parent, Node &node) {
 
 void Tree::indexIfLong(Node &parent) {
   if (parent.index || parent.childCount < kIndexedFrom) return;
-  auto index = std::make_unique<ChildIndex>();
-  index->nodes.reserve(parent.childCount);
-  for (Node *node = parent.first; node; node = node->next)
-    index->ambiguous |= !index->nodes.emplace(node->name, node).second;
+  auto index = std::make_unique<ChildIndex>(parent.childCount);
+  for (Node *node = parent.first; node; node = node->next) index->add(*node);
   parent.index = std::move(index);
 }
 
 /// To be called before a node loses its name.
 void Tree::unindex(Node &node) {
   auto &index = node.parent->index;
-  if (index && index->ambiguous) index.reset();  // made anew when it is needed
-  if (index) index->nodes.erase(node.name);
+  if (index && index->ambiguous()) index.reset();  // made anew when it is needed
+  if (index) index->remove(node);
 }
 
 Node *Tree::child(Node &parent, std::string_view name) {
   indexIfLong(parent);
   if (parent.index) {
-    if (const auto found = parent.index->nodes.find(name); found != parent.index->nodes.end())
-      return found->second;
+    if (Node *found = parent.index->find(name)) return found;
   } else {
     for (Node *node = parent.first; node; node = node->next) {
       if (node->name == name) return node;
     }
   }
-  while (Node *node = readChild(parent)) {
-    if (node->name == name) return node;
-  }
-  return nullptr;
+  Node *node = readChild(parent);
+  while (node && node->name != name) node = readChild(parent);
+  indexIfLong(parent);
+  return node;
 }
 
 Node *Tree::nextInPreorder(Node &node) {
@@ -193,8 +262,13 @@ Node &Tree::add(Node &parent, std::string_view name, std::string_view design,
 
 void Tree::rename(Node &node, std::string_view name, uint32_t time) {
   HeapText wanted(name);
-  node.parent->index.reset();  // made anew when it is needed
+  unindex(node);
   node.name.swap(wanted);
+  try {
+    if (node.parent->index) node.parent->index->add(node);
+  } catch (const std::bad_alloc &) {
+    node.parent->index.reset();
+  }
   node.time = time;
   markChanged(node);
 }

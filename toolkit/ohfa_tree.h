@@ -20,10 +20,42 @@ using HeapMap = std::unordered_map<Key, Value, std::hash<Key>, std::equal_to<Key
 using Bytes = HeapVector<uint8_t>;
 struct Node;
 
-/// The children of a node by name; the views lead into the nodes.
-struct ChildIndex : HeapRecord {
-  HeapMap<std::string_view, Node *> nodes;
-  bool ambiguous = false;  // a name stands twice in the file: the index has its first node
+/// The children of a node by name: a table of open addresses, half full at most.
+class ChildIndex : public HeapRecord {
+ public:
+  explicit ChildIndex(uint32_t children) { grow(children); }
+  /// The first node that was added under the name; null: there is none.
+  Node *find(std::string_view name) const;
+  void add(Node &node);
+  void remove(const Node &node);
+  /// A name stands twice: the index has its first node.
+  bool ambiguous() const { return ambiguous_; }
+
+ private:
+  void grow(size_t nodes);
+  void place(Node &node);
+
+  HeapVector<Node *> slots_;
+  size_t used_ = 0;  // with those of removed nodes
+  bool ambiguous_ = false;
+};
+
+/// Where entries lie: each in the 128 bytes that its first byte is in, 1 + its place there.
+class EntryMap {
+ public:
+  /// Takes the 128 bytes at a position; false when an entry has some of them.
+  bool take(uint32_t position);
+
+ private:
+  static constexpr uint32_t kSlots = 512;  // a page
+  struct Page : HeapRecord {
+    uint8_t places[kSlots] = {};
+  };
+  uint8_t &placeIn(uint32_t slot);
+
+  HeapMap<uint32_t, std::unique_ptr<Page>> pages_;
+  Page *last_ = nullptr;
+  uint32_t lastNumber_ = 0;
 };
 
 struct Node {
@@ -33,6 +65,7 @@ struct Node {
   Node *first = nullptr, *last = nullptr;  // children that were read or made
   uint32_t unread = 0;                     // entry of the first child behind them; 0: none
   uint32_t childCount = 0;                 // of those that were read or made
+  size_t hash = 0;                         // of the name, once it is in an index
   std::unique_ptr<ChildIndex> index;       // of long lists
 
   uint32_t data = 0;  // position of the object, 0: none or pending
@@ -83,7 +116,7 @@ class Tree {
  private:
   Node *readChild(Node &parent);
   Node *load(uint32_t position, Node *parent);
-  bool occupy(uint32_t position);
+  bool isFree(uint32_t position) const;
   const HeapText *intern(std::string_view design);
   static void linkLast(Node &parent, Node &node);
   static void indexIfLong(Node &parent);
@@ -99,8 +132,7 @@ class Tree {
                      HeapAllocator<HeapText>>
       designs_;
   const HeapText *lastDesign_ = nullptr;
-  /// Where entries lie, each in the 128 bytes that its first byte is in: 1 + its place there.
-  HeapMap<uint32_t, uint8_t> occupied_;
+  EntryMap entries_;
   Node *root_ = nullptr;
 };
 
