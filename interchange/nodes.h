@@ -9,7 +9,7 @@
    All operations: 1 "Toolkit has not been initialized", 2 "Error returned from oprj_Init", 13
    "Invalid input file". Writers return the report in the slot, or null; without a slot the report
    is the caller's to delete. They change the open file, not the one on the medium: ohfa_FileFlush.
- */
+   A writer that reports 11, 12 or 14 may have made half of its change: ohfa_FileDiscard. */
 #ifndef OPRJ_NODES_H
 #define OPRJ_NODES_H
 

@@ -123,7 +123,6 @@ Ohfa_File *ohfa_FileCreate(const char *path, int32_t replace, Oerr_Report **err)
     auto made = unnamedFile(givenPath(path), timeOfChange());
     std::unique_ptr<PlatformFile> old;
     if (replace) {
-      struct Absent {};
       try {
         old = std::make_unique<PlatformFile>(path, true);
       } catch (const Problem &) {

@@ -120,7 +120,8 @@ class Commit {
 
   /// Gives every new thing its place, objects and entries in the order of the tree.
   void layOut() {
-    uint64_t end = file_.storage.size();
+    // Behind what an earlier attempt has left: a link may lead there already.
+    uint64_t end = file_.storage.look().size;
     const auto take = [&end](uint64_t count) {
       const uint64_t begin = end;
       end += count;
@@ -176,6 +177,10 @@ class Commit {
     return entry;
   }
 
+  static uint32_t &storedBy(const Store &store) {
+    return store.field == kFirst ? store.holder->stored.first : store.holder->stored.next;
+  }
+
   void switchOver() {
     Record &record = file_.tree->record();
     if (!file_.designs.pendingText().empty()) {
@@ -192,16 +197,16 @@ class Commit {
           stores_.push_back({child, kNext, nextOf(*child)});
       }
     }
-    for (const Store &store : stores_)
+    for (const Store &store : stores_) {
+      storedBy(store) = kNowhere;  // not known until all is synced
       file_.storage.writeU32(store.holder->entry + store.field, store.value);
+    }
     if (!stores_.empty()) file_.storage.sync();
   }
 
   /// From here on the file is as the tree says.
   void settle() {
-    for (const Store &store : stores_)
-      (store.field == kFirst ? store.holder->stored.first : store.holder->stored.next) =
-          store.value;
+    for (const Store &store : stores_) storedBy(store) = store.value;
     for (size_t i = 0; i < order_.size(); ++i) {
       Node &node = *order_[i];
       const Entry entry = entryOf(node, objects_[i]);

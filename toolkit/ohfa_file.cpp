@@ -122,8 +122,8 @@ void Ohfa_File::refresh() {
 
 const Omif_Design &Ohfa_File::designNamed(const HeapText &name) {
   const Omif_Design *design = omif_DictionarySearchByName(&dictionary(), name.c_str(), nullptr);
-  if (!design && !writable) {  // a writer may have added it since the record was read
-    storage.look();
+  if (!design && !writable && storage.look() != designsSeen_) {
+    designsSeen_ = storage.look();  // a writer may have added it since the record was read
     storage.forget();
     const Record record = Tree(storage, false).record();
     design = omif_DictionarySearchByName(&designs.get(storage, record.dictionary), name.c_str(),

@@ -106,6 +106,7 @@ struct Ohfa_File : orvik::toolkit::HeapRecord {
     const Omif_Design *host, *written;
     std::unique_ptr<orvik::toolkit::mif::Codec> codec;
   };
+  orvik::toolkit::nodefile::Stamp designsSeen_{};  // when the dictionary was read for a lack
   orvik::toolkit::HeapVector<Layout> layouts_;
   orvik::toolkit::nodefile::Place current_;
   bool stepOn_ = false;
