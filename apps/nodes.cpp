@@ -21,14 +21,11 @@ const Ocvt_Unit *unitOfLayer(Ohfa_File *file, const std::string &layer, bool geo
 
 }  // namespace
 
-bool isLayerPlace(std::string_view text) {
-  const size_t at = text.rfind(kSeparator);
-  return at != text.npos && at > 0;
-}
+bool isLayerPlace(std::string_view text) { return text.find(kSeparator, 1) != text.npos; }
 
 LayerPlace layerPlace(const std::string &text) {
   if (!isLayerPlace(text)) throw Stop(kUsage, "\"" + text + "\" is not of the form FILE::LAYER");
-  const size_t at = text.rfind(kSeparator);
+  const size_t at = text.find(kSeparator, 1);
   return {text.substr(0, at), text.substr(at + kSeparator.size())};
 }
 

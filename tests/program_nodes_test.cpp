@@ -49,7 +49,7 @@ TEST_F(ProgramNodes, ALayerIsACoordinateSystem) {
   good("convert 'utm; zone=17; datum=WGS 84' --to node -o " + file + "::deep:layer");
   const std::string tree = good("info " + file);
   EXPECT_EQ(tree.substr(0, tree.find("    proZone")),
-            "deep\n  layer\n    Projection  (Oprj_ProParameters, 104 bytes)\n"
+            "deep\n  layer\n    Projection  (Oprj_ProParameters, 213 bytes)\n"
             "      proType = OPRJ_INTERNAL\n      proNumber = 1\n      proExeName = none\n"
             "      proName = \"UTM\"\n  ");
   EXPECT_NE(tree.find("      proZone = 17\n"), std::string::npos);
@@ -74,7 +74,8 @@ TEST_F(ProgramNodes, RefusalsAndDamage) {
       {"mapinfo " + file, 2, "is not of the form FILE::LAYER"},
       {"mapinfo " + file + "::L --pixel 30,0", 2, "--pixel takes a width and a height above 0"},
       {"mapinfo " + file + "::L --units metres2", 2, "there is no unit \"metres2\""},
-      {"convert utm --to node -o " + file, 2, "is not of the form FILE::LAYER"},
+      {"convert 'utm; zone=1; datum=WGS 84' --to node -o " + file, 2,
+       "is not of the form FILE::LAYER"},
       {"convert 'utm; zone=1; datum=WGS 84' --to node -o " + path("no/dir") + "::L", 4,
        "cannot be created: No such file or directory"},
       {"convert 'utm; zone=1; datum=WGS 84' --to node -o " + file + "::a::", 3,
@@ -110,7 +111,7 @@ TEST_F(ProgramNodes, AMissingGridIsToldAndTheLayerServes) {
   folder_.write("image.nod", bytes);
   const Outcome described = run("describe " + file + "::L");
   EXPECT_NE(described.out.find("grid file = nad99.dat"), std::string::npos) << described.out;
-  EXPECT_NE(described.out.find("nad99.dat:  File not found"), std::string::npos) << described.out;
+  EXPECT_NE(described.out.find("File \"nad99.dat\" not found"), std::string::npos) << described.out;
   EXPECT_EQ(run("project --from " + file + "::L --to 'geographic; datum=NAD83'", "-75 40\n").status,
             3);
 }
