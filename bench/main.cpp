@@ -1,6 +1,6 @@
 // bench_oprj [--points N] [--repetitions N] [--only TEXT] [--grid FILE]
-// [engine|families|pipeline|records|shifts|nodes]: tables in Markdown on standard output. The grid is
-// PROJ's for the shifts.
+// [engine|families|pipeline|records|shifts|nodes]: tables in Markdown on standard output. The grid
+// is PROJ's for the shifts.
 #include <cstdlib>
 #include <cstring>
 #include <string>
