@@ -79,7 +79,7 @@ TEST_F(ProgramNodes, RefusalsAndDamage) {
       {"convert 'utm; zone=1; datum=WGS 84' --to node -o " + path("no/dir") + "::L", 4,
        "cannot be created: No such file or directory"},
       {"convert 'utm; zone=1; datum=WGS 84' --to node -o " + file + "::a::", 3,
-       "the layer \"a:\" cannot be made: "},
+       "the layer \"a::\" cannot be made: "},
       {"info " + folder_.write("text", "no node file, but long enough"), 3, "It is no node file"},
       {"compact " + file + " -o " + file, 4, "There is a file \""},
   };
