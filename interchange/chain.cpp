@@ -10,6 +10,7 @@
 
 #include "datum/model/surface_record.h"
 #include "interchange/text_slots.h"
+#include "pipeline/function_sets.h"
 
 namespace orvik::oprj {
 namespace {
@@ -17,10 +18,6 @@ namespace {
 constexpr double kRadians = kRadiansPerDegree;
 
 using OwnedSteps = toolkit::Owner<Oprj_ChainStep, oprj_ChainStepsFree>;
-
-bool isGeographic(const Oprj_ProParameters &record) {
-  return record.proType == OPRJ_INTERNAL && record.proNumber == 0;
-}
 
 /// Both systems of a pair.
 struct Ends {

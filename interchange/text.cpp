@@ -2,6 +2,7 @@
 #include <oprj/families.h>
 #include <oprj/ostr.h>
 #include <oprj/projection.h>
+#include <oprj/translation.h>
 
 #include <algorithm>
 #include <cmath>
@@ -9,6 +10,7 @@
 #include <optional>
 
 #include "interchange/text_slots.h"
+#include "pipeline/function_sets.h"
 #include "projections/registry.h"
 #include "tables/table_records.h"
 #include "toolkit/nearest.h"
@@ -265,16 +267,52 @@ class Reading {
 
 /// What is no description of this form, but may be one of another.
 void refuseOtherForms(std::string_view text) {
-  const std::string start = lower(text.substr(0, 8));
-  if (start.starts_with("projcs[") || start.starts_with("geogcs[") || lower(text).ends_with(".prj"))
-    throw TextRefusal{
-        OPRJ_TEXT_UNREADABLE,
-        inQuotes(text.substr(0, 60)) +
-            ": Projection Engine strings and .prj files cannot be read by this version"};
   if (text.find("::") != std::string_view::npos)
     throw TextRefusal{OPRJ_TEXT_UNREADABLE,
                       inQuotes(text) + ": node files cannot be read by this version"};
   if (text.empty()) throw TextRefusal{OPRJ_TEXT_UNREADABLE, "the coordinate system is empty"};
+}
+
+/// Whether a text is one of the Projection Engine: a word and a bracket.
+bool isEngineText(std::string_view text) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  const size_t end = text.find_first_of("[(");
+  if (end == std::string_view::npos) return false;
+  const std::string word = lower(trimmed(text.substr(0, end)));
+  return word == "projcs" || word == "geogcs" || word == "compd_cs";
+}
+
+void deleteSystem(Oawp_PE_COORDSYS **system) { OAWP_FCLL_PE(pe_coordsys_del)(*system); }
+
+/// A record of an engine's text: translated, or else one that holds the text.
+OwnedParameters readEngineText(const std::string &text, std::string &unit, Oprj_Note **notes,
+                               ErrorScope &e) {
+  const toolkit::Owner<Oawp_PE_COORDSYS, deleteSystem> system(
+      OAWP_FCLL_PE(pe_coordsys_from_string)(text.c_str()));
+  if (!system) {
+    oawp_PE_ReportTake(e.cause());
+    throw TextRefusal{OPRJ_TEXT_UNREADABLE,
+                      std::string("the text of the coordinate system cannot be read: ") +
+                          oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))};
+  }
+  char *made = nullptr;
+  OwnedParameters record(oprj_ProParametersFromCOORDSYS(system.get(), &made, notes, e.cause()));
+  OwnedText name(made);
+  if (record) {
+    unit = name.get();
+    return record;
+  }
+  const std::string why = oerr_MessageGet(oerr_RootCauseGet(e.causeReport()));
+  record.reset(oprj_ProParametersHoldingPEString(text.c_str(), e.cause()));
+  if (!record) throw TextRefusal{0, oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))};
+  Notes told;
+  told.add(OPRJ_NOTE_NO_NUMBER, why + ": the Projection Engine computes it");
+  if (notes) *notes = told.release();
+  name.reset(oprj_COORDSYSUnitName(system.get(), e.cause()));
+  if (!name) throw std::bad_alloc();
+  unit = name.get();
+  return record;
 }
 
 constexpr int32_t kRefusalCode = 4;
@@ -371,7 +409,7 @@ const Oprj_SPTableEntry *zoneOf(Oint_Toolkit *toolkit, const Oprj_ProParameters 
 
 std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
   const std::string name = textOf(record.proName), zone = std::to_string(record.proZone);
-  if (record.proType != OPRJ_INTERNAL) return name;
+  if (record.proType != OPRJ_INTERNAL || asksForEngine(record)) return name;
   if (record.proNumber == 1) {
     const auto slots = elementsOf(record.proParams);
     const bool south = record.proZone < 0 || (slots.size() > 3 && slots[3] < 0);
@@ -405,6 +443,12 @@ Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit, const char
   if (!text) return e.fail(3, "Invalid input text");
   return reporting(e, err, [&]() -> Oprj_ProParameters * {
     const std::string_view plain = trimmed(text);
+    if (isEngineText(plain)) {
+      std::string name;
+      OwnedParameters record = readEngineText(std::string(plain), name, notes, e);
+      if (unit) *unit = ocvt_UnitSetByName(name.c_str(), e.cause());
+      return record.release();
+    }
     refuseOtherForms(plain);
     Reading reading(toolkit, *data, plain, e);
     OwnedParameters record = reading.read();
@@ -435,6 +479,11 @@ char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *
   ErrorScope e("oprj_ProParametersToText", err);
   if (!referenceData(e, toolkit)) return nullptr;
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
+  if (asksForEngine(*record)) {
+    char *held = ostr_Duplicate(textOf(record->proExeName));
+    if (!held) return e.fail(10, "Error allocating text");
+    return held;
+  }
   if (!record->proSpheroid || !record->proSpheroid->datum)
     return e.fail(6, "Invalid input Oprj_Spheroid");
   const Oprj_Query *query = oprj_QueryByExample(toolkit, record, e.cause());

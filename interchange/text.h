@@ -10,7 +10,9 @@
      units         of points; degrees or metres when left out
      lon_0, ...    the keys of the projection's questions in the dictionary: degrees (decimal or
                    d:m:s) and metres
-     p0 to p14     slots directly, in radians and metres; a suffix d means degrees */
+     p0 to p14     slots directly, in radians and metres; a suffix d means degrees
+
+   A text of the Projection Engine (PROJCS[...], GEOGCS[...]; engine.h) is taken as well. */
 #ifndef OPRJ_TEXT_H
 #define OPRJ_TEXT_H
 
@@ -41,6 +43,8 @@ enum {
   OPRJ_NOTE_NAME = 1,     /**< which name was taken for a common one */
   OPRJ_NOTE_NO_DATUM = 2, /**< a system without a datum is not shifted */
   OPRJ_NOTE_GRID = 3,     /**< the grid of the datum cannot be opened: no shift can be made */
+  OPRJ_NOTE_NO_NUMBER = 4 /**< the engine's system has no projection number: the record holds its
+                               text (oprj_ProParametersHoldingPEString) */
 };
 
 /** Something that a user should be told. */

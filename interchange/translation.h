@@ -49,6 +49,9 @@ OPRJ_API Oawp_PE_COORDSYS *oprj_MapProjectionToCOORDSYS(const Oprj_MapProjection
                                                         Oawp_PE_GEOGTRAN **transform,
                                                         Oerr_Report **err);
 
+/** The unit of an engine's system's points: new text as ocvt_UnitSetByName takes it. Null with 1
+    "Args", 2 memory. */
+OPRJ_API char *oprj_COORDSYSUnitName(const Oawp_PE_COORDSYS *system, Oerr_Report **err);
 /** A new engine's system with its points in another unit: lengths among the parameters keep their
     meaning, and a system that is in this unit stays as it is, bit for bit. A geographic system
    takes angles, a projected one lengths. Null with 1 "Args", 2 another kind of unit, or one that is

@@ -1,5 +1,4 @@
 // From an engine's system to a record.
-#include <oprj/geodetic.h>
 #include <oprj/ostr.h>
 
 #include <algorithm>
@@ -106,7 +105,9 @@ class Reading {
         return written * radians_;
       case Quantity::kLongitude: {
         const double longitude = written * radians_ + meridian_;
-        return std::fabs(longitude) > std::numbers::pi ? oprj_Adjl(longitude, nullptr) : longitude;
+        return std::fabs(longitude) > std::numbers::pi
+                   ? std::remainder(longitude, 2 * std::numbers::pi)
+                   : longitude;
       }
       default:
         return written;

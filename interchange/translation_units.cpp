@@ -1,5 +1,6 @@
 // Units and numbers of engine texts.
 #include <oprj/engine.h>
+#include <oprj/ostr.h>
 
 #include <algorithm>
 #include <cmath>
@@ -110,5 +111,19 @@ Oawp_PE_COORDSYS *oprj_COORDSYSUnitChange(const Oawp_PE_COORDSYS *system, const 
     if (!points) throw Untranslatable{"The text describes no coordinate system"};
     changeUnit(*points, *unit);
     return changed.release();
+  });
+}
+
+char *oprj_COORDSYSUnitName(const Oawp_PE_COORDSYS *system, Oerr_Report **err) {
+  ErrorScope e("oprj_COORDSYSUnitName", err);
+  const EngineObject *projcs = system ? projectedOf(*system) : nullptr;
+  const EngineObject *points = projcs ? projcs : system ? geographicOf(*system) : nullptr;
+  if (!points) return e.fail(1, "Args");
+  return orvik::toolkit::guarded(e, 2, [&]() -> char * {
+    const std::string name = unitNameOf(*orvik::engine::partOf(*points, Kind::kUnit),
+                                        projcs ? OCVT_KIND_DISTANCE : OCVT_KIND_ANGLE);
+    char *made = ostr_Duplicate(name.c_str());
+    if (!made) throw std::bad_alloc();
+    return made;
   });
 }

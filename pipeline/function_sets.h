@@ -64,8 +64,13 @@ extern const EngineSet kEngineSet;
 /// titled OPRJ_TITLE_PE computes it.
 bool asksForEngine(const Oprj_ProParameters &record);
 
+/// Whether the text that such a record holds is of a geographic system.
+bool holdsGeographicText(const Oprj_ProParameters &record);
+
+/// A record that holds a text has number 0, whatever its system is: the text goes before.
 inline bool isGeographic(const Oprj_ProParameters &record) {
-  return record.proType == OPRJ_INTERNAL && record.proNumber == 0;
+  return record.proType == OPRJ_INTERNAL && record.proNumber == 0 &&
+         (!asksForEngine(record) || holdsGeographicText(record));
 }
 
 /// Titles are compared by pointer, then by text.

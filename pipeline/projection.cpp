@@ -68,6 +68,24 @@ bool orvik::oprj::asksForEngine(const Oprj_ProParameters &record) {
          (text.count >= 2 || (text.count == 1 && *text.data));
 }
 
+bool orvik::oprj::holdsGeographicText(const Oprj_ProParameters &record) {
+  // The first word in front of a bracket, or the one behind it when that is of a compound system.
+  std::string_view text = textOf(record.proExeName);
+  bool quoted = false;
+  std::string word;
+  for (const char c : text) {
+    if (c == '"') quoted = !quoted;
+    if (quoted) continue;
+    if (c == '[' || c == '(') {
+      if (word != "COMPD_CS") break;
+      word.clear();
+    } else if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_') {
+      word += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+    }
+  }
+  return word == "GEOGCS";
+}
+
 // --- making and releasing ---
 
 int32_t oprj_ProjectionInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,

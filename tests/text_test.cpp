@@ -183,6 +183,43 @@ TEST(Text, NamesThatPeopleType) {
   }
 }
 
+TEST(Text, TakesTextsOfTheProjectionEngine) {
+  const std::string geogcs =
+      R"(GEOGCS["G",DATUM["D_North_American_1983",SPHEROID["GRS_1980",6378137.0,298.257222101]],PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]])";
+  const std::string feet = R"(,UNIT["Foot_US",0.3048006096012192]])";
+  const auto projcs = [&](const std::string &projection) {
+    return "PROJCS[\"P\"," + geogcs + ",PROJECTION[\"" + projection + "\"]" + feet;
+  };
+  const struct {
+    std::string text, unit;
+    int32_t number, note;
+    bool holds;
+  } cases[] = {
+      {geogcs, "dd", 0, 0, false},
+      {projcs("Mollweide"), "us_survey_feet", 28, 0, false},
+      {" \n" + projcs("mollweide"), "us_survey_feet", 28, 0, false},
+      // Without a number the record holds the text, and is no geographic one although its number is
+      // 0.
+      {projcs("Equal_Earth"), "us_survey_feet", 0, OPRJ_NOTE_NO_NUMBER, true},
+  };
+  for (const auto &row : cases) {
+    Slot slot;
+    const Ocvt_Unit *unit = nullptr;
+    Oprj_Note *made = nullptr;
+    const Record record(
+        oprj_ProParametersFromText(toolkit(), row.text.c_str(), &unit, &made, slot));
+    const NoteList notes(made);
+    ASSERT_NE(record, nullptr) << slot.chain();
+    EXPECT_EQ(record->proNumber, row.number);
+    EXPECT_EQ(unit->name, row.unit);
+    EXPECT_EQ(made ? made->kind : 0, row.note);
+    EXPECT_EQ(record->proExeName.data && *record->proExeName.data, row.holds);
+    if (row.holds) {
+      EXPECT_EQ(textOf(record.get(), unit, slot), row.text);
+    }
+  }
+}
+
 TEST(Text, TellsWhatKindOfRefusalAndNotes) {
   const LeakCheck leaks;
   const struct {
