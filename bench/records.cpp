@@ -1,5 +1,6 @@
 // Self-describing records: nanoseconds for one object.
 #include <oprj/mifable.h>
+#include <oprj/omsc.h>
 #include <oprj/tables.h>
 #include <oprj/translation.h>
 
