@@ -18,6 +18,7 @@ void fillVerify(std::vector<std::string> &arguments);
 void addProject(CLI::App &app, const Console &console, Action &action);
 void addDescribe(CLI::App &app, const Console &console, Action &action);
 void addExplain(CLI::App &app, const Console &console, Action &action);
+void addGrid(CLI::App &app, const Console &console, Action &action);
 void addList(CLI::App &app, const Console &console, Action &action);
 void addDraw(CLI::App &app, const Console &console, Action &action);
 void addDefine(CLI::App &app, const Console &console, Action &action);

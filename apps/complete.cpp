@@ -121,6 +121,7 @@ std::vector<std::string> completions(CLI::App &app, std::vector<std::string> wor
   const std::string word = words.back();
   const CLI::App *command = nullptr;
   const CLI::Option *asking = nullptr;  // for its value
+  size_t given = 0;                     // words that are no options nor their values
   for (size_t i = 0; i + 1 < words.size(); ++i) {
     if (!command && !words[i].starts_with('-')) {
       const auto found =
@@ -131,6 +132,7 @@ std::vector<std::string> completions(CLI::App &app, std::vector<std::string> wor
     }
     const CLI::Option *option =
         command && !asking ? command->get_option_no_throw(words[i]) : nullptr;
+    if (!asking && !words[i].starts_with('-')) ++given;
     asking = option && needsValue(*option) ? option : nullptr;
   }
 
@@ -148,9 +150,10 @@ std::vector<std::string> completions(CLI::App &app, std::vector<std::string> wor
     for (const CLI::App *each : app.get_subcommands([](const CLI::App *) { return true; }))
       all.push_back(each->get_name());
   } else {
-    for (const CLI::Option *option : command->get_options()) {
-      if (option->get_positional()) all = valuesOf(*option, word, console);
-    }
+    // the last one takes what further words there are
+    const std::vector<const CLI::Option *> places =
+        command->get_options([](const CLI::Option *option) { return option->get_positional(); });
+    if (!places.empty()) all = valuesOf(*places[std::min(given, places.size() - 1)], word, console);
   }
   if (all == Words{kFiles}) return all;
   std::sort(all.begin(), all.end());

@@ -10,6 +10,7 @@
 #include "commands.h"
 #include "draw_coast.h"
 #include "draw_domain.h"
+#include "draw_overlay.h"
 #include "draw_page.h"
 #include "draw_trace.h"
 #include "system.h"
@@ -24,6 +25,9 @@ struct Options {
   int width = 1000;
   std::optional<double> graticule;  // degrees; else by the size of what is shown
   bool noCoast = false;
+  std::vector<double> area;  // west, south, east, north: degrees
+  std::string grid;
+  std::vector<std::string> shift;
 };
 
 // --- what of the sheet is shown ---
@@ -100,7 +104,9 @@ double graticuleFor(double extent) {
 /// A map of a system, layer by layer: lines and rings in sheet units, cut to the window.
 class Map {
  public:
-  Map(const Options &options, const System &system, Oint_Toolkit *toolkit, const Console &console);
+  /// `area`: what to show, longitudes and latitudes in radians; else all that the system does.
+  Map(const Options &options, const System &system, std::optional<Box> area, Oint_Toolkit *toolkit,
+      const Console &console);
 
   const Box &window() const { return window_; }
   /// The edges as rings, not cut.
@@ -109,6 +115,9 @@ class Map {
   std::vector<Line> graticule();
   std::vector<Line> coast(const std::vector<Line> &shores);
   std::vector<Line> land(const std::vector<Line> &shores);
+  /// A line of the globe.
+  std::vector<Line> line(const Line &globe);
+  const Sheet &sheet() const { return sheet_; }
   /// What the maps of this scale are drawn with; nothing when the user wants none.
   Coast coastlines() const;
 
@@ -127,12 +136,21 @@ class Map {
   std::optional<Tracer> tracer_;
 };
 
-Map::Map(const Options &options, const System &system, Oint_Toolkit *toolkit,
-         const Console &console)
+/// A rectangle of longitudes and latitudes (radians) alone.
+std::vector<Patch> patchOf(const Box &area, const Sheet &sheet) {
+  const double middle = (area.west + area.east) / 2;
+  std::vector<Patch> patches{Patch::rectangle(
+      Frame::upright(middle), {area.west - middle, area.south, area.east - middle, area.north})};
+  patches.front().settle(sheet);
+  return patches;
+}
+
+Map::Map(const Options &options, const System &system, std::optional<Box> area,
+         Oint_Toolkit *toolkit, const Console &console)
     : options_(options),
       console_(console),
       sheet_(toolkit, system.record.get()),
-      patches_(domainOf(toolkit, *system.record, sheet_)),
+      patches_(area ? patchOf(*area, sheet_) : domainOf(toolkit, *system.record, sheet_)),
       window_(windowOf(patches_, sheet_)) {
   constexpr double kCoarsest = 1 * kDegree, kMostSteps = 4000, kSteps = 60;
   constexpr double kTolerance = 0.05;        // of a pixel
@@ -260,6 +278,12 @@ std::vector<Line> Map::land(const std::vector<Line> &shores) {
   return rings;
 }
 
+std::vector<Line> Map::line(const Line &globe) {
+  std::vector<Line> visible;
+  for (const Patch &patch : patches_) trace(patch, globe, visible);
+  return visible;
+}
+
 // --- what stands above it ---
 
 /// Without the last digits that an angle gets from being turned into radians and back.
@@ -350,7 +374,7 @@ std::vector<std::string> wordsOf(const std::string &text) {
 // --- the picture ---
 
 constexpr Colour kSea{0xE9F1F7}, kLand{0xF4F0E6}, kGraticule{0x9EB2C4}, kCoast{0x70787D},
-    kOutline{0x405466}, kTitle{0x212B36}, kText{0x616E78};
+    kOutline{0x405466}, kTitle{0x212B36}, kText{0x616E78}, kOverlay{0xB0392B};
 
 /// Where title, text and map stand on the page, all from its width.
 struct Layout {
@@ -376,7 +400,39 @@ struct Layout {
   int height = 0;
 };
 
-std::string pictureOf(Map &map, const Layout &layout, int width, bool svg) {
+/// What is drawn above the map.
+struct Overlay {
+  std::vector<Extent> extents;
+  std::vector<Arrow> arrows;
+  double longest = 0;  ///< arrow, sheet units
+  std::vector<std::string> text;
+};
+constexpr int kArrowsAcross = 36;
+
+Overlay overlayOf(Map &map, const std::optional<Extents> &extents,
+                  const std::optional<Shifts> &shifts) {
+  Overlay overlay;
+  if (extents) {
+    overlay.extents = extents->rings;
+    overlay.text.push_back(extents->text);
+  }
+  if (!shifts) return overlay;
+  const Sheet &sheet = map.sheet();
+  overlay.arrows = arrowsOf(
+      *shifts, map.window(), kArrowsAcross, [&](Oprj_Point p) { return sheet.project(p); },
+      [&](Oprj_Point p) { return sheet.unproject(p); });
+  if (overlay.arrows.empty()) throw Stop(kUnusable, "no place on the map is shifted");
+  const auto [least, most] =
+      std::minmax_element(overlay.arrows.begin(), overlay.arrows.end(),
+                          [](const Arrow &a, const Arrow &b) { return a.metres < b.metres; });
+  overlay.longest = 0.95 * map.window().width() / kArrowsAcross / std::max(most->metres, 1e-9);
+  overlay.text.push_back(shifts->title() + ": " + numberText(least->metres, 2) + " to " +
+                         numberText(most->metres, 2) + " m; the longest arrow is " +
+                         numberText(most->metres, 2) + " m");
+  return overlay;
+}
+
+std::string pictureOf(Map &map, const Layout &layout, const Overlay &overlay, int width, bool svg) {
   const Box &window = map.window();
   const auto onPage = [&](std::vector<Line> lines) {
     for (Line &line : lines) {
@@ -398,6 +454,20 @@ std::string pictureOf(Map &map, const Layout &layout, int width, bool svg) {
   std::vector<Line> shores = map.coast(coast.rings);
   for (Line &open : map.coast(coast.lines)) shores.push_back(std::move(open));
   page->stroke(onPage(std::move(shores)), kCoast, 0.7 * pen);
+  for (const Extent &extent : overlay.extents)
+    page->stroke(onPage(map.line(extent.ring)), kOverlay, 1.2 * pen);
+  for (const Extent &extent : overlay.extents) {  // names where they have room, in the upper left
+    const double size = 0.012 * width, wide = 0.62 * size * static_cast<double>(extent.name.size());
+    const auto west = map.sheet().project(extent.ring[3]),
+               east = map.sheet().project(extent.ring[2]);
+    if (extent.name.empty() || !west || !east || !map.window().holds(*west)) continue;
+    const Line corners = onPage({{*west, *east}}).front();
+    if (corners[1].x - corners[0].x < wide) continue;
+    page->text(extent.name, {corners[0].x + 0.3 * size, corners[0].y + 1.1 * size}, size, false,
+               kOverlay);
+  }
+  for (const Arrow &arrow : overlay.arrows)
+    page->stroke(onPage(strokesOf(arrow, arrow.metres * overlay.longest)), kOverlay, 0.8 * pen);
   page->stroke(onPage(map.outline()), kOutline, 1.2 * pen);
   page->stroke(onPage(borderInside(window, edges)), kOutline, 1.2 * pen);
 
@@ -427,6 +497,25 @@ void writeFile(const std::string &path, const std::string &bytes) {
   if (!written || !closed) fail("cannot write to");
 }
 
+/// What to show: what is asked for, else a little more than what the overlay covers.
+std::optional<Box> areaOf(const Options &options, const std::optional<Extents> &extents,
+                          const std::optional<Shifts> &shifts) {
+  if (!options.area.empty()) {
+    const std::vector<double> &a = options.area;
+    const double east = a[2] > a[0] ? a[2] : a[2] + 360;  // across the antimeridian
+    if (!(std::fabs(a[0]) <= 360 && east - a[0] <= 360 && a[1] < a[3] && a[1] >= -90 && a[3] <= 90))
+      throw Stop(kUsage, "--area takes west, south, east and north in degrees");
+    return Box{a[0] * kDegree, a[1] * kDegree, east * kDegree, a[3] * kDegree};
+  }
+  if (!extents && !shifts) return {};
+  constexpr double kMargin = 0.05;  // of the size
+  const Box box = extents ? extents->around : shifts->area();
+  const double x = std::min(kMargin * box.width(), kPi - box.width() / 2);
+  const double y = kMargin * box.height();
+  return Box{box.west - x, std::max(box.south - y, -kPi / 2), box.east + x,
+             std::min(box.north + y, kPi / 2)};
+}
+
 Status run(const Options &options, const Console &console) {
   const std::string name = lower(options.output);
   const bool svg = name.ends_with(".svg");
@@ -435,18 +524,30 @@ Status run(const Options &options, const Console &console) {
   if (options.graticule && std::isnan(*options.graticule))  // no range refuses it
     throw Stop(kUsage, "--graticule: not a number");
   Oint_Toolkit *toolkit = startLibrary(console);
-  const System system = readSystem(toolkit, options.system, console);
-  Map map(options, system, toolkit, console);
+  std::optional<Extents> extents;
+  if (!options.grid.empty()) extents = extentsOf(options.grid);
+  std::optional<Shifts> shifts;
+  if (!options.shift.empty()) shifts.emplace(toolkit, options.shift[0], options.shift[1], console);
+  if (options.system.empty() && !extents && !shifts)
+    throw Stop(kUsage, "a coordinate system is missing; `oprj draw --help` tells more");
+  const System system = readSystem(
+      toolkit, options.system.empty() ? "geographic; datum=WGS 84" : options.system, console);
+  Map map(options, system, areaOf(options, extents, shifts), toolkit, console);
+  const Overlay overlay = overlayOf(map, extents, shifts);
+  std::vector<std::string> text = parametersOf(system, toolkit);
+  text.insert(text.end(), overlay.text.begin(), overlay.text.end());
   const Layout layout(options.width, map.window(),
-                      options.title ? *options.title : titleOf(system, toolkit),
-                      parametersOf(system, toolkit));
+                      options.title ? *options.title
+                      : shifts      ? shifts->title()
+                                    : titleOf(system, toolkit),
+                      text);
   if (layout.height > Page::kMostHeight ||
       (!svg && int64_t{layout.height} * options.width > Page::kMostPixels))
     throw Stop(kUsage, "--width " + std::to_string(options.width) + ": the picture would be too " +
                            (svg ? "high" : "large (an SVG can be larger)"));
   console.detail("map at " + numberText(layout.left, 3) + ", " + numberText(layout.top, 3) +
                  " on the page; pixels in a unit of the sheet: " + numberText(layout.scale));
-  writeFile(options.output, pictureOf(map, layout, options.width, svg));
+  writeFile(options.output, pictureOf(map, layout, overlay, options.width, svg));
   return kGood;
 }
 
@@ -454,10 +555,14 @@ Status run(const Options &options, const Console &console) {
 }  // namespace draw
 
 void addDraw(CLI::App &app, const Console &console, Action &action) {
-  CLI::App *command = app.add_subcommand(
-      "draw", "Draw a map: outline, graticule and coastlines in a coordinate system");
+  CLI::App *command = app.add_subcommand("draw",
+                                         "Draw a map: outline, graticule and coastlines in a "
+                                         "coordinate system, extents of grids, shifts");
   auto options = std::make_shared<draw::Options>();
-  command->add_option("system", options->system, "Coordinate system")->required()->type_name("CS");
+  command
+      ->add_option("system", options->system,
+                   "Coordinate system (with --grid and --shift it may be left out: geographic)")
+      ->type_name("CS");
   command
       ->add_option("-o,--output", options->output,
                    "Picture to write: its name ends in .svg or .png")
@@ -471,6 +576,20 @@ void addDraw(CLI::App &app, const Console &console, Action &action) {
                    "part of the globe)")
       ->check(CLI::Range(0.1, 90.0));
   command->add_flag("--no-coast", options->noCoast, "No coastlines");
+  command
+      ->add_option("--area", options->area,
+                   "Show these longitudes and latitudes only, in degrees (default: all that the "
+                   "system does, or what --grid and --shift cover)")
+      ->expected(4)
+      ->type_name("W S E N");
+  command->add_option("--grid", options->grid, "Draw the extents of a grid file's sub-grids")
+      ->type_name("FILE");
+  command
+      ->add_option("--shift", options->shift,
+                   "Draw arrows for the shift from one datum to another (names, or coordinate "
+                   "systems)")
+      ->expected(2)
+      ->type_name("FROM TO");
   command->add_option("--title", options->title, "Title (default: the system's description)")
       ->type_name("TEXT");
   command->footer(kSystemHelp);

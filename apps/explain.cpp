@@ -1,8 +1,10 @@
 // oprj explain: the chain that a point takes between two systems, and how far the datum shift moves
 // points.
+#include <cmath>
 #include <cstdio>
 
 #include "commands.h"
+#include "legs.h"
 #include "shift.h"
 
 namespace program {
@@ -63,7 +65,18 @@ void printStep(const Oprj_ChainStep &step) {
                 nothing);
 }
 
-Status explain(const std::string &fromText, const std::string &toText, const Console &console) {
+/// Longitude and latitude in degrees, as radians.
+std::optional<Oprj_Point> placeOf(const std::vector<double> &at) {
+  if (at.empty()) return {};
+  constexpr double kPole = 90;
+  if (!(std::isfinite(at[0]) && std::fabs(at[1]) <= kPole))
+    throw Stop(kUsage, "--at takes a longitude and a latitude in degrees");
+  return Oprj_Point{at[0] * kDegree, at[1] * kDegree};
+}
+
+Status explain(const std::string &fromText, const std::string &toText,
+               const std::vector<double> &at, const Console &console) {
+  const std::optional<Oprj_Point> place = placeOf(at);
   Oint_Toolkit *toolkit = startLibrary(console);
   const System from = readSystem(toolkit, fromText, console),
                to = readSystem(toolkit, toText, console);
@@ -81,6 +94,9 @@ Status explain(const std::string &fromText, const std::string &toText, const Con
     for (const Oprj_ChainStep *step = steps.get(); step; step = step->next) {
       std::printf("  %d. ", step->kind);
       printStep(*step);
+      if (step->kind == OPRJ_STEP_SHIFT && shiftsBetween(from, to) && !step->trouble &&
+          (place || step->formula == OPRJ_FORMULA_ROUTE))
+        printLegs(toolkit, from.spheroid(), to.spheroid(), place, console);
       if (step->trouble) status = kUnusable;
     }
   }
@@ -99,8 +115,15 @@ void addExplain(CLI::App &app, const Console &console, Action &action) {
       ->required()
       ->type_name("CS");
   command->add_option("--to", *to, "Coordinate system of the output")->required()->type_name("CS");
-  command->callback([from, to, &console, &action] {
-    action = [from, to, &console] { return explain(*from, *to, console); };
+  auto at = std::make_shared<std::vector<double>>();
+  command
+      ->add_option(
+          "--at", *at,
+          "A place on the first datum, in degrees: how far each leg of the datum shift moves it")
+      ->expected(2)
+      ->type_name("LON LAT");
+  command->callback([from, to, at, &console, &action] {
+    action = [from, to, at, &console] { return explain(*from, *to, *at, console); };
   });
 }
 

@@ -139,6 +139,7 @@ int main(int argc, char **argv) {
   addExplain(app, console, action);
   addList(app, console, action);
   addDraw(app, console, action);
+  addGrid(app, console, action);
   addDefine(app, console, action);
   addConvert(app, console, action);
   addInfo(app, console, action);

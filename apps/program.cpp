@@ -115,10 +115,14 @@ Stop emptyTable(const char *table, const char *variable) {
 
 }  // namespace
 
-Oint_Toolkit *startLibrary(const Console &console) {
+void logTo(const Console &console) {
   oerr_LogSinkSet(
       [](const char *line, void *context) { static_cast<const Console *>(context)->warn(line); },
       const_cast<Console *>(&console));
+}
+
+Oint_Toolkit *startLibrary(const Console &console) {
+  logTo(console);
   std::error_code ignored;
   const fs::path folder = dataFolder();
   const bool found = fs::is_regular_file(folder / "mapprojections.dat", ignored);

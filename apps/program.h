@@ -82,9 +82,11 @@ struct HeapText {
 };
 using OwnedText = std::unique_ptr<char, HeapText>;
 
+/// The library's message log becomes warnings of the console.
+void logTo(const Console &console);
 /// Finds the reference data (the two environment variables, else the folder that the installation
-/// or the build tree has for it), loads it and returns the toolkit's record; the library's message
-/// log goes to the console from then on. Throws Stop.
+/// or the build tree has for it), loads it and returns the toolkit's record; logTo is done. Throws
+/// Stop.
 Oint_Toolkit *startLibrary(const Console &console);
 const Oprj_InitData &referenceData(Oint_Toolkit *toolkit);
 /// The path of a file beside the reference data: along ORVIK_PROJECTIONS_PATH, else in the

@@ -1,9 +1,13 @@
 // Datum shifts through grids and by regression, on points scattered over the conterminous states;
 // PROJ on the official grid in CTABLE V2, when the file is named.
+#include <oprj/grid_file.h>
 #include <oprj/oprj.h>
 #include <proj.h>
 
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <random>
 
@@ -93,6 +97,65 @@ constexpr struct {
      nullptr, false},
 };
 
+/// An NTv2 file of 100 MB, all of its nodes 0 and not stored.
+void writeLargeNtv2(const std::string &path) {
+  constexpr int32_t kSide = 2500;
+  constexpr double kStep = 10;  // arc-seconds
+  std::string bytes;
+  const auto record = [&](const char *name, auto value) {
+    char field[16] = {};
+    std::snprintf(field, sizeof field, "%-8s", name);
+    if constexpr (std::is_arithmetic_v<decltype(value)>)
+      std::memcpy(field + 8, &value, sizeof value);
+    else std::memcpy(field + 8, value, 8);
+    bytes.append(field, sizeof field);
+  };
+  record("NUM_OREC", 11);
+  record("NUM_SREC", 11);
+  record("NUM_FILE", 1);
+  record("GS_TYPE", "SECONDS ");
+  for (const char *name : {"VERSION", "SYSTEM_F", "SYSTEM_T"}) record(name, "        ");
+  for (const char *name : {"MAJOR_F", "MINOR_F", "MAJOR_T", "MINOR_T"}) record(name, 0.0);
+  record("SUB_NAME", "LARGE   ");
+  record("PARENT", "NONE    ");
+  for (const char *name : {"CREATED", "UPDATED"}) record(name, "        ");
+  const double extent = (kSide - 1) * kStep;
+  for (const double value : {0.0, extent, 0.0, extent, kStep, kStep}) record("", value);
+  record("GS_COUNT", kSide * kSide);
+  std::ofstream(path, std::ios::binary) << bytes;
+  std::filesystem::resize_file(path, bytes.size() + size_t{16} * kSide * kSide);
+}
+
+/// Opening grid files, of which nobody has one open.
+void benchOpening(int repetitions) {
+  const std::string folder = std::filesystem::temp_directory_path().string() + "/oprj-bench-";
+  const std::string proj = "/usr/share/proj/", ntv2 = folder + "large.gsb",
+                    tiff = folder + "geoid.tif";
+  writeLargeNtv2(ntv2);
+  if (const auto geoid = OrvikDatum::GridFile::Open((proj + "egm96_15.gtx").c_str(), nullptr))
+    geoid->Write(tiff.c_str(), OrvikDatum::GridFormat::GeoTiff, nullptr);
+  std::printf("\n| opening a grid file | microseconds |\n|---|---|\n");
+  const struct {
+    const char *name;
+    std::string path;
+  } files[] = {{"NTv2, 100 MB, one sub-grid", ntv2},
+               {"NTv2, 0.3 MB", proj + "nzgd2kgrid0005.gsb"},
+               {"multi-grid, 2.5 MB, 25 sub-grids", OPRJ_SOURCE_DATA "/nad27.dat"},
+               {"GTX, 4 MB", proj + "egm96_15.gtx"},
+               {"GeoTIFF, the same, deflated", tiff}};
+  for (const auto &file : files) {
+    bool opened = true;
+    const Times times = measure(
+        {{"open", 1,
+          [&] { opened = opened && OrvikDatum::GridFile::Open(file.path.c_str(), nullptr); }}},
+        repetitions);
+    std::printf("| %s | %s |\n", file.name,
+                opened ? std::to_string(times.at("open") / 1000).c_str() : "cannot be opened");
+  }
+  std::filesystem::remove(ntv2);
+  std::filesystem::remove(tiff);
+}
+
 }  // namespace
 
 void benchShifts(int repetitions, int points, const std::string &grid) {
@@ -135,6 +198,7 @@ void benchShifts(int repetitions, int points, const std::string &grid) {
                 each(" / ", [&](const char *set) { return ratio(times, "PROJ", set); }).c_str(),
                 each(" / ", [&](const char *set) { return millions(times, set); }).c_str());
   }
+  benchOpening(repetitions);
 }
 
 }  // namespace bench

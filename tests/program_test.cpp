@@ -341,6 +341,81 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
     EXPECT_EQ(run(wrong, "1 2\n").status, 2) << wrong;
 }
 
+TEST_F(Program, TellsOfGridFiles) {
+  const std::string data = OPRJ_SOURCE_DIR "/data/", proj = "/usr/share/proj/";
+  const std::string ours = path("g.tif"), heights = path("h.tif");
+  folder_.write("text", "no grid");
+  folder_.write("nad27.info", "\"conus\" 0.15\n\"bad\" line\n");
+  std::filesystem::copy_file(data + "nad27.dat", path("nad27.dat"));
+  const std::string geographic = "--from 'geographic; datum=NAD27' --to 'geographic; datum=HARN' ";
+  struct {
+    std::string arguments;
+    int status;
+    const char *out, *err;
+  } const cases[] = {
+      {"grid info " + data + "nad27.dat", 0,
+       "multi-grid, shifts|conus|-131|0.15 m (NADCON, US National Geodetic Survey)", ""},
+      {"grid info " + path("nad27.dat"), 0, "0.15 m\n", "nad27.info:2: not an accuracy"},
+      {"grid info " + proj + "nzgd2kgrid0005.gsb", 0,
+       "from \"NZGD49\" to \"NZGD2000\"|163.878  192.403  218.034|up to 0.169 m (nodes)", ""},
+      {"grid info --json " + proj + "egm96_15.gtx", 0,
+       "\"columns\": 1440|\"least m\": -106.991|\"most m\": 85.391", ""},
+      {"grid convert " + data + "nad27.dat " + ours, 0, "", ""},
+      {"grid check " + data + "nad27.dat " + ours, 0, "313664 nodes|largest 0.000000 m", ""},
+      {"grid convert --format geotiff " + proj + "egm96_15.gtx " + heights, 0, "", ""},
+      {"grid check --json --within 0 " + heights + " " + proj + "egm96_15.gtx", 0,
+       "\"nodes\": 1038240, \"outside\": 0|\"most\": 0,", ""},
+      {"grid check " + proj + "CHENYX06.gsb " + proj + "CHENYX06_etrs.gsb", 1,
+       "largest|differ by more", ""},
+      {"grid check " + heights + " " + ours, 3, "", "one holds shifts"},
+      {"grid convert " + data + "nad27.dat " + path("x.gsb"), 3, "",
+       "NTv2 cannot hold this grid: Sub-grids \"canada"},
+      {"grid convert " + ours + " " + path("none/x.dat"), 4, "", "cannot be written"},
+      {"grid convert " + ours + " " + path("x"), 2, "", "--format does"},
+      {"grid info " + path("text"), 3, "", "not a grid file of a known format"},
+      {"grid info a b", 2, "", "takes one file"},
+      {"__complete grid i", 0, "info\n", ""},
+      {"__complete grid info x", 0, "<files>\n", ""},
+      {"explain " + geographic + "--at -122.4194 37.7749", 0,
+       "a. \"NAD27\" to \"NAD83\": grid |nad27.dat, 25 sub-grids, accurate to 0.05 to 2 m|sub-grid "
+       "\"conus\", accurate to 0.15 m|-3.89583\" east, -0.25375\" north|b. \"NAD83\" to "
+       "\"HARN\"|\"cn 2\", accurate to 0.05 m",
+       ""},
+      {"explain " + geographic + "--at 10 50", 0, "outside of every sub-grid, passes unshifted",
+       ""},
+      {"explain --from 'geographic; datum=HARN' --to 'geographic; datum=WGS 84'", 0,
+       "harn.dat, against its direction|b. \"NAD83 (DMA)\" to \"WGS 84\": parameters", ""},
+      {"explain " + geographic + "--at 10 95", 2, "", "--at takes a longitude"},
+      {"draw -o " + path("m.svg"), 2, "", "a coordinate system is missing"},
+      {"draw --shift NAD27 NAD27 -o " + path("m.svg"), 2, "", "nothing to shift"},
+      {"draw --grid " + path("text") + " -o " + path("m.svg"), 3, "", "not a grid file"},
+      {"draw utm --area 10 20 30 -o " + path("m.svg"), 2, "", ""},
+  };
+  for (const auto &row : cases) {
+    SCOPED_TRACE(row.arguments);
+    const Outcome outcome = run(row.arguments);
+    EXPECT_EQ(outcome.status, row.status) << outcome.err;
+    expectParts(outcome.out, row.out);
+    expectParts(outcome.err, row.err);
+  }
+  // an extent is drawn and named; arrows stand where there is a shift, as long as it is great
+  ASSERT_EQ(run("draw --no-coast --grid " + proj + "nzgd2kgrid0005.gsb -o " + path("m.svg")).status,
+            0);
+  const std::string plain = readFile(path("m.svg"));
+  ASSERT_EQ(
+      run("draw --no-coast --shift NAD27 NAD83 --area -130 20 -60 50 -o " + path("m.svg")).status,
+      0);
+  const std::string arrows = readFile(path("m.svg"));
+  const auto count = [](const std::string &text, const std::string &part) {
+    size_t found = 0;
+    for (size_t at = 0; (at = text.find(part, at)) != text.npos; ++at) ++found;
+    return found;
+  };
+  const std::string overlayInk = "69.019608%";  // 0xB0 of 255: nothing else has it
+  EXPECT_GT(count(plain, overlayInk), 0u);
+  EXPECT_GT(count(arrows, overlayInk), 100u);
+}
+
 TEST_F(Program, AMissingGridIsFatalOnlyWhenAShiftNeedsIt) {
   folder_.write("spheroid_lost.tab",
                 "\"Ball\" { 99 6370997 6370997 \"Lost\" grid \"lost.dat\" description \"\" }");

@@ -1,0 +1,18 @@
+// The legs of a datum shift: what each does, with which grid, and how far it moves a place.
+#ifndef OPRJ_APPS_LEGS_H
+#define OPRJ_APPS_LEGS_H
+
+#include <optional>
+
+#include "system.h"
+
+namespace program {
+
+/// Prints a line or two for each leg between two defined datums of different names. `place`:
+/// longitude and latitude on the first datum, radians.
+void printLegs(Oint_Toolkit *toolkit, const Oprj_Spheroid &from, const Oprj_Spheroid &to,
+               std::optional<Oprj_Point> place, const Console &console);
+
+}  // namespace program
+
+#endif
