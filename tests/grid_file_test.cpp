@@ -413,9 +413,14 @@ TEST(GeoTiffs, AreReadAsOthersWriteThem) {
                            {.pixelIsArea = true, .fromSouth = true},
                            {.fromSouth = true, .positive = "west"},
                            {.bigEndian = true, .format = SAMPLEFORMAT_INT, .bits = 16},
-                           {.tiled = true, .bits = 64, .scale = 0.5}};
-  for (const Tiff &variant : variants) {
-    SCOPED_TRACE(&variant - variants);
+                           {.tiled = true, .bits = 64, .scale = 0.5},
+                           {.separate = true}};
+  for (size_t i = 0; i < 2 * std::size(variants); ++i) {
+    // the second time behind PROJ, which has told libtiff of the tags then, in its own way; shifts
+    // of 160" are float32 radians there
+    if (i == std::size(variants)) expectProjAgrees(directory.path() + "/other.tif", 5e-9);
+    const Tiff &variant = variants[i % std::size(variants)];
+    SCOPED_TRACE(i);
     const auto file = opened(tiff(directory.path() + "/other.tif", variant));
     const SubGrid &g = file->GetSubGrids()[0];
     EXPECT_EQ((std::vector{g.west, g.south, g.east, g.north, g.lonStep, g.latStep}),

@@ -98,20 +98,29 @@ OwnedTiff openTiff(Memory &memory, const char *mode) {
                                      closeNothing, sizeOf, nullptr, nullptr, options.get()));
 }
 
-/// The values of a tag that libtiff does not know itself, if they are of the type.
+/// The values of a tag that libtiff does not know itself, if they are of the type. Others in the
+/// process may have told it of the tag: then the count has the width that they chose.
 template <class T>
 std::vector<T> tagValues(TIFF *tiff, uint32_t tag, TIFFDataType type) {
   const TIFFField *field = TIFFFindField(tiff, tag, TIFF_ANY);
-  uint32_t count = 0;
+  if (!field || TIFFFieldDataType(field) != type || !TIFFFieldPassCount(field)) return {};
   const T *values = nullptr;
-  if (!field || TIFFFieldDataType(field) != type || !TIFFFieldPassCount(field) ||
-      TIFFFieldReadCount(field) != TIFF_VARIABLE2 || !TIFFGetField(tiff, tag, &count, &values) ||
-      !values)
-    return {};
-  return {values, values + count};
+  uint32_t wide = 0;
+  uint16_t narrow = 0;
+  bool found = false;
+  if (TIFFFieldReadCount(field) == TIFF_VARIABLE2) found = TIFFGetField(tiff, tag, &wide, &values);
+  else if (TIFFFieldReadCount(field) == TIFF_VARIABLE)
+    found = TIFFGetField(tiff, tag, &narrow, &values);
+  if (!found || !values) return {};
+  return {values, values + wide + narrow};
 }
 
 std::string tagText(TIFF *tiff, uint32_t tag) {
+  const TIFFField *field = TIFFFindField(tiff, tag, TIFF_ANY);
+  if (field && TIFFFieldDataType(field) == TIFF_ASCII && !TIFFFieldPassCount(field)) {
+    const char *text = nullptr;  // ended by libtiff
+    return TIFFGetField(tiff, tag, &text) && text ? text : "";
+  }
   const std::vector<char> text = tagValues<char>(tiff, tag, TIFF_ASCII);
   return {text.begin(), std::find(text.begin(), text.end(), '\0')};
 }
