@@ -461,7 +461,7 @@ std::string pictureOf(Map &map, const Layout &layout, const Overlay &overlay, in
     const auto west = map.sheet().project(extent.ring[3]),
                east = map.sheet().project(extent.ring[2]);
     if (extent.name.empty() || !west || !east || !map.window().holds(*west)) continue;
-    const Line corners = onPage({{*west, *east}}).front();
+    const Line corners = onPage({Line{*west, *east}}).front();
     if (corners[1].x - corners[0].x < wide) continue;
     page->text(extent.name, {corners[0].x + 0.3 * size, corners[0].y + 1.1 * size}, size, false,
                kOverlay);
@@ -581,6 +581,7 @@ void addDraw(CLI::App &app, const Console &console, Action &action) {
                    "Show these longitudes and latitudes only, in degrees (default: all that the "
                    "system does, or what --grid and --shift cover)")
       ->expected(4)
+      ->allow_extra_args(false)
       ->type_name("W S E N");
   command->add_option("--grid", options->grid, "Draw the extents of a grid file's sub-grids")
       ->type_name("FILE");
@@ -589,6 +590,7 @@ void addDraw(CLI::App &app, const Console &console, Action &action) {
                    "Draw arrows for the shift from one datum to another (names, or coordinate "
                    "systems)")
       ->expected(2)
+      ->allow_extra_args(false)
       ->type_name("FROM TO");
   command->add_option("--title", options->title, "Title (default: the system's description)")
       ->type_name("TEXT");
