@@ -408,6 +408,19 @@ TEST(GridShift, TheFirstSubGridWinsAndBoundsAreInside) {
     EXPECT_NEAR(dLon, -c.west, 1e-9) << c.lon;
     EXPECT_NEAR(dLat, c.north, 1e-9) << c.lon;
   }
+  // the prepared search, of few sub-grids and of more than are compared with each other
+  std::vector<TestGrid> many = {ramp("first", 10, 10, 12, 11, 3, 2),
+                                ramp("second", 11, 10, 14, 12, 4, 3, 100)};
+  for (const size_t count : {2u, 5000u}) {
+    many.resize(count, ramp("far", 50, 0, 51, 1, 2, 2, 7));
+    const Opened prepared(directory.write("many.dat", multiGrid(many)));
+    expectNear(degrees(prepared.forward(radians({{11.5, 10.5}})))[0],
+               {11.5 - 1.5 / 3600, 10.5 + 5. / 3600}, 1e-9);
+    expectNear(degrees(prepared.forward(radians({{12.5, 10.5}})))[0],
+               {12.5 - 101.5 / 3600, 10.5 + 5. / 3600}, 1e-9);
+    expectNear(degrees(prepared.forward(radians({{50.5, 0.5}})))[0],
+               {50.5 - (count > 2 ? 7.5 / 3600 : 0), 0.5 + (count > 2 ? 5. / 3600 : 0)}, 1e-9);
+  }
   // the last sub-grid throws points over the poles: folded, and half a turn on
   const Points over = degrees(opened.forward(radians({{0.5, 89.999}, {0.5, -89.9999}})));
   expectNear(over[0], {0.5 - 1000.5 / 3600 - 180, 180 - (89.999 + 10. * 179.999 / 180 / 3600)},

@@ -1,16 +1,12 @@
 #include "datum/grids/grid_data.h"
 
-#include <oprj/datum_shift.h>
 #include <oprj/othr.h>
-
-#include "tables/upward.h"
 
 namespace orvik::oprj {
 
 using toolkit::Guard;
 using toolkit::HeapAllocator;
 using toolkit::HeapBlock;
-using toolkit::Owner;
 
 namespace {
 
@@ -72,33 +68,3 @@ GridImage::~GridImage() {
 }
 
 }  // namespace orvik::oprj
-
-using namespace orvik::oprj;
-
-Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err) {
-  ErrorScope e("oprj_DatumGridFileOpen", err);
-  const Owner<Ofio_SearchList, ofio_SearchListFree> places(
-      OrvikDatum::DatumManagerGetConfigurationSearchList(e.cause()));
-  if (!places) return e.fail(1, "Error returned from ofio_CreateSLFromEnv");
-  const HeapBlock<char> path(ofio_Which(places.get(), name, e.cause()));
-  if (!path) {
-    constexpr int32_t kNotFound = 2;  // of ofio_Which
-    if (oerr_CodeGet(e.causeReport()) != kNotFound)
-      return e.fail(2, "Error returned from ofio_Which");
-    return e.fail(3, "%s:  File not found", name);
-  }
-  if (SharedImage image = GridImage::open(path.get(), e.cause())) {
-    try {
-      return new Oprj_GridData{{}, std::move(image)};
-    } catch (const std::bad_alloc &) {
-      // told below
-    }
-  }
-  return e.fail(4, "Cannot open the grid file");
-}
-
-void oprj_DatumGridFileClose(Oprj_GridData **grid) {
-  if (!grid) return;
-  delete *grid;
-  *grid = nullptr;
-}

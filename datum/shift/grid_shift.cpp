@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 
 #include "datum/legs.h"
 #include "datum/shift/tally.h"
@@ -59,6 +60,17 @@ void GridTable::add(const GridBox &box, double lonScale, double latScale, int32_
 }
 
 void GridTable::findOverlaps() {
+  // Pairs of more would take minutes: then all earlier ones count as overlapping.
+  constexpr size_t kMostCompared = 4096;
+  if (grids_.size() > kMostCompared) {
+    earlier_.resize(grids_.size());
+    std::iota(earlier_.begin(), earlier_.end(), 0);
+    for (size_t i = 1; i < grids_.size(); ++i) {
+      grids_[i].earlierCount = static_cast<int32_t>(i);
+      grids_[i].earlierBox = around(grids_[i - 1].earlierBox, grids_[i - 1].box);
+    }
+    return;
+  }
   for (size_t i = 0; i < grids_.size(); ++i) {
     SubGrid &grid = grids_[i];
     grid.earlier = static_cast<int32_t>(earlier_.size());
