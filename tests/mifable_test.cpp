@@ -317,4 +317,61 @@ TEST_F(MIFable, MapInfosGoThereAndBack) {
   oprj_MapInfoFree(&info);
 }
 
+TEST_F(MIFable, EngineSystemsTravelAsTheirTexts) {
+  const char *kText =
+      "PROJCS[\"U\",GEOGCS[\"G\",DATUM[\"D\",SPHEROID[\"S\",6378137.0,298.257223563]],"
+      "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]],"
+      "PROJECTION[\"Transverse_Mercator\"],PARAMETER[\"Central_Meridian\",-81.0],"
+      "UNIT[\"Meter\",1.0]]";
+  const RecordPtr record = geographic();
+  setText(record->proExeName, kText);
+  const HandlePtr handle = makeHandle(record);
+  const auto textOf = [](const HandlePtr &read) {
+    return taken(oawp_PE_pe_coordsys_to_string(
+        static_cast<const Oawp_PE_COORDSYS *>(read->ownedData), nullptr, 0));
+  };
+  Portable portable;
+  Slot slot;
+  ASSERT_TRUE(makePortable(handle, portable, slot)) << slot.chain();
+  EXPECT_STREQ(portable.whole().title.string.data, "PE");
+  EXPECT_STREQ(portable.wrapped().type.string.data, "PE_COORDSYS");
+  const HandlePtr read = back(portable.object, portable.design, slot);
+  ASSERT_NE(read, nullptr) << slot.chain();
+  EXPECT_EQ(textOf(read), kText);
+
+  // Another version's projected system: its first text, or what it calls "coordSys".
+  const Omif_MIFObject before = portable.wrapped();
+  for (std::string layout :
+       {"{1:lid,0:pcwkt,0:pcmore,}PE_PROJCS,.", "{1:lid,0:pcname,0:pccoordSys,}PE_PROJCS,."}) {
+    const bool named = layout.find("coordSys") != std::string::npos;
+    const auto textItem = [](Bytes &bytes, std::string text) {
+      const auto offset = static_cast<uint8_t>(bytes.size() + 8);
+      const size_t count = text.size() + 1;
+      bytes.insert(bytes.end(), {static_cast<uint8_t>(count), static_cast<uint8_t>(count >> 8), 0,
+                                 0, offset, 0, 0, 0});
+      bytes.insert(bytes.end(), text.c_str(), text.c_str() + count);
+    };
+    Bytes bytes = {7, 0, 0, 0};
+    if (named) textItem(bytes, "no system");
+    textItem(bytes, kText);
+    if (!named) bytes.insert(bytes.end(), 8, 0);
+    std::string type = "PE_PROJCS";
+    portable.wrapped() = {{{static_cast<int32_t>(type.size() + 1), type.data()}},
+                          {static_cast<int32_t>(layout.size() + 1), layout.data()},
+                          {static_cast<int32_t>(bytes.size()), bytes.data()}};
+    const HandlePtr other = back(portable.object, portable.design, slot);
+    if (other) {
+      EXPECT_EQ(textOf(other), kText);
+    } else {
+      ADD_FAILURE() << slot.chain();
+    }
+    bytes[named ? 30 : 14] = '!';
+    expectFailure(back(portable.object, portable.design, slot), slot,
+                  "oprj_ProjectionConvertFromMIFable: ProjectionConvertFromMIFable failed (9) < "
+                  "peProjectionConvertFromMIFable: OAWP_FCLL_PE(pe_coordsys_from_string) failed "
+                  "(5)");
+  }
+  portable.wrapped() = before;
+}
+
 }  // namespace
