@@ -26,6 +26,8 @@ void addConvert(CLI::App &app, const Console &console, Action &action);
 /// info, check and compact.
 void addInfo(CLI::App &app, const Console &console, Action &action);
 void addMapInfo(CLI::App &app, const Console &console, Action &action);
+void addDiff(CLI::App &app, const Console &console, Action &action);
+void addFind(CLI::App &app, const Console &console, Action &action);
 
 }  // namespace program
 

@@ -1,21 +1,45 @@
 // oprj convert: a coordinate system in another form.
+#include <filesystem>
+#include <fstream>
+
 #include "commands.h"
+#include "convert.h"
 #include "nodes.h"
 #include "project_streams.h"
 
 namespace program {
 namespace {
 
-using Write = void (*)(Oint_Toolkit *toolkit, const System &system, const std::string &output);
+/// Writes a file that is there whole or not at all.
+void writeWhole(const std::string &path, const std::string &content) {
+  const std::string part = path + ".part";
+  std::ofstream file(part, std::ios::binary);
+  file << content;
+  file.close();
+  std::error_code problem;
+  if (file) std::filesystem::rename(part, path, problem);
+  if (!file || problem) {
+    std::filesystem::remove(part, problem);
+    throw Stop(kInputOutput, "cannot write " + path);
+  }
+}
 
-void writeText(Oint_Toolkit *toolkit, const System &system, const std::string &output) {
-  Slot err;
-  const OwnedText text(oprj_ProParametersToText(
-      toolkit, system.record.get(), ocvt_UnitSetByName(system.unit.c_str(), nullptr), err.get()));
-  if (!text) throw Stop(kUnusable, err.text());
+void writeOut(const std::string &text, const std::string &output) {
+  if (!output.empty() && output != "-") return writeWhole(output, text);
   Output out(output);
-  out.put(std::string(text.get()) + "\n");
+  out.put(text);
   out.finish();
+}
+
+void writeEngineText(Oint_Toolkit *toolkit, const System &system, const std::string &output) {
+  writeOut(engineTextOf(toolkit, system) + "\n", output);
+}
+/// A .prj file has no line break behind its text.
+void writePrj(Oint_Toolkit *toolkit, const System &system, const std::string &output) {
+  writeOut(engineTextOf(toolkit, system), output);
+}
+void writeText(Oint_Toolkit *toolkit, const System &system, const std::string &output) {
+  writeOut(descriptionOf(toolkit, system) + "\n", output);
 }
 
 void writeNode(Oint_Toolkit *, const System &system, const std::string &output) {
@@ -32,10 +56,41 @@ void writeNode(Oint_Toolkit *, const System &system, const std::string &output) 
 /// The forms, by the word that --to takes.
 constexpr struct {
   const char *name;
-  Write write;
-} kForms[] = {{"text", writeText}, {"node", writeNode}};
+  void (*write)(Oint_Toolkit *toolkit, const System &system, const std::string &output);
+} kForms[] = {
+    {"text", writeText}, {"wkt", writeEngineText}, {"prj", writePrj}, {"node", writeNode}};
 
 }  // namespace
+
+std::string engineTextOf(Oint_Toolkit *, const System &system) {
+  if (isEngineText(system.text)) {  // as it is, but for the blanks between its parts
+    char *read = nullptr;
+    Slot err;
+    Oawp_PE_COORDSYS *object = oawp_PE_pe_coordsys_from_string(system.text.c_str());
+    read = oawp_PE_pe_coordsys_to_string(object, nullptr, 0);
+    oawp_PE_pe_coordsys_del(object);
+    const OwnedText text(read);
+    if (text) return text.get();
+  }
+  Slot err;
+  Oawp_PE_COORDSYS *object =
+      oprj_ProParametersToCOORDSYS(system.record.get(), system.unit.c_str(), nullptr, err.get());
+  if (!object) throw Stop(kUnusable, system.title + ": " + err.rootMessage());
+  const OwnedText text(oawp_PE_pe_coordsys_to_string(object, nullptr, 0));
+  oawp_PE_pe_coordsys_del(object);
+  if (!text) throw Stop(kUnusable, system.title + ": its text cannot be made");
+  return text.get();
+}
+
+std::string descriptionOf(Oint_Toolkit *toolkit, const System &system) {
+  Slot err;
+  const OwnedText text(oprj_ProParametersToText(
+      toolkit, system.record.get(), ocvt_UnitSetByName(system.unit.c_str(), nullptr), err.get()));
+  if (!text) throw Stop(kUnusable, system.title + ": " + err.rootMessage());
+  if (isEngineText(text.get()))
+    throw Stop(kUnusable, system.title + " has no projection number, and so no such text");
+  return text.get();
+}
 
 void addConvert(CLI::App &app, const Console &console, Action &action) {
   CLI::App *command = app.add_subcommand("convert", "Write a coordinate system in another form");
@@ -45,7 +100,11 @@ void addConvert(CLI::App &app, const Console &console, Action &action) {
   command->add_option("system", *text, "Coordinate system")->required()->type_name("CS");
   std::vector<std::string> names;
   for (const auto &form : kForms) names.emplace_back(form.name);
-  command->add_option("--to", *to, "text: as the other commands take it; node: into FILE::LAYER")
+  command
+      ->add_option(
+          "--to", *to,
+          "text: as the other commands take it; wkt, prj: of the Projection Engine; node: into "
+          "FILE::LAYER")
       ->required()
       ->check(CLI::IsMember(names));
   command

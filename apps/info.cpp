@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "check.h"
 #include "commands.h"
 #include "nodes.h"
 
@@ -204,7 +205,7 @@ Status compact(const std::string &from, const std::string &to) {
 
 }  // namespace
 
-void addInfo(CLI::App &app, const Console &, Action &action) {
+void addInfo(CLI::App &app, const Console &console, Action &action) {
   auto path = std::make_shared<std::string>();
   auto output = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
@@ -218,9 +219,12 @@ void addInfo(CLI::App &app, const Console &, Action &action) {
   info->callback([path, json, &action] {
     action = [path, json] { return TreePrinter(openNodes(*path, OHFA_READ).get(), *json).print(); };
   });
-  add("check", "Read a whole node file and tell what is wrong in it")->callback([path, &action] {
-    action = [path] { return check(*path); };
-  });
+  add("check", "Tell what is wrong in a node file, or doubtful in a .prj file")
+      ->callback([path, &console, &action] {
+        action = [path, &console] {
+          return isPrjFile(*path) ? checkPrj(*path, console) : check(*path);
+        };
+      });
   CLI::App *copy = add("compact", "Copy what is linked in a node file into a new one");
   copy->add_option("-o,--output", *output, "The new file")->required()->type_name("OUT");
   copy->callback(

@@ -1,6 +1,7 @@
 // oprj list: what the reference tables and the unit service know.
 #include <cstdio>
 
+#include "codes.h"
 #include "commands.h"
 #include "table.h"
 
@@ -60,24 +61,44 @@ Table listUnits() {
   return table;
 }
 
+Table listCodes(const std::vector<std::string> &words) {
+  Table table(
+      {"code", "kind", "name", "engine name", "west", "south", "east", "north", "deprecated"});
+  for (const Code *code : codesWith(words)) {
+    const Area &area = code->area;
+    table.add({code->text(), code->projected ? "projected" : "geographic", code->name,
+               code->engineName, area.west, area.south, area.east, area.north, code->deprecated});
+  }
+  return table;
+}
+
 }  // namespace
 
 void addList(CLI::App &app, const Console &console, Action &action) {
-  CLI::App *command =
-      app.add_subcommand("list", "List projections, spheroids, datums, State Plane zones or units");
+  CLI::App *command = app.add_subcommand(
+      "list", "List projections, spheroids, datums, State Plane zones, units or codes");
   auto what = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
   command->add_option("what", *what, "What to list")
       ->required()
-      ->check(CLI::IsMember({"projections", "spheroids", "datums", "zones", "units"}));
+      ->check(CLI::IsMember({"projections", "spheroids", "datums", "zones", "units", "codes"}));
+  auto words = std::make_shared<std::vector<std::string>>();
+  command->add_option("words", *words, "Codes only: what their names must contain")
+      ->type_name("WORDS");
   command->add_flag("--json", *json, "As JSON");
-  command->callback([what, json, &console, &action] {
-    action = [what, json, &console] {
+  command->callback([what, words, json, &console, &action] {
+    action = [what, words, json, &console] {
+      if (!words->empty() && *what != "codes")
+        throw Stop(kUsage, "only codes are searched by words");
       if (*what == "units") {
         listUnits().print(*json);
         return kGood;
       }
       const Oprj_InitData &data = referenceData(startLibrary(console));
+      if (*what == "codes") {
+        listCodes(*words).print(*json);
+        return kGood;
+      }
       const Table table = *what == "projections" ? listProjections(data)
                           : *what == "spheroids" ? listSpheroids(data)
                           : *what == "datums"    ? listDatums(data)

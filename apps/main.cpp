@@ -144,6 +144,8 @@ int main(int argc, char **argv) {
   addConvert(app, console, action);
   addInfo(app, console, action);
   addMapInfo(app, console, action);
+  addDiff(app, console, action);
+  addFind(app, console, action);
   addManual(app, action);
 
   for (CLI::App *command : commandsOf(app)) command->footer(command->get_footer() + kEndHelp);

@@ -1,7 +1,11 @@
 #include "system.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 
+#include "codes.h"
 #include "nodes.h"
 
 namespace program {
@@ -17,6 +21,8 @@ FILE::LAYER is the coordinate system of a layer in a node file, points being in 
 lat_1; keys without a natural value (h, satellite, ...) are refused when left out. Datums and spheroids are
 found in any case, without their blanks, and by common names (WGS84, ETRS89, EPSG:6258). State Plane takes
 its zones by the datum (NAD27, NAD83, HARN) or by nad.
+Also taken are a text of the Projection Engine (PROJCS[...], GEOGCS[...]), the path of a .prj file, a code
+(EPSG:32618, ESRI:102003) and its name ("WGS 84 / UTM zone 18N"; `oprj list codes` finds them).
 Points are longitude, latitude in degrees or easting, northing in metres, in this order, unless `units`
 says otherwise. Examples:
   geographic; datum=WGS 84
@@ -89,7 +95,9 @@ std::vector<std::string> choicesOf(Oint_Toolkit *toolkit, const Oerr_Report *rep
 }  // namespace
 
 void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit) {
-  system.geographic = system.record->proType == OPRJ_INTERNAL && system.record->proNumber == 0;
+  system.geographic =
+      unit ? unit->kind == OCVT_KIND_ANGLE
+           : system.record->proType == OPRJ_INTERNAL && system.record->proNumber == 0;
   if (!unit) unit = ocvt_UnitSetByName(system.geographic ? "dd" : "meters", nullptr);
   system.unit = unit->name;
   system.unitFactor = unit->factor;
@@ -99,9 +107,47 @@ void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit) 
   system.title = title.get();
 }
 
-System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console) {
-  if (isLayerPlace(text)) return readLayerSystem(toolkit, text, console);
+bool isEngineText(const std::string &text) {
+  Oawp_PE_COORDSYS *object = oawp_PE_pe_coordsys_from_string(text.c_str());
+  Slot err;
+  oawp_PE_ReportTake(err.get());
+  oawp_PE_pe_coordsys_del(object);
+  return object != nullptr;
+}
+
+std::string fileText(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  if (!file.is_open() || file.bad()) throw Stop(kUnusable, "cannot read " + path);
+  if (trimmed(text).empty()) throw Stop(kUnusable, path + " is empty");
+  return text;
+}
+
+namespace {
+
+/// The description behind what was written: the content of a .prj file, the engine's text of a code
+/// or a name; else what was written.
+std::string descriptionBehind(Oint_Toolkit *toolkit, const std::string &written) {
+  if (lower(written).ends_with(".prj")) {
+    if (!std::filesystem::is_regular_file(written))
+      throw Stop(kUnusable, "there is no file " + written);
+    return fileText(written);
+  }
+  // Names with semicolons or brackets are descriptions by themselves.
+  if (written.find_first_of(";[") != std::string::npos) return written;
+  Slot err;
+  if (oprj_QueryFromText(toolkit, written.c_str(), err.get())) return written;
+  if (const std::optional<Code> code = findCode(written)) return engineTextOf(*code);
+  return written;
+}
+
+}  // namespace
+
+System readSystem(Oint_Toolkit *toolkit, const std::string &written, const Console &console) {
+  if (isLayerPlace(written) && !isEngineText(written))
+    return readLayerSystem(toolkit, written, console);
   System system;
+  const std::string text = descriptionBehind(toolkit, std::string(trimmed(written)));
   system.text = text;
   Slot err;
   Oprj_Note *made = nullptr;

@@ -1,4 +1,5 @@
-// Coordinate systems as the program's user writes them: `NAME; key=value; ...`.
+// Coordinate systems as the program's user writes them: `NAME; key=value; ...`, texts of the
+// Projection Engine, .prj files, codes and names.
 #ifndef OPRJ_APPS_SYSTEM_H
 #define OPRJ_APPS_SYSTEM_H
 
@@ -13,7 +14,7 @@ using OwnedNotes = std::unique_ptr<Oprj_Note, FreeBy<Oprj_Note, oprj_NotesFree>>
 
 struct System {
   OwnedRecord record;
-  std::string text;  ///< as it was written
+  std::string text;  ///< as it was written, or as its file or code has it
   std::string title;
   std::string unit;       ///< of points: a name of the unit service
   double unitFactor = 1;  ///< to radians or metres
@@ -35,6 +36,11 @@ struct System {
 std::string refusalText(const Oerr_Report *report);
 /// A name in quotes, with what the tables say of the datum that it names.
 std::string choiceText(Oint_Toolkit *toolkit, const char *name);
+
+/// Whether a text is a system of the Projection Engine.
+bool isEngineText(const std::string &text);
+/// The whole content of a file. Throws Stop with kUnusable, also for one without any.
+std::string fileText(const std::string &path);
 
 /// Reads a description; unknown names and keys are refused with the nearest candidates. Throws Stop
 /// with kUnusable.

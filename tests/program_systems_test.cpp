@@ -1,0 +1,124 @@
+// Coordinate systems in the program: the forms in which they are taken and written, compared,
+// checked and found.
+#include <sstream>
+
+#include "tests/program_support.h"
+
+namespace {
+
+using namespace orvik::test;
+
+class ProgramSystems : public ProgramTest {
+ protected:
+  const std::string utm_ =
+      R"(PROJCS["NAD_1983_UTM_Zone_17N",GEOGCS["GCS_North_American_1983",DATUM["D_North_American_1983",SPHEROID["GRS_1980",6378137.0,298.257222101]],PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],PARAMETER["False_Easting",500000.0],PARAMETER["False_Northing",0.0],PARAMETER["Central_Meridian",-81.0],PARAMETER["Scale_Factor",0.9996],PARAMETER["Latitude_Of_Origin",0.0],UNIT["Meter",1.0]])";
+};
+
+TEST_F(ProgramSystems, GoFromOneFormToAnother) {
+  const std::string file = folder_.write("a.PRJ", "\xEF\xBB\xBF" + utm_ + "\r\n");
+  const std::string odd =
+      folder_.write("odd.prj", "PROJCS(\"x\"" + utm_.substr(30, utm_.size() - 31) + ",A[B,\"c\"])");
+  const struct {
+    std::string system, form, out;
+  } cases[] = {
+      {"'utm; zone=17; datum=NAD83'", "wkt", utm_ + "\n"},
+      {"'utm; zone=17; datum=NAD83'", "prj", utm_},
+      {"'" + utm_ + "'", "text", "UTM; datum=NAD83; zone=17N\n"},
+      {file, "text", "UTM; datum=NAD83; zone=17N\n"},
+      {file, "wkt", utm_ + "\n"},
+      {odd, "prj", "PROJCS[\"x\"" + utm_.substr(30, utm_.size() - 31) + ",A[B,\"c\"]]"},
+      {"'Transverse Mercator; datum=WGS 84; k_0=-1; lon_0=15'", "text",
+       "Transverse Mercator; datum=WGS 84; k_0=-1; lon_0=15\n"},
+      {"'state plane; zone=405; datum=NAD83; units=us_survey_feet'", "text",
+       "State Plane; datum=NAD83; zone=405; nad=83; units=us_survey_feet\n"},
+  };
+  for (const auto &[system, form, out] : cases) {
+    const Outcome outcome = run("convert " + system + " --to " + form);
+    EXPECT_EQ(outcome.out, out) << outcome.err;
+    EXPECT_EQ(outcome.status, 0);
+  }
+  EXPECT_EQ(run("convert " + file + " --to wkt -o " + path("out.wkt")).status, 0);
+  EXPECT_EQ(readFile(path("out.wkt")), utm_ + "\n");
+  // Nothing is left behind of what cannot be written.
+  EXPECT_EQ(run("convert 'Sinusoidal; datum=WGS 84' --to prj -o " + path("none.prj")).status, 3);
+  EXPECT_EQ(std::fopen(path("none.prj").c_str(), "r"), nullptr);
+  EXPECT_EQ(run("convert " + file + " --to prj -o " + path("no/where")).status, 4);
+  const Outcome projected =
+      run("project --from 'geographic; datum=NAD83' --to " + file + " --digits 3", "-80 40\n");
+  EXPECT_EQ(
+      projected.out,
+      run("project --from 'geographic; datum=NAD83' --to 'utm; zone=17; datum=NAD83' --digits 3",
+          "-80 40\n")
+          .out);
+  for (const char *bad : {"nowhere.prj", "'PROJCS[\"x\"]'", "EPSG:", "EPSG:99999999", "EPSG:3a"})
+    EXPECT_EQ(run("describe " + std::string(bad)).status, 3) << bad;
+}
+
+TEST_F(ProgramSystems, AreComparedOnTheGround) {
+  const Outcome same = run("diff 'utm; zone=17; datum=NAD83' '" + utm_ + "'");
+  EXPECT_EQ(same.status, 0) << same.out << same.err;
+  EXPECT_NE(same.out.find("No parameter differs."), std::string::npos);
+  EXPECT_NE(same.out.find("up to 0.000000 m apart"), std::string::npos) << same.out;
+  // A metre of offset is a metre on the ground but for the scale of the map, here 0.9996.
+  const Outcome moved = run(
+      "diff 'Transverse Mercator; datum=WGS 84; k_0=0.9996' 'Transverse Mercator; datum=WGS 84; "
+      "k_0=0.9996; x_0=1000' --area=0,0,0,60");
+  EXPECT_EQ(moved.status, 1);
+  EXPECT_NE(moved.out.find("x_0         -  |  1000"), std::string::npos) << moved.out;
+  EXPECT_NE(moved.out.find("up to 1000.400 m apart"), std::string::npos) << moved.out;
+  EXPECT_EQ(run("diff '5; datum=WGS 84' '5; datum=WGS 84' --area=1,2").status, 2);
+}
+
+TEST_F(ProgramSystems, AreCheckedForWhatIsDoubtful) {
+  std::string text = utm_;
+  const auto with = [&](const std::string &from, const std::string &to) {
+    std::string changed = utm_;
+    changed.replace(changed.find(from), from.size(), to);
+    return changed;
+  };
+  const struct {
+    std::string text, finding;
+  } cases[] = {
+      {utm_, ""},
+      {utm_.substr(0, 200), "cannot be read: Byte 201"},
+      {with("0.0174532925199433", "0.01745329"), "the factor 0.01745329 of \"Degree\" is cut"},
+      {with("\"Meter\",1.0", "\"Foot\",0.3048006096012192"), "it is that of us_survey_feet"},
+      {with("\"Meter\",1.0", "\"Stadion\",184.8"), "the unit \"Stadion\" is not known"},
+      {with("298.257222101", "298.2572"), "axes are those of \"GRS 1980\" but for 1.585 mm"},
+      {with("D_North_American_1983", "D_Nowhere"), "\"D_Nowhere\" is not in the tables"},
+      {with("-81.0", "-81.016667"), "the value -81.016667 of \"Central_Meridian\" looks cut"},
+      {with("\"Greenwich\",0.0", "\"Greenwich\",2.5"), "prime meridian \"Greenwich\" lies at 2.5"},
+      {with("Transverse_Mercator", "Transversal_Mercator"), "\"Transversal_Mercator\" has no"},
+  };
+  for (const auto &[prj, finding] : cases) {
+    const Outcome outcome = run("check " + folder_.write("a.prj", prj));
+    EXPECT_NE(outcome.out.find(finding), std::string::npos) << outcome.out;
+    EXPECT_EQ(outcome.status, finding.empty() ? 0 : 1) << outcome.out << outcome.err;
+  }
+}
+
+TEST_F(ProgramSystems, AreFoundByWordsAndByPlaces) {
+  const Outcome codes = run("list codes 'wgs 84 /' 18n utm");
+  EXPECT_NE(codes.out.find("EPSG:32618  projected  WGS 84 / UTM zone 18N"), std::string::npos)
+      << codes.out << codes.err;
+  EXPECT_EQ(run("list units metres").status, 2);
+  const struct {
+    std::string arguments, first;
+  } cases[] = {
+      {"500000 4649776.22 --near=-75,42", "utm; zone=18N; datum=WGS 84"},
+      {"4649776.22 500000 --near=-75,42", "utm; zone=18N; datum=WGS 84, axes exchanged"},
+      {"42 -75 --near=-75,42", "geographic; datum=WGS 84, axes exchanged"},
+      {"1640416.67 15255139.84 --near=-75,42", "utm; zone=18N; datum=WGS 84, in us_survey_feet"},
+  };
+  for (const auto &[arguments, first] : cases) {
+    const Outcome outcome = run("find --count 400 " + arguments);
+    std::istringstream lines(outcome.out);
+    bool found = false;
+    for (std::string line; std::getline(lines, line) && std::stod(line) < 0.002;)
+      found = found || line.ends_with("km  " + first);
+    EXPECT_TRUE(found) << outcome.out.substr(0, 400);
+  }
+  EXPECT_EQ(run("find 1 2 --near=x").status, 2);
+}
+
+}  // namespace
