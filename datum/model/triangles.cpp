@@ -54,12 +54,12 @@ bool ShiftTriangles::triangulate() {
   polygon::construct_voronoi(points.begin(), points.end(), &diagram);
   // Around a vertex lie the cells of a triangle's corners, or of more points on one circle, which
   // are cut into a fan.
-  HeapVector<int32_t> around;
+  HeapVector<Index> around;
   for (const auto &vertex : diagram.vertices()) {
     around.clear();
     const auto *edge = vertex.incident_edge();
     do {
-      around.push_back(static_cast<int32_t>(edge->cell()->source_index()));
+      around.push_back(static_cast<Index>(edge->cell()->source_index()));
       edge = edge->rot_next();
     } while (edge != vertex.incident_edge());
     for (size_t i = 2; i < around.size(); ++i)
@@ -82,8 +82,8 @@ ShiftTriangles::Buckets ShiftTriangles::bucketsOf(const Triangle &triangle) cons
 template <class Each>
 void ShiftTriangles::eachBucket(const Triangle &triangle, Each each) const {
   const Buckets of = bucketsOf(triangle);
-  for (int32_t row = of.firstRow; row <= of.lastRow; ++row)
-    for (int32_t column = of.firstColumn; column <= of.lastColumn; ++column)
+  for (Index row = of.firstRow; row <= of.lastRow; ++row)
+    for (Index column = of.firstColumn; column <= of.lastColumn; ++column)
       each(row * side_ + column);
 }
 
@@ -95,7 +95,7 @@ void ShiftTriangles::fillBuckets() {
   const auto [south, north] = std::minmax_element(
       sites.begin(), sites.end(), [](const Site &a, const Site &b) { return a.y < b.y; });
   origin_ = {double(west->x), double(south->y)};
-  side_ = static_cast<int32_t>(std::sqrt(static_cast<double>(triangles_.size()))) + 1;
+  side_ = static_cast<Index>(std::sqrt(static_cast<double>(triangles_.size()))) + 1;
   for (;; side_ = side_ / 2 + 1) {
     bucket_ = {std::max(east->x - origin_.x, 1.0) / side_,
                std::max(north->y - origin_.y, 1.0) / side_};
@@ -105,31 +105,31 @@ void ShiftTriangles::fillBuckets() {
       entries +=
           int64_t{of.lastRow - of.firstRow + 1} * int64_t{of.lastColumn - of.firstColumn + 1};
     }
-    constexpr int32_t kFewest = 2;
+    constexpr Index kFewest = 2;
     if (side_ <= kFewest || entries <= kMostPerTriangle * static_cast<int64_t>(triangles_.size()))
       break;
   }
-  bucketStart_.assign(static_cast<size_t>(side_) * static_cast<size_t>(side_) + 1, 0);
+  bucketStart_.assign(size_t{side_} * side_ + 1, 0);
   for (const Triangle &triangle : triangles_)
-    eachBucket(triangle, [&](int32_t at) { ++bucketStart_[at + 1]; });
+    eachBucket(triangle, [&](Index at) { ++bucketStart_[at + 1]; });
   std::partial_sum(bucketStart_.begin(), bucketStart_.end(), bucketStart_.begin());
-  bucketed_.resize(static_cast<size_t>(bucketStart_.back()));
-  HeapVector<int32_t> next = bucketStart_;
+  bucketed_.resize(bucketStart_.back());
+  HeapVector<Index> next = bucketStart_;
   for (size_t i = 0; i < triangles_.size(); ++i)
-    eachBucket(triangles_[i], [&](int32_t at) { bucketed_[next[at]++] = static_cast<int32_t>(i); });
+    eachBucket(triangles_[i], [&](Index at) { bucketed_[next[at]++] = static_cast<Index>(i); });
 }
 
 void ShiftTriangles::link() {
   neighbourStart_.assign(sites.size() + 1, 0);
-  constexpr int kOthers = 2;
+  constexpr Index kOthers = 2;
   for (const Triangle &triangle : triangles_)
-    for (const int32_t corner : triangle.corner) neighbourStart_[corner + 1] += kOthers;
+    for (const Index corner : triangle.corner) neighbourStart_[corner + 1] += kOthers;
   std::partial_sum(neighbourStart_.begin(), neighbourStart_.end(), neighbourStart_.begin());
-  neighbours_.resize(static_cast<size_t>(neighbourStart_.back()));
-  HeapVector<int32_t> next = neighbourStart_;
+  neighbours_.resize(neighbourStart_.back());
+  HeapVector<Index> next = neighbourStart_;
   for (const Triangle &triangle : triangles_)
-    for (const int32_t corner : triangle.corner)
-      for (const int32_t other : triangle.corner)
+    for (const Index corner : triangle.corner)
+      for (const Index other : triangle.corner)
         if (other != corner) neighbours_[next[corner]++] = other;
 }
 
@@ -147,12 +147,12 @@ ShiftTriangles::Weights ShiftTriangles::weightsAt(const Triangle &triangle, Plac
 
 bool ShiftTriangles::find(Place p, const Triangle *&triangle, Weights &weights) const {
   constexpr double kEdge = 1e-6;  // of a triangle's height: what rounding may put between two
-  const int32_t column = bucketOf(p.x, origin_.x, bucket_.x),
-                row = bucketOf(p.y, origin_.y, bucket_.y);
-  const int32_t at = row * side_ + column;
+  const Index column = bucketOf(p.x, origin_.x, bucket_.x),
+              row = bucketOf(p.y, origin_.y, bucket_.y);
+  const Index at = row * side_ + column;
   double best = -kEdge;
   triangle = nullptr;
-  for (int32_t i = bucketStart_[at]; i < bucketStart_[at + 1] && best < 0.0; ++i) {
+  for (Index i = bucketStart_[at]; i < bucketStart_[at + 1] && best < 0.0; ++i) {
     const Triangle &candidate = triangles_[bucketed_[i]];
     const Weights there = weightsAt(candidate, p);
     const double least = std::min({there.of[0], there.of[1], there.of[2]});
@@ -166,17 +166,16 @@ bool ShiftTriangles::find(Place p, const Triangle *&triangle, Weights &weights) 
 
 /// The nearest site: along the edges of Delaunay's triangles_ every other one has a nearer
 /// neighbour.
-int32_t ShiftTriangles::nearest(Place p, int32_t start) const {
-  const auto distance = [&](int32_t site) {
+ShiftTriangles::Index ShiftTriangles::nearest(Place p, Index start) const {
+  const auto distance = [&](Index site) {
     return std::hypot(sites[site].x - p.x, sites[site].y - p.y);
   };
-  int32_t at = start;
-  for (int32_t from = -1; from != at;) {
-    from = at;
-    for (int32_t i = neighbourStart_[from]; i < neighbourStart_[from + 1]; ++i)
+  for (Index at = start;;) {
+    const Index from = at;
+    for (Index i = neighbourStart_[from]; i < neighbourStart_[from + 1]; ++i)
       if (distance(neighbours_[i]) < distance(at)) at = neighbours_[i];
+    if (at == from) return at;
   }
-  return at;
 }
 
 bool ShiftTriangles::shiftAt(double lon, double lat, Shift &shift) const {

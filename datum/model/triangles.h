@@ -38,12 +38,14 @@ class ShiftTriangles : public toolkit::HeapRecord {
   bool shiftAt(double lon, double lat, OrvikDatum::Shift &shift) const;
 
  private:
+  /// Into the arrays: of sites, triangles, buckets and what lies in them.
+  using Index = uint32_t;
   /// A place in units.
   struct Place {
     double x, y;
   };
   struct Triangle {
-    int32_t corner[3];
+    Index corner[3];
   };
   /// Of a triangle's corners at a point; they sum up to 1.
   struct Weights {
@@ -51,12 +53,12 @@ class ShiftTriangles : public toolkit::HeapRecord {
   };
 
   Place placeOf(double lon, double lat) const;
-  int32_t bucketOf(double at, double from, double width) const {
+  Index bucketOf(double at, double from, double width) const {
     // NaN becomes the first
-    return static_cast<int32_t>(std::fmin(std::fmax((at - from) / width, 0.0), side_ - 1.0));
+    return static_cast<Index>(std::fmin(std::fmax((at - from) / width, 0.0), side_ - 1.0));
   }
   struct Buckets {
-    int32_t firstColumn, lastColumn, firstRow, lastRow;
+    Index firstColumn, lastColumn, firstRow, lastRow;
   };
   Buckets bucketsOf(const Triangle &triangle) const;
   template <class Each>
@@ -65,17 +67,17 @@ class ShiftTriangles : public toolkit::HeapRecord {
   void link();
   Weights weightsAt(const Triangle &triangle, Place p) const;
   bool find(Place p, const Triangle *&triangle, Weights &weights) const;
-  int32_t nearest(Place p, int32_t start) const;
+  Index nearest(Place p, Index start) const;
 
   toolkit::HeapVector<Triangle> triangles_;
   double middle_ = 0.0;  ///< degrees: the longitude that x counts from
   OrvikDatum::Extent extent_{};
   // Buckets over all sites: the triangles that may reach into each, in one array.
-  int32_t side_ = 1;  ///< buckets a side
+  Index side_ = 1;  ///< buckets a side
   Place origin_{}, bucket_{};
-  toolkit::HeapVector<int32_t> bucketStart_, bucketed_;
+  toolkit::HeapVector<Index> bucketStart_, bucketed_;
   // The neighbours of each site along the triangles' edges, in one array.
-  toolkit::HeapVector<int32_t> neighbourStart_, neighbours_;
+  toolkit::HeapVector<Index> neighbourStart_, neighbours_;
 };
 
 }  // namespace orvik::oprj
