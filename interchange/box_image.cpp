@@ -222,7 +222,7 @@ class BoxImage {
   bool findPoles(double pole, bool (&holds)[2]) {
     points_ = {{0.0, -pole}, {0.0, pole}};
     if (!run(way_.back, way_.toUnit, way_.fromUnit, points_, reasons_)) return false;
-    for (int k = 0; k < 2; ++k)
+    for (size_t k = 0; k < 2; ++k)
       holds[k] = from_.xMin <= points_[k].x && points_[k].x <= from_.xMax &&
                  from_.yMin <= points_[k].y && points_[k].y <= from_.yMax;
     return true;

@@ -40,8 +40,9 @@ static_assert(std::ranges::is_sorted(kSpheroidsWritten, beforeExactly, kName));
 
 template <class Table, class Order, class Name>
 auto rowsOf(const Table &table, std::string_view name, Order order, Name member) {
-  const auto found = std::ranges::equal_range(table, name, order, member);
-  return std::span(found.begin(), found.end());
+  // Not equal_range, whose result is a range that clang 14 cannot read.
+  return std::span(std::ranges::lower_bound(table, name, order, member),
+                   std::ranges::upper_bound(table, name, order, member));
 }
 template <class Table, class Order, class Name>
 auto rowOf(const Table &table, std::string_view name, Order order, Name member) {
