@@ -54,15 +54,12 @@ int tellParts(Oint_Toolkit *toolkit, const System &first, const System &second) 
 }
 
 /// Where the first system is used: as asked, as its code says, or around its origin.
-Area areaOf(Oint_Toolkit *toolkit, const std::string &asked, const std::string &written,
+Area areaOf(Oint_Toolkit *toolkit, const std::vector<double> &asked, const std::string &written,
             const System &system) {
-  Area area{};
   if (!asked.empty()) {
-    if (std::sscanf(asked.c_str(), "%lf,%lf,%lf,%lf", &area.west, &area.south, &area.east,
-                    &area.north) != 4 ||
-        area.south > area.north)
-      throw Stop(kUsage, "--area takes WEST,SOUTH,EAST,NORTH in degrees");
-    return area;
+    if (!(asked[1] <= asked[3]))
+      throw Stop(kUsage, "--area takes west, south, east and north in degrees");
+    return {asked[0], asked[1], asked[2], asked[3]};
   }
   if (written.find_first_of(";[") == std::string::npos && !lower(written).ends_with(".prj")) {
     if (const auto code = findCode(written)) return code->area;
@@ -70,7 +67,7 @@ Area areaOf(Oint_Toolkit *toolkit, const std::string &asked, const std::string &
   return usualArea(toolkit, system);
 }
 
-Status diff(const std::string &one, const std::string &other, const std::string &asked,
+Status diff(const std::string &one, const std::string &other, const std::vector<double> &asked,
             const Console &console) {
   constexpr int kSteps = 24;  // across the area
   Oint_Toolkit *toolkit = startLibrary(console);
@@ -115,11 +112,14 @@ Status diff(const std::string &one, const std::string &other, const std::string 
 void addDiff(CLI::App &app, const Console &console, Action &action) {
   CLI::App *command = app.add_subcommand(
       "diff", "Tell what differs in two systems, and how far the same coordinates lie apart");
-  auto first = std::make_shared<std::string>(), second = std::make_shared<std::string>(),
-       area = std::make_shared<std::string>();
+  auto first = std::make_shared<std::string>(), second = std::make_shared<std::string>();
+  auto area = std::make_shared<std::vector<double>>();
   command->add_option("first", *first, "Coordinate system")->required()->type_name("CS");
   command->add_option("second", *second, "Coordinate system")->required()->type_name("CS");
   command->add_option("--area", *area, "Where: degrees; else where the first system is used")
+      ->expected(4)
+      ->delimiter(',')
+      ->allow_extra_args(false)
       ->type_name("W,S,E,N");
   command->footer(std::string(kSystemHelp) + "The exit status is 1 where anything differs.\n");
   command->callback([=, &console, &action] {

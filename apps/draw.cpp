@@ -581,8 +581,9 @@ void addDraw(CLI::App &app, const Console &console, Action &action) {
                    "Show these longitudes and latitudes only, in degrees (default: all that the "
                    "system does, or what --grid and --shift cover)")
       ->expected(4)
+      ->delimiter(',')
       ->allow_extra_args(false)
-      ->type_name("W S E N");
+      ->type_name("W,S,E,N");
   command->add_option("--grid", options->grid, "Draw the extents of a grid file's sub-grids")
       ->type_name("FILE");
   command

@@ -121,8 +121,9 @@ void addExplain(CLI::App &app, const Console &console, Action &action) {
           "--at", *at,
           "A place on the first datum, in degrees: how far each leg of the datum shift moves it")
       ->expected(2)
+      ->delimiter(',')
       ->allow_extra_args(false)
-      ->type_name("LON LAT");
+      ->type_name("LON,LAT");
   command->callback([from, to, at, &console, &action] {
     action = [from, to, at, &console] { return explain(*from, *to, *at, console); };
   });

@@ -1,7 +1,9 @@
 // oprj find: which system, or which mistake, puts coordinates near a place.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <tuple>
 
 #include "commands.h"
 #include "ground.h"
@@ -11,23 +13,46 @@ namespace {
 
 struct Candidate {
   double distance;  ///< metres
+  int assumptions;  ///< another unit than the system's, exchanged axes
   std::string system, assumed;
 };
 
+/// Metres that half a unit of a written latitude's or longitude's last digit may be.
+double roundingOf(const std::string &degrees) {
+  constexpr double kMetresPerDegree = 111195;  // on a sphere of 6371 km
+  const size_t point = degrees.find_first_of('.');
+  const size_t digits =
+      point == std::string::npos
+          ? 0
+          : std::min(degrees.find_first_not_of("0123456789", point + 1), degrees.size()) - point -
+                1;
+  return kMetresPerDegree / 2 * std::pow(10, -static_cast<double>(digits));
+}
+
+/// Systems of moons have a place for anything, near everything.
+bool isEarth(const Oprj_Spheroid &spheroid) {
+  constexpr double kEarth = 6371000, kMargin = 0.01;
+  return std::fabs(spheroid.a / kEarth - 1) < kMargin;
+}
+
 class Search {
  public:
-  Search(Oint_Toolkit *toolkit, Oprj_Point coordinates, Oprj_Point place, const Console &console)
-      : toolkit_(toolkit), coordinates_(coordinates), place_(place), console_(console) {}
+  /// `rounding`: metres that the place is known to.
+  Search(Oint_Toolkit *toolkit, Oprj_Point coordinates, Oprj_Point place, double rounding,
+         const Console &console)
+      : toolkit_(toolkit),
+        coordinates_(coordinates),
+        place_(place),
+        rounding_(rounding),
+        console_(console) {}
 
   /// Coordinates in degrees, zones by number, and the systems that are used near the place.
   void run() {
     tryText("geographic; datum=WGS 84", "geographic; datum=WGS 84");
-    for (const char *datum : {"WGS 84", "NAD27", "European 1950 (Mean)"}) {
-      for (int zone = 1; zone <= 60; ++zone) {
-        for (const char *side : {"N", "S"}) {
-          const std::string text = "utm; zone=" + std::to_string(zone) + side + "; datum=" + datum;
-          tryText(text, text);
-        }
+    for (int zone = 1; zone <= 60; ++zone) {  // on other datums by code, where they are used
+      for (const char *side : {"N", "S"}) {
+        const std::string text = "utm; zone=" + std::to_string(zone) + side + "; datum=WGS 84";
+        tryText(text, text);
       }
     }
     const Oprj_InitData &data = referenceData(toolkit_);
@@ -37,9 +62,15 @@ class Search {
       tryText(text, text + " (" + zone->stateName + " " + zone->zoneName + ")");
     }
     tryCodes();
+    // Within what the place was rounded by no distance is better than another: the system that
+    // needs the fewest mistakes comes first.
+    const auto rank = [&](const Candidate &candidate) {
+      return std::tuple(std::max(candidate.distance, rounding_), candidate.assumptions,
+                        candidate.distance);
+    };
     std::stable_sort(
         found_.begin(), found_.end(),
-        [](const Candidate &one, const Candidate &other) { return one.distance < other.distance; });
+        [&](const Candidate &one, const Candidate &other) { return rank(one) < rank(other); });
   }
   const std::vector<Candidate> &found() const { return found_; }
 
@@ -74,7 +105,7 @@ class Search {
     Oprj_MapProjectionEx *made = nullptr;
     oprj_ProjectionInit(toolkit_, system.record.get(), &made, err.get());
     const OwnedHandle handle(made);
-    if (!handle) return;
+    if (!handle || !isEarth(system.spheroid())) return;
     static constexpr const char *kLengths[] = {"meters", "us_survey_feet", "feet", "kilometers"};
     static constexpr const char *kAngles[] = {"dd", "radians", "grads", "seconds"};
     for (const char *unit : system.geographic ? kAngles : kLengths) {
@@ -84,35 +115,42 @@ class Search {
             swapped ? Oprj_Point{coordinates_.y, coordinates_.x} : coordinates_;
         const Oprj_Point place = placeOf(*handle, system, point);
         if (!(std::fabs(place.y) <= M_PI / 2 + 1e-9) || !std::isfinite(place.x)) continue;
-        std::string assumed = unit == system.unit ? "" : std::string("in ") + unit;
-        if (swapped) assumed += (assumed.empty() ? "" : ", ") + std::string("axes exchanged");
-        found_.push_back({distanceBetween(system.spheroid(), place, place_), shown, assumed});
+        const bool otherUnit = unit != system.unit;
+        std::string assumed = otherUnit ? std::string(", in ") + unit : "";
+        if (swapped) assumed += ", axes exchanged";
+        found_.push_back({distanceBetween(system.spheroid(), place, place_), otherUnit + swapped,
+                          shown, assumed});
       }
     }
   }
 
   Oint_Toolkit *toolkit_;
   const Oprj_Point coordinates_, place_;  // place: radians
+  const double rounding_;
   const Console &console_;
   std::vector<Candidate> found_;
   bool untold_ = true;
 };
 
-Status search(double x, double y, const std::string &near, int count, const Console &console) {
+Status search(double x, double y, const std::vector<std::string> &near, int count,
+              const Console &console) {
   Oint_Toolkit *toolkit = startLibrary(console);
-  double lon = 0, lat = 0;
-  if (std::sscanf(near.c_str(), "%lf,%lf", &lon, &lat) != 2 || !(std::fabs(lat) <= 90) ||
-      !(std::fabs(lon) <= 360))
-    throw Stop(kUsage, "--near takes LONGITUDE,LATITUDE in degrees");
-  Search search(toolkit, {x, y}, {lon * kDegree, lat * kDegree}, console);
+  double place[2], rounding = 0;
+  for (size_t i = 0; i < 2; ++i) {
+    const char *end = near[i].data() + near[i].size();
+    const auto read = std::from_chars(near[i].data(), end, place[i]);
+    if (read.ec != std::errc() || read.ptr != end || !(std::fabs(place[i]) <= (i == 0 ? 360 : 90)))
+      throw Stop(kUsage, "--near takes LONGITUDE,LATITUDE in degrees");
+    rounding = std::max(rounding, roundingOf(near[i]));
+  }
+  Search search(toolkit, {x, y}, {place[0] * kDegree, place[1] * kDegree}, rounding, console);
   search.run();
   if (search.found().empty()) throw Stop(kUnusable, "no system has a place for these coordinates");
   int shown = 0;
   for (const Candidate &candidate : search.found()) {
     if (shown++ == count) break;
     std::printf("%12s km  %s%s\n", numberText(candidate.distance / 1000, 3).c_str(),
-                candidate.system.c_str(),
-                candidate.assumed.empty() ? "" : (", " + candidate.assumed).c_str());
+                candidate.system.c_str(), candidate.assumed.c_str());
   }
   return kGood;
 }
@@ -123,12 +161,15 @@ void addFind(CLI::App &app, const Console &console, Action &action) {
   CLI::App *command =
       app.add_subcommand("find", "Rank the systems and mistakes that put coordinates near a place");
   auto x = std::make_shared<double>(), y = std::make_shared<double>();
-  auto near = std::make_shared<std::string>();
+  auto near = std::make_shared<std::vector<std::string>>();
   auto count = std::make_shared<int>(12);
   command->add_option("x", *x, "First coordinate")->required();
   command->add_option("y", *y, "Second coordinate")->required();
   command->add_option("--near", *near, "Where they should be, in degrees")
       ->required()
+      ->expected(2)
+      ->delimiter(',')
+      ->allow_extra_args(false)
       ->type_name("LON,LAT");
   command->add_option("--count", *count, "How many to tell")->check(CLI::PositiveNumber);
   command->callback([=, &console, &action] {
