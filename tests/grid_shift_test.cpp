@@ -655,6 +655,30 @@ TEST(GridFiles, AReplacedFileIsAnotherOne) {
   EXPECT_EQ(west(Opened(large)), 3);
 }
 
+TEST(GridFiles, TheFileOnTheWayFromHarnStaysOpenWithIt) {
+  const TemporaryDirectory directory;
+  for (const char *name : {"nad27.dat", "harn.dat"})
+    std::filesystem::copy(std::string(OPRJ_SOURCE_DIR "/data/") + name, directory.path());
+  const ScopedEnvironment datums("ORVIK_DATUMS_PATH", directory.path().c_str());
+  const LeakCheck leaks;
+  const SpheroidPtr harn = named("GRS 1980", "HARN"), wgs84 = named("WGS 84", "WGS 84");
+  const Oprj_Point in = {-1.4, 0.5};
+  const auto blocksAfter = [&](const SpheroidPtr &from, const SpheroidPtr &to) {
+    Oprj_Point out;
+    Slot slot;
+    oprj_DatumShift(&in, from.get(), &out, to.get(), 1, slot);
+    expectNoReport(slot);
+    return omsc_HeapBlockCount();
+  };
+  const int64_t before = omsc_HeapBlockCount(), open = blocksAfter(harn, wgs84);
+  EXPECT_GT(open, before);
+  EXPECT_EQ(blocksAfter(wgs84, harn), open);
+  // a new file takes the old one's place
+  const std::string path = directory.path() + "/nad27.dat";
+  std::filesystem::rename(directory.write("new", readFile(path)), path);
+  EXPECT_EQ(blocksAfter(harn, wgs84), open);
+}
+
 TEST(GridFiles, ThreadsShareDatums) {
   const LeakCheck leaks;
   const SpheroidPtr from = named("Clarke 1866", "NAD27"), to = named("GRS 1980", "HARN");

@@ -47,6 +47,11 @@ SharedImage GridImage::open(const char *path, Oerr_Report **err) {
   return nullptr;
 }
 
+void GridImage::keep(const SharedImage &other) const {
+  const Guard guard;
+  if (other && other.get() != this && !other->kept_) kept_ = other;
+}
+
 bool GridImage::load(Oerr_Report **err) {
   if (stamp_.size <= kLargestRead) {
     read_.reset(ofio_FileRead(path(), &size_, err));

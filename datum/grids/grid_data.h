@@ -19,6 +19,7 @@ namespace orvik::oprj {
 using toolkit::ErrorScope;
 
 class GridImage;
+class GridTable;
 using SharedImage = std::shared_ptr<const GridImage>;
 
 class GridImage : public std::enable_shared_from_this<GridImage> {
@@ -40,6 +41,10 @@ class GridImage : public std::enable_shared_from_this<GridImage> {
   const unsigned char *bytes() const { return bytes_; }
   int64_t size() const { return static_cast<int64_t>(size_); }
 
+  /// Keeps another image open as long as this one is, instead of one that it kept before. One that
+  /// keeps others itself is not kept: nobody keeps himself.
+  void keep(const SharedImage &other) const;
+
  private:
   bool load(Oerr_Report **err);
 
@@ -49,6 +54,10 @@ class GridImage : public std::enable_shared_from_this<GridImage> {
   const unsigned char *bytes_ = nullptr;
   size_t size_ = 0;
   GridImage *next_ = nullptr;  ///< in the list of open images
+  friend class GridTable;
+  // Both under the guard.
+  mutable std::shared_ptr<const GridTable> table_;  ///< once somebody has asked for it
+  mutable SharedImage kept_;
 };
 
 }  // namespace orvik::oprj

@@ -1,7 +1,7 @@
 // Grid files by name, as datum records have them.
 #include <oprj/datum_shift.h>
 
-#include "datum/grids/grid_data.h"
+#include "datum/shift/grid_table.h"
 #include "tables/upward.h"
 
 using orvik::toolkit::HeapBlock;
@@ -22,7 +22,11 @@ Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err) {
   }
   if (SharedImage image = GridImage::open(path.get(), e.cause())) {
     try {
-      return new Oprj_GridData{{}, std::move(image)};
+      auto data = std::make_unique<Oprj_GridData>();
+      data->image = std::move(image);
+      ErrorScope header("oprj_GridHeaderRead", nullptr);  // a bad one is told when it is needed
+      GridTable::of(data.get(), header);
+      return data.release();
     } catch (const std::bad_alloc &) {
       // told below
     }

@@ -2,9 +2,7 @@
 #include "datum/shift/grid_shift.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <numeric>
 
 #include "datum/legs.h"
 #include "datum/shift/tally.h"
@@ -20,68 +18,9 @@ namespace {
 /// Points between two legs of up to so many points stay on the stack.
 constexpr int32_t kTilePoints = 1024;
 
-bool isScale(double scale) { return scale > 0.0 && std::isfinite(scale); }
-
-bool overlap(const GridBox &a, const GridBox &b) {
-  return a.west <= b.east && b.west <= a.east && a.south <= b.north && b.south <= a.north;
-}
-
-GridBox around(const GridBox &a, const GridBox &b) {
-  return {std::min(a.west, b.west), std::min(a.south, b.south), std::max(a.east, b.east),
-          std::max(a.north, b.north)};
-}
+bool isHarn(const char *datum) { return std::strcmp(datum, "HARN") == 0; }
 
 }  // namespace
-
-GridTable::GridTable(const GridHeader &header, SharedImage image) : image_(std::move(image)) {
-  grids_.reserve(static_cast<size_t>(header.count()));
-  for (int64_t i = 0; i < header.count(); ++i) {
-    const GridRecord record = header.record(i);
-    add({record.west, record.south, record.east, record.north}, record.lonScale(),
-        record.latScale(), record.columns, record.rows, record.dataPosition);
-  }
-  findOverlaps();
-}
-
-GridTable::GridTable(const Oprj_GridInfo *chain, SharedImage image) : image_(std::move(image)) {
-  for (; chain; chain = chain->next)
-    add({chain->west, chain->south, chain->east, chain->north}, chain->lonScale, chain->latScale,
-        chain->columns, chain->rows, chain->dataPosition);
-  findOverlaps();
-}
-
-void GridTable::add(const GridBox &box, double lonScale, double latScale, int32_t columns,
-                    int32_t rows, int32_t dataPosition) {
-  const GridNodes nodes(*image_, dataPosition);
-  const bool sensible = columns >= 2 && rows >= 2 && isScale(lonScale) && isScale(latScale);
-  const bool complete = sensible && int64_t{columns} * rows <= nodes.available;
-  grids_.push_back({box, lonScale, latScale, columns - 2.0, rows - 2.0, double(columns),
-                    nodes.first, sensible ? nodes.available : 0, complete, 0, 0, box});
-}
-
-void GridTable::findOverlaps() {
-  // Pairs of more would take minutes: then all earlier ones count as overlapping.
-  constexpr size_t kMostCompared = 4096;
-  if (grids_.size() > kMostCompared) {
-    earlier_.resize(grids_.size());
-    std::iota(earlier_.begin(), earlier_.end(), 0);
-    for (size_t i = 1; i < grids_.size(); ++i) {
-      grids_[i].earlierCount = static_cast<int32_t>(i);
-      grids_[i].earlierBox = around(grids_[i - 1].earlierBox, grids_[i - 1].box);
-    }
-    return;
-  }
-  for (size_t i = 0; i < grids_.size(); ++i) {
-    SubGrid &grid = grids_[i];
-    grid.earlier = static_cast<int32_t>(earlier_.size());
-    for (size_t k = 0; k < i; ++k) {
-      if (!overlap(grids_[k].box, grid.box)) continue;
-      grid.earlierBox =
-          grid.earlierCount++ ? around(grid.earlierBox, grids_[k].box) : grids_[k].box;
-      earlier_.push_back(static_cast<int32_t>(k));
-    }
-  }
-}
 
 GridShift::GridShift(const Oprj_Datum *source, const Oprj_Datum *destination) {
   if (!source || !destination) return;
@@ -112,23 +51,26 @@ GridShift::GridShift(const Oprj_Datum *source, const Oprj_Datum *destination) {
     return;
   }
   step_ = Step::kNoGrid;
-  if (!readHeader(*source, 4, source_)) return;
+  if (!open(*source, 4, source_)) return;
   const char *file = source->gridname.data, *other = destination->gridname.data;
   const bool oneFile = file == other || (file && other && std::strcmp(file, other) == 0);
-  if (!oneFile && !readHeader(*destination, 5, destination_)) return;
+  if (!oneFile && !open(*destination, 5, destination_)) return;
+  // All ways from and to HARN pass NAD83, whose file nobody else may have open.
+  const bool fromHarn = isHarn(from), harn = fromHarn || isHarn(to);
+  if (harn && !oneFile)
+    (fromHarn ? source_ : destination_).image->keep((fromHarn ? destination_ : source_).image);
   step_ = Step::kShift;
   legCount_ = kRoutes[direction].count;
   std::copy_n(kRoutes[direction].legs, legCount_, legs_);
 }
 
 /// `code`: of the report when the header cannot be read.
-bool GridShift::readHeader(const Oprj_Datum &datum, int32_t code, GridTable &table) {
+bool GridShift::open(const Oprj_Datum &datum, int32_t code, OpenGrid &grid) {
   Oerr_Report *report = nullptr;
   {
     ErrorScope e("oprj_GridHeaderRead", &report);
-    GridHeader header;
-    if (header.open(datum.gridData, e)) {
-      table = GridTable(header, datum.gridData->image);
+    if (const GridTable *table = GridTable::of(datum.gridData, e)) {
+      grid = {datum.gridData->image, table};
       return true;
     }
   }
@@ -141,13 +83,13 @@ bool GridShift::readHeader(const Oprj_Datum &datum, int32_t code, GridTable &tab
 namespace {
 
 /// Forward or back through one file, with the reports of that operation.
-bool moveThrough(const GridTable &table, bool forward, const Oprj_Point *in, Oprj_Point *out,
+bool moveThrough(const GridTable *table, bool forward, const Oprj_Point *in, Oprj_Point *out,
                  int32_t count, Oprj_PointReason *reasons, ErrorScope &e) {
-  if (table.empty()) return e.fail(3, "No proper input grids");
+  if (!table) return e.fail(3, "No proper input grids");
   const GridKernels &kernels = gridKernelsInUse();
   GridCounts counts{};
   const int32_t bad =
-      (forward ? kernels.forward : kernels.inverse)(table.view(), in, out, count, reasons, counts);
+      (forward ? kernels.forward : kernels.inverse)(table->view(), in, out, count, reasons, counts);
   shiftTally().unshifted += counts.unshifted;
   shiftTally().unconverged += counts.unconverged;
   if (bad < 0) return true;
@@ -164,8 +106,8 @@ constexpr const char *operationName(bool forward) {
 bool GridShift::runLeg(const Leg &leg, const Oprj_Point *in, Oprj_Point *out, int32_t count,
                        Oprj_PointReason *reasons, Oerr_Report **err) const {
   ErrorScope e(operationName(leg.forward), err);
-  return moveThrough(leg.throughSource ? source_ : destination_, leg.forward, in, out, count,
-                     reasons, e);
+  return moveThrough((leg.throughSource ? source_ : destination_).table, leg.forward, in, out,
+                     count, reasons, e);
 }
 
 bool GridShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
@@ -256,7 +198,8 @@ Oprj_Point *shiftPoints(bool forward, const Oprj_GridInfo *chain, const Oprj_Gri
   if (!out) return e.fail(2, "Error return from oprj_PointsCreate");
   if (!chain || !file || !file->image) return e.fail(3, "No proper input grids");
   const bool done = guarded(e, 5, [&] {
-    return moveThrough(GridTable(chain, file->image), forward, in, out, count, nullptr, e);
+    const GridTable table(chain, *file->image);
+    return moveThrough(&table, forward, in, out, count, nullptr, e);
   });
   if (!done) return nullptr;
   made.release();

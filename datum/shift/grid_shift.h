@@ -1,35 +1,11 @@
-// The grid shift, prepared: the sub-grids of a file as the kernels search them, and a shift between
-// two grid datums made ready once and run over any number of points.
+// The grid shift between two grid datums, made ready once and run over any number of points.
 #ifndef OPRJ_DATUM_GRID_SHIFT_H
 #define OPRJ_DATUM_GRID_SHIFT_H
 
-#include "datum/grids/multi_grid.h"
-#include "datum/shift/grid_kernels.h"
+#include "datum/shift/grid_table.h"
 #include "datum/shift/leg.h"
 
 namespace orvik::oprj {
-
-/// The sub-grids of one file, with what they point to. Making one may throw std::bad_alloc.
-class GridTable {
- public:
-  GridTable() = default;
-  GridTable(const GridHeader &header, SharedImage image);
-  GridTable(const Oprj_GridInfo *chain, SharedImage image);
-
-  bool empty() const { return grids_.empty(); }
-  SubGrids view() const {
-    return {grids_.data(), static_cast<int32_t>(grids_.size()), earlier_.data()};
-  }
-
- private:
-  void add(const GridBox &box, double lonScale, double latScale, int32_t columns, int32_t rows,
-           int32_t dataPosition);
-  void findOverlaps();
-
-  SharedImage image_;
-  toolkit::HeapVector<SubGrid> grids_;
-  toolkit::HeapVector<int32_t> earlier_;
-};
 
 /// A shift between two datums of the grid type.
 class GridShift final : public ShiftLeg {
@@ -47,7 +23,11 @@ class GridShift final : public ShiftLeg {
     bool throughSource;
     bool forward;
   };
-  bool readHeader(const Oprj_Datum &datum, int32_t code, GridTable &table);
+  struct OpenGrid {
+    SharedImage image;
+    const GridTable *table = nullptr;  ///< the image's; null: the leg goes through another grid
+  };
+  bool open(const Oprj_Datum &datum, int32_t code, OpenGrid &grid);
   bool runLeg(const Leg &leg, const Oprj_Point *in, Oprj_Point *out, int32_t count,
               Oprj_PointReason *reasons, Oerr_Report **err) const;
 
@@ -57,7 +37,7 @@ class GridShift final : public ShiftLeg {
   int32_t failedHeaderCause_ = 0;                   ///< and that of oprj_GridHeaderRead
   int32_t legCount_ = 0;
   Leg legs_[2] = {};
-  GridTable source_, destination_;
+  OpenGrid source_, destination_;
 };
 
 }  // namespace orvik::oprj
