@@ -26,14 +26,32 @@ Box boxOf(const OrvikDatum::SubGrid &grid) {
           std::min(grid.north, limit) * kDegree};
 }
 
+/// The smallest box around all sub-grids: it begins behind the widest gap between their longitudes.
 Box around(const OrvikDatum::GridFile &file) {
-  Box all = boxOf(file.GetSubGrids().front());
+  constexpr double kTurn = 360 * kDegree;
+  std::vector<Box> boxes;
+  double south = kGlobe.north, north = kGlobe.south, reached = -kFar;
   for (const OrvikDatum::SubGrid &grid : file.GetSubGrids()) {
-    const Box box = boxOf(grid);
-    all = {std::min(all.west, box.west), std::min(all.south, box.south),
-           std::max(all.east, box.east), std::max(all.north, box.north)};
+    Box box = boxOf(grid);
+    const double turns = kTurn * std::floor((box.west - kGlobe.west) / kTurn);
+    box.west -= turns;
+    box.east -= turns;
+    if (grid.isClosed) box.east = box.west + kTurn;
+    south = std::min(south, box.south);
+    north = std::max(north, box.north);
+    reached = std::max(reached, box.east - kTurn);
+    boxes.push_back(box);
   }
-  return all.width() < kGlobe.width() ? all : Box{kGlobe.west, all.south, kGlobe.east, all.north};
+  std::sort(boxes.begin(), boxes.end(), [](const Box &a, const Box &b) { return a.west < b.west; });
+  double widest = 0, west = kGlobe.west;
+  for (const Box &box : boxes) {
+    if (box.west - reached > widest) {
+      widest = box.west - reached;
+      west = box.west;
+    }
+    reached = std::max(reached, box.east);
+  }
+  return {west, south, west + kTurn - widest, north};
 }
 
 System datumOrSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console) {

@@ -390,6 +390,11 @@ TEST_F(Program, TellsOfGridFiles) {
       {"draw --shift NAD27 NAD27 -o " + path("m.svg"), 2, "", "nothing to shift"},
       {"draw --grid " + path("text") + " -o " + path("m.svg"), 3, "", "not a grid file"},
       {"draw utm --area 10 20 30 -o " + path("m.svg"), 2, "", ""},
+      // from the Aleutian Islands to Greenland, across 180 degrees; the globe
+      {"-v draw --no-coast --grid " + data + "nad27.dat -o " + path("m.svg"), 0, "",
+       "sheet from 2.763|to 5.649"},
+      {"-v draw --no-coast --grid " + proj + "egm96_15.gtx -o " + path("m.svg"), 0, "",
+       "sheet from -3.14|to 3.14"},
   };
   for (const auto &row : cases) {
     SCOPED_TRACE(row.arguments);
