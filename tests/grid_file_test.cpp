@@ -43,6 +43,28 @@ std::string rough(int32_t columns = 33, int32_t rows = 9, float latStep = 0.5f) 
   return multiGrid({grid});
 }
 
+/// Records of a national transformation: names and values of 8 bytes each.
+struct Records {
+  bool bigEndian = false;
+  std::string bytes = {};
+
+  void number(auto value, size_t width) {
+    std::string field(reinterpret_cast<const char *>(&value), sizeof value);
+    if (bigEndian) std::reverse(field.begin(), field.end());
+    field.resize(width, '\0');
+    bytes += field;
+  }
+  void text(std::string value) {
+    value.resize(8, ' ');
+    bytes += value;
+  }
+  void record(const char *name, auto value) {
+    text(name);
+    if constexpr (std::is_arithmetic_v<decltype(value)>) number(value, 8);
+    else text(value);
+  }
+};
+
 struct Ntv2Grid {
   std::string name, parent;
   double west, south, east, north, step;  // degrees
@@ -50,43 +72,55 @@ struct Ntv2Grid {
 };
 
 std::string ntv2(const std::vector<Ntv2Grid> &grids, bool bigEndian = false) {
-  std::string bytes;
-  const auto number = [&](auto value, size_t width) {
-    std::string field(reinterpret_cast<const char *>(&value), sizeof value);
-    if (bigEndian) std::reverse(field.begin(), field.end());
-    field.resize(width, '\0');
-    bytes += field;
-  };
-  const auto text = [&](std::string value) {
-    value.resize(8, ' ');
-    bytes += value;
-  };
-  const auto record = [&](const char *name, auto value) {
-    text(name);
-    if constexpr (std::is_arithmetic_v<decltype(value)>) number(value, 8);
-    else text(value);
-  };
-  record("NUM_OREC", 11);
-  record("NUM_SREC", 11);
-  record("NUM_FILE", static_cast<int32_t>(grids.size()));
-  for (const char *name : {"GS_TYPE", "VERSION", "SYSTEM_F", "SYSTEM_T"}) record(name, "SECONDS");
-  for (const char *name : {"MAJOR_F", "MINOR_F", "MAJOR_T", "MINOR_T"}) record(name, 6378137.0);
+  Records file{bigEndian};
+  file.record("NUM_OREC", 11);
+  file.record("NUM_SREC", 11);
+  file.record("NUM_FILE", static_cast<int32_t>(grids.size()));
+  for (const char *name : {"GS_TYPE", "VERSION", "SYSTEM_F", "SYSTEM_T"})
+    file.record(name, "SECONDS");
+  for (const char *name : {"MAJOR_F", "MINOR_F", "MAJOR_T", "MINOR_T"})
+    file.record(name, 6378137.0);
   for (const Ntv2Grid &g : grids) {
-    record("SUB_NAME", g.name);
-    record("PARENT", g.parent);
-    record("CREATED", "");
-    record("UPDATED", "");
+    file.record("SUB_NAME", g.name);
+    file.record("PARENT", g.parent);
+    file.record("CREATED", "");
+    file.record("UPDATED", "");
     for (const double bound : {g.south, g.north, -g.east, -g.west, g.step, g.step})
-      record("", bound * 3600);
+      file.record("", bound * 3600);
     const auto side = [&](double low, double high) {
       return static_cast<int32_t>(std::lround((high - low) / g.step)) + 1;
     };
     const int32_t count = side(g.west, g.east) * side(g.south, g.north);
-    record("GS_COUNT", count);
+    file.record("GS_COUNT", count);
     for (int32_t i = 0; i < count; ++i)
-      for (const float value : {g.shift, -g.shift, 0.5f, 0.25f}) number(value, sizeof value);
+      for (const float value : {g.shift, -g.shift, 0.5f, 0.25f}) file.number(value, sizeof value);
   }
-  return bytes;
+  return file.bytes;
+}
+
+/// The nodes of a file as NTv1 has them, which is big-endian and has rows from the east.
+std::string ntv1(const GridFile &of) {
+  const SubGrid &g = of.GetSubGrids()[0];
+  Records file{true};
+  file.record("HEADER", 12);
+  file.record("S LAT", g.south);
+  file.record("N LAT", g.north);
+  file.record("E LONG", -g.east);
+  file.record("W LONG", -g.west);
+  file.record("N GRID", g.latStep);
+  file.record("W GRID", g.lonStep);
+  file.record("TYPE", "SECONDS");
+  file.record("FROM", "NAD27");
+  file.record("TO", "NAD83");  // which PROJ knows the format by
+  for (const char *name : {"MAJOR", "MINOR"}) file.record(name, 6378137.0);
+  for (int32_t row = 0; row < g.rows; ++row) {
+    for (int32_t column = g.columns - 1; column >= 0; --column) {
+      float node[4] = {};
+      EXPECT_TRUE(of.GetNode(0, column, row, node));
+      for (const double value : {double(node[1]), -double(node[0])}) file.number(value, 8);
+    }
+  }
+  return file.bytes;
 }
 const std::vector<Ntv2Grid> kNested = {{"CHILD", "ROOT", 2, 2, 6, 6, 1, 2},
                                        {"ROOT", "NONE", 0, 0, 10, 10, 2, 1},
@@ -145,6 +179,9 @@ TEST(GridFiles, GoThereAndBackInEveryFormat) {
     const auto back = rewritten(there, directory.path() + "/back", f.from->GetFormat());
     expectSame(*f.from, *back, f.tolerance);
   }
+  const auto national = opened(directory.write("ntv1", ntv1(*shifts)));  // not written
+  EXPECT_STREQ(GetGridFormatName(national->GetFormat()), "NTv1");
+  expectSame(*shifts, *national, 0);
   // sub-grids with names, parents and accuracies
   const auto nested = opened(kProjData + "nzgd2kgrid0005.gsb");
   expectSame(*nested, *rewritten(nested, directory.path() + "/nested", GridFormat::GeoTiff), 0);
@@ -222,6 +259,7 @@ TEST(GridFiles, AgreeWithProj) {
     rewritten(shifts, path, format);  // PROJ keeps what it has read of a path
     expectProjAgrees(path, kDegrees);
   }
+  expectProjAgrees(directory.write("ntv1", ntv1(*shifts)), kDegrees);
 }
 
 TEST(GridFiles, HoldPublishedValues) {
@@ -469,7 +507,8 @@ TEST(GridFiles, TellWhyTheyCannotBeRead) {
     std::memcpy(bytes.data() + at, &value, sizeof value);
     return bytes;
   };
-  const std::string sound = ntv2({kNested[1]});
+  const std::string sound = ntv2({kNested[1]}),
+                    first = ntv1(*opened(directory.write("small", rough(5, 3))));
   struct {
     std::string bytes;
     const char *format, *reason;
@@ -488,6 +527,10 @@ TEST(GridFiles, TellWhyTheyCannotBeRead) {
        "Sub-grid \"ROOT\" has 36 nodes, and its bounds and steps say 0 (2)"},
       {sound.substr(0, sound.size() - 1), "NTv2",
        "The nodes of sub-grid \"ROOT\" are not in the file (1)"},
+      {changed(first, 8, 12), "NTv1", "The header has not 12 records (2)"},
+      {changed(first, 88, 0.0), "NTv1", "Sub-grid \"\" has 5 columns and 0 rows (2)"},
+      {first.substr(0, 191), "NTv1", "The file ends in its header (1)"},
+      {first.substr(0, first.size() - 1), "NTv1", "The file ends before its 5 x 3 nodes (1)"},
       {rough().substr(0, 2000), "multi-grid",
        "The nodes of sub-grid \"one\" are not in the file (1)"},
   };
@@ -616,6 +659,7 @@ TEST(DamagedGridFiles, EveryByteEveryCutInEveryFormat) {
   const std::string files[] = {rough(5, 3),
                                ntv2(kNested),
                                ntv2(kNested, true),
+                               ntv1(*opened(directory.write("small", rough(5, 3)))),
                                written(GridFormat::CTable2),
                                written(GridFormat::LasLos),
                                gtx};
