@@ -27,6 +27,7 @@ struct Options {
   bool csv = false, binary = false, strict = false, inverse = false, swapIn = false,
        swapOut = false;
   int threads = 1;
+  Part part;
   double verify = 0;  ///< metres; 0: not asked for
   LayoutWishes layout;
   NumberFormat format;
@@ -98,6 +99,7 @@ Status run(Options &options, const Console &console) {
 
   const std::vector<std::string> files =
       options.files.empty() ? std::vector<std::string>{"-"} : options.files;
+  if (options.part && files.size() > 1) throw Stop(kUsage, "--part shares out one file");
   checkStreams(files, options.output, options.report);
   Output output(options.output);
   Tally tally(console);
@@ -106,7 +108,7 @@ Status run(Options &options, const Console &console) {
   try {
     runJobs(options,
             {from, to, console, projector, tally, output, options.swapIn, options.swapOut,
-             options.threads},
+             options.threads, options.part},
             files);
     output.finish();
   } catch (const Stop &stop) {
@@ -192,6 +194,16 @@ void addProject(CLI::App &app, const Console &console, Action &action) {
                    "Project by so many threads, reading and writing meanwhile (default: 1)")
       ->check(CLI::Range(1, 256))
       ->type_name("N");
+  command
+      ->add_option_function<std::string>(
+          "--part",
+          [options](const std::string &text) {
+            if (!readPart(text, &options->part))
+              throw CLI::ValidationError("--part", text + " is no part I/N, with I from 1 to N");
+          },
+          "Project the I-th of N parts of a file, cut at line ends; outputs that are joined in "
+          "order are those of the whole. Lines are told by their first byte, from 1")
+      ->type_name("I/N");
   command->add_option("files", options->files, "Input files; none or \"-\": standard input")
       ->type_name("FILE");
   command->footer(std::string(kTextHelp) + kSystemHelp);

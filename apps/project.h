@@ -3,6 +3,7 @@
 #define OPRJ_APPS_PROJECT_H
 
 #include "layout.h"
+#include "project_part.h"
 #include "project_points.h"
 #include "project_streams.h"
 
@@ -23,6 +24,7 @@ struct JobParts {
   Output &output;
   bool swapIn = false, swapOut = false;  ///< latitude (northing) stands first
   int threads = 1;
+  Part part;  ///< of the file
 };
 
 /// Lines in, lines out, through any number of files.

@@ -9,7 +9,9 @@
 namespace program {
 
 void runBinary(const JobParts &parts, const std::string &path) {
-  Input input(path, Input::Kind::kBytes, parts.console);
+  const Range range =
+      parts.part ? rangeOf(path, parts.part, Input::Kind::kBytes, parts.console) : Range();
+  Input input(path, Input::Kind::kBytes, parts.console, range);
   Progress progress(parts.console);
   // many for each thread, so that sharing them out pays
   const int32_t most = parts.threads > 1 ? parts.threads * 16 * kBatch : kBatch;
@@ -19,7 +21,7 @@ void runBinary(const JobParts &parts, const std::string &path) {
   const auto swapAll = [&points](size_t count) {
     for (size_t i = 0; i < count; ++i) std::swap(points[i].x, points[i].y);
   };
-  int64_t total = 0;
+  int64_t total = range.begin / static_cast<int64_t>(sizeof(Oprj_Point));
   size_t held = 0;
   for (bool ended = false; !ended;) {
     const size_t got = input.read(bytes + held, points.size() * sizeof(Oprj_Point) - held);

@@ -205,12 +205,15 @@ bool alternates(std::string_view head, size_t zeroAt) {
 /// The file itself.
 class Input::File : public Source {
  public:
-  File(const std::string &path, Input &input) : input_(input), descriptor_(STDIN_FILENO) {
+  File(const std::string &path, Range range, Input &input)
+      : input_(input), left_(range.end - range.begin), descriptor_(STDIN_FILENO) {
     if (path == "-") return;
     descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor_ < 0) fail("cannot open");
     struct stat about;
-    if (fstat(descriptor_, &about) == 0 && S_ISREG(about.st_mode)) input_.size_ = about.st_size;
+    if (fstat(descriptor_, &about) == 0 && S_ISREG(about.st_mode))
+      input_.size_ = std::min(range.end, int64_t{about.st_size}) - range.begin;
+    if (range.begin > 0 && lseek(descriptor_, range.begin, SEEK_SET) < 0) fail("cannot read");
   }
   ~File() override {
     if (descriptor_ > STDERR_FILENO) close(descriptor_);
@@ -220,8 +223,10 @@ class Input::File : public Source {
 
   size_t read(char *to, size_t size) override {
     while (true) {
-      const ssize_t got = ::read(descriptor_, to, size);
+      const ssize_t got =
+          ::read(descriptor_, to, static_cast<size_t>(std::min(int64_t(size), left_)));
       if (got >= 0) {
+        left_ -= got;
         input_.done_ += got;
         return static_cast<size_t>(got);
       }
@@ -238,15 +243,20 @@ class Input::File : public Source {
     throw Stop(kInputOutput, std::string(what) + " " + input_.name_ + ": " + std::strerror(errno));
   }
   Input &input_;
+  int64_t left_;  ///< bytes of the range
   int descriptor_;
 };
 
-Input::Input(const std::string &path, Kind kind, const Console &console)
-    : name_(path == "-" ? "<stdin>" : path), source_(std::make_unique<File>(path, *this)) {
+Input::Input(const std::string &path, Kind kind, const Console &console, Range range)
+    : name_(path == "-" ? "<stdin>" : path),
+      begin_(range.begin),
+      source_(std::make_unique<File>(path, range, *this)) {
+  if (range.begin > 0) return;
   std::string head = firstBytes(*source_);
   const auto pushBack = [&] { source_ = std::make_unique<Pushed>(head, std::move(source_)); };
   if (head.starts_with(kGzip)) {
-    console.detail(name_ + " is packed by gzip");
+    decodedAs_ = "packed by gzip";
+    console.detail(name_ + " is " + decodedAs_);
     pushBack();
     source_ = std::make_unique<Unpacked>(std::move(source_), name_);
     head = firstBytes(*source_);
@@ -255,13 +265,17 @@ Input::Input(const std::string &path, Kind kind, const Console &console)
   if (kind == Kind::kBytes) {
     pushBack();
   } else if (little || big || alternates(head, 1) || alternates(head, 0)) {
-    console.detail(name_ + " is UTF-16; the results are UTF-8");
+    decodedAs_ = "UTF-16";
+    console.detail(name_ + " is " + decodedAs_ + "; the results are UTF-8");
     if (little || big) head.erase(0, kUtf16Little.size());
     const bool bigEndian = big || (!little && head[0] == 0);
     pushBack();
     source_ = std::make_unique<FromUtf16>(std::move(source_), bigEndian);
   } else {
-    if (head.starts_with(kUtf8Mark)) head.erase(0, kUtf8Mark.size());
+    if (head.starts_with(kUtf8Mark)) {
+      head.erase(0, kUtf8Mark.size());
+      begin_ += static_cast<int64_t>(kUtf8Mark.size());
+    }
     pushBack();
   }
 }
@@ -326,7 +340,7 @@ LineReader::Got LineReader::next(std::vector<char> &text, size_t *size) {
       return Got::kLines;
     }
     if (full && *size >= kLongestLine) return Got::kLongLine;
-    if (full) text.resize(2 * text.size());
+    if (full) text.resize(std::min(2 * text.size(), kLongestLine));
     fill(text, size);
   }
   return *size > 0 ? Got::kLines : Got::kEnd;

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -24,12 +25,18 @@ class Source {
   virtual bool ready() const = 0;
 };
 
+/// Bytes of a file: those at `begin` and behind it, up to `end`.
+struct Range {
+  int64_t begin = 0, end = std::numeric_limits<int64_t>::max();
+};
+
 /// A file or standard input ("-"), unpacked when its first bytes say that it is packed by gzip; as
-/// text also brought to UTF-8 when they say that it is UTF-16, its byte order mark left out.
+/// text also brought to UTF-8 when they say that it is UTF-16, its byte order mark left out. A
+/// range that begins later than the file is what it is; standard input has none.
 class Input {
  public:
   enum class Kind { kBytes, kText };
-  Input(const std::string &path, Kind kind, const Console &console);
+  Input(const std::string &path, Kind kind, const Console &console, Range range = {});
   ~Input();
   Input(const Input &) = delete;
   Input &operator=(const Input &) = delete;
@@ -37,13 +44,17 @@ class Input {
   size_t read(char *to, size_t size) { return source_->read(to, size); }
   bool ready() const { return source_->ready(); }
   const std::string &name() const { return name_; }
-  int64_t size() const { return size_; }  ///< of the file; below 0: not known
-  int64_t done() const { return done_; }  ///< bytes of the file read
+  int64_t size() const { return size_; }    ///< of the file, or its range; below 0: not known
+  int64_t done() const { return done_; }    ///< bytes of the file read
+  int64_t begin() const { return begin_; }  ///< of the first byte to read, in the file
+  /// "packed by gzip", "UTF-16"; null: what is read are the bytes of the file.
+  const char *decodedAs() const { return decodedAs_; }
 
  private:
   class File;
   std::string name_;
-  int64_t size_ = -1, done_ = 0;
+  int64_t size_ = -1, done_ = 0, begin_;
+  const char *decodedAs_ = nullptr;
   std::unique_ptr<Source> source_;
 };
 

@@ -149,9 +149,10 @@ void LineProjector::finishBatch(Block &block) {
   auto failure = work_.failures.begin();
   for (int32_t i = 0; i < count_; ++i) {
     const Line &line = lines_[i];
-    if (reasons_[i]) block.told.failures.push_back({block.firstLine + i, columns_[i], reasons_[i]});
+    const int64_t place = block.place(block.firstLine + i, line.text.data());
+    if (reasons_[i]) block.told.failures.push_back({place, columns_[i], reasons_[i]});
     for (; failure != work_.failures.end() && failure->index == i; ++failure)
-      block.told.failures.push_back({block.firstLine + i, columns_[i], failure->cause});
+      block.told.failures.push_back({place, columns_[i], failure->cause});
     if (line.isPoint) {
       writer_.write(block.out, line, block.layout, batch_[i]);
     } else {

@@ -34,10 +34,14 @@ class LineWriter {
 struct Block {
   std::vector<char> text;
   size_t size = 0;
-  int64_t firstLine = 1;
+  int64_t firstLine = 1, firstByte = 1;  ///< of the file
   Layout layout;
   Buffer out;
   Told told;
+  /// How a line is told of: by its number, or by its first byte.
+  int64_t place(int64_t line, const char *begin) const {
+    return told.inBytes ? firstByte + (begin - text.data()) : line;
+  }
 };
 
 /// What one thread works with.

@@ -17,19 +17,20 @@ constexpr double kFarDegrees = 10;
 
 }  // namespace
 
-void Tally::addFailure(const std::string &file, const Told::Line &failure) {
+void Tally::addFailure(const std::string &place, const Told::Line &failure) {
   auto found = causes_.find(failure.cause);
   if (found == causes_.end())
     found =
         causes_.try_emplace(causes_.size() < kCausesKept ? failure.cause : "other causes").first;
   ++found->second;
   if (failed_++ >= kReasonsShown) return;
-  tell(file + ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column) + ": " +
+  tell(place + std::to_string(failure.line) + ":" + std::to_string(failure.column) + ": " +
        failure.cause);
 }
 
 void Tally::add(const std::string &file, const Told &part) {
-  for (const Told::Line &failure : part.failures) addFailure(file, failure);
+  const std::string place = file + (part.inBytes ? ":byte " : ":");
+  for (const Told::Line &failure : part.failures) addFailure(place, failure);
   for (int64_t Told::*count :
        {&Told::points, &Told::comments, &Told::blanks, &Told::headers, &Told::pointsInComments,
         &Told::outsideGrid, &Told::outsideRegression})

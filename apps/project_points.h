@@ -49,6 +49,7 @@ struct Told {
   int64_t outsideRegression = 0;  ///< points shifted outside of a regression's area
   std::vector<int64_t> far;       ///< beside the meridians of the projector
   std::vector<Line> failures;
+  bool inBytes = false;  ///< a failure's line is told by its first byte, counted from 1
 };
 
 /// The count of points, and of those that failed: the first reasons as they come, then a count by
@@ -65,7 +66,7 @@ class Tally {
   std::string report(const std::string &end, Status status) const;
 
  private:
-  void addFailure(const std::string &file, const Told::Line &failure);
+  void addFailure(const std::string &place, const Told::Line &failure);
   const Console &console_;
   Told sums_;
   int64_t failed_ = 0;

@@ -43,23 +43,29 @@ class TextJob::Files {
   };
 
   void projectFile(const std::string &path) {
-    Input input(path, Input::Kind::kText, parts_.console);
+    const Range range =
+        parts_.part ? rangeOf(path, parts_.part, Input::Kind::kText, parts_.console) : Range();
+    Input input(path, Input::Kind::kText, parts_.console, range);
     LineReader reader(input, parts_.console);
     LayoutFinder finder(wishes_, parts_.from, parts_.console);
     file_ = input.name();
+    if (range.begin > 0) settleBefore(path, range.begin, finder);
     needsLineFeed_ = unfinished_;
-    int64_t line = 1;
+    int64_t line = 1, byte = input.begin() + 1;
     while (true) {
       if (!reader.ready()) commitAll();  // while more is waited for, what is done is shown
       Hand &hand = *free_.back()->get();
       Block &block = hand.block;
       block.out.clear();
       block.told = {};
+      block.told.inBytes = static_cast<bool>(parts_.part);
       block.firstLine = line;
+      block.firstByte = byte;
       const LineReader::Got got = reader.next(block.text, &block.size);
       if (got == LineReader::Got::kEnd) return;
+      byte += static_cast<int64_t>(block.size);
       if (got == LineReader::Got::kLongLine) {
-        passLongLine(block, reader, finder.layout());
+        byte += passLongLine(block, reader, finder.layout());
         ++line;
         continue;
       }
@@ -67,6 +73,25 @@ class TextJob::Files {
       const size_t settledAt = finder.settled() ? 0 : settle(hand, finder);
       block.layout = finder.layout();
       submit(settledAt);
+    }
+  }
+
+  /// What the lines in front of a part say of its layout, up to its first byte.
+  void settleBefore(const std::string &path, int64_t begin, LayoutFinder &finder) {
+    Input input(path, Input::Kind::kText, parts_.console, {0, begin});
+    LineReader reader(input, parts_.console);
+    std::vector<char> text;
+    size_t size;
+    for (LineReader::Got got; !finder.settled();) {
+      if ((got = reader.next(text, &size)) == LineReader::Got::kEnd) return;
+      if (got == LineReader::Got::kLongLine) {
+        while (reader.takeRest(text, &size)) continue;
+        continue;
+      }
+      for (const char *p = text.data(), *const end = p + size; p < end && !finder.settled();) {
+        if (finder.takeLine(file_, lineAt(p, end, &p).text) == LayoutFinder::Line::kHeader)
+          warnOfHeights(finder);
+      }
     }
   }
 
@@ -93,7 +118,8 @@ class TextJob::Files {
         const char *reason;
         int64_t column;
         hand.projector.read(line, layout, &reason, &column);
-        block.told.failures.push_back({block.firstLine, column, reason ? reason : finder.reason()});
+        block.told.failures.push_back(
+            {block.place(block.firstLine, p), column, reason ? reason : finder.reason()});
         ++block.told.points;
         writer_.write(block.out, line, layout, {NAN, NAN});
       }
@@ -103,13 +129,17 @@ class TextJob::Files {
     return static_cast<size_t>(p - block.text.data());
   }
 
-  /// Written once for all files whose headers agree.
-  void takeHeader(Block &block, const Line &line, const LayoutFinder &finder) {
+  void warnOfHeights(const LayoutFinder &finder) {
     if (finder.heightColumn() >= 0 && !std::exchange(heightsTold_, true) &&
         shiftsBetween(parts_.from, parts_.to))
       parts_.console.warn(file_ + ": the heights in column " +
                           std::to_string(finder.heightColumn() + 1) +
                           " are passed on as they are: heights are not shifted");
+  }
+
+  /// Written once for all files whose headers agree.
+  void takeHeader(Block &block, const Line &line, const LayoutFinder &finder) {
+    warnOfHeights(finder);
     if (hasHeader_ && header_ == line.text) return;
     if (hasHeader_) parts_.console.warn(file_ + ": its header differs from the one before it");
     hasHeader_ = true;
@@ -118,8 +148,9 @@ class TextJob::Files {
   }
 
   /// A line that does not fit into memory's bounds keeps its place with nan. What follows of it is
-  /// passed on when its coordinates stand in what was read.
-  void passLongLine(Block &block, LineReader &reader, const Layout &layout) {
+  /// passed on when its coordinates stand in what was read. Returns its
+  /// length.
+  int64_t passLongLine(Block &block, LineReader &reader, const Layout &layout) {
     commitAll();
     Line line;
     line.text = {block.text.data(), block.size};
@@ -133,11 +164,15 @@ class TextJob::Files {
     writer_.write(block.out, line, layout, {NAN, NAN});
     block.told.points = 1;
     block.told.failures.push_back(
-        {block.firstLine, 1, "the line is longer than " + std::to_string(kLongestLine) + " bytes"});
+        {block.place(block.firstLine, block.text.data()), 1,
+         "the line is longer than " + std::to_string(kLongestLine) + " bytes"});
     commit(block);
+    int64_t length = 0;
     while (reader.takeRest(block.text, &block.size)) {
+      length += static_cast<int64_t>(block.size);
       if (inside) put({block.text.data(), block.size});
     }
+    return length;
   }
 
   void submit(size_t from) {

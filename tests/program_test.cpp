@@ -579,6 +579,95 @@ TEST_F(Program, AnyNumberOfThreadsWritesTheSame) {
   }
 }
 
+TEST_F(Program, PartsOfAFileJoinToTheWhole) {
+  const std::string longLine = std::string(1100000, 'x') + "\n";  // nan, wherever blocks begin
+  const struct {
+    std::string options, text;
+    int64_t parts;  // 0: one for every byte, and more
+  } cases[] = {
+      {"", "lon,lat,n\n-75,40,a\n\n# c\n-75,41,b\nbad,1,c\n-74,40,d\n", 0},
+      {"--columns Hoch,Rechts --swap-in", "Hoch;Rechts\r\n40;-75\r\n41;-75\r\n", 0},
+      {"", "\xEF\xBB\xBF-75 40\n-75 41\n-75 x\n-74 41", 0},
+      {"", "\n\n\n", 0},
+      {"", "", 3},
+      {"", "a title\n1\n\n# -75 40\nsep\nname\tlat\tlon\televation\nA\t40\t-75\t7\n", 0},
+      {"--header no --delimiter semicolon", "nothing;here\nis;a point\n-75;40\n", 0},
+      {"", longLine + "-75 40\n" + longLine + "-75 41\n-75 40 " + longLine, 7},
+      {"--threads 3",
+       [] {
+         std::string many;
+         for (int i = 0; i < 30000; ++i) many += std::to_string(-78 + i * 2e-4) + ",40.5,x\n";
+         return many + "-75";
+       }(),
+       5},
+      {"--binary", std::string(5 * 16 + 3, 'A'), 0},
+  };
+  for (const auto &each : cases) {
+    const std::string file = folder_.write("file", each.text);
+    const Outcome whole = run(kFromTo + each.options + " " + file);
+    const auto size = static_cast<int64_t>(each.text.size());
+    std::string joined, told;
+    const int64_t parts = each.parts ? each.parts : size + 2;
+    for (int64_t i = 1; i <= parts; ++i) {
+      const Outcome part = run(kFromTo + each.options + " --part " + std::to_string(i) + "/" +
+                               std::to_string(parts) + " " + file);
+      joined += part.out;
+      EXPECT_LE(part.status, whole.status) << each.text.substr(0, 40);
+      std::istringstream lines(part.err);
+      for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with("oprj: warning")) told += line + "\n";
+      }
+    }
+    EXPECT_TRUE(joined == whole.out) << each.text.substr(0, 40) << "\n" << joined.substr(0, 400);
+    // the same reasons, at the bytes where the lines of the whole begin
+    std::istringstream lines(whole.err);
+    std::string expected;
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("oprj: warning")) continue;
+      if (line.starts_with(file + ":") && each.options != "--binary") {
+        int number = std::stoi(line.substr(file.size() + 1));
+        size_t at = each.text.starts_with("\xEF") && number == 1 ? 3 : 0;
+        while (--number > 0) at = each.text.find('\n', at) + 1;
+        line =
+            file + ":byte " + std::to_string(at + 1) + line.substr(line.find(':', file.size() + 1));
+      }
+      expected += line + "\n";
+    }
+    EXPECT_EQ(told, expected);
+  }
+}
+
+TEST_F(Program, PartsAreCutOnlyWhereAFileCanBeCut) {
+  const std::string file = folder_.write("file", "-75 40\n-75 41\n");
+  const std::string wide = folder_.write("wide", std::string("-\0"
+                                                             "7\0"
+                                                             "5\0 \0",
+                                                             8));
+  ASSERT_EQ(std::system(("gzip < " + file + " > " + path("packed")).c_str()), 0);
+  const struct {
+    std::string arguments, message;
+  } cases[] = {
+      {"1/2 -", "--part cuts a file at its bytes: standard input has no parts"},
+      {"1/2", "standard input has no parts"},
+      {"1/2 /dev/zero", "/dev/zero is no plain file"},
+      {"2/2 " + path("packed"), path("packed") + " is packed by gzip"},
+      {"2/2 --binary " + path("packed"), path("packed") + " is packed by gzip"},
+      {"2/2 " + wide, wide + " is UTF-16"},
+      {"1/2 " + file + " " + file, "--part shares out one file"},
+      {"0/2 " + file, "--part: 0/2 is no part I/N, with I from 1 to N"},
+      {"3/2 " + file, "3/2 is no part"},
+      {"1 " + file, "1 is no part"},
+      {"1/x " + file, "1/x is no part"},
+  };
+  for (const auto &each : cases) {
+    const Outcome outcome = run(kFromTo + "--part " + each.arguments);
+    EXPECT_EQ(outcome.status, 2) << each.arguments;
+    EXPECT_EQ(outcome.out, "");
+    expectParts(outcome.err, each.message);
+  }
+  EXPECT_EQ(run(kFromTo + "--digits 0 --part 2147483647/2147483647 " + file).out, "");
+}
+
 TEST_F(Program, TheSamePointByEveryWayToNameAZone) {
   std::string first;
   for (const std::string zone :
