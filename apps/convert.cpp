@@ -63,21 +63,15 @@ constexpr struct {
 }  // namespace
 
 std::string engineTextOf(Oint_Toolkit *, const System &system) {
-  if (isEngineText(system.text)) {  // as it is, but for the blanks between its parts
-    char *read = nullptr;
-    Slot err;
-    Oawp_PE_COORDSYS *object = oawp_PE_pe_coordsys_from_string(system.text.c_str());
-    read = oawp_PE_pe_coordsys_to_string(object, nullptr, 0);
-    oawp_PE_pe_coordsys_del(object);
-    const OwnedText text(read);
-    if (text) return text.get();
-  }
+  // One that was given stays as it is, but for the blanks between its parts.
+  OwnedEngineSystem object = readEngineText(system.text.c_str());
+  if (!object) object = engineSystemOf(*system.record);
   Slot err;
-  Oawp_PE_COORDSYS *object =
-      oprj_ProParametersToCOORDSYS(system.record.get(), system.unit.c_str(), nullptr, err.get());
+  if (!object)
+    object.reset(
+        oprj_ProParametersToCOORDSYS(system.record.get(), system.unit.c_str(), nullptr, err.get()));
   if (!object) throw Stop(kUnusable, system.title + ": " + err.rootMessage());
-  const OwnedText text(oawp_PE_pe_coordsys_to_string(object, nullptr, 0));
-  oawp_PE_pe_coordsys_del(object);
+  const OwnedText text(oawp_PE_pe_coordsys_to_string(object.get(), nullptr, 0));
   if (!text) throw Stop(kUnusable, system.title + ": its text cannot be made");
   return text.get();
 }

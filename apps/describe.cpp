@@ -26,6 +26,20 @@ void line(const char *label, const std::string &value) {
   std::printf("%-16s%s\n", label, value.c_str());
 }
 
+/// A system that the Projection Engine computes: its projection and what that reads.
+void describeEngine(const Oawp_PE_COORDSYS *engine) {
+  if (!oawp_PE_pe_projcs_p(engine))
+    return line("projection",
+                "none: geographic, from the prime meridian " +
+                    std::string(oawp_PE_pe_primem_name(oawp_PE_pe_geogcs_primem(engine))));
+  line("projection", oawp_PE_pe_projection_name(oawp_PE_pe_projcs_projection(engine)) +
+                         std::string(", of the Projection Engine"));
+  const auto *const *parameter = oawp_PE_pe_projcs_parameters(engine);
+  for (; parameter && *parameter; ++parameter)
+    line("", oawp_PE_pe_parameter_name(*parameter) +
+                 (" = " + numberText(oawp_PE_pe_parameter_value(*parameter))));
+}
+
 /// The slots of a record and its text.
 struct Described {
   const Oprj_DblArray &slots;
@@ -62,13 +76,16 @@ Status describe(const std::string &written, const Console &console) {
   const Oprj_ProParameters &record = *system.record;
   Slot err;
   line("system", system.title);
-  line("projection", record.proType == OPRJ_EXTERNAL
-                         ? std::string("external, ") + record.proExeName.data
-                         : std::to_string(record.proNumber) + ", " + record.proName.data);
+  const OwnedEngineSystem engine = engineSystemOf(record);
+  if (engine) describeEngine(engine.get());
+  else
+    line("projection", record.proType == OPRJ_EXTERNAL
+                           ? std::string("external, ") + record.proExeName.data
+                           : std::to_string(record.proNumber) + ", " + record.proName.data);
   const OwnedText text(oprj_ProParametersToText(
       toolkit, &record, ocvt_UnitSetByName(system.unit.c_str(), nullptr), err.get()));
   Described described{record.proParams, text ? text.get() : ""};
-  if (const Oprj_Query *query = oprj_QueryByExample(toolkit, &record, err.get()))
+  if (const Oprj_Query *query = engine ? nullptr : oprj_QueryByExample(toolkit, &record, err.get()))
     oprj_QueryEntriesVisit(query->proParamsQuerylist, &record.proParams, printSlot, &described);
   const Oprj_Spheroid &spheroid = system.spheroid();
   line("spheroid", spheroid.sphereName.data ? spheroid.sphereName.data : "");
@@ -98,7 +115,7 @@ Status describe(const std::string &written, const Console &console) {
   Status status = kGood;
   try {
     requireProjection(toolkit, system, console);
-    line("computed", "natively");
+    line("computed", engine ? "by the Projection Engine" : "natively");
   } catch (const Stop &stop) {
     line("computed", std::string("not at all: ") + stop.what());
     status = stop.status;

@@ -12,12 +12,23 @@
 namespace program {
 namespace {
 
+/// The parameters of a system that the Projection Engine computes, as it names them.
+void addParts(const Oawp_PE_COORDSYS *engine, std::map<std::string, std::string> &parts) {
+  if (!oawp_PE_pe_projcs_p(engine)) return;
+  parts["projection"] = oawp_PE_pe_projection_name(oawp_PE_pe_projcs_projection(engine));
+  const auto *const *parameter = oawp_PE_pe_projcs_parameters(engine);
+  for (; parameter && *parameter; ++parameter)
+    parts[oawp_PE_pe_parameter_name(*parameter)] =
+        numberText(oawp_PE_pe_parameter_value(*parameter));
+}
+
 /// The description's parts by their keys; the projection's name under "projection".
 std::map<std::string, std::string> partsOf(Oint_Toolkit *toolkit, const System &system) {
   std::map<std::string, std::string> parts;
   Slot err;
   const OwnedText text(oprj_ProParametersToText(toolkit, system.record.get(), nullptr, err.get()));
-  std::string_view rest = text && !isEngineText(text.get()) ? text.get() : system.title.c_str();
+  const OwnedEngineSystem engine = engineSystemOf(*system.record);
+  std::string_view rest = text && !engine ? text.get() : system.title.c_str();
   for (bool first = true; first || !rest.empty(); first = false) {
     const size_t end = std::min(rest.find(';'), rest.size());
     const std::string_view part = trimmed(rest.substr(0, end));
@@ -27,6 +38,7 @@ std::map<std::string, std::string> partsOf(Oint_Toolkit *toolkit, const System &
     else
       parts[std::string(part.substr(0, equals))] = part.substr(std::min(equals + 1, part.size()));
   }
+  if (engine) addParts(engine.get(), parts);
   parts.erase("spheroid");
   const Oprj_Spheroid &spheroid = system.spheroid();
   parts["spheroid"] = spheroid.sphereName.data ? spheroid.sphereName.data : "";
@@ -46,7 +58,7 @@ int tellParts(Oint_Toolkit *toolkit, const System &first, const System &second) 
   for (const auto &[key, values] : all) {
     if (values.first == values.second) continue;
     const auto shown = [](const std::string &value) { return value.empty() ? "-" : value.c_str(); };
-    std::printf("%-12s%s  |  %s\n", key.c_str(), shown(values.first), shown(values.second));
+    std::printf("%-11s %s  |  %s\n", key.c_str(), shown(values.first), shown(values.second));
     ++count;
   }
   if (!count) std::printf("No parameter differs.\n");

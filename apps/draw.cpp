@@ -149,7 +149,7 @@ Map::Map(const Options &options, const System &system, std::optional<Box> area,
          Oint_Toolkit *toolkit, const Console &console)
     : options_(options),
       console_(console),
-      sheet_(toolkit, system.record.get()),
+      sheet_(requireProjection(toolkit, system, console)),
       patches_(area ? patchOf(*area, sheet_) : domainOf(toolkit, *system.record, sheet_)),
       window_(windowOf(patches_, sheet_)) {
   constexpr double kCoarsest = 1 * kDegree, kMostSteps = 4000, kSteps = 60;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "system.h"
+
 namespace program::draw {
 namespace {
 
@@ -72,6 +74,22 @@ constexpr Rule kRules[] = {
     {69, Shape::kBand, 180, -80, 80},
 };
 
+/// Caps that the Projection Engine computes, by its names; its others show the whole globe around
+/// the central meridian.
+constexpr struct {
+  std::string_view name;
+  double width;  ///< degrees around the centre
+} kEngineCaps[] = {
+    {"Azimuthal_Equidistant", 179},
+    {"Geostationary_Satellite", 80},
+    {"IGAC_Plano_Cartesiano", 2},
+    {"Laborde_Oblique_Mercator", 10},
+    {"Lambert_Azimuthal_Equal_Area", 179},
+    {"Peirce_Quincuncial", 180},
+    {"Rectified_Skew_Orthomorphic_Center", 20},
+    {"Rectified_Skew_Orthomorphic_Natural_Origin", 20},
+};
+
 /// Lobes of the interrupted maps, west to east: they meet along the equator.
 struct Lobe {
   double west, east;
@@ -101,6 +119,7 @@ class Domain {
       : toolkit_(toolkit), record_(record), sheet_(sheet) {}
 
   std::vector<Patch> patches() const {
+    if (const OwnedEngineSystem engine = engineSystemOf(record_)) return enginePatches(*engine);
     const Rule *rule = std::find_if(std::begin(kRules), std::end(kRules),
                                     [&](const Rule &r) { return r.number == record_.proNumber; });
     return patches(rule == std::end(kRules) ? kWorld : *rule);
@@ -109,6 +128,27 @@ class Domain {
  private:
   double slot(int32_t index) const {
     return index >= 0 && index < record_.proParams.count ? record_.proParams.data[index] : 0.0;
+  }
+
+  /// Around the central meridian or the centre.
+  static std::vector<Patch> enginePatches(const Oawp_PE_COORDSYS &system) {
+    const bool projected = oawp_PE_pe_projcs_p(&system) != 0;
+    const Oawp_PE_GEOGCS *geogcs = projected ? oawp_PE_pe_projcs_geogcs(&system) : &system;
+    const double degree = oawp_PE_pe_unit_factor(oawp_PE_pe_geogcs_unit(geogcs));
+    double lat = 0, lon = oawp_PE_pe_primem_longitude(oawp_PE_pe_geogcs_primem(geogcs)) * kDegree;
+    if (!projected) return {band(lon, 180, -90, 90)};
+    for (const auto *const *list = oawp_PE_pe_projcs_parameters(&system); list && *list; ++list) {
+      const std::string name = lower(oawp_PE_pe_parameter_name(*list));
+      const double value = oawp_PE_pe_parameter_value(*list) * degree;
+      if (name == "central_meridian" || name.starts_with("longitude_of_")) lon += value;
+      if (name.starts_with("latitude_of_")) lat = value;
+    }
+    const std::string name = oawp_PE_pe_projection_name(oawp_PE_pe_projcs_projection(&system));
+    for (const auto &[cap, width] : kEngineCaps) {
+      if (lower(cap) == lower(name))
+        return {Patch::cap(Frame::poleAt({lon, lat}), width * kDegree)};
+    }
+    return {band(lon, 180, -90, 90)};
   }
 
   std::vector<Patch> patches(const Rule &rule) const {

@@ -43,14 +43,6 @@ Box Reach::range() const {
   return {centre.x - wide, south, centre.x + wide, north};
 }
 
-Sheet::Sheet(Oint_Toolkit *toolkit, const Oprj_ProParameters *record) {
-  Slot err;
-  Oprj_MapProjectionEx *handle = nullptr;
-  const bool made = oprj_ProjectionInit(toolkit, record, &handle, err.get()) != 0;
-  handle_.reset(handle);
-  if (!made) throw Stop(kUnusable, err.text());
-}
-
 std::optional<Oprj_Point> Sheet::project(Oprj_Point globe) const {
   Slot err;
   Oprj_Point sheet;

@@ -15,8 +15,7 @@ inline constexpr double kPi = 3.14159265358979323846;
 /// The plane of a coordinate system. Points on the globe are longitude and latitude in radians.
 class Sheet {
  public:
-  /// Throws Stop when the system cannot be used.
-  Sheet(Oint_Toolkit *toolkit, const Oprj_ProParameters *record);
+  explicit Sheet(OwnedHandle handle) : handle_(std::move(handle)) {}
   /// Nothing where the projection stops.
   std::optional<Oprj_Point> project(Oprj_Point globe) const;
   std::optional<Oprj_Point> unproject(Oprj_Point sheet) const;

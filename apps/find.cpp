@@ -96,16 +96,14 @@ class Search {
     Console quiet;
     quiet.quiet = true;
     System system;
+    OwnedHandle handle;
     try {
       system = readSystem(toolkit_, text, quiet);
+      handle = requireProjection(toolkit_, system, quiet);
     } catch (const Stop &) {
       return;
     }
-    Slot err;
-    Oprj_MapProjectionEx *made = nullptr;
-    oprj_ProjectionInit(toolkit_, system.record.get(), &made, err.get());
-    const OwnedHandle handle(made);
-    if (!handle || !isEarth(system.spheroid())) return;
+    if (!isEarth(system.spheroid())) return;
     static constexpr const char *kLengths[] = {"meters", "us_survey_feet", "feet", "kilometers"};
     static constexpr const char *kAngles[] = {"dd", "radians", "grads", "seconds"};
     for (const char *unit : system.geographic ? kAngles : kLengths) {

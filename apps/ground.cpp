@@ -10,14 +10,6 @@ namespace {
 
 constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
 
-OwnedHandle handleOf(Oint_Toolkit *toolkit, const System &system, const Console &console) {
-  requireProjection(toolkit, system, console);
-  Slot err;
-  Oprj_MapProjectionEx *made = nullptr;
-  oprj_ProjectionInit(toolkit, system.record.get(), &made, err.get());
-  return OwnedHandle(made);
-}
-
 }  // namespace
 
 double distanceBetween(const Oprj_Spheroid &spheroid, const Oprj_Point &one,
@@ -72,8 +64,8 @@ Ground::Ground(Oint_Toolkit *toolkit, const System &first, const System &second,
                const Console &console)
     : first_(first),
       second_(second),
-      from_(handleOf(toolkit, first, console)),
-      to_(handleOf(toolkit, second, console)),
+      from_(requireProjection(toolkit, first, console)),
+      to_(requireProjection(toolkit, second, console)),
       shifts_(shiftsBetween(first, second)) {
   if (shifts_) requireShift(second, first);
 }

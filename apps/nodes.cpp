@@ -78,9 +78,7 @@ System readLayerSystem(Oint_Toolkit *toolkit, const std::string &text, const Con
     system.gridTrouble = err.rootMessage();
   }
   finishSystem(toolkit, system,
-               unitOfLayer(file.get(), place.layer,
-                           system.record->proType == OPRJ_INTERNAL && system.record->proNumber == 0,
-                           console));
+               unitOfLayer(file.get(), place.layer, isGeographic(*system.record), console));
   return system;
 }
 

@@ -89,9 +89,8 @@ Status run(Options &options, const Console &console) {
   if (options.format.dms && !to.inDegrees())
     throw Stop(kUsage, "--dms writes degrees: the output is in " + to.unit);
   requireShift(from, to);
-  for (const std::string &caution : cautionsOf(toolkit, *makePair(toolkit, from, to, console)))
-    console.warn(caution);
   const Projector projector(toolkit, from, to, console, options.verify, options.strict);
+  for (const std::string &caution : cautionsOf(toolkit, projector.pair())) console.warn(caution);
   console.detail(std::string("axis order: longitude (easting) first") +
                  (options.swapIn ? ", in the input second" : "") +
                  (options.swapOut ? ", in the output second" : "") + "; input in " + from.unit +

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <functional>
 
+#include "shift.h"
+
 namespace program {
 namespace {
 
@@ -68,7 +70,7 @@ std::string Tally::report(const std::string &end, Status status) const {
 Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to,
                      const Console &console, double verify, bool strict)
     : console_(console),
-      pair_(oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err_.get())),
+      pair_(makePair(toolkit, from, to, console)),
       inFactor_(from.unitFactor),
       outFactor_(to.unitFactor),
       toGeographic_(to.geographic),
@@ -76,10 +78,11 @@ Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to
       largestY_(to.geographic ? kLargestLatitude : DBL_MAX),
       verify_(verify),
       strict_(strict) {
-  if (!pair_) throw Stop(kUnusable, err_.text());
+  requireShift(*pair_, from, to);
   const bool equal = oprj_MapProjectionEqual(pair_->in, pair_->out, err_.get()) != 0;
   identity_ = equal && inFactor_ == outFactor_;
-  if (equal) return;
+  // The engine's Transverse Mercator has no series that end.
+  if (equal || std::string_view(pair_->in->title) != OPRJ_TITLE_NATIVE) return;
   watch(toolkit, from, to, true);
   watch(toolkit, to, from, false);
 }

@@ -99,6 +99,7 @@ class Projector {
   void project(Oprj_Point *points, int32_t count, Work &work, Told &told,
                int32_t threads = 1) const;
 
+  const Oprj_ProjectionPair &pair() const { return *pair_; }
   /// Points far beside the central meridian of a Transverse Mercator.
   void warnOfFarPoints(const std::vector<int64_t> &far) const;
 

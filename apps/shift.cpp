@@ -18,10 +18,19 @@ bool shiftsBetween(const System &from, const System &to) {
 
 OwnedPair makePair(Oint_Toolkit *toolkit, const System &from, const System &to,
                    const Console &console) {
-  for (const System *system : {&from, &to}) requireProjection(toolkit, *system, console);
   Slot err;
-  OwnedPair pair(oprj_ProjectionPairInit(toolkit, from.record.get(), to.record.get(), err.get()));
+  OwnedPair pair(oprj_ProjectionPairCreate(err.get()));
   if (!pair) throw Stop(kUnusable, err.text());
+  pair->in = requireProjection(toolkit, from, console).release();
+  pair->out = requireProjection(toolkit, to, console).release();
+  if (std::string_view(pair->in->title) == pair->out->title) return pair;
+  // A pair has one function set: the engine takes the other system too.
+  const System &native = pair->in->title == std::string_view(OPRJ_TITLE_NATIVE) ? from : to;
+  for (Oprj_MapProjectionEx *handle : {pair->in, pair->out}) {
+    if (oprj_MapProjectionConvert(handle, OPRJ_TITLE_PE, err.get())) continue;
+    throw Stop(kUnusable,
+               native.title + " beside a system of the Projection Engine: " + err.rootMessage());
+  }
   return pair;
 }
 
@@ -69,6 +78,20 @@ void requireShift(const System &from, const System &to) {
   int64_t index;
   if (err && !oerr_PointGet(err.report(), &index, nullptr, nullptr))
     throw Stop(kUnusable, between + "cannot be made: " + err.rootMessage());
+}
+
+void requireShift(const Oprj_ProjectionPair &pair, const System &from, const System &to) {
+  Slot err;
+  const char *title = pair.in->title;
+  if (std::string_view(title) == OPRJ_TITLE_NATIVE) return;  // the systems have told
+  const void *source = oprj_MapProjectionGCSRGet(pair.in, title, err.get()),
+             *target = oprj_MapProjectionGCSRGet(pair.out, title, err.get());
+  pair.in->functions->gcsTransform(source, target, 0, nullptr, err.get());
+  if (!err) return;
+  throw Stop(kUnusable, std::string("points cannot be shifted from \"") + from.datumName() +
+                            "\" to \"" + to.datumName() +
+                            "\" where the Projection Engine computes a system: project by way of "
+                            "geographic coordinates on the datum of that system");
 }
 
 }  // namespace program

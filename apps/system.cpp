@@ -95,24 +95,38 @@ std::vector<std::string> choicesOf(Oint_Toolkit *toolkit, const Oerr_Report *rep
 }  // namespace
 
 void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit) {
-  system.geographic =
-      unit ? unit->kind == OCVT_KIND_ANGLE
-           : system.record->proType == OPRJ_INTERNAL && system.record->proNumber == 0;
+  Slot err;
+  const OwnedEngineSystem engine = engineSystemOf(*system.record);
+  const OwnedText own(!unit && engine ? oprj_COORDSYSUnitName(engine.get(), err.get()) : nullptr);
+  if (own) unit = ocvt_UnitSetByName(own.get(), err.get());
+  system.geographic = isGeographic(*system.record);
   if (!unit) unit = ocvt_UnitSetByName(system.geographic ? "dd" : "meters", nullptr);
   system.unit = unit->name;
   system.unitFactor = unit->factor;
-  Slot err;
   const OwnedText title(oprj_ProParametersTitle(toolkit, system.record.get(), err.get()));
   if (!title) throw Stop(kUnusable, err.text());
   system.title = title.get();
 }
 
-bool isEngineText(const std::string &text) {
-  Oawp_PE_COORDSYS *object = oawp_PE_pe_coordsys_from_string(text.c_str());
+OwnedEngineSystem readEngineText(const char *text) {
+  OwnedEngineSystem system(oawp_PE_pe_coordsys_from_string(text));
   Slot err;
   oawp_PE_ReportTake(err.get());
-  oawp_PE_pe_coordsys_del(object);
-  return object != nullptr;
+  return system;
+}
+
+bool isEngineText(const std::string &text) { return readEngineText(text.c_str()) != nullptr; }
+
+OwnedEngineSystem engineSystemOf(const Oprj_ProParameters &record) {
+  if (record.proType != OPRJ_INTERNAL) return nullptr;
+  const OwnedText text(oprj_CharStrToString(&record.proExeName));
+  return text && *text ? readEngineText(text.get()) : nullptr;
+}
+
+bool isGeographic(const Oprj_ProParameters &record) {
+  if (record.proType != OPRJ_INTERNAL || record.proNumber != 0) return false;
+  const OwnedEngineSystem engine = engineSystemOf(record);
+  return !engine || !oawp_PE_pe_projcs_p(engine.get());
 }
 
 std::string fileText(const std::string &path) {
@@ -221,13 +235,23 @@ std::string complaintOf(Oint_Toolkit *toolkit, const std::string &text, const st
 
 }  // namespace
 
-void requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console) {
+OwnedHandle requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console) {
   Slot err;
   Oprj_MapProjectionEx *made = nullptr;
   oprj_ProjectionInit(toolkit, system.record.get(), &made, err.get());
-  if (OwnedHandle(made)) return;
-  console.detail(err.text());
-  throw Stop(kUnusable, system.title + ": " + complaintOf(toolkit, system.text, err.rootMessage()));
+  OwnedHandle handle(made);
+  if (!handle) {
+    console.detail(err.text());
+    throw Stop(kUnusable,
+               system.title + ": " + complaintOf(toolkit, system.text, err.rootMessage()));
+  }
+  if (const auto *engine = static_cast<const Oawp_PE_PROJCS *>(
+          oprj_MapProjectionPCSRGet(handle.get(), OPRJ_TITLE_PE, err.get()))) {
+    oawp_PE_pe_geog_to_proj(engine, 0, nullptr);
+    oawp_PE_ReportTake(err.get());
+    if (err) throw Stop(kUnusable, system.title + ": " + err.rootMessage());
+  }
+  return handle;
 }
 
 }  // namespace program

@@ -10,6 +10,10 @@
 
 namespace program {
 
+struct DeleteEngineSystem {
+  void operator()(Oawp_PE_COORDSYS *system) const { oawp_PE_pe_coordsys_del(system); }
+};
+using OwnedEngineSystem = std::unique_ptr<Oawp_PE_COORDSYS, DeleteEngineSystem>;
 using OwnedNotes = std::unique_ptr<Oprj_Note, FreeBy<Oprj_Note, oprj_NotesFree>>;
 
 struct System {
@@ -37,7 +41,8 @@ std::string refusalText(const Oerr_Report *report);
 /// A name in quotes, with what the tables say of the datum that it names.
 std::string choiceText(Oint_Toolkit *toolkit, const char *name);
 
-/// Whether a text is a system of the Projection Engine.
+/// A text as a system of the Projection Engine; null for another.
+OwnedEngineSystem readEngineText(const char *text);
 bool isEngineText(const std::string &text);
 /// The whole content of a file. Throws Stop with kUnusable, also for one without any.
 std::string fileText(const std::string &path);
@@ -49,9 +54,16 @@ System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console 
 /// What a record says of the points in it; `unit` null: the usual one.
 void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit);
 
+/// The system of the Projection Engine that a record holds in place of a projection number; null
+/// for others.
+OwnedEngineSystem engineSystemOf(const Oprj_ProParameters &record);
+/// Whether points are longitudes and latitudes.
+bool isGeographic(const Oprj_ProParameters &record);
+
 /// Builds the system's projection. Throws Stop with kUnusable, telling which of the values that
-/// were written it cannot have, or what else is amiss; the chain of reports only with -v.
-void requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console);
+/// were written it cannot have, or what else is amiss, also where the Projection Engine has no
+/// formula for it; the chain of reports only with -v.
+OwnedHandle requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console);
 
 /// The help on descriptions.
 extern const char *const kSystemHelp;

@@ -1,8 +1,10 @@
 #include <oprj/chain.h>
 #include <oprj/datum_shift.h>
+#include <oprj/engine_strings.h>
 #include <oprj/families.h>
 #include <oprj/ostr.h>
 #include <oprj/project.h>
+#include <oprj/translation.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,25 +21,51 @@ constexpr double kRadians = kRadiansPerDegree;
 
 using OwnedSteps = toolkit::Owner<Oprj_ChainStep, oprj_ChainStepsFree>;
 
-/// Both systems of a pair.
+/// Both systems of a pair; those of the engine as records that hold their texts.
 struct Ends {
   const Oprj_ProParameters *in = nullptr, *out = nullptr;
+  OwnedParameters heldIn, heldOut;
 };
+
+/// Null after reporting 4.
+const Oprj_ProParameters *recordOf(const Oprj_MapProjectionEx *handle, OwnedParameters &held,
+                                   ErrorScope &e) {
+  if (!sameTitle(handle->title, OPRJ_TITLE_PE)) {
+    const auto *record = static_cast<const Oprj_ProParameters *>(
+        oprj_MapProjectionCSRGet(handle, OPRJ_TITLE_NATIVE, e.cause()));
+    if (!record) return e.fail(4, "Error returned from oprj_MapProjectionCSRGet");
+    return record;
+  }
+  char *text = nullptr;
+  if (!oprj_MapProjectionToPEString(&text, handle, nullptr, e.cause()))
+    return e.fail(4, "Error returned from oprj_MapProjectionToPEString");
+  const OwnedText owned(text);
+  held.reset(oprj_ProParametersHoldingPEString(text, e.cause()));
+  if (!held) return e.fail(4, "Error returned from oprj_ProParametersHoldingPEString");
+  return held.get();
+}
 
 /// False after reporting 3 to 5.
 bool takeEnds(const Oprj_ProjectionPair *pair, Ends &ends, ErrorScope &e) {
   if (!pair || !pair->in || !pair->out) return e.fail(3, "Invalid input Oprj_ProjectionPair");
-  const auto recordOf = [&e](const Oprj_MapProjectionEx *handle) {
-    return static_cast<const Oprj_ProParameters *>(
-        oprj_MapProjectionCSRGet(handle, OPRJ_TITLE_NATIVE, e.cause()));
-  };
-  ends = {recordOf(pair->in), nullptr};
-  if (ends.in) ends.out = recordOf(pair->out);
-  if (!ends.in || !ends.out) return e.fail(4, "Error returned from oprj_MapProjectionCSRGet");
+  ends.in = recordOf(pair->in, ends.heldIn, e);
+  if (ends.in) ends.out = recordOf(pair->out, ends.heldOut, e);
+  if (!ends.out) return false;
   if (!ends.in->proSpheroid || !ends.out->proSpheroid || !ends.in->proSpheroid->datum ||
       !ends.out->proSpheroid->datum)
     return e.fail(5, "Invalid input Oprj_Spheroid");
   return true;
+}
+
+/// Why points of a pair that is not of the native set cannot be shifted; empty when they can.
+std::string troubleBetween(const Oprj_ProjectionPair &pair) {
+  if (!sameTitle(pair.in->title, pair.out->title)) return "Unimplemented";
+  if (sameTitle(pair.in->title, OPRJ_TITLE_NATIVE)) return "";
+  ErrorScope e("shiftBetween", nullptr);
+  const void *from = oprj_MapProjectionGCSRGet(pair.in, pair.in->title, e.cause());
+  const void *to = oprj_MapProjectionGCSRGet(pair.out, pair.out->title, e.cause());
+  pair.in->functions->gcsTransform(from, to, 0, nullptr, e.cause());
+  return e.calleeFailed() ? oerr_MessageGet(oerr_RootCauseGet(e.causeReport())) : "";
 }
 
 char *newText(const char *text) {
@@ -60,7 +88,7 @@ class Chain {
     }
   }
 
-  void addShift(const Oprj_Spheroid &from, const Oprj_Spheroid &to) {
+  void addShift(const Oprj_Spheroid &from, const Oprj_Spheroid &to, const std::string &trouble) {
     Oprj_ChainStep &step = add(OPRJ_STEP_SHIFT, from, to);
     const Oprj_Datum &source = *from.datum, &destination = *to.datum;
     step.from = newText(textOf(source.datumname));
@@ -68,7 +96,8 @@ class Chain {
     step.fromType = source.type;
     step.toType = destination.type;
     step.formula = formulaOf(source, destination);
-    if (step.formula >= OPRJ_FORMULA_MOLODENSKY) measure(from, to, step);
+    if (!trouble.empty()) step.trouble = newText(trouble.c_str());
+    else if (step.formula >= OPRJ_FORMULA_MOLODENSKY) measure(from, to, step);
   }
 
   Oprj_ChainStep *release() { return steps_.release(); }
@@ -287,7 +316,7 @@ Oprj_ChainStep *oprj_ProjectionPairExplain(Oint_Toolkit *toolkit, const Oprj_Pro
     Chain chain(toolkit);
     chain.addSystem(equal ? OPRJ_STEP_COPY : OPRJ_STEP_INVERSE, *ends.in);
     if (!equal) {
-      chain.addShift(*ends.in->proSpheroid, *ends.out->proSpheroid);
+      chain.addShift(*ends.in->proSpheroid, *ends.out->proSpheroid, troubleBetween(*pair));
       chain.addSystem(OPRJ_STEP_FORWARD, *ends.out);
     }
     return chain.release();

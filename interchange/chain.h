@@ -40,7 +40,9 @@ struct Oprj_ChainStep {
 };
 
 /** The steps between the systems of a pair, in their order: a new list, free with
-    oprj_ChainStepsFree; null with a report. Pairs of native handles only. */
+    oprj_ChainStepsFree; null with a report. Systems of the Projection Engine are told by their
+    names; where a pair cannot shift between its datums, as two handles of the engine with different
+    ones, or handles of two sets, the shift's trouble says so. */
 OPRJ_API Oprj_ChainStep *oprj_ProjectionPairExplain(Oint_Toolkit *toolkit,
                                                     const Oprj_ProjectionPair *pair,
                                                     Oerr_Report **err);

@@ -307,7 +307,7 @@ OwnedParameters readEngineText(const std::string &text, std::string &unit, Oprj_
   record.reset(oprj_ProParametersHoldingPEString(text.c_str(), e.cause()));
   if (!record) throw TextRefusal{0, oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))};
   Notes told;
-  told.add(OPRJ_NOTE_NO_NUMBER, why + ": the Projection Engine computes it");
+  told.add(OPRJ_NOTE_NO_NUMBER, why + ": it is left to the Projection Engine");
   if (notes) *notes = told.release();
   name.reset(oprj_COORDSYSUnitName(system.get(), e.cause()));
   if (!name) throw std::bad_alloc();

@@ -389,7 +389,9 @@ TEST(DrawTrace, ALineBreaksWhereTheSheetTearsOrEnds) {
     const OwnedRecord record(oprj_ProParametersCreateByName(toolkit, name, slot));
     oprj_DblArrayCreate(15, &record->proParams, slot);
     oprj_SpheroidByAxes(toolkit, 1, 1, record->proSpheroid, slot);
-    const Sheet sheet(toolkit, record.get());
+    Oprj_MapProjectionEx *made = nullptr;
+    oprj_ProjectionInit(toolkit, record.get(), &made, slot);
+    const Sheet sheet{OwnedHandle(made)};
     Tracer tracer(sheet, kEverything, 1e-4, kDegree);
     std::vector<Line> images;
     for (const Line &part : patch.parts(globe)) tracer.line(patch, part, images);

@@ -54,6 +54,58 @@ TEST_F(ProgramSystems, GoFromOneFormToAnother) {
     EXPECT_EQ(run("describe " + std::string(bad)).status, 3) << bad;
 }
 
+// Systems that only the engine computes, beside others of its own and of the library; and some that
+// nobody computes.
+TEST_F(ProgramSystems, WithoutANumberGoThroughEveryCommand) {
+  const std::string wgs = "--from 'geographic; datum=WGS 84' --to ", file = path("earth.prj"),
+                    layer = path("a.img::earth");
+  EXPECT_EQ(run("convert EPSG:8857 --to prj -o " + file).status, 0);
+  EXPECT_EQ(run("convert " + file + " --to node -o " + layer).status, 0);
+  const struct {
+    std::string arguments, input;
+    int status;
+    std::string told;  ///< in the output or among the messages
+  } cases[] = {
+      {"project " + wgs + "EPSG:8857 --digits 3", "10 20\n", 0, "930502.549 2543374.082\n"},
+      {"project " + wgs + file + " --digits 3", "10 20\n", 0, "930502.549 2543374.082\n"},
+      {"project " + wgs + layer + " --digits 3", "10 20\n", 0, "930502.549 2543374.082\n"},
+      {"project -I " + wgs + layer + " --digits 6", "930502.549 2543374.082\n", 0,
+       "10.000000 20.000000\n"},
+      {"project --from 'utm; zone=33; datum=WGS 84' --to EPSG:8857 --digits 1", "500000 0\n", 0,
+       "0.0\n"},
+      {"project --from 'geographic; datum=NAD27' --to EPSG:8857", "10 20\n", 3,
+       "points cannot be shifted from \"NAD27\" to \"WGS 84\" where the Projection Engine"},
+      {"project --from '22; datum=NAD27' --to EPSG:8857", "1 1\n", 3,
+       "Projection number 22 has no Projection Engine counterpart"},
+      {"explain " + wgs + "EPSG:8857", "", 0, "to WGS_1984_Equal_Earth_Greenwich\n"},
+      {"explain --from EPSG:8858 --to " + layer, "", 0, "no shift: the same datum"},
+      {"explain --from EPSG:8857 --to " + layer, "", 0, "Both systems are equal"},
+      {"explain --from 'geographic; datum=NAD27' --to EPSG:8857", "", 3,
+       "the shift cannot be made: Cannot do a pe based geographic transformation yet"},
+      {"describe " + layer, "", 0, "computed        by the Projection Engine\n"},
+      {"describe EPSG:4807", "", 0, "longitude, latitude in grads\n"},
+      {"convert " + layer + " --to prj", "", 0, readFile(file)},
+      {"convert EPSG:8857 --to text", "", 3, "has no projection number, and so no such text"},
+      {"draw EPSG:8858 -o " + path("map.svg"), "", 0, ""},
+      {"diff EPSG:8857 EPSG:8858", "", 1, "Central_Meridian 0  |  -90\n"},
+      {"diff " + file + " " + layer, "", 0, "No parameter differs."},
+      {"find 930502.549 2543374.082 --near=10,20 --count 50", "", 0, "EPSG:8857 ("},
+      {"describe ESRI:54050", "", 3, "not at all: World_Fuller: No formula for the projection"},
+      {"project " + wgs + "ESRI:54051", "1 1\n", 3, "No formula for the projection \"Cube\""},
+      {"explain " + wgs + "ESRI:54050", "", 3, "No formula for the projection \"Fuller\""},
+      {"draw ESRI:54050 -o " + path("map.svg"), "", 3, "No formula for the projection"},
+      {"diff ESRI:54050 EPSG:8857", "", 3, "No formula for the projection \"Fuller\""},
+      {"convert ESRI:54051 --to wkt", "", 0, "PROJECTION[\"Cube\"]"},
+  };
+  for (const auto &[arguments, input, status, told] : cases) {
+    const Outcome outcome = run(arguments, input);
+    EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.err;
+    EXPECT_NE((outcome.out + outcome.err).find(told), std::string::npos)
+        << arguments << "\n"
+        << outcome.out << outcome.err;
+  }
+}
+
 TEST_F(ProgramSystems, AreComparedOnTheGround) {
   const Outcome same = run("diff 'utm; zone=17; datum=NAD83' '" + utm_ + "'");
   EXPECT_EQ(same.status, 0) << same.out << same.err;
