@@ -60,10 +60,11 @@ double degreesOf(double value, double unit) {
 }
 
 /// The figure's parameters: the spheroid, or a sphere of its semi-major axis (type 0), semi-minor
-/// axis (1) or surface (2).
-bool appendFigure(HeapText &text, const double (&axes)[2], bool sphere, double type) {
+/// axis (1) or surface (2); `radius` becomes the sphere's.
+bool appendFigure(HeapText &text, const double (&axes)[2], bool sphere, double type,
+                  double &radius) {
   const auto [a, rf] = axes;
-  double radius = a;
+  radius = a;
   if (sphere && rf != 0.0 && type != 0.0) {
     const double f = 1.0 / rf, e = std::sqrt(f * (2.0 - f));
     if (type == 1.0) radius = a * (1.0 - f);
@@ -127,13 +128,14 @@ std::unique_ptr<Operation> Operation::of(const Object &projcs, Oerr_Report **err
   text = "+proj=";
   for (char c : words) text += c == ' ' ? std::string_view(" +") : std::string_view(&c, 1);
   // Those without a central meridian of their own bring longitudes into reach themselves.
-  if (words.starts_with("omerc") || words.starts_with("tpeqd"))
-    made->reach_ = std::numeric_limits<double>::infinity();
+  if (words.starts_with("omerc")) made->reach_ = std::numeric_limits<double>::infinity();
   else text += " +over";
   const bool sphere = row->figure != Figure::kSpheroid;
   if (row->figure == Figure::kOnlySphere && spheroid->numbers[1] != 0.0)
     return noFormula(" on an ellipsoid");
-  if (!appendFigure(text, spheroid->numbers, sphere, valueOf(projcs, "Auxiliary_Sphere_Type")))
+  double radius = 0.0;
+  if (!appendFigure(text, spheroid->numbers, sphere, valueOf(projcs, "Auxiliary_Sphere_Type"),
+                    radius))
     return noFormula(" with this Auxiliary_Sphere_Type");
 
   double sign = 1.0, scale = 1.0, azimuth = 0.0;
@@ -196,6 +198,15 @@ std::unique_ptr<Operation> Operation::of(const Object &projcs, Oerr_Report **err
     made->turn_ = {k * c, -k * s, k * s, k * c};
     made->back_ = {c / k, s / k, -s / k, c / k};
   }
+  if (words == "eqc") {
+    // x = R cos(phi1) lambda, y = R phi. [Snyder87] 12-1, 12-2.
+    const double parallel =
+        std::cos(degreesOf(valueOf(projcs, "Standard_Parallel_1"), angle) * kDegree);
+    if (!(parallel > 0.0)) return noFormula(" with this Standard_Parallel_1");
+    made->perLongitude_ = radius * parallel;
+    made->perLatitude_ = radius;
+    return made;
+  }
   made->module_ = module(e.cause());
   void *first = made->module_ ? made->take(e.cause()) : nullptr;
   if (!first) {
@@ -230,6 +241,13 @@ void Operation::giveBack(void *operation) const {
 }
 
 bool Operation::run(bool forward, double *points, size_t count, Oerr_Report **err) const {
+  if (perLatitude_ != 0.0) {
+    for (double *p = points; p != points + 2 * count; p += 2) {
+      p[0] = forward ? p[0] * perLongitude_ : p[0] / perLongitude_;
+      p[1] = forward ? p[1] * perLatitude_ : p[1] / perLatitude_;
+    }
+    return true;
+  }
   void *operation = take(err);
   if (!operation) return false;
   const auto &m = forward ? turn_ : back_;

@@ -45,6 +45,8 @@ class Operation {
   HeapText definition_;
   double centralMeridian_ = 0.0;
   double reach_ = std::numbers::pi;
+  /// Where PROJ's formula is a product, it is made here: metres a radian. 0: PROJ makes it.
+  double perLongitude_ = 0.0, perLatitude_ = 0.0;
   /// The sheet's axes, from PROJ's: rows of a matrix with its inverse.
   std::array<double, 4> turn_{1.0, 0.0, 0.0, 1.0}, back_{1.0, 0.0, 0.0, 1.0};
   std::array<double, 2> origin_{};     ///< what PROJ's coordinates are farther than ours: m

@@ -168,7 +168,7 @@ constexpr ProjectionRow kProjections[] = {
     {43028, "Cassini", kSpheroid, "cass", "Central_Meridian Scale_Factor Latitude_Of_Origin:lat_0"},
     {43029, "Van_der_Grinten_I", kSphere, "vandg", "Central_Meridian"},
     {43030, "Robinson", kSphere, "robin", "Central_Meridian"},
-    {43031, "Two_Point_Equidistant", kSphere, "tpeqd",
+    {43031, "Two_Point_Equidistant", kSphere, nullptr,
      "Latitude_Of_1st_Point:lat_1 Latitude_Of_2nd_Point:lat_2=60 Longitude_Of_1st_Point:lon_1 "
      "Longitude_Of_2nd_Point:lon_2=60"},
     {43032, "Azimuthal_Equidistant", kSpheroid, "aeqd",

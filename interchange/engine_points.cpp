@@ -120,6 +120,74 @@ size_t runNative(const Oprj_MapProjectionEx &native, bool forward, double *point
   return static_cast<size_t>(done);
 }
 
+/// Brings points to what is computed with: radians from the central meridian, or metres from the
+/// origin. Returns how many came before the first that is none; NaN becomes a point like others.
+size_t enter(const Scales &s, bool forward, double reach, const Oprj_Point *in, size_t count,
+             double *points) {
+  // All are usual, in a loop that the compiler puts on vectors; NaN is not.
+  const double near = std::min(reach, kPi);
+  bool usual = true;
+  for (size_t i = 0; i < count; ++i) {
+    const double x = forward ? in[i].x * s.angle - s.origin : (in[i].x - s.falseEast) * s.length;
+    const double y = forward ? in[i].y * s.angle : (in[i].y - s.falseNorth) * s.length;
+    usual &= forward ? (std::fabs(x) <= near) & (std::fabs(y) <= kPi / 2) : x + y - (x + y) == 0.0;
+    points[2 * i] = x;
+    points[2 * i + 1] = y;
+  }
+  if (usual) return count;
+  for (size_t i = 0; i < count; ++i) {
+    double *p = points + 2 * i;
+    if (isNaN(in[i])) {
+      p[0] = p[1] = 0.0;
+    } else if (forward) {
+      p[0] = wrapped(p[0]);
+      if (!(std::fabs(in[i].x * s.angle) <= kFarthest && std::fabs(p[0]) <= reach &&
+            std::fabs(p[1]) <= kPi / 2 + kEdge))
+        return i;
+      p[1] = std::clamp(p[1], -kPi / 2, kPi / 2);
+    } else if (!std::isfinite(p[0] + p[1])) {
+      return i;
+    }
+  }
+  return count;
+}
+
+/// Brings what was computed to the caller's coordinates. Returns how many came before the first
+/// without a result.
+size_t leave(const Scales &s, bool forward, double reach, const double *points, size_t count,
+             const Oprj_Point *in, Oprj_Point *out) {
+  const auto place = [&](size_t i, double x) -> Oprj_Point {
+    const double y = points[2 * i + 1];
+    return forward ? Oprj_Point{x / s.length + s.falseEast, y / s.length + s.falseNorth}
+                   : Oprj_Point{x / s.angle, y / s.angle};
+  };
+  const double origin = forward ? 0.0 : s.origin;
+  bool usual = true;
+  for (size_t i = 0; i < count; ++i) {
+    const double x = points[2 * i], y = points[2 * i + 1];
+    usual &= (in[i].x == in[i].x) & (in[i].y == in[i].y) &
+             (forward ? x + y - (x + y) == 0.0
+                      : (std::fabs(x) <= reach) & (std::fabs(x + origin) <= kPi) &
+                            (std::fabs(y) <= kPi / 2 + kEdge));
+  }
+  if (usual) {
+    for (size_t i = 0; i < count; ++i) out[i] = place(i, points[2 * i] + origin);
+    return count;
+  }
+  for (size_t i = 0; i < count; ++i) {
+    const double x = points[2 * i], y = points[2 * i + 1];
+    if (isNaN(in[i])) {
+      out[i] = {kNaN, kNaN};
+    } else if (!std::isfinite(x + y) ||
+               (!forward && (std::fabs(x) > reach || std::fabs(y) > kPi / 2 + kEdge))) {
+      return i;
+    } else {
+      out[i] = place(i, forward ? x : wrapped(x + origin));
+    }
+  }
+  return count;
+}
+
 /// Computes up to kGroup points into `out`; returns how many came before the first without a
 /// result.
 size_t computeGroup(const Computation &c, const Scales &s, bool forward, const Oprj_Point *in,
@@ -127,45 +195,15 @@ size_t computeGroup(const Computation &c, const Scales &s, bool forward, const O
   double points[2 * kGroup];
   const double reach =
       c.native ? std::numeric_limits<double>::infinity() : c.operation->reach() + kEdge;
+  size_t fit = enter(s, forward, reach, in, count, points);
   made = true;
-  size_t fit = 0;
-  for (double *p = points; fit < count; ++fit, p += 2) {
-    if (isNaN(in[fit])) {
-      p[0] = p[1] = 0.0;
-    } else if (forward) {
-      const double longitude = in[fit].x * s.angle;
-      p[0] = wrapped(longitude - s.origin);
-      p[1] = in[fit].y * s.angle;
-      if (!(std::fabs(longitude) <= kFarthest && std::fabs(p[0]) <= reach &&
-            std::fabs(p[1]) <= kPi / 2 + kEdge))
-        break;
-      p[1] = std::clamp(p[1], -kPi / 2, kPi / 2);
-    } else {
-      p[0] = (in[fit].x - s.falseEast) * s.length;
-      p[1] = (in[fit].y - s.falseNorth) * s.length;
-      if (!std::isfinite(p[0] + p[1])) break;
-    }
-  }
   if (c.native) {
     fit = runNative(*c.native, forward, points, fit, err);
   } else {
     made = fit == 0 || c.operation->run(forward, points, fit, err);
     if (!made) return 0;
   }
-  for (size_t i = 0; i < fit; ++i) {
-    const double x = points[2 * i], y = points[2 * i + 1];
-    if (isNaN(in[i])) {
-      out[i] = {kNaN, kNaN};
-    } else if (!std::isfinite(x + y)) {
-      return i;
-    } else if (forward) {
-      out[i] = {x / s.length + s.falseEast, y / s.length + s.falseNorth};
-    } else {
-      if (std::fabs(x) > reach) return i;
-      out[i] = {wrapped(x + s.origin) / s.angle, y / s.angle};
-    }
-  }
-  return fit;
+  return leave(s, forward, reach, points, fit, in, out);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // threads.
 #include <proj.h>
 
+#include <cmath>
 #include <new>
 #include <string>
 
@@ -36,11 +37,14 @@ void *operationNew(const char *definition, Oerr_Report **err) {
 void operationDelete(void *operation) { delete static_cast<Operation *>(operation); }
 
 void transform(void *operation, bool forward, double *points, size_t count) {
-  constexpr size_t kStride = 2 * sizeof(double);
-  PJ *transformation = static_cast<Operation *>(operation)->transformation;
-  proj_errno_reset(transformation);
-  proj_trans_generic(transformation, forward ? PJ_FWD : PJ_INV, points, kStride, count, points + 1,
-                     kStride, count, nullptr, 0, 0, nullptr, 0, 0);
+  PJ *const transformation = static_cast<Operation *>(operation)->transformation;
+  const PJ_DIRECTION direction = forward ? PJ_FWD : PJ_INV;
+  for (double *const end = points + 2 * count; points != end; points += 2) {
+    const PJ_COORD made =
+        proj_trans(transformation, direction, proj_coord(points[0], points[1], 0.0, HUGE_VAL));
+    points[0] = made.v[0];
+    points[1] = made.v[1];
+  }
 }
 
 }  // namespace
