@@ -392,8 +392,9 @@ One name is one number: rows that only write belong to numbers whose texts are r
 {projections}
 Transverse Mercator is read as UTM (1) where zone, scale factor and offsets are those of a zone, and Transverse
 Mercator, Lambert, Polyconic and Oblique Mercator as State Plane (2) where datum, axes and all parameters are
-those of a zone; both are written with the projection that they stand on. 21 to 23, 25, 26, 29 and 33
-have no counterpart.
+those of a zone; both are written with the projection that they stand on. (ESRI:26788 to 26790 bear the names of Michigan's
+zones of 1964 but lie on Clarke 1866 as it is, which for these zones is enlarged by 38 parts in a million: Lambert.) 21 to 23,
+25, 26, 29 and 33 have no counterpart.
 
 ## Datums
 
