@@ -42,6 +42,12 @@ struct Shift {
   double up;          /**< metres; 0 of a horizontal one */
 };
 
+/** What stands for no shift where many are told at once. */
+inline Shift NoShift() {
+  const Shift none = {std::nan(""), std::nan(""), std::nan("")};
+  return none;
+}
+
 /** Between nodes or points: their weighted mean, or the nearest one. */
 enum class ShiftMethod { Linear, Nearest };
 
@@ -66,6 +72,11 @@ class OPRJ_API ShiftSurface : public HeapObject {
   virtual bool GetExtent(Extent &extent) const = 0;
   /** The shift at a point, its longitude in [-180, 180]. False when the surface has none there. */
   virtual bool GetShift(double lon, double lat, Shift &shift) const = 0;
+  /** The shifts at `count` points, pairs of longitude and latitude: NoShift() where there is none.
+      False with a report when the surface cannot tell. Point by point through GetShift unless a
+      kind knows better. */
+  virtual bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                         Oerr_Report **err) const;
   /** Its values are metres up, for heights. */
   virtual bool IsVertical() const;
 
@@ -81,10 +92,6 @@ class OPRJ_API ShiftSurface : public HeapObject {
 
  protected:
   ShiftSurface();
-  /** What ShiftPoints does with arguments that it has checked; point by point through GetShift
-      unless a kind knows better. */
-  virtual bool Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                   Oprj_PointReason *reasons, Oerr_Report **err) const;
 
  private:
   ShiftSurface(const ShiftSurface &);
@@ -101,10 +108,8 @@ class OPRJ_API ConstantShiftSurface : public ShiftSurface {
   ShiftSurfaceKind GetKind() const override;
   bool GetExtent(Extent &extent) const override;
   bool GetShift(double lon, double lat, Shift &shift) const override;
-
- protected:
-  bool Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-           Oprj_PointReason *reasons, Oerr_Report **err) const override;
+  bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                 Oerr_Report **err) const override;
 
  private:
   ConstantShiftSurface(double east, double north);
@@ -121,6 +126,8 @@ class OPRJ_API RegressionShiftSurface : public ShiftSurface {
   ShiftSurfaceKind GetKind() const override;
   bool GetExtent(Extent &extent) const override;
   bool GetShift(double lon, double lat, Shift &shift) const override;
+  bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                 Oerr_Report **err) const override;
 
  private:
   explicit RegressionShiftSurface(int equations);
@@ -145,12 +152,10 @@ class OPRJ_API GridShiftSurface : public ShiftSurface {
   ShiftSurfaceKind GetKind() const override;
   bool GetExtent(Extent &extent) const override;
   bool GetShift(double lon, double lat, Shift &shift) const override;
+  bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                 Oerr_Report **err) const override;
   bool IsVertical() const override;
   const GridFile::Ptr &GetFile() const;
-
- protected:
-  bool Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-           Oprj_PointReason *reasons, Oerr_Report **err) const override;
 
  private:
   GridShiftSurface(const GridFile::Ptr &file, ShiftMethod method, double nodata, double metres);
@@ -173,11 +178,9 @@ class OPRJ_API RasterShiftSurface : public ShiftSurface {
   ShiftSurfaceKind GetKind() const override;
   bool GetExtent(Extent &extent) const override;
   bool GetShift(double lon, double lat, Shift &shift) const override;
+  bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                 Oerr_Report **err) const override;
   bool IsVertical() const override;
-
- protected:
-  bool Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-           Oprj_PointReason *reasons, Oerr_Report **err) const override;
 
  private:
   RasterShiftSurface(const GridFile::Ptr &lon, const GridFile::Ptr &lat, ShiftMethod method,
@@ -203,10 +206,8 @@ class OPRJ_API VectorShiftSurface : public ShiftSurface {
   ShiftSurfaceKind GetKind() const override;
   bool GetExtent(Extent &extent) const override;
   bool GetShift(double lon, double lat, Shift &shift) const override;
-
- protected:
-  bool Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-           Oprj_PointReason *reasons, Oerr_Report **err) const override;
+  bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                 Oerr_Report **err) const override;
 
  private:
   explicit VectorShiftSurface(orvik::oprj::ShiftTriangles *triangles);
@@ -228,12 +229,10 @@ class OPRJ_API PlugInShiftSurface : public ShiftSurface {
   bool GetExtent(Extent &extent) const override;
   /** False also when the plug-in cannot tell, which ShiftPoints reports. */
   bool GetShift(double lon, double lat, Shift &shift) const override;
+  bool GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                 Oerr_Report **err) const override;
 
   struct Instance;
-
- protected:
-  bool Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-           Oprj_PointReason *reasons, Oerr_Report **err) const override;
 
  private:
   explicit PlugInShiftSurface(Instance *instance);

@@ -184,6 +184,81 @@ TEST_F(Surfaces, LeaveWhatTheyDoNotCover) {
   }
 }
 
+TEST_F(Surfaces, GiveEachPointWhatItGetsAlone) {
+  Slot err;
+  const std::string drawn = folder_.path() + "/drawn.txt", raster = kData + "/nad27.dat";
+  const auto rasterOf = [&](ShiftMethod method) {
+    return RasterShiftSurface::Make(raster.c_str(), raster.c_str(), method, NoNodata(), err);
+  };
+  const auto drawnOf = [&](ShiftMethod method) {
+    return VectorShiftSurface::Make(drawn.c_str(), method, NoNodata(), err);
+  };
+  const ShiftSurface::Ptr surfaces[] = {
+      ConstantShiftSurface::Make(1, 2, err),
+      RegressionShiftSurface::Make("NAD27 (CONUS) (MRE)", err),
+      GridShiftSurface::Make(GridFile::Open(raster.c_str(), err), ShiftMethod::Linear, NoNodata(),
+                             err),
+      rasterOf(ShiftMethod::Linear),
+      rasterOf(ShiftMethod::Nearest),
+      drawnOf(ShiftMethod::Linear),
+      drawnOf(ShiftMethod::Nearest),
+      PlugInShiftSurface::Make(kPlugIn.c_str(), "bounds -100.5 -10 -99.5 41", err)};
+  Points in = lattice(-101.5, 38.5, -98.5, 41.5, 31);  // on corners and edges, and outside of them
+  const size_t near = in.size();
+  for (const Oprj_Point &p : lattice(-131, 20, -63, 50, 9)) in.push_back(p);
+  const size_t far = in.size();
+  for (const Oprj_Point &p : lattice(179.99, 52, 180.01, 53, 5)) in.push_back(p);
+  for (size_t k = 3; k < in.size(); k += 97) in[k] = {k % 2 ? kNaN : HUGE_VAL, 0.7};
+  const auto count = static_cast<int32_t>(in.size());
+  for (const ShiftSurface::Ptr &surface : surfaces) {
+    ASSERT_TRUE(surface) << err.chain();
+    for (const bool inverse : {false, true}) {
+      SCOPED_TRACE(static_cast<int>(surface->GetKind()) * 10 + inverse);
+      Points all = in, alone(in.size());
+      std::vector<Oprj_PointReason> reasons(in.size()), own(in.size());
+      Oprj_ShiftTally tally[3];
+      oprj_ShiftTallyGet(&tally[0]);
+      EXPECT_TRUE(surface->ShiftPoints(all.data(), all.data(), count, inverse, &reasons[0], err));
+      oprj_ShiftTallyGet(&tally[1]);
+      for (size_t k = 0; k < in.size(); ++k)
+        EXPECT_TRUE(surface->ShiftPoints(&in[k], &alone[k], 1, inverse, &own[k], err));
+      oprj_ShiftTallyGet(&tally[2]);
+      EXPECT_TRUE(sameBits(all, alone));
+      EXPECT_EQ(reasons, own);
+      EXPECT_EQ(tally[1].unshifted - tally[0].unshifted, tally[2].unshifted - tally[1].unshifted);
+      if (inverse) continue;
+      // there and back, on both sides of 180 degrees too
+      Points back(in.size());
+      surface->ShiftPoints(all.data(), back.data(), count, true, &own[0], err);
+      for (size_t k = 0; k < in.size(); ++k) {
+        // where sub-grids of different origin meet, the ways differ
+        const bool smooth =
+            surface != surfaces[4] && surface != surfaces[6] && (k < near || k >= far);
+        if (!smooth || reasons[k] != 0 || own[k] != 0 || !std::isfinite(in[k].x)) continue;
+        EXPECT_NEAR(std::remainder(back[k].x - in[k].x, 2 * M_PI), 0, 2e-9 * kDegree) << k;
+        EXPECT_NEAR(back[k].y, in[k].y, 2e-9 * kDegree) << k;
+      }
+    }
+  }
+}
+
+TEST_F(Surfaces, HoldTheirFilesThoughTheyAreReplaced) {
+  Slot err;
+  const std::string path = folder_.path() + "/drawn.txt";
+  const SpheroidPtr base = spheroid("NAD27 (CONUS)", err), old = spheroid("Drawn", err);
+  std::filesystem::rename(folder_.write("new", "-101 39 9 9\n-99 39 9 9\n-99 41 9 9"), path);
+  const SpheroidPtr fresh = spheroid("Drawn", err);
+  const auto eastOf = [&](const SpheroidPtr &from) {
+    const Oprj_Point in = {-99.5 * kDegree, 39.5 * kDegree};
+    Oprj_Point out;
+    oprj_DatumShift(&in, from.get(), &out, base.get(), 1, err);
+    return (out.x - in.x) / kDegree * 3600;
+  };
+  EXPECT_NEAR(eastOf(old), 1.5, 1e-8);
+  EXPECT_NEAR(eastOf(fresh), 9, 1e-8);
+  expectNoReport(err);
+}
+
 TEST_F(Surfaces, ReportWhatIsWrongWithDatums) {
   const std::string shift = "oprj_DatumShift4EllipsoidSurfaceDatum: ",
                     noDatum = shift + "Cannot get datum by name (4)";
@@ -667,7 +742,7 @@ TEST(PlugIns, ServeAndLeave) {
     oprj_ShiftTallyGet(&after);
     EXPECT_EQ(err.chain(),
               "ShiftSurface::ShiftPoints: The surface cannot tell its shifts (3) < "
-              "PlugInShiftSurface::Run: The plug-in test cannot tell its shifts (1)");
+              "PlugInShiftSurface::GetShifts: The plug-in test cannot tell its shifts (1)");
     EXPECT_EQ(after.unshifted, before.unshifted);
   }
   EXPECT_FALSE(isLoaded(kPlugIn));

@@ -11,7 +11,9 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
+#include "datum/degrees.h"
 #include "datum/grids/grid_data.h"
 
 namespace orvik::oprj {
@@ -23,12 +25,15 @@ using OrvikDatum::GridPlace;
 /// A number of a file.
 template <class T>
 T numberAt(const unsigned char *bytes, bool bigEndian) {
-  unsigned char ordered[sizeof(T)];
-  const bool swapped = bigEndian != (std::endian::native == std::endian::big);
-  for (size_t i = 0; i < sizeof(T); ++i) ordered[i] = bytes[swapped ? sizeof(T) - 1 - i : i];
-  T value;
-  std::memcpy(&value, ordered, sizeof value);
-  return value;
+  using Bits = std::conditional_t<sizeof(T) == sizeof(uint64_t), uint64_t, uint32_t>;
+  static_assert(sizeof(T) == sizeof(Bits));
+  Bits bits;
+  std::memcpy(&bits, bytes, sizeof bits);
+  if (bigEndian != (std::endian::native == std::endian::big)) {
+    if constexpr (sizeof(Bits) == sizeof(uint64_t)) bits = __builtin_bswap64(bits);
+    else bits = __builtin_bswap32(bits);
+  }
+  return std::bit_cast<T>(bits);
 }
 
 /// The bytes of a file, every access checked: what lies outside reads as 0 and is remembered.
@@ -89,7 +94,6 @@ enum GridFault : int32_t {
   kGridMeaning = 5,  ///< what the format could say but we do not read or write
 };
 
-constexpr double kSecondsPerDegree = 3600;
 /// Arc-seconds in a radian, as the formats in radians are made with.
 constexpr double kSecondsPerRadian = 206264.80624709636;
 
@@ -122,8 +126,10 @@ struct GridContent {
 
   int32_t find(double lon, double lat) const;
   bool place(double lon, double lat, GridPlace &place) const;
-  /// As GridFile::GetNode; the node must exist.
-  void node(int32_t subGrid, int32_t column, int32_t row, float values[4]) const;
+  /// As GridFile::GetNode; the node must exist. The first `count` values alone.
+  void node(int32_t subGrid, int32_t column, int32_t row, float *values, int count = 4) const;
+  /// That of an opened file.
+  static const GridContent &of(const OrvikDatum::GridFile &file) { return *file.content_; }
 
   /// Reads an image as what it is; `path` only finds the other file of a pair (null: the image is
   /// its own). Reports as GridFile::Open. May throw std::bad_alloc.

@@ -156,11 +156,12 @@ bool GridContent::place(double lon, double lat, GridPlace &place) const {
   return true;
 }
 
-void GridContent::node(int32_t subGrid, int32_t column, int32_t row, float values[4]) const {
+void GridContent::node(int32_t subGrid, int32_t column, int32_t row, float *values,
+                       int count) const {
   const NodeNumbers &numbers = nodes[static_cast<size_t>(subGrid)];
   if (column == subGrids[static_cast<size_t>(subGrid)].columns) column = 0;
   const int64_t offset = column * numbers.columnStep + row * numbers.rowStep;
-  for (int k = 0; k < 4; ++k) {
+  for (int k = 0; k < count; ++k) {
     const unsigned char *first = numbers.first[k];
     if (!first) {
       values[k] = k < 2 ? 0.0f : -1.0f;

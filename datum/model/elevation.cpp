@@ -4,9 +4,10 @@
 #include <cmath>
 #include <limits>
 
+#include "datum/degrees.h"
 #include "datum/model/bases.h"
-#include "datum/model/point_loop.h"
 #include "datum/parametric.h"
+#include "datum/shift/tally.h"
 
 namespace orvik::oprj {
 

@@ -1,9 +1,12 @@
 // Surfaces of grid files: one that holds all of a shift, or one for each coordinate.
+#include <oprj/datum_model.h>
+
 #include <cmath>
 #include <cstring>
 
+#include "datum/degrees.h"
+#include "datum/grids/grid_content.h"
 #include "datum/model/make.h"
-#include "datum/model/point_loop.h"
 
 using namespace orvik::oprj;
 using orvik::toolkit::ErrorScope;
@@ -15,23 +18,22 @@ namespace {
 constexpr int kPair = 2;  // bands: shifts in longitude and latitude
 
 /// The four nodes around a place, or one of them.
-bool valueAt(const GridFile &file, double lon, double lat, ShiftMethod method, double nodata,
-             int bands, double (&value)[kPair]) {
+bool valueAt(const GridContent &file, double lon, double lat, ShiftMethod method, double nodata,
+             double (&value)[kPair]) {
   GridPlace place;
-  if (!file.FindPlace(lon, lat, place)) return false;
+  if (!file.place(lon, lat, place)) return false;
   value[0] = value[1] = 0.0;
   const int right = method == ShiftMethod::Nearest ? place.u >= 0.5 : 0;
   const int upper = method == ShiftMethod::Nearest ? place.v >= 0.5 : 0;
   const int across = method == ShiftMethod::Nearest ? 1 : 2;
   for (int i = 0; i < across; ++i) {
     for (int k = 0; k < across; ++k) {
-      float node[4];
-      if (!file.GetNode(place.subGrid, place.column + right + i, place.row + upper + k, node))
-        return false;
+      float node[kPair];
+      file.node(place.subGrid, place.column + right + i, place.row + upper + k, node, file.bands);
       const double weight =
           across == 1 ? 1.0
                       : (i == 0 ? 1.0 - place.u : place.u) * (k == 0 ? 1.0 - place.v : place.v);
-      for (int band = 0; band < bands; ++band) {
+      for (int band = 0; band < file.bands; ++band) {
         const double at = node[band];
         if (std::isnan(at) || at == nodata) return false;
         value[band] += weight * at;
@@ -43,17 +45,15 @@ bool valueAt(const GridFile &file, double lon, double lat, ShiftMethod method, d
 
 bool shiftAt(const GridFile &lonFile, const GridFile &latFile, double lon, double lat,
              ShiftMethod method, double nodata, Shift &shift) {
-  const bool one = &lonFile == &latFile;
-  const int bands = lonFile.GetBandCount();
+  const GridContent &one = GridContent::of(lonFile), &other = GridContent::of(latFile);
   double first[kPair], second[kPair];
-  if (!valueAt(lonFile, lon, lat, method, nodata, bands, first)) return false;
-  if (one) {
-    shift = bands == kPair ? Shift{first[0], first[1], 0.0} : Shift{0.0, 0.0, first[0]};
+  if (!valueAt(one, lon, lat, method, nodata, first)) return false;
+  if (&one == &other) {
+    shift = one.bands == kPair ? Shift{first[0], first[1], 0.0} : Shift{0.0, 0.0, first[0]};
     return true;
   }
-  const int otherBands = latFile.GetBandCount();
-  if (!valueAt(latFile, lon, lat, method, nodata, otherBands, second)) return false;
-  shift = {first[0], second[otherBands == kPair ? 1 : 0], 0.0};
+  if (!valueAt(other, lon, lat, method, nodata, second)) return false;
+  shift = {first[0], second[other.bands == kPair ? 1 : 0], 0.0};
   return true;
 }
 
@@ -115,12 +115,11 @@ bool GridShiftSurface::GetShift(double lon, double lat, Shift &shift) const {
   return true;
 }
 
-bool GridShiftSurface::Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                           Oprj_PointReason *reasons, Oerr_Report **) const {
-  const auto at = [this](double lon, double lat, Shift &shift) {
-    return GridShiftSurface::GetShift(lon, lat, shift);
-  };
-  shiftEach(at, in, out, count, inverse, reasons);
+bool GridShiftSurface::GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                                 Oerr_Report **) const {
+  for (int32_t k = 0; k < count; ++k)
+    if (!GridShiftSurface::GetShift(lonLat[2 * k], lonLat[2 * k + 1], shifts[k]))
+      shifts[k] = NoShift();
   return true;
 }
 
@@ -162,12 +161,11 @@ bool RasterShiftSurface::GetShift(double lon, double lat, Shift &shift) const {
   return shiftAt(*lon_, *lat_, lon, lat, method_, nodata_, shift);
 }
 
-bool RasterShiftSurface::Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                             Oprj_PointReason *reasons, Oerr_Report **) const {
-  const auto at = [this](double lon, double lat, Shift &shift) {
-    return RasterShiftSurface::GetShift(lon, lat, shift);
-  };
-  shiftEach(at, in, out, count, inverse, reasons);
+bool RasterShiftSurface::GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                                   Oerr_Report **) const {
+  for (int32_t k = 0; k < count; ++k)
+    if (!RasterShiftSurface::GetShift(lonLat[2 * k], lonLat[2 * k + 1], shifts[k]))
+      shifts[k] = NoShift();
   return true;
 }
 

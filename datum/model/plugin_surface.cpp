@@ -1,14 +1,15 @@
 // Surfaces of plug-in libraries. What a plug-in says is checked wherever it could do harm: its
 // table, its bounds, the shifts themselves (which have to be numbers); points outside of its bounds
 // it never gets to see.
+#include <oprj/datum_model.h>
 #include <oprj/odll.h>
 #include <oprj/plugin.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
 #include "datum/model/make.h"
-#include "datum/model/point_loop.h"
 
 using namespace orvik::oprj;
 using orvik::toolkit::ErrorScope;
@@ -51,17 +52,29 @@ struct PlugInShiftSurface::Instance : HeapRecord {
     const bool eastOfWest = bounds.west <= lon, westOfEast = lon <= bounds.east;
     return bounds.west <= bounds.east ? eastOfWest && westOfEast : eastOfWest || westOfEast;
   }
-  /// False when there is none; `failed` is set when the plug-in cannot tell.
-  bool shiftAt(double lon, double lat, Shift &shift, bool &failed) const {
-    if (!isInside(lon, lat)) return false;
-    const double place[2] = {lon, lat};
-    double seconds[2] = {std::nan(""), std::nan("")};
-    if (!survived([&] { return table->shift(self, place, seconds, 1) != 0; })) {
-      failed = true;
-      return false;
+  /// Asks for those of the points that lie inside. False when the plug-in cannot tell.
+  bool shiftsAt(const double *lonLat, Shift *shifts, int32_t count) const {
+    constexpr int32_t kTile = 256;
+    for (int32_t done = 0; done < count; done += kTile) {
+      const int32_t tile = std::min(count - done, kTile);
+      double places[2 * kTile], seconds[2 * kTile];
+      int32_t inside = 0;
+      for (int32_t k = 0; k < tile; ++k) {
+        const double *place = lonLat + 2 * (done + k);
+        if (isInside(place[0], place[1])) std::copy_n(place, 2, places + 2 * inside++);
+      }
+      std::fill_n(seconds, 2 * inside, std::nan(""));
+      if (inside > 0 && !survived([&] { return table->shift(self, places, seconds, inside) != 0; }))
+        return false;
+      const double *next = seconds;
+      for (int32_t k = 0; k < tile; ++k) {
+        Shift &shift = shifts[done + k] = NoShift();
+        if (!isInside(lonLat[2 * (done + k)], lonLat[2 * (done + k) + 1])) continue;
+        if (std::isfinite(next[0]) && std::isfinite(next[1])) shift = {next[0], next[1], 0.0};
+        next += 2;
+      }
     }
-    shift = {seconds[0], seconds[1], 0.0};
-    return std::isfinite(shift.east) && std::isfinite(shift.north);
+    return true;
   }
 };
 
@@ -127,21 +140,14 @@ bool PlugInShiftSurface::GetExtent(Extent &extent) const {
 }
 
 bool PlugInShiftSurface::GetShift(double lon, double lat, Shift &shift) const {
-  bool failed = false;
-  return instance_->shiftAt(lon, lat, shift, failed);
+  const double place[2] = {lon, lat};
+  return instance_->shiftsAt(place, &shift, 1) && !std::isnan(shift.east);
 }
 
-bool PlugInShiftSurface::Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                             Oprj_PointReason *reasons, Oerr_Report **err) const {
-  ErrorScope e("PlugInShiftSurface::Run", err);
-  const Oprj_ShiftTally before = shiftTally();
-  bool failed = false;
-  const auto at = [&](double lon, double lat, Shift &shift) {
-    return !failed && instance_->shiftAt(lon, lat, shift, failed);
-  };
-  shiftEach(at, in, out, count, inverse, reasons);
-  if (!failed) return true;
-  shiftTally() = before;
+bool PlugInShiftSurface::GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                                   Oerr_Report **err) const {
+  ErrorScope e("PlugInShiftSurface::GetShifts", err);
+  if (instance_->shiftsAt(lonLat, shifts, count)) return true;
   return e.fail(1, "The plug-in %s cannot tell its shifts", instance_->table->name);
 }
 

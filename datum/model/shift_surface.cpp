@@ -1,8 +1,11 @@
 // What all surfaces share, and the two that need no file.
+#include <oprj/datum_model.h>
+
+#include <algorithm>
 #include <cmath>
 
+#include "datum/degrees.h"
 #include "datum/model/make.h"
-#include "datum/model/point_loop.h"
 #include "datum/shift/regression_equations.h"
 #include "datum/shift/regression_shift.h"
 
@@ -21,30 +24,6 @@ ShiftSurface::ShiftSurface() = default;
 ShiftSurface::~ShiftSurface() = default;
 
 bool ShiftSurface::IsVertical() const { return false; }
-
-bool ShiftSurface::ShiftPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                               Oerr_Report **err) const {
-  return ShiftPoints(in, out, count, inverse, nullptr, err);
-}
-
-bool ShiftSurface::ShiftPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                               Oprj_PointReason *reasons, Oerr_Report **err) const {
-  ErrorScope e("ShiftSurface::ShiftPoints", err);
-  if (!in || !out || count < 1) return e.fail(1, "Empty argument(s).");
-  if (IsVertical()) return e.fail(2, "A vertical surface has no horizontal shifts");
-  if (!Run(in, out, count, inverse, reasons, e.cause()))
-    return e.fail(3, "The surface cannot tell its shifts");
-  return true;
-}
-
-bool ShiftSurface::Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                       Oprj_PointReason *reasons, Oerr_Report **) const {
-  const auto at = [this](double lon, double lat, Shift &shift) {
-    return GetShift(lon, lat, shift);
-  };
-  shiftEach(at, in, out, count, inverse, reasons);
-  return true;
-}
 
 // --- constant ---
 
@@ -67,13 +46,9 @@ bool ConstantShiftSurface::GetShift(double, double, Shift &shift) const {
   return true;
 }
 
-bool ConstantShiftSurface::Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                               Oprj_PointReason *reasons, Oerr_Report **) const {
-  const auto at = [by = shift_](double, double, Shift &shift) {
-    shift = by;
-    return true;
-  };
-  shiftEach(at, in, out, count, inverse, reasons);
+bool ConstantShiftSurface::GetShifts(const double *, Shift *shifts, int32_t count,
+                                     Oerr_Report **) const {
+  std::fill_n(shifts, count, shift_);
   return true;
 }
 
@@ -100,13 +75,31 @@ bool RegressionShiftSurface::GetExtent(Extent &extent) const {
 }
 
 bool RegressionShiftSurface::GetShift(double lon, double lat, Shift &shift) const {
-  const auto &area = kRegressions[equations_].area;
-  if (!(area.west <= lon && lon <= area.east && area.south <= lat && lat <= area.north))
-    return false;
-  const Oprj_Point from = {lon / kDegreesPerRadian, lat / kDegreesPerRadian};
-  const Oprj_Point to = movedByRegression(equations_, from);
+  const double place[2] = {lon, lat};
+  return GetShifts(place, &shift, 1, nullptr) && !std::isnan(shift.east);
+}
+
+bool RegressionShiftSurface::GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                                       Oerr_Report **) const {
   constexpr double kSecondsPerRadian = kDegreesPerRadian * kSecondsPerDegree;
-  shift = {(to.x - from.x) * kSecondsPerRadian, (to.y - from.y) * kSecondsPerRadian, 0.0};
+  constexpr int32_t kTile = 256;
+  const auto &area = kRegressions[equations_].area;
+  for (int32_t done = 0; done < count; done += kTile) {
+    const int32_t tile = std::min(count - done, kTile);
+    const double *place = lonLat + 2 * done;
+    Oprj_Point from[kTile], to[kTile];
+    for (int32_t k = 0; k < tile; ++k)
+      from[k] = {place[2 * k] / kDegreesPerRadian, place[2 * k + 1] / kDegreesPerRadian};
+    moveByRegression(equations_, from, to, tile);
+    for (int32_t k = 0; k < tile; ++k) {
+      const double lon = place[2 * k], lat = place[2 * k + 1];
+      const bool inside =
+          area.west <= lon && lon <= area.east && area.south <= lat && lat <= area.north;
+      shifts[done + k] = inside ? Shift{(to[k].x - from[k].x) * kSecondsPerRadian,
+                                        (to[k].y - from[k].y) * kSecondsPerRadian, 0.0}
+                                : NoShift();
+    }
+  }
   return true;
 }
 

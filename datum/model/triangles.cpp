@@ -15,6 +15,7 @@ namespace {
 
 constexpr double kUnitsPerDegree = 1e7;
 constexpr double kDegreesPerTurn = 360.0;
+constexpr double kEdge = 1e-6;  // of a triangle's height: what rounding may put between two
 
 }  // namespace
 
@@ -62,8 +63,11 @@ bool ShiftTriangles::triangulate() {
       around.push_back(static_cast<Index>(edge->cell()->source_index()));
       edge = edge->rot_next();
     } while (edge != vertex.incident_edge());
-    for (size_t i = 2; i < around.size(); ++i)
-      triangles_.push_back({{around[0], around[i - 1], around[i]}});
+    for (size_t i = 2; i < around.size(); ++i) {
+      const Site &a = sites[around[0]], &b = sites[around[i - 1]], &c = sites[around[i]];
+      triangles_.push_back(
+          {{around[0], around[i - 1], around[i]}, {a.x, b.x, c.x}, {a.y, b.y, c.y}});
+    }
   }
   if (triangles_.empty()) return false;
   fillBuckets();
@@ -72,9 +76,8 @@ bool ShiftTriangles::triangulate() {
 }
 
 ShiftTriangles::Buckets ShiftTriangles::bucketsOf(const Triangle &triangle) const {
-  const auto [a, b, c] = triangle.corner;
-  const auto [west, east] = std::minmax({sites[a].x, sites[b].x, sites[c].x});
-  const auto [south, north] = std::minmax({sites[a].y, sites[b].y, sites[c].y});
+  const auto [west, east] = std::ranges::minmax(triangle.x);
+  const auto [south, north] = std::ranges::minmax(triangle.y);
   return {bucketOf(west, origin_.x, bucket_.x), bucketOf(east, origin_.x, bucket_.x),
           bucketOf(south, origin_.y, bucket_.y), bucketOf(north, origin_.y, bucket_.y)};
 }
@@ -133,20 +136,24 @@ void ShiftTriangles::link() {
         if (other != corner) neighbours_[next[corner]++] = other;
 }
 
-ShiftTriangles::Weights ShiftTriangles::weightsAt(const Triangle &triangle, Place p) const {
+/// False, most often without a division, where one of them is clearly negative.
+bool ShiftTriangles::weightsAt(const Triangle &triangle, Place p, Weights &weights) const {
   // Differences first: they are exact, and small where the triangle is.
-  const Site &a = sites[triangle.corner[0]], &b = sites[triangle.corner[1]],
-             &c = sites[triangle.corner[2]];
-  const double abX = double(b.x) - a.x, abY = double(b.y) - a.y;
-  const double acX = double(c.x) - a.x, acY = double(c.y) - a.y;
-  const double apX = p.x - a.x, apY = p.y - a.y;
+  const int32_t(&x)[3] = triangle.x, (&y)[3] = triangle.y;
+  const double abX = double(x[1]) - x[0], abY = double(y[1]) - y[0];
+  const double acX = double(x[2]) - x[0], acY = double(y[2]) - y[0];
+  const double apX = p.x - x[0], apY = p.y - y[0];
   const double area = abX * acY - abY * acX;
-  const double ofB = (apX * acY - apY * acX) / area, ofC = (abX * apY - abY * apX) / area;
-  return {{1.0 - ofB - ofC, ofB, ofC}};
+  const double areaB = apX * acY - apY * acX, areaC = abX * apY - abY * apX;
+  const double outside = -2.0 * kEdge * area * area;
+  if (areaB * area < outside || areaC * area < outside || (area - areaB - areaC) * area < outside)
+    return false;
+  const double ofB = areaB / area, ofC = areaC / area;
+  weights = {{1.0 - ofB - ofC, ofB, ofC}};
+  return true;
 }
 
 bool ShiftTriangles::find(Place p, const Triangle *&triangle, Weights &weights) const {
-  constexpr double kEdge = 1e-6;  // of a triangle's height: what rounding may put between two
   const Index column = bucketOf(p.x, origin_.x, bucket_.x),
               row = bucketOf(p.y, origin_.y, bucket_.y);
   const Index at = row * side_ + column;
@@ -154,7 +161,8 @@ bool ShiftTriangles::find(Place p, const Triangle *&triangle, Weights &weights) 
   triangle = nullptr;
   for (Index i = bucketStart_[at]; i < bucketStart_[at + 1] && best < 0.0; ++i) {
     const Triangle &candidate = triangles_[bucketed_[i]];
-    const Weights there = weightsAt(candidate, p);
+    Weights there;
+    if (!weightsAt(candidate, p, there)) continue;
     const double least = std::min({there.of[0], there.of[1], there.of[2]});
     if (!(least >= best)) continue;
     best = least;
@@ -167,13 +175,19 @@ bool ShiftTriangles::find(Place p, const Triangle *&triangle, Weights &weights) 
 /// The nearest site: along the edges of Delaunay's triangles_ every other one has a nearer
 /// neighbour.
 ShiftTriangles::Index ShiftTriangles::nearest(Place p, Index start) const {
-  const auto distance = [&](Index site) {
-    return std::hypot(sites[site].x - p.x, sites[site].y - p.y);
+  const auto squared = [&](Index site) {
+    const double x = sites[site].x - p.x, y = sites[site].y - p.y;
+    return x * x + y * y;
   };
+  double least = squared(start);
   for (Index at = start;;) {
     const Index from = at;
-    for (Index i = neighbourStart_[from]; i < neighbourStart_[from + 1]; ++i)
-      if (distance(neighbours_[i]) < distance(at)) at = neighbours_[i];
+    for (Index i = neighbourStart_[from]; i < neighbourStart_[from + 1]; ++i) {
+      const double distance = squared(neighbours_[i]);
+      if (!(distance < least)) continue;
+      least = distance;
+      at = neighbours_[i];
+    }
     if (at == from) return at;
   }
 }

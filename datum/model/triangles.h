@@ -11,7 +11,7 @@
 
 #include <cmath>
 
-#include "datum/model/point_loop.h"
+#include "datum/degrees.h"
 #include "toolkit/heap.h"
 
 namespace orvik::oprj {
@@ -44,8 +44,10 @@ class ShiftTriangles : public toolkit::HeapRecord {
   struct Place {
     double x, y;
   };
+  /// With its corners' coordinates: a search looks at many triangles and at few sites.
   struct Triangle {
     Index corner[3];
+    int32_t x[3], y[3];
   };
   /// Of a triangle's corners at a point; they sum up to 1.
   struct Weights {
@@ -65,7 +67,7 @@ class ShiftTriangles : public toolkit::HeapRecord {
   void eachBucket(const Triangle &triangle, Each each) const;
   void fillBuckets();
   void link();
-  Weights weightsAt(const Triangle &triangle, Place p) const;
+  bool weightsAt(const Triangle &triangle, Place p, Weights &weights) const;
   bool find(Place p, const Triangle *&triangle, Weights &weights) const;
   Index nearest(Place p, Index start) const;
 

@@ -122,12 +122,10 @@ bool VectorShiftSurface::GetShift(double lon, double lat, Shift &shift) const {
   return triangles_->shiftAt(lon, lat, shift);
 }
 
-bool VectorShiftSurface::Run(const Oprj_Point *in, Oprj_Point *out, int32_t count, bool inverse,
-                             Oprj_PointReason *reasons, Oerr_Report **) const {
-  const auto at = [&of = *triangles_](double lon, double lat, Shift &shift) {
-    return of.shiftAt(lon, lat, shift);
-  };
-  shiftEach(at, in, out, count, inverse, reasons);
+bool VectorShiftSurface::GetShifts(const double *lonLat, Shift *shifts, int32_t count,
+                                   Oerr_Report **) const {
+  for (int32_t k = 0; k < count; ++k)
+    if (!triangles_->shiftAt(lonLat[2 * k], lonLat[2 * k + 1], shifts[k])) shifts[k] = NoShift();
   return true;
 }
 

@@ -30,11 +30,9 @@ int32_t equationsOf(const char *datumName) {
   return kNoEquations;
 }
 
-Oprj_Point movedByRegression(int32_t equations, Oprj_Point point) {
+void moveByRegression(int32_t equations, const Oprj_Point *in, Oprj_Point *out, int32_t count) {
   constexpr double kForward = 1.0;
-  Oprj_Point to;
-  regressionKernelsInUse().shift[equations](&point, &to, 1, nullptr, kForward);
-  return to;
+  regressionKernelsInUse().shift[equations](in, out, count, nullptr, kForward);
 }
 
 bool hasRegression(const char *datumName) { return equationsOf(datumName) != kNoEquations; }

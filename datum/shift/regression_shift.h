@@ -9,8 +9,8 @@ namespace orvik::oprj {
 /// The index of a datum's equations (regression_equations.h), -1 for a name (null: none) that has
 /// none.
 int32_t equationsOf(const char *datumName);
-/// Where equations move a point (radians), counted nowhere.
-Oprj_Point movedByRegression(int32_t equations, Oprj_Point point);
+/// Where equations move points (radians), counted nowhere.
+void moveByRegression(int32_t equations, const Oprj_Point *in, Oprj_Point *out, int32_t count);
 
 /// A shift between one of the eight datums and WGS 84.
 class RegressionShift final : public ShiftLeg {
