@@ -1,5 +1,7 @@
 #include "accuracy.h"
 
+#include <oprj/datum_model.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -66,6 +68,22 @@ std::string accuracyText(const Accuracies &accuracies) {
       [](const auto &a, const auto &b) { return a.second.metres < b.second.metres; });
   const std::string from = numberText(least->second.metres), to = numberText(most->second.metres);
   return (from == to ? from : from + " to " + to) + " m";
+}
+
+std::string publishedAccuracy(const std::string &datumName) {
+  Slot err;
+  const auto datum = OrvikDatum::DatumManager::Instance().GetDatum(datumName.c_str(), err.get());
+  std::istringstream parts(datum ? datum->GetDescription() : "");
+  std::string first, part;
+  std::getline(parts, first, ';');
+  while (std::getline(parts, part, ';')) {
+    constexpr std::string_view kAccuracy = "accuracy ", kSigma = "sigma ";
+    std::string_view text = trimmed(part);
+    if (text.starts_with(kAccuracy)) text.remove_prefix(kAccuracy.size());
+    else if (!text.starts_with(kSigma)) continue;
+    return std::string(text) + " (" + first + ")";
+  }
+  return "";
 }
 
 std::string gridPathOf(const char *gridName) {

@@ -24,6 +24,11 @@ std::string accuracyText(const Accuracies &accuracies, const std::string &subGri
 /// "0.05 to 2 m", of all of them; "unknown" for none.
 std::string accuracyText(const Accuracies &accuracies);
 
+/// What the tables quote of the accuracy of a datum's parameters, "sigma 5 5 6 m (TR 8350.2
+/// NAS-C)": standard deviations of the three translations; or "1 m (AREA)". Empty when they quote
+/// nothing.
+std::string publishedAccuracy(const std::string &datumName);
+
 /// The file that a datum's grid name means: along ORVIK_DATUMS_PATH. Empty when there is none.
 std::string gridPathOf(const char *gridName);
 

@@ -41,17 +41,26 @@ std::string shiftFormula(const Oprj_ChainStep &step) {
   }
 }
 
+/// A grid, or a surface that does not hold everywhere.
+bool bounded(int32_t type, const char *datumName) {
+  const auto surface = type == OPRJ_DATUM_SURFACE ? surfaceDatum(datumName) : SurfacePtr();
+  OrvikDatum::Extent extent;
+  return type == OPRJ_DATUM_GRID || (surface && surface->GetSurface()->GetExtent(extent));
+}
+
 void printShift(const Oprj_ChainStep &step) {
-  const bool byGrid = step.fromType == OPRJ_DATUM_GRID || step.toType == OPRJ_DATUM_GRID;
+  const bool isBounded = bounded(step.fromType, step.from) || bounded(step.toType, step.to);
   std::printf("datum: \"%s\" on \"%s\" to \"%s\" on \"%s\"\n     %s\n", step.from,
               step.fromSpheroid, step.to, step.toSpheroid, shiftFormula(step).c_str());
   if (step.trouble) std::printf("     but the shift cannot be made: %s\n", step.trouble);
   else if (step.moved > 0)
     std::printf("     over %s it moves coordinates by %.1f to %.1f m, median %.1f m\n",
-                step.moved == step.tried && !byGrid ? "the globe" : "its area", step.least,
+                step.moved == step.tried && !isBounded ? "the globe" : "its area", step.least,
                 step.greatest, step.median);
   else if (step.tried > 0)
     std::printf("     its area is too small to say how far it moves coordinates\n");
+  if (step.formula == OPRJ_FORMULA_MOLODENSKY || step.formula == OPRJ_FORMULA_SEVEN_PARAMETERS)
+    std::printf("     %s\n", printable(parametersAccuracy(step.from, step.to)).c_str());
 }
 
 void printStep(const Oprj_ChainStep &step) {

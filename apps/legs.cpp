@@ -2,8 +2,9 @@
 
 #include <oprj/grid_file.h>
 
+#include <algorithm>
+#include <boost/pointer_cast.hpp>
 #include <cstdio>
-#include <cstring>
 
 #include "accuracy.h"
 
@@ -13,51 +14,110 @@ namespace {
 using OwnedSpheroid = std::unique_ptr<Oprj_Spheroid, FreeBy<Oprj_Spheroid, oprj_SpheroidFree>>;
 
 struct Leg {
-  const char *method;
+  enum Kind { kGrid, kRegression, kParameters, kSurface } kind;
   const Oprj_Spheroid *from, *to;
+  bool forward = true;                 ///< in the direction of the grid or the surface
   const Oprj_Datum *gridOf = nullptr;  ///< the datum that names the grid
-  bool forward = true;                 ///< the grid's direction
+  SurfacePtr surface = {};
 };
 
-OwnedSpheroid named(Oint_Toolkit *toolkit, const char *sphere, const char *datum) {
-  Slot err;
-  OwnedSpheroid spheroid(oprj_SpheroidCreate(err.get()));
-  if (!spheroid || !oprj_SpheroidByName(toolkit, sphere, spheroid.get(), err.get()) ||
-      !oprj_DatumByName(toolkit, sphere, datum, spheroid->datum, err.get()))
-    throw Stop(kUnusable, err.text());
-  return spheroid;
+const char *nameOf(const Oprj_Spheroid &spheroid) { return spheroid.datum->datumname.data; }
+bool isNamed(const Oprj_Spheroid &spheroid, const std::string &name) {
+  return nameOf(spheroid) == name;
 }
 
-bool isNamed(const Oprj_Spheroid &spheroid, const char *name) {
-  return std::strcmp(spheroid.datum->datumname.data, name) == 0;
-}
+/// The routes of docs/datum-shifts.md: up from surface datums to what they stand on; grids meet at
+/// NAD83, regressions at WGS 84, and parameters lead from one to the other.
+class Legs {
+ public:
+  Legs(Oint_Toolkit *toolkit, const Oprj_Spheroid &from, const Oprj_Spheroid &to)
+      : toolkit_(toolkit) {
+    std::vector<Level> up = levelsAbove(from), down = levelsAbove(to);
+    const auto isShared = [&](const Level &level) {
+      return std::any_of(down.begin(), down.end(), [&](const Level &other) {
+        return isNamed(*level.spheroid, nameOf(*other.spheroid));
+      });
+    };
+    const auto meeting = std::find_if(up.begin(), up.end(), isShared);
+    const bool meet = meeting != up.end();
+    if (meet) {
+      up.erase(meeting + 1, up.end());
+      while (!isNamed(*down.back().spheroid, nameOf(*up.back().spheroid))) down.pop_back();
+    }
+    for (size_t i = 0; i + 1 < up.size(); ++i) addSurface(up[i], *up[i + 1].spheroid, true);
+    if (!meet) connect(*up.back().spheroid, *down.back().spheroid);
+    for (size_t i = down.size() - 1; i > 0; --i) addSurface(down[i - 1], *down[i].spheroid, false);
+  }
 
-/// The routes of docs/datum-shifts.md: grids meet at NAD83, regressions at WGS 84, and parameters
-/// lead from one to the other.
-std::vector<Leg> legsOf(const Oprj_Spheroid &from, const Oprj_Spheroid &to,
-                        const Oprj_Spheroid &nad83, const Oprj_Spheroid &nad83Dma,
-                        const Oprj_Spheroid &wgs84) {
-  constexpr const char *kGrid = "grid", *kRegression = "multiple regression",
-                       *kParameters = "parameters";
-  std::vector<Leg> legs;
-  const auto addGrid = [&](const Oprj_Spheroid &own, bool away) {
-    if (isNamed(own, "NAD83")) return;
-    const bool forward = away == !isNamed(own, "HARN");  // HARN's grid leads to it, others to NAD83
-    legs.push_back({kGrid, away ? &own : &nad83, away ? &nad83 : &own, own.datum, forward});
+  const std::vector<Leg> &all() const { return legs_; }
+
+ private:
+  struct Level {
+    const Oprj_Spheroid *spheroid;
+    SurfacePtr surface;  ///< by which it stands on the next one; null: on none
   };
-  const int32_t first = from.datum->type, last = to.datum->type;
-  if (first == OPRJ_DATUM_GRID) addGrid(from, true);
-  if (first == OPRJ_DATUM_REGRESSION) legs.push_back({kRegression, &from, &wgs84});
-  const auto meeting = [&](const Oprj_Spheroid &end) {
-    return end.datum->type == OPRJ_DATUM_GRID         ? &nad83Dma
-           : end.datum->type == OPRJ_DATUM_REGRESSION ? &wgs84
-                                                      : &end;
-  };
-  if (meeting(from) != meeting(to)) legs.push_back({kParameters, meeting(from), meeting(to)});
-  if (last == OPRJ_DATUM_REGRESSION) legs.push_back({kRegression, &wgs84, &to});
-  if (last == OPRJ_DATUM_GRID) addGrid(to, false);
-  return legs;
-}
+
+  const Oprj_Spheroid &named(const char *sphere, const char *datum) {
+    Slot err;
+    OwnedSpheroid spheroid(oprj_SpheroidCreate(err.get()));
+    if (!spheroid || !oprj_SpheroidByName(toolkit_, sphere, spheroid.get(), err.get()) ||
+        !oprj_DatumByName(toolkit_, sphere, datum, spheroid->datum, err.get()))
+      throw Stop(kUnusable, err.text());
+    return *fetched_.emplace_back(std::move(spheroid));
+  }
+
+  std::vector<Level> levelsAbove(const Oprj_Spheroid &end) {
+    constexpr size_t kMostBases = 8;  // more are a loop
+    std::vector<Level> levels{{&end, surfaceOf(end)}};
+    while (levels.back().surface && levels.size() <= kMostBases) {
+      Slot err;
+      const char *base = levels.back().surface->GetBaseDatumName();
+      const OwnedText sphere(oprj_GetSpheroidNameByDatumName(toolkit_, base, err.get()));
+      if (!sphere) throw Stop(kUnusable, err.text());
+      const Oprj_Spheroid &next = named(sphere.get(), base);
+      levels.push_back({&next, surfaceOf(next)});
+    }
+    return levels;
+  }
+  static SurfacePtr surfaceOf(const Oprj_Spheroid &spheroid) {
+    return spheroid.datum->type == OPRJ_DATUM_SURFACE ? surfaceDatum(nameOf(spheroid))
+                                                      : SurfacePtr();
+  }
+
+  void addSurface(const Level &level, const Oprj_Spheroid &base, bool towardsBase) {
+    const bool forward = towardsBase != level.surface->IsFromDatum();
+    legs_.push_back({Leg::kSurface, towardsBase ? level.spheroid : &base,
+                     towardsBase ? &base : level.spheroid, forward, nullptr, level.surface});
+  }
+
+  /// Between two datums that are no surface datums.
+  void connect(const Oprj_Spheroid &from, const Oprj_Spheroid &to) {
+    const Oprj_Spheroid &nad83 = named("GRS 1980", "NAD83"),
+                        &nad83Dma = named("GRS 1980", "NAD83 (DMA)"),
+                        &wgs84 = named("WGS 84", "WGS 84");
+    const auto addGrid = [&](const Oprj_Spheroid &own, bool away) {
+      if (isNamed(own, "NAD83")) return;
+      const bool forward = away == !isNamed(own, "HARN");  // HARN's leads to it, others to NAD83
+      legs_.push_back({Leg::kGrid, away ? &own : &nad83, away ? &nad83 : &own, forward, own.datum});
+    };
+    const int32_t first = from.datum->type, last = to.datum->type;
+    if (first == OPRJ_DATUM_GRID) addGrid(from, true);
+    if (first == OPRJ_DATUM_REGRESSION) legs_.push_back({Leg::kRegression, &from, &wgs84});
+    const auto meeting = [&](const Oprj_Spheroid &end) {
+      return end.datum->type == OPRJ_DATUM_GRID         ? &nad83Dma
+             : end.datum->type == OPRJ_DATUM_REGRESSION ? &wgs84
+                                                        : &end;
+    };
+    if (!isNamed(*meeting(from), nameOf(*meeting(to))))
+      legs_.push_back({Leg::kParameters, meeting(from), meeting(to)});
+    if (last == OPRJ_DATUM_REGRESSION) legs_.push_back({Leg::kRegression, &wgs84, &to});
+    if (last == OPRJ_DATUM_GRID) addGrid(to, false);
+  }
+
+  Oint_Toolkit *toolkit_;
+  std::vector<OwnedSpheroid> fetched_;
+  std::vector<Leg> legs_;
+};
 
 /// The grid of a leg, opened; what is told of it.
 struct LegGrid {
@@ -76,6 +136,38 @@ struct LegGrid {
   }
 };
 
+/// "scattered points, covers -101 39 to -99 41"
+std::string surfaceText(const OrvikDatum::ShiftSurface &surface) {
+  using Kind = OrvikDatum::ShiftSurfaceKind;
+  const Kind kind = surface.GetKind();
+  OrvikDatum::Extent of;
+  return std::string(kind == Kind::Constant ? "the same shift everywhere"
+                     : kind == Kind::Vector ? "between scattered points"
+                     : kind == Kind::Raster ? "raster"
+                                            : "of the program's own") +
+         (surface.GetExtent(of) ? ", covers " + numberText(of.west) + " " + numberText(of.south) +
+                                      " to " + numberText(of.east) + " " + numberText(of.north)
+                                : "");
+}
+
+std::string textOf(const Leg &leg, const LegGrid &grid) {
+  constexpr const char *kNotPublished = ", accuracy not published";
+  const std::string against = leg.forward ? "" : ", against its direction";
+  switch (leg.kind) {
+    case Leg::kGrid:
+      return "grid " + (grid.path.empty() ? leg.gridOf->gridname.data : grid.path) + against +
+             (grid.file ? ", " + std::to_string(grid.file->GetSubGrids().size()) +
+                              " sub-grids, accurate to " + accuracyText(grid.accuracies)
+                        : "");
+    case Leg::kRegression:
+      return std::string("multiple regression") + kNotPublished;
+    case Leg::kSurface:
+      return "shift surface, " + surfaceText(*leg.surface->GetSurface()) + against + kNotPublished;
+    default:
+      return "parameters, " + parametersAccuracy(nameOf(*leg.from), nameOf(*leg.to));
+  }
+}
+
 void printAt(const Leg &leg, const LegGrid &grid, Oprj_Point &place) {
   constexpr double kMetres = 6371008.8;  // of a mean sphere, in a radian
   constexpr double kSeconds = 3600 / kDegree;
@@ -83,7 +175,8 @@ void printAt(const Leg &leg, const LegGrid &grid, Oprj_Point &place) {
   oprj_ShiftTallyGet(&before);
   Slot err;
   Oprj_Point to;
-  oprj_DatumShift(&place, leg.from, &to, leg.to, 1, err.get());
+  if (leg.surface) leg.surface->GetSurface()->ShiftPoints(&place, &to, 1, !leg.forward, err.get());
+  else oprj_DatumShift(&place, leg.from, &to, leg.to, 1, err.get());
   oprj_ShiftTallyGet(&after);
   std::printf("        at %.9g %.9g: ", place.x / kDegree, place.y / kDegree);
   if (err) {
@@ -92,7 +185,8 @@ void printAt(const Leg &leg, const LegGrid &grid, Oprj_Point &place) {
   }
   const double east = std::remainder(to.x - place.x, 360 * kDegree), north = to.y - place.y;
   if (after.unshifted != before.unshifted) {
-    std::printf("outside of every sub-grid, passes unshifted\n");
+    std::printf("outside of %s, passes unshifted\n",
+                leg.surface ? "the surface" : "every sub-grid");
   } else {
     if (grid.file) {
       const Oprj_Point &onGrid = leg.forward ? place : to;
@@ -111,25 +205,29 @@ void printAt(const Leg &leg, const LegGrid &grid, Oprj_Point &place) {
 
 }  // namespace
 
+SurfacePtr surfaceDatum(const std::string &name) {
+  Slot err;
+  return boost::dynamic_pointer_cast<const OrvikDatum::SurfaceDatum>(
+      OrvikDatum::DatumManager::Instance().GetDatum(name.c_str(), err.get()));
+}
+
+std::string parametersAccuracy(const std::string &from, const std::string &to) {
+  std::string text;
+  for (const std::string &name : {from, to}) {
+    if (const std::string accuracy = publishedAccuracy(name); !accuracy.empty())
+      text += (text.empty() ? "published accuracy of \"" : ", of \"") + name + "\": " + accuracy;
+  }
+  return text.empty() ? "accuracy not published" : text;
+}
+
 void printLegs(Oint_Toolkit *toolkit, const Oprj_Spheroid &from, const Oprj_Spheroid &to,
                std::optional<Oprj_Point> place, const Console &console) {
-  if (from.datum->type == OPRJ_DATUM_SURFACE || to.datum->type == OPRJ_DATUM_SURFACE) return;
-  const OwnedSpheroid nad83 = named(toolkit, "GRS 1980", "NAD83"),
-                      nad83Dma = named(toolkit, "GRS 1980", "NAD83 (DMA)"),
-                      wgs84 = named(toolkit, "WGS 84", "WGS 84");
+  const Legs legs(toolkit, from, to);
   char letter = 'a';
-  for (const Leg &leg : legsOf(from, to, *nad83, *nad83Dma, *wgs84)) {
+  for (const Leg &leg : legs.all()) {
     const LegGrid grid(leg, console);
-    std::printf("     %c. \"%s\" to \"%s\": %s", letter++, leg.from->datum->datumname.data,
-                leg.to->datum->datumname.data, leg.method);
-    if (leg.gridOf)
-      std::printf(" %s%s",
-                  printable(grid.path.empty() ? leg.gridOf->gridname.data : grid.path).c_str(),
-                  leg.forward ? "" : ", against its direction");
-    if (grid.file)
-      std::printf(", %zu sub-grids, accurate to %s", grid.file->GetSubGrids().size(),
-                  accuracyText(grid.accuracies).c_str());
-    std::printf("\n");
+    std::printf("     %c. \"%s\" to \"%s\": %s\n", letter++, nameOf(*leg.from), nameOf(*leg.to),
+                printable(textOf(leg, grid)).c_str());
     if (place) printAt(leg, grid, *place);
   }
 }

@@ -313,7 +313,7 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
       {"describe 'Albers Conical Equal Area; datum=WGS 84; lat_1=29:30; lat_2=45.5'", "", 0,
        "lat_1 = 29.5 degrees|lat_0 = 0 degrees", ""},
       {"explain --from 'utm; zone=17; datum=NAD27 (CONUS)' --to 'geographic; datum=WGS 84'", "", 0,
-       "Molodensky", ""},
+       "Molodensky|published accuracy of \"NAD27 (CONUS)\": sigma 5 5 6 m (TR 8350.2 NAS-C)\n", ""},
       // a number chooses from the list after a bad answer; Enter takes what is offered
       {"define", "No such thing\nutm\nDHDN\n2\n61\n32\n", 0,
        "UTM; datum=Deutsches Hauptdreiecksnetz (EPSG 1673); zone=32N\n",
@@ -728,8 +728,18 @@ TEST_F(ProgramTest, SurfaceDatumsOfATableShiftAreCountedAndExplained) {
   shifted = run("project" + between("Loop", "WGS 84"), "-100 40\n", own);
   EXPECT_EQ(shifted.out, "nan nan\n");
   EXPECT_NE(shifted.err.find("is it its own?"), std::string::npos) << shifted.err;
-  const Outcome told = run("explain" + between("Town", "WGS 84"), "", own);
-  EXPECT_NE(told.out.find("moves coordinates by"), std::string::npos) << told.out;
+  expectParts(
+      run("explain" + between("Town", "WGS 84"), "", own).out,
+      "over its area it moves coordinates by|a. \"Town\" to \"NAD27 (CONUS)\": shift surface, "
+      "between scattered points, covers -101 39 to -99 41, accuracy not published\n|b. \"NAD27 "
+      "(CONUS)\" to \"WGS 84\": parameters, published accuracy of \"NAD27 (CONUS)\": sigma 5 5 "
+      "6 m (TR 8350.2 NAS-C)\n");
+  expectParts(run("explain --at=-100,40" + between("NAD27", "Town"), "", own).out,
+              "c. \"NAD27 (CONUS)\" to \"Town\"|, against its direction, accuracy|\" east");
+  expectParts(run("explain --at=-98,40" + between("Town", "Town"), "", own).out,
+              "points are copied");
+  expectParts(run("explain --at=-98,40" + between("Town", "NAD27 (CONUS)"), "", own).out,
+              "outside of the surface, passes unshifted");
   const Outcome loop = run("explain" + between("Loop", "WGS 84"), "", own);
   EXPECT_NE((loop.out + loop.err).find("is it its own?"), std::string::npos)
       << loop.out << loop.err;
