@@ -262,6 +262,19 @@ bool addFile(const char *name, ErrorScope &e) {
 struct Walk {
   int32_t files = 0;
   bool whole = true;  ///< no file was left out for lack of memory
+  toolkit::HeapVector<Ofio_FileStamp> met;
+
+  /// A file that several directories lead to is read once: again it would define what is known.
+  /// What cannot be asked is new, for its reader to tell why. May throw std::bad_alloc.
+  bool isNew(const char *path) {
+    Ofio_FileStamp stamp;
+    if (!ofio_FileStampGet(path, &stamp, nullptr)) return true;
+    const bool known = std::ranges::any_of(met, [&](const Ofio_FileStamp &other) {
+      return other.device == stamp.device && other.inode == stamp.inode;
+    });
+    if (!known) met.push_back(stamp);
+    return !known;
+  }
 };
 
 /// Adds the tables of one directory to the map.
@@ -278,7 +291,11 @@ bool addDirectory(const char *directory, Walk &walk, ErrorScope &e) {
     Oerr_Report *problem = nullptr;
     const OwnedText path{ofnp_FileNameSet(directory, names[i], &problem)};
     if (path) {
-      added = addSource(nullptr, nullptr, path.get(), true, e);
+      try {
+        added = !walk.isNew(path.get()) || addSource(nullptr, nullptr, path.get(), true, e);
+      } catch (const std::bad_alloc &) {
+        added = e.fail(3, "Error allocating spheroid table map");
+      }
     } else {
       walk.whole = false;
       problem = oerr_CreateErrorReport(e.operation(), 5, OERR_SEVERITY_ERROR, problem,
