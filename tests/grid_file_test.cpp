@@ -662,14 +662,20 @@ TEST(DamagedGridFiles, EveryByteEveryCutInEveryFormat) {
                                ntv1(*opened(directory.write("small", rough(5, 3)))),
                                written(GridFormat::CTable2),
                                written(GridFormat::LasLos),
+                               written(GridFormat::GeoTiff),
                                gtx};
   std::ofstream(directory.path() + "/damaged.los", std::ios::binary)
       << readFile(directory.path() + "/written.los");
   for (const std::string &sound : files) {
+    uint32_t directory = 0;  // behind the nodes of a TIFF file
+    std::memcpy(&directory, sound.data() + 4, sizeof directory);
+    if (!sound.starts_with("II*")) directory = static_cast<uint32_t>(sound.size());
+    const auto isHeader = [&](size_t at) { return at < 360 || at >= directory; };
     survives(path, sound);
     for (size_t length = 0; length < sound.size(); length += length < 360 ? 1 : 13)
       survives(path, sound.substr(0, length));
-    for (size_t at = 0; at < std::min<size_t>(sound.size(), 360); ++at) {
+    for (size_t at = 0; at < sound.size(); ++at) {
+      if (!isHeader(at)) continue;
       for (const char value : {'\0', '\x7f', '\xff'}) {
         std::string damaged = sound;
         damaged[at] = value;
@@ -677,7 +683,8 @@ TEST(DamagedGridFiles, EveryByteEveryCutInEveryFormat) {
       }
     }
     // counts and bounds that lie
-    for (size_t at = 0; at + 8 <= std::min<size_t>(sound.size(), 360); at += 4) {
+    for (size_t at = 0; at + 8 <= sound.size(); at += 4) {
+      if (!isHeader(at)) continue;
       for (const uint64_t value :
            {0x7fffffffull, 0x80000000ull, 0xffffffffffffffffull, 0x7ff8000000000000ull,
             0x7ff0000000000000ull, 0x7fc000007fc00000ull}) {
