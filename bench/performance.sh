@@ -22,7 +22,7 @@ EOF
 "$build/bin/bench_oprj" families
 printf '## Whole jobs\n\n'
 "$build/bin/bench_oprj" pipeline
-printf '\n## Datum shifts through grids and by regression\n\n'
+printf '\n## Datum shifts\n\n'
 printf 'Points scattered over the conterminous states, where neighbours of an array share no cell; nanoseconds a point.\n\n'
 "$build/bin/bench_oprj" shifts ${grid:+--grid "$grid"}
 printf '\n## The program\n\n'

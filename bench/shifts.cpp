@@ -1,6 +1,6 @@
-// Datum shifts through grids and by regression, on points scattered over the conterminous states;
-// PROJ on the official grid in CTABLE V2, when the file is named.
-#include <oprj/grid_file.h>
+// Datum shifts of all kinds, on points scattered over the conterminous states, and what they cost
+// before the first point; PROJ on the official grid in CTABLE V2, when the file is named.
+#include <oprj/datum_model.h>
 #include <oprj/oprj.h>
 #include <proj.h>
 
@@ -41,6 +41,52 @@ const Oprj_Datum *nad83() {
   static const Oprj_Spheroid *const spheroid = named("GRS 1980", "NAD83");
   return spheroid->datum;
 }
+const Oprj_Spheroid *wgs84() {
+  static const Oprj_Spheroid *const spheroid = named("WGS 84", "WGS 84");
+  return spheroid;
+}
+/// UTM zone 17 on a datum.
+Oprj_ProParameters *utm(const char *sphere, const char *datum) {
+  Oerr_Report *err = nullptr;
+  Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
+  Oprj_ProParameters *record = oprj_ProParametersCreateByName(toolkit, "UTM", &err);
+  if (!record || !oprj_SpheroidByName(toolkit, sphere, record->proSpheroid, &err) ||
+      !oprj_DatumByName(toolkit, sphere, datum, record->proSpheroid->datum, &err)) {
+    oerr_PrintErrorReport(err);
+    std::exit(1);
+  }
+  record->proZone = 17;
+  return record;
+}
+const Oprj_ProjectionPair *utmPair() {
+  static const Oprj_ProjectionPair *const pair = oprj_ProjectionPairInit(
+      oint_InitToolkit(nullptr), utm("Clarke 1866", "NAD27"), utm("GRS 1980", "NAD83"), nullptr);
+  return pair;
+}
+
+const OrvikDatum::ShiftSurface &raster() {
+  constexpr const char *kGrid = OPRJ_SOURCE_DATA "/nad27.dat";
+  static const auto surface = OrvikDatum::RasterShiftSurface::Make(
+      kGrid, kGrid, OrvikDatum::ShiftMethod::Linear, OrvikDatum::NoNodata(), nullptr);
+  return *surface;
+}
+/// 20,000 scattered points.
+const OrvikDatum::ShiftSurface &triangles() {
+  static const auto surface = [] {
+    const std::string path = std::filesystem::temp_directory_path().string() + "/oprj-bench.txt";
+    std::mt19937_64 source(4);
+    std::uniform_real_distribution<double> lon(-125, -66), lat(24, 50);
+    std::ofstream file(path);
+    for (int i = 0; i < 20000; ++i)
+      file << lon(source) << ' ' << lat(source) << ' ' << i % 7 << ' ' << i % 5 << '\n';
+    file.close();
+    auto made = OrvikDatum::VectorShiftSurface::Make(path.c_str(), OrvikDatum::ShiftMethod::Linear,
+                                                     OrvikDatum::NoNodata(), nullptr);
+    std::filesystem::remove(path);
+    return made;
+  }();
+  return *surface;
+}
 /// The conterminous sub-grid alone, as PROJ has it.
 const Oprj_GridInfo *conterminous() {
   static const Oprj_GridInfo *const grid = [] {
@@ -60,6 +106,7 @@ constexpr struct {
   Shift run;
   const char *proj;  ///< %s: the official conterminous grid
   bool back;
+  bool fromUtm = false;  ///< zone 17, of points that lie in it
 } kJobs[] = {
     {"grid, forward, one sub-grid",
      [](const auto &in, auto &out) {
@@ -93,6 +140,44 @@ constexpr struct {
      [](const auto &in, auto &out) {
        oprj_DatumShiftRegression(in.data(), out.data(), countOf(in),
                                  "European 1950 (West Europe) (MRE)", 1, nullptr);
+     },
+     nullptr, false},
+    {"pair, UTM 17 on NAD27 to UTM 17 on NAD83",
+     [](const auto &in, auto &out) {
+       oprj_ProjectPair(utmPair(), in.data(), out.data(), countOf(in), nullptr);
+     },
+     "+proj=pipeline +step +inv +proj=utm +zone=17 +ellps=clrk66 +step +proj=hgridshift +grids=%s "
+     "+step +proj=utm +zone=17 +ellps=GRS80",
+     false, true},
+    {"Molodensky, NAD27 (CONUS) to WGS 84",
+     [](const auto &in, auto &out) {
+       static const Oprj_Spheroid *const from = named("Clarke 1866", "NAD27 (CONUS)");
+       oprj_DatumShift(in.data(), from, out.data(), wgs84(), countOf(in), nullptr);
+     },
+     "+proj=molodensky +ellps=clrk66 +dx=-8 +dy=160 +dz=176 +da=-69.4 +df=-3.7264639e-05", false},
+    {"seven parameters, European 1950 to WGS 84",
+     [](const auto &in, auto &out) {
+       static const Oprj_Spheroid *const from =
+           named("International 1909", "European 1950 (Mean, 7 parameters)");
+       oprj_DatumShift(in.data(), from, out.data(), wgs84(), countOf(in), nullptr);
+     },
+     "+proj=pipeline +step +proj=cart +ellps=intl +step +proj=helmert +x=-102 +y=-102 +z=-129 "
+     "+rx=0.413 +ry=-0.184 +rz=0.385 +s=2.4664 +convention=coordinate_frame +step +inv +proj=cart "
+     "+ellps=WGS84",
+     false},
+    {"surface, raster of 25 sub-grids",
+     [](const auto &in, auto &out) {
+       raster().ShiftPoints(in.data(), out.data(), countOf(in), false, nullptr);
+     },
+     nullptr, false},
+    {"surface, raster, inverse",
+     [](const auto &in, auto &out) {
+       raster().ShiftPoints(in.data(), out.data(), countOf(in), true, nullptr);
+     },
+     nullptr, false},
+    {"surface, 20,000 scattered points",
+     [](const auto &in, auto &out) {
+       triangles().ShiftPoints(in.data(), out.data(), countOf(in), false, nullptr);
      },
      nullptr, false},
 };
@@ -156,6 +241,38 @@ void benchOpening(int repetitions) {
   std::filesystem::remove(tiff);
 }
 
+/// Pairs whose datums somebody has open: each made, used for a point and freed.
+void benchPairs(int repetitions) {
+  std::printf(
+      "\n| a pair that needs a grid, made and used for one point | microseconds |\n|---|---|\n");
+  struct Ended {
+    const char *name;
+    const Oprj_ProParameters *record;
+  };
+  const Ended ends[] = {{"NAD27", utm("Clarke 1866", "NAD27")},
+                        {"NAD83", utm("GRS 1980", "NAD83")},
+                        {"HARN", utm("GRS 1980", "HARN")},
+                        {"WGS 84", utm("WGS 84", "WGS 84")}};
+  for (const Ended &from : ends) {
+    for (const Ended &to : ends) {
+      if (from.record == to.record) continue;
+      const Times times =
+          measure({{"pair", 1000,
+                    [&] {
+                      for (int i = 0; i < 1000; ++i) {
+                        Oprj_ProjectionPair *pair = oprj_ProjectionPairInit(
+                            oint_InitToolkit(nullptr), from.record, to.record, nullptr);
+                        Oprj_Point point{500000, 4e6};
+                        oprj_ProjectPair(pair, &point, &point, 1, nullptr);
+                        oprj_ProjectionPairFree(&pair);
+                      }
+                    }}},
+                  repetitions);
+      std::printf("| %s to %s | %.1f |\n", from.name, to.name, times.at("pair") / 1000);
+    }
+  }
+}
+
 }  // namespace
 
 void benchShifts(int repetitions, int points, const std::string &grid) {
@@ -163,10 +280,16 @@ void benchShifts(int repetitions, int points, const std::string &grid) {
   std::uniform_real_distribution<double> lon(-124, -67), lat(25, 49);
   std::vector<Oprj_Point> in(static_cast<size_t>(points)), out(in.size()), peer;
   for (Oprj_Point &p : in) p = {lon(source) * kDegree, lat(source) * kDegree};
+  const std::vector<Oprj_Point> scattered = in;
+  std::uniform_real_distribution<double> inZone(-84, -78);
+  std::vector<Oprj_Point> eastings(in.size());
+  for (Oprj_Point &p : eastings) p = {inZone(source) * kDegree, lat(source) * kDegree};
+  oprj_ProjectFromLatLon(eastings.data(), utmPair()->in, eastings.data(), countOf(in), nullptr);
   const std::string sets = perSet(" | ", [](const char *set) { return std::string(set); });
   std::printf("| shift | PROJ | %s | x PROJ | million points/s |\n|---|---|%s|---|---|\n",
               sets.c_str(), perSet("|", [](const char *) { return std::string("---"); }).c_str());
   for (const auto &job : kJobs) {
+    in = job.fromUtm ? eastings : scattered;
     std::vector<Job> jobs;
     for (int32_t set = 0; set <= orvik::oprj::widestInstructionSet(); ++set)
       jobs.push_back({orvik::oprj::instructionSetName(set), points, [&, set] {
@@ -174,7 +297,7 @@ void benchShifts(int repetitions, int points, const std::string &grid) {
                         job.run(in, out);
                       }});
     std::unique_ptr<PJ, decltype(&proj_destroy)> made(nullptr, proj_destroy);
-    if (job.proj && !grid.empty()) {
+    if (job.proj && (!grid.empty() || !std::strstr(job.proj, "%s"))) {
       char text[600];
       std::snprintf(text, sizeof text, job.proj, grid.c_str());
       made.reset(proj_create(nullptr, text));
@@ -198,7 +321,9 @@ void benchShifts(int repetitions, int points, const std::string &grid) {
                 each(" / ", [&](const char *set) { return ratio(times, "PROJ", set); }).c_str(),
                 each(" / ", [&](const char *set) { return millions(times, set); }).c_str());
   }
+  orvik::oprj::chooseInstructionSet(orvik::oprj::widestInstructionSet());
   benchOpening(repetitions);
+  benchPairs(repetitions);
 }
 
 }  // namespace bench
