@@ -32,9 +32,17 @@ static int32_t extentOf(void *self, double bounds[4]) {
          4;
 }
 
-/* A tenth of the coordinates as arc-seconds; nothing south of the equator. */
+/* A tenth of the coordinates as arc-seconds; nothing south of the equator. It cannot tell when it
+   is asked for what lies outside of its bounds, or for nothing. */
 static int32_t shiftPoints(void *self, const double *lonLat, double *seconds, int32_t count) {
+  double bounds[4] = {0, 0, 0, 0};
+  const int32_t bounded = extentOf(self, bounds);
+  if (count < 1) return 0;
   for (int32_t i = 0; i < 2 * count; i += 2) {
+    const int32_t east = lonLat[i] >= bounds[0], west = lonLat[i] <= bounds[2];
+    if (bounded && (lonLat[i + 1] < bounds[1] || lonLat[i + 1] > bounds[3] ||
+                    !(bounds[0] <= bounds[2] ? east && west : east || west)))
+      return 0;
     seconds[i] = lonLat[i + 1] < 0 ? NAN : lonLat[i] / 10;
     seconds[i + 1] = lonLat[i + 1] < 0 ? INFINITY : lonLat[i + 1] / 10;
   }

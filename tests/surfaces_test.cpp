@@ -227,6 +227,11 @@ TEST_F(Surfaces, GiveEachPointWhatItGetsAlone) {
       EXPECT_EQ(reasons, own);
       EXPECT_EQ(tally[1].unshifted - tally[0].unshifted, tally[2].unshifted - tally[1].unshifted);
       if (inverse) continue;
+      for (size_t k = 0; surface == surfaces[5] && k < near; ++k) {  // edges are inside
+        const double lon = in[k].x / kDegree, lat = in[k].y / kDegree, edge = 1 + 1e-9;
+        const bool inside = std::fabs(lon + 100) <= edge && std::fabs(lat - 40) <= edge;
+        EXPECT_EQ(reasons[k] == 0, inside || !std::isfinite(in[k].x)) << lon << ' ' << lat;
+      }
       // there and back, on both sides of 180 degrees too
       Points back(in.size());
       surface->ShiftPoints(all.data(), back.data(), count, true, &own[0], err);
