@@ -1,10 +1,8 @@
-// Coordinate systems by code or name: codes.tab says which there are, the Projection Engine what
-// they are.
+// Coordinate systems by code or name (codes.h of the library), as the commands want them.
 #ifndef OPRJ_APPS_CODES_H
 #define OPRJ_APPS_CODES_H
 
-#include <cmath>
-#include <optional>
+#include <span>
 
 #include "program.h"
 
@@ -16,30 +14,21 @@ struct Area {
   /// Whether a place lies in it or within `margin` degrees.
   bool holds(double lon, double lat, double margin) const;
 };
+/// Where a system is used.
+Area areaOf(const Oprj_Code &code);
+/// "EPSG:32618".
+std::string textOf(const Oprj_Code &code);
 
-/// A system of an authority.
-struct Code {
-  std::string authority;
-  int32_t number = 0;
-  bool projected = false, deprecated = false;
-  Area area{};
-  std::string name, engineName;
-
-  std::string text() const { return authority + ":" + std::to_string(number); }
-};
-
-/// All systems of codes.tab, read at first. Throws Stop.
-const std::vector<Code> &allCodes();
-
-/// The system that "EPSG:32618" or a name means: names in any case, letters and digits alone; of
-/// two of one name the one that is not deprecated. Nothing for what is neither a code nor a name.
-/// Throws Stop for a code that there is not.
-std::optional<Code> findCode(const std::string &text);
+/// All systems with a code. Throws Stop.
+std::span<const Oprj_Code> allCodes();
+/// The system that a code or a name means; null for what is neither. Throws Stop for a code that
+/// there is not.
+const Oprj_Code *findCode(const std::string &text);
 /// The codes or names that contain all words, in any case.
-std::vector<const Code *> codesWith(const std::vector<std::string> &words);
+std::vector<const Oprj_Code *> codesWith(const std::vector<std::string> &words);
 
 /// The engine's text of a system. Throws Stop with kUnusable when its database cannot be used.
-std::string engineTextOf(const Code &code);
+std::string engineTextOf(const Oprj_Code &code);
 
 }  // namespace program
 

@@ -74,7 +74,7 @@ Area areaOf(Oint_Toolkit *toolkit, const std::vector<double> &asked, const std::
     return {asked[0], asked[1], asked[2], asked[3]};
   }
   if (written.find_first_of(";[") == std::string::npos && !lower(written).ends_with(".prj")) {
-    if (const auto code = findCode(written)) return code->area;
+    if (const Oprj_Code *code = findCode(written)) return program::areaOf(*code);
   }
   return usualArea(toolkit, system);
 }

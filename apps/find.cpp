@@ -78,10 +78,10 @@ class Search {
   void tryCodes() {
     constexpr double kMargin = 2;  // degrees
     const Oprj_Point degrees{place_.x / kDegree, place_.y / kDegree};
-    for (const Code &code : allCodes()) {
-      if (code.deprecated || !code.area.holds(degrees.x, degrees.y, kMargin)) continue;
+    for (const Oprj_Code &code : allCodes()) {
+      if (code.deprecated || !areaOf(code).holds(degrees.x, degrees.y, kMargin)) continue;
       try {
-        tryText(engineTextOf(code), code.text() + " (" + code.name + ")");
+        tryText(engineTextOf(code), textOf(code) + " (" + code.name + ")");
       } catch (const Stop &stop) {
         if (untold_) console_.warn(std::string("systems by code are left out: ") + stop.what());
         untold_ = false;

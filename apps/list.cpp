@@ -64,11 +64,10 @@ Table listUnits() {
 Table listCodes(const std::vector<std::string> &words) {
   Table table(
       {"code", "kind", "name", "engine name", "west", "south", "east", "north", "deprecated"});
-  for (const Code *code : codesWith(words)) {
-    const Area &area = code->area;
-    table.add({code->text(), code->projected ? "projected" : "geographic", code->name,
-               code->engineName, area.west, area.south, area.east, area.north, code->deprecated});
-  }
+  for (const Oprj_Code *code : codesWith(words))
+    table.add({textOf(*code), code->projected ? "projected" : "geographic", code->name,
+               code->engineName, code->west, code->south, code->east, code->north,
+               code->deprecated != 0});
   return table;
 }
 

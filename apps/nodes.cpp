@@ -5,20 +5,6 @@ namespace {
 
 constexpr std::string_view kSeparator = "::";
 
-/// The unit of a layer's map info; null when there is none that suits the system.
-const Ocvt_Unit *unitOfLayer(Ohfa_File *file, const std::string &layer, bool geographic,
-                             const Console &console) {
-  Slot err;
-  const OwnedMapInfo info(oprj_MapInfoReadIfPresent(file, layer.c_str(), err.get()));
-  if (err) console.warn("the map info of \"" + layer + "\" cannot be read: " + err.text());
-  if (!info || !info->units.data || info->units.data == std::string_view("other")) return nullptr;
-  const Ocvt_Unit *unit = ocvt_UnitSetByName(info->units.data, nullptr);
-  if (unit && unit->kind == (geographic ? OCVT_KIND_ANGLE : OCVT_KIND_DISTANCE)) return unit;
-  console.warn("points are not taken in \"" + std::string(info->units.data) +
-               "\", the unit of the layer's map info, which is none of this system");
-  return nullptr;
-}
-
 }  // namespace
 
 bool isLayerPlace(std::string_view text) { return text.find(kSeparator, 1) != text.npos; }
@@ -60,26 +46,6 @@ void closeNodes(OwnedFile file) {
   if (ohfa_FileClose(&handle, err.get())) return;
   ohfa_FileDiscard(&handle);
   throw Stop(kInputOutput, "nothing was written: " + err.rootMessage());
-}
-
-System readLayerSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console) {
-  const LayerPlace place = layerPlace(text);
-  const OwnedFile file = openNodes(place.file, OHFA_READ);
-  System system;
-  system.text = text;
-  Slot err;
-  system.record.reset(oprj_ProParametersCreate(err.get()));
-  if (!system.record) throw Stop(kUnusable, err.text());
-  constexpr int32_t kGridOrSurface = 8, kTableDatum = 6;  // what could not be opened is told so
-  if (!oprj_ProParametersRead(file.get(), place.layer.c_str(), system.record.get(), 0, err.get())) {
-    const int32_t code = oerr_CodeGet(err.report());
-    if (code != kGridOrSurface && code != kTableDatum)
-      throw Stop(kUnusable, text + " has no coordinate system: " + err.rootMessage());
-    system.gridTrouble = err.rootMessage();
-  }
-  finishSystem(toolkit, system,
-               unitOfLayer(file.get(), place.layer, isGeographic(*system.record), console));
-  return system;
 }
 
 }  // namespace program

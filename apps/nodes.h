@@ -28,9 +28,6 @@ void makeLayer(Ohfa_File *file, const std::string &layer);
 /// Commits; throws Stop.
 void closeNodes(OwnedFile file);
 
-/// The coordinate system of a layer. Points are in the unit of its map info, if that is known.
-System readLayerSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console);
-
 }  // namespace program
 
 #endif

@@ -1,12 +1,9 @@
 #include "system.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
-
-#include "codes.h"
-#include "nodes.h"
+#include <utility>
 
 namespace program {
 
@@ -47,6 +44,8 @@ const char *listOf(int32_t kind) {
       return "zones";
     case OPRJ_TEXT_NO_UNIT:
       return "units";
+    case OPRJ_TEXT_NO_CODE:
+      return "codes";
     default:
       return nullptr;
   }
@@ -94,20 +93,6 @@ std::vector<std::string> choicesOf(Oint_Toolkit *toolkit, const Oerr_Report *rep
 
 }  // namespace
 
-void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit) {
-  Slot err;
-  const OwnedEngineSystem engine = engineSystemOf(*system.record);
-  const OwnedText own(!unit && engine ? oprj_COORDSYSUnitName(engine.get(), err.get()) : nullptr);
-  if (own) unit = ocvt_UnitSetByName(own.get(), err.get());
-  system.geographic = isGeographic(*system.record);
-  if (!unit) unit = ocvt_UnitSetByName(system.geographic ? "dd" : "meters", nullptr);
-  system.unit = unit->name;
-  system.unitFactor = unit->factor;
-  const OwnedText title(oprj_ProParametersTitle(toolkit, system.record.get(), err.get()));
-  if (!title) throw Stop(kUnusable, err.text());
-  system.title = title.get();
-}
-
 OwnedEngineSystem readEngineText(const char *text) {
   OwnedEngineSystem system(oawp_PE_pe_coordsys_from_string(text));
   Slot err;
@@ -123,12 +108,6 @@ OwnedEngineSystem engineSystemOf(const Oprj_ProParameters &record) {
   return text && *text ? readEngineText(text.get()) : nullptr;
 }
 
-bool isGeographic(const Oprj_ProParameters &record) {
-  if (record.proType != OPRJ_INTERNAL || record.proNumber != 0) return false;
-  const OwnedEngineSystem engine = engineSystemOf(record);
-  return !engine || !oawp_PE_pe_projcs_p(engine.get());
-}
-
 std::string fileText(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -137,44 +116,24 @@ std::string fileText(const std::string &path) {
   return text;
 }
 
-namespace {
-
-/// The description behind what was written: the content of a .prj file, the engine's text of a code
-/// or a name; else what was written.
-std::string descriptionBehind(Oint_Toolkit *toolkit, const std::string &written) {
-  if (lower(written).ends_with(".prj")) {
-    if (!std::filesystem::is_regular_file(written))
-      throw Stop(kUnusable, "there is no file " + written);
-    return fileText(written);
-  }
-  // Names with semicolons or brackets are descriptions by themselves.
-  if (written.find_first_of(";[") != std::string::npos) return written;
-  Slot err;
-  if (oprj_QueryFromText(toolkit, written.c_str(), err.get())) return written;
-  if (const std::optional<Code> code = findCode(written)) return engineTextOf(*code);
-  return written;
-}
-
-}  // namespace
-
 System readSystem(Oint_Toolkit *toolkit, const std::string &written, const Console &console) {
-  if (isLayerPlace(written) && !isEngineText(written))
-    return readLayerSystem(toolkit, written, console);
-  System system;
-  const std::string text = descriptionBehind(toolkit, std::string(trimmed(written)));
-  system.text = text;
   Slot err;
-  Oprj_Note *made = nullptr;
-  const Ocvt_Unit *unit = nullptr;
-  system.record.reset(oprj_ProParametersFromText(toolkit, text.c_str(), &unit, &made, err.get()));
-  const OwnedNotes notes(made);
-  if (!system.record)
-    throw Stop(kUnusable, refusalText(err.report()), choicesOf(toolkit, err.report()));
-  for (const Oprj_Note *note = notes.get(); note; note = note->next) {
+  const std::unique_ptr<Oprj_System, FreeBy<Oprj_System, oprj_SystemFree>> read(
+      oprj_SystemRead(toolkit, written.c_str(), err.get()));
+  if (!read) throw Stop(kUnusable, refusalText(err.report()), choicesOf(toolkit, err.report()));
+  System system;
+  system.text = read->description;
+  system.record.reset(std::exchange(read->record, nullptr));
+  for (const Oprj_Note *note = read->notes; note; note = note->next) {
     if (note->kind == OPRJ_NOTE_GRID) system.gridTrouble = note->text;
     else console.warn(note->text);
   }
-  finishSystem(toolkit, system, unit);
+  system.unit = read->unit->name;
+  system.unitFactor = read->unit->factor;
+  system.geographic = read->unit->kind == OCVT_KIND_ANGLE;
+  const OwnedText title(oprj_ProParametersTitle(toolkit, system.record.get(), err.get()));
+  if (!title) throw Stop(kUnusable, err.text());
+  system.title = title.get();
   return system;
 }
 

@@ -51,14 +51,9 @@ std::string fileText(const std::string &path);
 /// with kUnusable.
 System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console &console);
 
-/// What a record says of the points in it; `unit` null: the usual one.
-void finishSystem(Oint_Toolkit *toolkit, System &system, const Ocvt_Unit *unit);
-
 /// The system of the Projection Engine that a record holds in place of a projection number; null
 /// for others.
 OwnedEngineSystem engineSystemOf(const Oprj_ProParameters &record);
-/// Whether points are longitudes and latitudes.
-bool isGeographic(const Oprj_ProParameters &record);
 
 /// Builds the system's projection. Throws Stop with kUnusable, telling which of the values that
 /// were written it cannot have, or what else is amiss, also where the Projection Engine has no

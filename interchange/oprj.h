@@ -18,6 +18,7 @@
 #include "othr.h"
 
 #include "chain.h"
+#include "codes.h"
 #include "datum_shift.h"
 #include "designs.h"
 #include "elevation.h"
@@ -34,6 +35,7 @@
 #include "plugin.h"
 #include "project.h"
 #include "projection.h"
+#include "system.h"
 #include "tables.h"
 #include "text.h"
 #include "translation.h"

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <optional>
 
+#include "interchange/text_refusal.h"
 #include "interchange/text_slots.h"
 #include "pipeline/function_sets.h"
 #include "projections/registry.h"
@@ -313,35 +314,6 @@ OwnedParameters readEngineText(const std::string &text, std::string &unit, Oprj_
   if (!name) throw std::bad_alloc();
   unit = name.get();
   return record;
-}
-
-constexpr int32_t kRefusalCode = 4;
-
-/// MESSAGE (did you mean "A", "B"?) MORE; many choices are left to who can show them.
-std::string messageOf(const TextRefusal &refusal) {
-  std::string names;
-  if (refusal.kind != OPRJ_TEXT_AMBIGUOUS) {
-    for (const std::string &name : refusal.suggestions)
-      names += (names.empty() ? "" : ", ") + inQuotes(name);
-  }
-  return refusal.message + (names.empty() ? "" : " (did you mean " + names + "?)") + refusal.more;
-}
-
-/// Runs a body that may refuse a text, or throw for want of memory.
-template <class Body>
-auto reporting(ErrorScope &e, Oerr_Report **slot, Body body) -> decltype(body()) {
-  return toolkit::guarded(e, kRefusalCode + 1, [&]() -> decltype(body()) {
-    try {
-      return body();
-    } catch (const TextRefusal &refusal) {
-      const auto failed = e.fail(kRefusalCode, "%s", messageOf(refusal).c_str());
-      if (slot) {
-        oerr_KindSet(*slot, refusal.kind);
-        for (const std::string &text : refusal.suggestions) oerr_SuggestionAdd(*slot, text.c_str());
-      }
-      return failed;
-    }
-  });
 }
 
 bool sameBits(const Oprj_DblArray &first, const Oprj_DblArray &second) {

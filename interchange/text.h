@@ -32,10 +32,11 @@ enum {
   OPRJ_TEXT_NO_ZONE = 5,
   OPRJ_TEXT_NO_UNIT = 6,
   OPRJ_TEXT_NO_KEY = 7,
-  OPRJ_TEXT_AMBIGUOUS = 8,     /**< a common name of several datums or spheroids */
-  OPRJ_TEXT_VALUE = 9,         /**< a value that its key cannot have */
-  OPRJ_TEXT_INCOMPLETE = 10,   /**< something needed is left out; what is there is right */
-  OPRJ_TEXT_CONTRADICTION = 11 /**< keys that exclude each other, or one that is not read */
+  OPRJ_TEXT_AMBIGUOUS = 8,      /**< a common name of several datums or spheroids */
+  OPRJ_TEXT_VALUE = 9,          /**< a value that its key cannot have */
+  OPRJ_TEXT_INCOMPLETE = 10,    /**< something needed is left out; what is there is right */
+  OPRJ_TEXT_CONTRADICTION = 11, /**< keys that exclude each other, or one that is not read */
+  OPRJ_TEXT_NO_CODE = 12        /**< of no system (codes.h) */
 };
 
 /** kind of Oprj_Note. */

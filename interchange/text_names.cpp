@@ -267,6 +267,15 @@ int32_t findZone(Oint_Toolkit *toolkit, const Oprj_InitData &data, const std::st
   throw refusal;
 }
 
+std::string messageOf(const TextRefusal &refusal) {
+  std::string names;
+  if (refusal.kind != OPRJ_TEXT_AMBIGUOUS) {
+    for (const std::string &name : refusal.suggestions)
+      names += (names.empty() ? "" : ", ") + inQuotes(name);
+  }
+  return refusal.message + (names.empty() ? "" : " (did you mean " + names + "?)") + refusal.more;
+}
+
 }  // namespace orvik::oprj
 
 void oprj_NotesFree(Oprj_Note **list) {

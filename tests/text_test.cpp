@@ -1,7 +1,8 @@
 // Coordinate systems as texts: reading, writing, names that people type, and the chain between two.
 #include <oprj/chain.h>
+#include <oprj/ofio.h>
 #include <oprj/ostr.h>
-#include <oprj/text.h>
+#include <oprj/system.h>
 
 #include <cmath>
 #include <cstring>
@@ -271,6 +272,67 @@ TEST(Text, TellsWhatKindOfRefusalAndNotes) {
         toolkit(), "Lambert Conformal Conic; datum=ED 79; lat_1=40", nullptr, nullptr, err));
     return !*err;
   });
+}
+
+TEST(Text, SystemsInWhateverWayTheyAreNamed) {
+  int32_t count = 0;
+  Slot slot;
+  const Oprj_Code *codes = oprj_CodesGet(&count, slot);
+  ASSERT_TRUE(codes && count > 8000) << slot.chain();
+  for (int32_t i = 1; i < count; ++i)
+    EXPECT_TRUE(std::strcmp(codes[i - 1].authority, codes[i].authority) < 0 ||
+                codes[i - 1].number < codes[i].number);
+  omsc_HeapFree(oprj_CodeToPEString(codes, slot));  // loads the engine's database
+  const LeakCheck leaks;
+  const TemporaryDirectory folder;
+  const std::string prj = folder.write("a.PRJ",
+                                       "GEOGCS[\"x\",DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\","
+                                       "6378137,298.257223563]],PRIMEM[\"Greenwich\",0],"
+                                       "UNIT[\"Grad\",0.015707963267948967]]\n");
+  const struct {
+    std::string written, description, unit;  // of the description: how it begins; null: refused
+    int32_t kind = 0;
+    std::string message = {};
+  } cases[] = {
+      {" utm; zone=18; datum=WGS 84 ", "utm; zone=18; datum=WGS 84", "meters"},
+      {"epsg: 32618", "PROJCS[\"WGS_1984_UTM_Zone_18N\"", "meters"},
+      {"WGS 84 / utm zone-18n", "PROJCS[\"WGS_1984_UTM_Zone_18N\"", "meters"},
+      {"ESRI:102003", "PROJCS[\"USA_Contiguous_Albers", "meters"},
+      // The number is a datum's too, and of two systems of a name one is no longer used.
+      {"EPSG:4326", "GEOGCS[\"GCS_WGS_1984\"", "dd"},
+      {prj, "GEOGCS[\"x\"", "grads"},
+      {"EPSG:326181", "", "", OPRJ_TEXT_NO_CODE, "there is no coordinate system EPSG:326181"},
+      {"EPSG:3a", "", "", OPRJ_TEXT_NO_CODE, "\"EPSG:3a\": a code is a number, as in EPSG:32618"},
+      {"Mercatr", "", "", OPRJ_TEXT_NO_PROJECTION, ""},
+      {"geographic", "", "", OPRJ_TEXT_INCOMPLETE, ""},
+      {folder.write("empty.prj", " \n"), "", "", 0, folder.path() + "/empty.prj is empty"},
+      {folder.path() + "/none.prj", "", "", OFIO_FILE_PROBLEM, ""},
+      {folder.path() + "/none.img::a", "", "", 0, "File \""},
+  };
+  for (const auto &row : cases) {
+    SCOPED_TRACE(row.written);
+    const Owner<Oprj_System, oprj_SystemFree> system(
+        oprj_SystemRead(toolkit(), row.written.c_str(), slot));
+    EXPECT_EQ(system != nullptr, !row.description.empty()) << slot.chain();
+    EXPECT_EQ(oerr_KindGet(slot.get()), row.kind) << slot.chain();
+    EXPECT_EQ(std::string(oerr_MessageGet(slot.get())).substr(0, row.message.size()), row.message);
+    if (!system) continue;
+    EXPECT_TRUE(std::string(system->description).starts_with(row.description))
+        << system->description;
+    EXPECT_EQ(system->unit->name, row.unit);
+  }
+  EXPECT_EQ(oprj_SystemRead(toolkit(), nullptr, nullptr), nullptr);
+  // An engine's system that cannot be translated is held as its text, also for want of memory.
+  for (const auto &[text, rule] :
+       {std::pair(prj, OnFailure::kMayRecover),
+        std::pair(std::string("5; datum=WGS 84"), OnFailure::kReports)}) {
+    forEachAllocationFailure(
+        [&text = text](Oerr_Report **err) {
+          return Owner<Oprj_System, oprj_SystemFree>(
+                     oprj_SystemRead(toolkit(), text.c_str(), err)) != nullptr;
+        },
+        {}, rule);
+  }
 }
 
 TEST(Text, TitlesNameZoneAndHemisphere) {
