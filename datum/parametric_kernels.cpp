@@ -216,6 +216,7 @@ struct Shift {
     v = to.lat;
     return {odd | ~((abs(to.lat) <= Lanes(kHalfPi)) & isFinite(to.lon))};
   }
+  OPRJ_INLINE static Certain certain(Lanes x, Lanes y, Odd) { return {(x != x) | (y != y)}; }
 };
 
 template <class Formula>

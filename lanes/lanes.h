@@ -83,7 +83,7 @@ OPRJ_INLINE Mask operator|(Mask a, Mask b) {
   return {{a.half[0] | b.half[0], a.half[1] | b.half[1]}};
 }
 OPRJ_INLINE Mask operator~(Mask a) { return {{~a.half[0], ~a.half[1]}}; }
-OPRJ_INLINE bool any(Mask a) { return nativeAny(a.half[0] | a.half[1]); }
+OPRJ_INLINE bool any(Mask a) { return nativeBits(a.half[0] | a.half[1]) != 0; }
 OPRJ_INLINE bool all(Mask a) { return !any(~a); }
 
 OPRJ_INLINE Lanes select(Mask m, Lanes a, Lanes b) {
@@ -281,6 +281,21 @@ OPRJ_INLINE void storePairs(double *pairs, Lanes x, Lanes y, bool streams = fals
       nativeStore(to + kNativeWidth, high);
     }
   }
+}
+/// Bit k is the truth of point k of the pairs that were loaded.
+OPRJ_INLINE uint32_t bitsOfPoints(Mask m) {
+  uint32_t bits = 0;  // each twice
+  for (int h = 0; h < 2; ++h) {
+    const Native truth = (Native)m.half[h];
+    const NativeMask low = (NativeMask)nativeUnpackLow(truth, truth);
+    const NativeMask high = (NativeMask)nativeUnpackHigh(truth, truth);
+    bits |= (nativeBits(low) | nativeBits(high) << kNativeWidth) << (2 * h * kNativeWidth);
+  }
+  bits &= 0x55555555;
+  bits = (bits | bits >> 1) & 0x33333333;
+  bits = (bits | bits >> 2) & 0x0f0f0f0f;
+  bits = (bits | bits >> 4) & 0x00ff00ff;
+  return (bits | bits >> 8) & 0xffff;
 }
 
 }  // namespace orvik::oprj::OPRJ_SET

@@ -10,9 +10,9 @@
 //   static constexpr PointFault kElsewhere;  // the fault of a point that stops, iterations aside
 //
 // `group` gives the results and says which lanes are out of the ordinary; results of the others are
-// finite. `certain` tells of which of those it is known what `point` would find. `point` defines
-// the behaviour: it writes the result, or writes nothing and returns why the point stops. `group`
-// and `point` must give the same bits for ordinary points.
+// finite. `certain` tells of which of those it is known what `point` would find, so that it need
+// not be asked. `point` defines the behaviour: it writes the result, or writes nothing and returns
+// why the point stops. `group` and `point` must give the same bits for ordinary points.
 //
 // The formula is inlined whole into the loop: a call in it would pass Lanes through memory. That is
 // why `group` is called at one place, why all single points share pointByPoint, and why whatever
@@ -29,16 +29,18 @@ namespace orvik::oprj::OPRJ_SET {
 /// would not stay there until somebody reads them.
 inline constexpr int32_t kWorthStreaming = 100000;
 inline constexpr uintptr_t kCacheLine = 64;  // bytes
+inline constexpr uint64_t kEachByte = 0x0101010101010101;
 
-/// The lanes of a group that are out of the ordinary, and those where an iteration did not end.
+/// The lanes of a group that are out of the ordinary, and those that stop first because an
+/// iteration did not end.
 struct Odd {
   Mask lanes;
   Mask iterated = never<Lanes>();
 };
-/// Odd lanes whose fault is certain, so that a run that goes on need not ask `point`.
+/// Odd lanes of which it is certain what `point` would find.
 struct Certain {
-  Mask notNumbers;  ///< the point went in as NaN
-  Mask elsewhere;   ///< `point` stops, and no iteration is to blame
+  Mask notNumbers;                                                 ///< the point went in as NaN
+  Mask elsewhere = never<Lanes>(), notConverged = never<Lanes>();  ///< it stops, for that fault
 };
 
 /// `count` points one by one, the first of them being number `first` of the run. Those that have a
@@ -71,33 +73,54 @@ template <class Kernel, class Point>
   return true;
 }
 
-/// The rest of a group in which some lanes are odd: those whose point in `ready` is NaN. `iterated`
-/// is not 0 where an iteration did not end, `from` the group's points as the lanes had them. False
-/// when the run ended.
+/// A byte of 1 for each of the eight lowest bits.
+OPRJ_INLINE uint64_t bytesOf(uint32_t bits) {
+  const uint64_t apart = (bits & 0xff) * kEachByte & 0x8040201008040201;
+  return (apart + 0x7f * kEachByte) >> 7 & kEachByte;
+}
+
+/// Writes the faults of a group's bad points, eight at a time, where there is none yet.
+OPRJ_INLINE void noteFaults(uint32_t bad, PointFault elsewhere, const Certain &is,
+                            PointFault *faults) {
+  const auto codes = [](PointFault fault, uint32_t bits) {
+    return static_cast<uint64_t>(fault) * bytesOf(bits);
+  };
+  // mostly there is one kind
+  const uint32_t none = any(is.notNumbers) ? bitsOfPoints(is.notNumbers) : 0;
+  const uint32_t open = any(is.notConverged) ? bitsOfPoints(is.notConverged) : 0;
+  const uint32_t beside = bad & ~(none | open);
+  constexpr int kAtOnce = kLanes < 8 ? kLanes : 8;
+  for (int k = 0; k < kLanes; k += kAtOnce) {
+    uint64_t now = 0;
+    __builtin_memcpy(&now, faults + k, kAtOnce);
+    const uint64_t noted = (now + 0x7f * kEachByte) >> 7 & kEachByte;
+    now |= (codes(PointFault::kNotANumber, none >> k) | codes(elsewhere, beside >> k) |
+            codes(PointFault::kNotConverged, open >> k)) &
+           ~(noted * 0xff);
+    __builtin_memcpy(faults + k, &now, kAtOnce);
+  }
+}
+
+/// The rest of a group in which some lanes are odd. Their points in `ready` are NaN, the second
+/// coordinate a number where an iteration is to blame; `from` are the group's points as the lanes
+/// had them. False when the run ended.
 template <class Kernel, class Point>
 [[gnu::noinline]] bool oddGroup(const typename Kernel::Block &block, const Point *from,
-                                const Point *ready, const Point *iterated, const Point *in,
-                                Point *out, int32_t first, int32_t count, PointRun &how) {
+                                const Point *ready, const Point *in, Point *out, int32_t first,
+                                int32_t count, PointRun &how) {
   if constexpr (requires(Lanes x, Odd odd) { Kernel::certain(x, x, odd); }) {
-    Lanes x, y, u, unended, unused;
-    loadPairs(&ready->x, u, unused);
-    loadPairs(&iterated->x, unended, unused);
+    Lanes x, y, u, v;
+    loadPairs(&ready->x, u, v);
     loadPairs(&from->x, x, y);
-    const Odd odd{u != u, unended != Lanes(0.0)};
-    const Certain is = Kernel::certain(x, y, odd);
-    if (how.goesOn && !any(odd.lanes & ~(is.notNumbers | is.elsewhere))) {
-      constexpr PointFault kFaults[] = {PointFault::kNone, PointFault::kNotANumber,
-                                        Kernel::kElsewhere};
-      Point codes[kLanes];
-      storePairs(&codes->x,
-                 select(is.notNumbers, Lanes(1.0), select(is.elsewhere, Lanes(2.0), Lanes(0.0))),
-                 Lanes(0.0));
-      for (int32_t k = 0; k < count; ++k) {
-        out[k] = ready[k];
-        const PointFault fault = kFaults[static_cast<int>(codes[k].x)];
-        how.bad += fault != PointFault::kNone;
-        if (how.faults && how.faults[first + k] == PointFault::kNone) how.faults[first + k] = fault;
-      }
+    const Mask odd = u != u;
+    const Certain is = Kernel::certain(x, y, Odd{odd, odd & (v == v)});
+    const Mask stops = is.elsewhere | is.notConverged;
+    if (count == kLanes && !any(odd & ~(is.notNumbers | stops)) && (how.goesOn || !any(stops))) {
+      storePairs(&out->x, u, select(odd, Lanes(kNaN), v));
+      if (!how.goesOn) return true;
+      const uint32_t bad = bitsOfPoints(odd);
+      how.bad += static_cast<int32_t>((bytesOf(bad) + bytesOf(bad >> 8)) * kEachByte >> 56);
+      if (how.faults) noteFaults(bad, Kernel::kElsewhere, is, how.faults + first);
       return true;
     }
   }
@@ -135,11 +158,10 @@ template <class Kernel, class Point>
     loadPairs(&from->x, x, y);
     const Odd odd = Kernel::group(constants, x, y, u, v);
     if (any(odd.lanes)) [[unlikely]] {
-      Point ready[kLanes], iterated[kLanes];
-      storePairs(&ready->x, select(odd.lanes, Lanes(kNaN), u), select(odd.lanes, Lanes(kNaN), v));
-      storePairs(&iterated->x, select(odd.iterated, Lanes(1.0), Lanes(0.0)), Lanes(0.0));
-      if (!oddGroup<Kernel>(block, from, ready, iterated, in + done, out + done, done, here, how))
-        break;
+      Point ready[kLanes];
+      const Lanes blame = select(odd.iterated, Lanes(1.0), Lanes(kNaN));
+      storePairs(&ready->x, select(odd.lanes, Lanes(kNaN), u), select(odd.lanes, blame, v));
+      if (!oddGroup<Kernel>(block, from, ready, in + done, out + done, done, here, how)) break;
       continue;
     }
     storePairs(&to->x, u, v, streams && to != padded);

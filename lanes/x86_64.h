@@ -62,6 +62,7 @@ template <class P>
 using BitsOf = typename Integers<P>::Unsigned;
 using NativeMask = MaskOf<Native>;
 
+/// nativeBits has the truth of lane k as bit k.
 /// Minimum and maximum are `a < b ? a : b` and `a > b ? a : b`, also of NaN and signed zeros.
 
 #if defined(__AVX512F__)
@@ -72,7 +73,7 @@ OPRJ_INLINE Native nativeFloor(Native a) {
 }
 OPRJ_INLINE Native nativeMin(Native a, Native b) { return _mm512_min_pd(a, b); }
 OPRJ_INLINE Native nativeMax(Native a, Native b) { return _mm512_max_pd(a, b); }
-OPRJ_INLINE bool nativeAny(NativeMask m) { return _mm512_movepi64_mask((__m512i)m) != 0; }
+OPRJ_INLINE uint32_t nativeBits(NativeMask m) { return _mm512_movepi64_mask((__m512i)m); }
 OPRJ_INLINE Native nativeUnpackLow(Native a, Native b) { return _mm512_unpacklo_pd(a, b); }
 OPRJ_INLINE Native nativeUnpackHigh(Native a, Native b) { return _mm512_unpackhi_pd(a, b); }
 OPRJ_INLINE Native nativeLoad(const double *from) { return _mm512_loadu_pd(from); }
@@ -84,7 +85,9 @@ OPRJ_INLINE Native nativeSqrt(Native a) { return _mm256_sqrt_pd(a); }
 OPRJ_INLINE Native nativeFloor(Native a) { return _mm256_floor_pd(a); }
 OPRJ_INLINE Native nativeMin(Native a, Native b) { return _mm256_min_pd(a, b); }
 OPRJ_INLINE Native nativeMax(Native a, Native b) { return _mm256_max_pd(a, b); }
-OPRJ_INLINE bool nativeAny(NativeMask m) { return _mm256_movemask_pd((__m256d)m) != 0; }
+OPRJ_INLINE uint32_t nativeBits(NativeMask m) {
+  return static_cast<uint32_t>(_mm256_movemask_pd((__m256d)m));
+}
 OPRJ_INLINE Native nativeUnpackLow(Native a, Native b) { return _mm256_unpacklo_pd(a, b); }
 OPRJ_INLINE Native nativeUnpackHigh(Native a, Native b) { return _mm256_unpackhi_pd(a, b); }
 OPRJ_INLINE Native nativeLoad(const double *from) { return _mm256_loadu_pd(from); }
@@ -105,7 +108,9 @@ OPRJ_INLINE Native nativeFloor(Native a) {
 }
 OPRJ_INLINE Native nativeMin(Native a, Native b) { return _mm_min_pd(a, b); }
 OPRJ_INLINE Native nativeMax(Native a, Native b) { return _mm_max_pd(a, b); }
-OPRJ_INLINE bool nativeAny(NativeMask m) { return _mm_movemask_pd((__m128d)m) != 0; }
+OPRJ_INLINE uint32_t nativeBits(NativeMask m) {
+  return static_cast<uint32_t>(_mm_movemask_pd((__m128d)m));
+}
 OPRJ_INLINE Native nativeUnpackLow(Native a, Native b) { return _mm_unpacklo_pd(a, b); }
 OPRJ_INLINE Native nativeUnpackHigh(Native a, Native b) { return _mm_unpackhi_pd(a, b); }
 OPRJ_INLINE Native nativeLoad(const double *from) { return _mm_loadu_pd(from); }

@@ -19,6 +19,7 @@
 #include "datum/shift_plan.h"
 #include "pipeline/function_sets.h"
 #include "pipeline/recall.h"
+#include "projections/registry.h"
 
 namespace orvik::oprj {
 
@@ -58,7 +59,8 @@ class Way {
   /// tells the point where there is one.
   bool run(ErrorScope &e, const Oprj_Point *in, Oprj_Point *out, int32_t count);
 
-  /// What is wrong with the way whatever its points are: false with a report of `e`.
+  /// What is wrong with the way whatever its points are: false with a report of `e`. Makes a sound
+  /// way ready for runEach.
   bool sound(ErrorScope &e);
   /// Takes one tile at most, which may be the same array, and goes on after bad points: they become
   /// NaN, `reasons` tells why. Where `verify` (m) is above 0, each leg's points are projected back
@@ -95,6 +97,12 @@ class Way {
     bool input = false;
   };
 
+  /// The family's own loop behind a leg, which goes on after bad points; none for other sets.
+  struct Loop {
+    EachFunction each = nullptr;
+    const double *block = nullptr;
+  };
+
   void add(Does does, int32_t code, const char *message) {
     const bool ofCaller =
         does == Does::kTake || does == Does::kConvertIn || does == Does::kConvertOut;
@@ -109,6 +117,8 @@ class Way {
   bool shift(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_Point *spare,
              Oerr_Report **err) const;
   struct Tile;
+  int32_t runStraight(const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                      Oprj_PointReason *reasons, Oerr_Report **err) const;
   bool passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const;
   bool verifyEach(Tile &tile, const Oprj_Point *given, double verify, Oerr_Report **err) const;
 
@@ -124,6 +134,7 @@ class Way {
   std::optional<Decision> decision_;  ///< of leadBetween; none: points are not shifted
   std::optional<ShiftPlan> plan_;     ///< the shift, unless it is the decision's
   Oerr_Report *refusal_ = nullptr;
+  Loop toGlobe_, fromGlobe_;  ///< of a sound way
 };
 
 }  // namespace orvik::oprj

@@ -1,7 +1,8 @@
 // A tile of a call that goes on after bad points (way.h).
 //
-// Bad points leave the tile when they are found, so that the stages behind see good ones only; at
-// the end the good ones return to their places.
+// Where every stage makes NaN of NaN, bad points stay among the others. Else they leave the tile
+// when they are found, so that the stages behind see good ones only; at the end the good ones
+// return to their places.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -96,14 +97,16 @@ bool hasLoop(bool forward, const Oprj_MapProjectionEx *handle) {
   return loopOf(forward, handle, block) != nullptr;
 }
 
-/// A reason for each of a family's faults, in their order.
-constexpr Oprj_PointReason kReasons[] = {OPRJ_POINT_GOOD, OPRJ_POINT_NOT_A_NUMBER,
-                                         OPRJ_POINT_OUTSIDE_DOMAIN, OPRJ_POINT_NO_CONVERGENCE,
-                                         OPRJ_POINT_OUTSIDE_SHEET};
-static_assert(static_cast<int>(PointFault::kNotANumber) == 1 &&
-              static_cast<int>(PointFault::kOutsideDomain) == 2 &&
-              static_cast<int>(PointFault::kNotConverged) == 3 &&
-              static_cast<int>(PointFault::kOutsideSheet) == 4);
+// A family's faults are the first reasons.
+static_assert(sizeof(PointFault) == sizeof(Oprj_PointReason) &&
+              static_cast<int>(PointFault::kNone) == OPRJ_POINT_GOOD &&
+              static_cast<int>(PointFault::kNotANumber) == OPRJ_POINT_NOT_A_NUMBER &&
+              static_cast<int>(PointFault::kOutsideDomain) == OPRJ_POINT_OUTSIDE_DOMAIN &&
+              static_cast<int>(PointFault::kNotConverged) == OPRJ_POINT_NO_CONVERGENCE &&
+              static_cast<int>(PointFault::kOutsideSheet) == OPRJ_POINT_OUTSIDE_SHEET);
+void reasonsOf(const PointFault *faults, int32_t count, Oprj_PointReason *reasons) {
+  std::memcpy(reasons, faults, static_cast<size_t>(count));
+}
 
 // Without branches, which would be guessed in vain where bad points lie scattered:
 
@@ -127,8 +130,7 @@ bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point 
   const double *block = nullptr;
   if (const EachFunction loop = loopOf(forward, handle, block)) {
     PointFault faults[kTilePoints] = {};
-    if (loop(block, in, out, faults, count) > 0)
-      for (int32_t i = 0; i < count; ++i) marks[i] = kReasons[static_cast<int>(faults[i])];
+    if (loop(block, in, out, faults, count) > 0) reasonsOf(faults, count, marks);
     return true;
   }
   const auto leg = forward ? handle->apply : handle->applyInverse;
@@ -262,12 +264,53 @@ bool Way::sound(ErrorScope &e) {
     if (unusable || stage->does == Does::kRefuse) faulty = stage;
   }
   if (faulty) report(e, *faulty, cause, nullptr, 0);
+  else if (in_ && out_ && !plan_) {
+    toGlobe_.each = loopOf(false, in_, toGlobe_.block);
+    fromGlobe_.each = loopOf(true, out_, fromGlobe_.block);
+  }
   return !faulty;
+}
+
+/// runEach where each leg is a family's loop, and the shift one that leaves NaN as it is.
+int32_t Way::runStraight(const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                         Oprj_PointReason *reasons, Oerr_Report **err) const {
+  PointFault faults[kTilePoints] = {};
+  int32_t bad = 0;
+  const Oprj_Point *now = in;
+  for (const Stage *stage = stages_; stage != stages_ + length_; ++stage, now = out) {
+    switch (stage->does) {
+      case Does::kInverse:
+        bad = toGlobe_.each(toGlobe_.block, now, out, faults, count);
+        break;
+      case Does::kForward:
+        bad = fromGlobe_.each(fromGlobe_.block, now, out, faults, count);
+        break;
+      case Does::kShift:
+        if (!decision_->shift.run(now, out, count, nullptr, err)) return -1;
+        break;
+      case Does::kTake:
+        if (now != out) std::copy_n(now, count, out);
+        break;
+      case Does::kConvertIn:
+        inUnit_.apply(out, count, err);
+        break;
+      case Does::kConvertOut:
+        outUnit_.apply(out, count, err);
+        break;
+      default:
+        return -1;
+    }
+  }
+  reasonsOf(faults, count, reasons);
+  return count - bad;
 }
 
 int32_t Way::runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                      Oprj_PointReason *reasons, const Oprj_ProjectOptions &options,
                      Oerr_Report **err) const {
+  *err = nullptr;
+  if (toGlobe_.each && fromGlobe_.each && !(options.verify > 0.0))
+    return runStraight(in, out, count, reasons, err);
   Tile tile(in, out, reasons, count);
   tile.keepsUncovered = options.keepUncovered != 0;
   const double verify = options.verify;
@@ -275,7 +318,6 @@ int32_t Way::runEach(const Oprj_Point *in, Oprj_Point *out, int32_t count,
   const bool verifies = tile.verifies = verify > 0.0 && !copies();
   Oprj_Point given[kTilePoints];  // in the system's own unit
   if (verifies) std::copy_n(in, count, given);
-  *err = nullptr;
   for (const Stage *stage = stages_; stage != stages_ + length_; ++stage) {
     if (verifies && stage->does == Does::kConvertOut && !verifyEach(tile, given, verify, err))
       return -1;

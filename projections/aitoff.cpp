@@ -76,6 +76,7 @@ struct WinkelTripel : FamilyBase<AitoffBlock> {
   static constexpr ValueCheck checks[] = {kParallelAtPole};
   static constexpr int kIterations = 12;
   static constexpr double kTolerance = 1e-8;   // rad; what a step leaves is its square
+  static constexpr double kFarOff = 4.0;       // radii; the map ends at pi
   static constexpr double kNearCentre = 1e-4;  // sin² c below which the slopes are those there
 
   static bool derive(const Entries &p, const Ellipsoid &s, AitoffBlock &b) {
@@ -92,7 +93,11 @@ struct WinkelTripel : FamilyBase<AitoffBlock> {
 
   template <class V>
   static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
-    const V east = (x - V(b.falseEast)) * b.perA, north = (y - V(b.falseNorth)) * b.perA;
+    V east = (x - V(b.falseEast)) * b.perA, north = (y - V(b.falseNorth)) * b.perA;
+    const Truth<V> off = (abs(east) > V(kFarOff)) | (abs(north) > V(kFarOff));
+    stop.when(off, kInputData);
+    east = select(off, V(0.0), east);  // which costs the others no steps
+    north = select(off, V(0.0), north);
     V lat = clampTo(north, kHalfPi);
     V dLon = clampTo(2.0 * east / (b.cosParallel + cos(lat)), kPi);
     Truth<V> open = V(0.0) == V(0.0);

@@ -51,6 +51,10 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
   static constexpr double kModulus = 0.7;  // of the stereographic point, 2 tan(c/2)
   static constexpr double kLeastPlus = 8.0 / (4.0 + kModulus * kModulus);  // 1 + cos c there
   static constexpr double kTolerance = 1e-10;  // of the radius, 0.6 mm on the ground
+  // From this modulus of the sheet's point on the inverse's iteration cannot end: a step leaves
+  // about 5/6 of the modulus, so that behind the cap more than 2.9 is left and steps are longer
+  // than 0.1.
+  static constexpr double kEndless = 120.0;
 
   static bool derive(const Entries &p, const Ellipsoid &s, AlaskaConformalBlock &b) {
     b = {s.a, s.e, s.es, p[6], p[7], 0.0, 0.0, conformalLatitudeOf(std::sqrt(kEs), kEs)};
@@ -92,8 +96,9 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
   template <class V>
   static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
     const Complex<V> w{(x - V(b.falseEast)) * V(1.0 / b.a), (y - V(b.falseNorth)) * V(1.0 / b.a)};
-    Complex<V> p = w;
-    Truth<V> open = ~never<V>();
+    const Truth<V> endless = fma(w.re, w.re, w.im * w.im) >= V(kEndless * kEndless);
+    Complex<V> p{select(endless, V(0.0), w.re), select(endless, V(0.0), w.im)};
+    Truth<V> open = ~endless;
     for (int i = 0; i < kCap && any(open); ++i) {
       Complex<V> sum{V(kRe[kOrder - 1]), V(kIm[kOrder - 1])}, slope = sum;
       for (int j = kOrder - 2; j >= 0; --j) {
@@ -114,7 +119,7 @@ struct AlaskaConformal : FamilyBase<AlaskaConformalBlock> {
       const Truth<V> met = abs(dRe) + abs(dIm) <= V(kTolerance);  // a NaN never meets it
       open = open & ~met;
     }
-    stop.when(open, kIterations);
+    stop.when(open | endless, kIterations);
     const V rho2 = fma(p.re, p.re, p.im * p.im);
     constexpr double limit = kModulus + kClose;
     const Truth<V> within = rho2 <= V(limit * limit);

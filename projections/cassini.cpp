@@ -37,6 +37,9 @@ struct Cassini : FamilyBase<CassiniBlock> {
   static constexpr double kSphere = 1e-5;  // eccentricity below which the sphere's form is used
   static constexpr double kFarthest = 75 * kDegree;
   static constexpr double kTolerance = 1e-9;  // rad; what a step leaves is its square
+  // Radii beside the meridian, of which the series reach 1.4, from which on no step of the inverse
+  // stays on the globe.
+  static constexpr double kFarOff = 30.0;
 
   static bool derive(const Entries &p, const Ellipsoid &s, CassiniBlock &b) {
     if (isTooFlatForSeries(s.es)) return false;
@@ -80,14 +83,17 @@ struct Cassini : FamilyBase<CassiniBlock> {
 
   template <class V>
   static Geographic<V> inverse(const Block &b, V x, V y, Stops<V> &stop) {
-    const V east = (x - V(b.falseEast)) * b.perScale;
-    const V north = fma(y - V(b.falseNorth), V(b.perScale), V(b.distance0));
+    V east = (x - V(b.falseEast)) * b.perScale;
+    V north = fma(y - V(b.falseNorth), V(b.perScale), V(b.distance0));
     if (isSphere(b)) {
       stop.when((abs(east) > V(kHalfPi + kClose)) | (abs(north) > V(kPi + kClose)), kInputData);
       const Geographic<V> at = fromFootpoint(sincos(notTooFar(north)), notTooFar(east));
       return {wrapDifference(b.lon0 + at.lon), at.lat};
     }
-    stop.when(abs(north) > V(2.0 * b.pole), kInputData);
+    const Truth<V> off = (abs(north) > V(2.0 * b.pole)) | (abs(east) >= V(kFarOff));
+    stop.when(off, kInputData);
+    east = select(off, V(0.0), east);  // which costs the others no steps
+    north = select(off, V(0.0), north);
     const MeridianPlace<V> foot = latitudeAtDistance(b.rectifying, clampTo(north, b.pole));
     const V perNu = sqrt(fma(V(-b.es) * foot.of.sin, foot.of.sin, V(1.0)));
     const Geographic<V> start = fromFootpoint(foot.of, clampTo(east * perNu, kHalfPi));

@@ -40,13 +40,13 @@ struct Geographic {
 };
 
 /// Collects the stops of a formula: the first one per point (scalar), or just which lanes have any,
-/// and which have one of an iteration.
+/// and of which the first is that of an iteration.
 template <class V>
 struct Stops {
   Mask hit = never<Lanes>(), iterated = never<Lanes>();
   OPRJ_INLINE void when(Mask condition, const StopText &why) {
+    if (why.iterations != 0) iterated = iterated | (condition & ~hit);
     hit = hit | condition;
-    if (why.iterations != 0) iterated = iterated | condition;
   }
 };
 template <>
@@ -111,7 +111,7 @@ struct Direction {
       if (any(odd)) {
         const Mask far = odd;
         odd = ~(abs(x) <= Lanes(kFarthestAngle));
-        x = select(far & ~odd, adjustLongitude(adjustLongitude(x)), x);
+        if (any(far & ~odd)) x = select(far & ~odd, adjustLongitude(adjustLongitude(x)), x);
       }
       if constexpr (F::row.stopsBeyondPoles) odd = odd | ~(abs(y) <= Lanes(kHalfPi));
       else odd = odd | ~isFinite(y);
@@ -135,7 +135,7 @@ struct Direction {
     return {odd | stops.hit | ~isFinite(u + v), stops.iterated};
   }
 
-  /// Faults of which the formula is not asked, and those of which it is sure.
+  /// Faults of which the formula is not asked, and those that its lanes have found.
   OPRJ_INLINE static Certain certain(Lanes x, Lanes y, Odd odd) {
     const Mask notNumbers = (x != x) | (y != y);
     Mask asked = isFinite(x + y), elsewhere = never<Lanes>();
@@ -147,7 +147,8 @@ struct Direction {
         asked = asked & (abs(y) <= Lanes(kHalfPi));
       }
     }
-    return {notNumbers, (elsewhere | (odd.lanes & asked & ~odd.iterated)) & ~notNumbers};
+    const Mask found = odd.lanes & asked;
+    return {notNumbers, (elsewhere & ~notNumbers) | (found & ~odd.iterated), found & odd.iterated};
   }
 };
 

@@ -3,15 +3,54 @@
 #include <oprj/families.h>
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 
+#include "lanes/point_runner.h"
 #include "projections/descriptor.h"
 #include "records/records.h"
 #include "toolkit/error_scope.h"
 
+namespace orvik::oprj {
+
+using CopyKernel = void (*)(const Oprj_Point *in, Oprj_Point *out, int32_t count, PointRun &how);
+
+namespace OPRJ_SET {
+
+/// What is no number becomes NaN in both coordinates.
+struct GeographicCopy {
+  using Block = double;  // none
+  static constexpr PointFault kElsewhere = PointFault::kNone;
+  static const StopText *point(const Block &, Oprj_Point p, Oprj_Point *out) {
+    *out = p.x != p.x || p.y != p.y ? Oprj_Point{kNaN, kNaN} : p;
+    return nullptr;
+  }
+  OPRJ_INLINE static Odd group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v) {
+    u = x;
+    v = y;
+    return {(x != x) | (y != y)};
+  }
+  OPRJ_INLINE static Certain certain(Lanes, Lanes, Odd odd) { return {odd.lanes}; }
+};
+
+static void copyPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count, PointRun &how) {
+  runPoints<GeographicCopy>(0.0, in, out, count, how);
+}
+
+extern const CopyKernel copyKernel;
+const CopyKernel copyKernel = copyPoints;
+
+}  // namespace OPRJ_SET
+}  // namespace orvik::oprj
+
+#if OPRJ_FLAT
+
+namespace orvik::oprj {
+OPRJ_KERNELS(CopyKernel, copyKernel)
+}
+
 namespace {
 
+using orvik::oprj::PointFault;
+using orvik::oprj::PointRun;
 using orvik::toolkit::ErrorScope;
 
 struct Geographic {
@@ -31,20 +70,11 @@ constexpr orvik::oprj::Family kGeographic = orvik::oprj::familyOf<Geographic>(
     OPRJ_DOOR(oprj_GeographicToLL), OPRJ_DOOR(oprj_GeographicCopyParameters),
     OPRJ_DOOR(oprj_GeographicProParametersEqual));
 
-using orvik::oprj::PointFault;
-
 /// Returns the number of points that are not numbers.
 int32_t copyPoints(const Oprj_Point *in, Oprj_Point *out, PointFault *faults, int32_t count) {
-  constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-  int32_t bad = 0;
-  for (int32_t i = 0; i < count; ++i) {
-    const Oprj_Point p = in[i];
-    const bool isBad = std::isnan(p.x) || std::isnan(p.y);
-    out[i] = isBad ? Oprj_Point{kNaN, kNaN} : p;
-    bad += isBad;
-    if (isBad && faults && faults[i] == PointFault::kNone) faults[i] = PointFault::kNotANumber;
-  }
-  return bad;
+  PointRun how{.goesOn = true, .faults = faults};
+  orvik::oprj::copyKernelInUse()(in, out, count, how);
+  return how.bad;
 }
 
 }  // namespace
@@ -111,3 +141,5 @@ int32_t oprj_GeographicProParametersEqual(const Oprj_ProParameters *first,
   if (e.calleeFailed()) return e.fail(3, "Error returned from oprj_SpheroidsEqual");
   return equal;
 }
+
+#endif

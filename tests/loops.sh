@@ -6,7 +6,7 @@ build=$1
 objects=$(find "$build/projections" "$build/datum" -path '*oprj_families_*' -name '*.o' -o -path '*oprj_shifts_*' -name '*.o')
 report=$(objdump -drC --no-show-raw-insn $objects | awk '
   /^[0-9a-f]+ <.*>:$/ { loop = index($0, "pointsInGroups<") > 0; loops += loop; name = $0 }
-  loop && /\tcall/ { calls = 1; next }
+  loop && /\tcall/ { calls = $0 !~ /pointByPoint<|oddGroup</; next }  # named there when it lies beside
   calls { calls = 0; if ($0 !~ /pointByPoint<|oddGroup</ && $0 !~ /\tmemcpy/) print name " calls " $NF }
   END { print loops " loops" }')
 echo "$report"
