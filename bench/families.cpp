@@ -11,7 +11,9 @@
 #include <random>
 #include <string>
 
+#include "floors.h"
 #include "lanes/kernels.h"
+#include "projections/registry.h"
 #include "report.h"
 #include "tests/family_cases.h"
 #include "tests/gctp_peer.h"
@@ -23,6 +25,8 @@ using oprj_test::FamilyCase;
 
 /// A row this near to the mere reading and writing of its points is bound by memory.
 constexpr double kNearMemory = 1.5;
+/// A row whose divisions and roots alone take this part of its time is bound by them.
+constexpr double kMostOfIt = 0.5;
 
 std::vector<Oprj_Point> randomPoints(const oprj_test::Grid &box, int count) {
   std::mt19937_64 source(20240229);
@@ -43,6 +47,42 @@ struct Ratios {
   std::map<std::string, std::vector<double>> best;  // by instruction set
   std::vector<double> memory;                       // ns of reading and writing the points
   double worstHalf = 0.0;                           // half bad against all good
+};
+
+/// What a row has to do at least: its floors at the widest set, in nanoseconds a point.
+struct Bounds {
+  std::map<std::string, SlowOperations> operations = slowOperations();
+  double division = 0.0, root = 0.0;
+
+  /// Times one division and one root, which run beside all else and not one after the other.
+  Bounds(const std::vector<Oprj_Point> &in, int repetitions) {
+    const auto count = static_cast<int32_t>(in.size());
+    std::vector<Oprj_Point> out(in.size());
+    orvik::oprj::chooseInstructionSet(orvik::oprj::widestInstructionSet());
+    const orvik::oprj::Floors &floors = orvik::oprj::floorsInUse();
+    const Times times =
+        measure({{"divisions", count, [&] { floors.divisions(in.data(), out.data(), count); }},
+                 {"roots", count, [&] { floors.roots(in.data(), out.data(), count); }}},
+                repetitions);
+    division = times.at("divisions") / orvik::oprj::kFloorOperations;
+    root = times.at("roots") / orvik::oprj::kFloorOperations;
+  }
+
+  const char *of(const Oprj_MapProjection *object, bool forward, bool closed, double time,
+                 double memory) const {
+    if (time <= kNearMemory * memory) return "memory";
+    if (!closed) return "iterations";
+    const Oprj_PointFunction function = forward ? object->fromLL : object->toLL;
+    for (const orvik::oprj::RegistryRow &row : orvik::oprj::kRegistry) {
+      if ((forward ? row.forward : row.inverse).function != function) continue;
+      constexpr std::string_view kInit = "Init";
+      const std::string stem(row.name.substr(0, row.name.size() - kInit.size()));
+      const SlowOperations &slow = operations.at(stem + (forward ? "FromLL" : "ToLL"));
+      const double least = slow.divisions * division + slow.roots * root;
+      return least >= kMostOfIt * time ? "divisions" : "arithmetic";
+    }
+    return "arithmetic";
+  }
 };
 
 /// A family's projection and the geographic system of its spheroid, as the two ends of a pair.
@@ -83,7 +123,7 @@ std::vector<Oprj_Point> halfOf(const std::vector<Oprj_Point> &points) {
 }
 
 void row(const FamilyCase &family, const oprj_test::Projection &projection, bool forward,
-         const std::vector<Oprj_Point> &in, int repetitions, Ratios &ratios) {
+         const std::vector<Oprj_Point> &in, int repetitions, const Bounds &bounds, Ratios &ratios) {
   const auto count = static_cast<int32_t>(in.size());
   std::vector<Oprj_Point> out(in.size()), peerPoints(in.size());
   const Oprj_MapProjection *object = projection.object();
@@ -111,7 +151,8 @@ void row(const FamilyCase &family, const oprj_test::Projection &projection, bool
                       ends.each(*given, out, reasons);
                     }});
   jobs.push_back({"memory", count, [&] {
-                    copyPoints(orvik::oprj::widestInstructionSet(), in.data(), out.data(), count);
+                    orvik::oprj::chooseInstructionSet(orvik::oprj::widestInstructionSet());
+                    orvik::oprj::floorsInUse().nothing(in.data(), out.data(), count);
                   }});
   std::unique_ptr<PJ, decltype(&proj_destroy)> peer(nullptr, proj_destroy);
   if (*family.proj) peer.reset(proj_create(nullptr, withAxes(family).c_str()));
@@ -141,9 +182,8 @@ void row(const FamilyCase &family, const oprj_test::Projection &projection, bool
   const char *const reference = times.count("PROJ") ? "PROJ" : "GCTP";
   const bool closed = forward ? family.closedForward : family.closedInverse;
   const std::string widest = orvik::oprj::instructionSetName(orvik::oprj::widestInstructionSet());
-  const char *const binds = times.at(widest) <= kNearMemory * times.at("memory") ? "memory"
-                            : closed                                             ? "arithmetic"
-                                                                                 : "iterations";
+  const char *const binds =
+      bounds.of(object, forward, closed, times.at(widest), times.at("memory"));
   const auto ratiosOf = [&](const std::string &peer) {
     return perSet(" / ", [&](const char *set) { return ratio(times, peer, set); });
   };
@@ -181,11 +221,10 @@ void benchFamilies(int repetitions, int points, const std::string &only) {
   };
   std::printf(
       "Nanoseconds of processor time a point, one core of %s, %d random points, medians of %d "
-      "interleaved runs; ratios are how many times faster, %s. \"Binds\": memory where a row is "
-      "within %.1f times of reading and writing its points. \"Half bad\": how many times as long "
-      "as "
-      "with good points only oprj_ProjectEach takes when every second point has no place.\n\n",
-      processorName().c_str(), points, repetitions, join(" / ").c_str(), kNearMemory);
+      "interleaved runs; ratios are how many times faster, %s. \"Half bad\": how many times as "
+      "long "
+      "as with good points only oprj_ProjectEach takes when every second point has no place.\n\n",
+      processorName().c_str(), points, repetitions, join(" / ").c_str());
   std::printf(
       "| family | form | PROJ | GCTP | %s | x PROJ | x GCTP | one point a call | half "
       "bad | binds |\n",
@@ -193,14 +232,15 @@ void benchFamilies(int repetitions, int points, const std::string &only) {
   std::printf("|---|---|---|---|%s|---|---|---|---|---|\n",
               perSet("|", [](const char *) { return std::string("---"); }).c_str());
   Ratios ratios;
+  const Bounds bounds(randomPoints({-180, 180, -89, 89, 5}, points), repetitions);
   for (const FamilyCase &family : oprj_test::familyCases()) {
     if (!only.empty() && std::string(family.name).find(only) == std::string::npos) continue;
     const oprj_test::Projection projection(family.init, family.number, family.entries, family.axes);
     const std::vector<Oprj_Point> geographic = randomPoints(family.box, points);
     std::vector<Oprj_Point> sheet;
-    row(family, projection, true, geographic, repetitions, ratios);
+    row(family, projection, true, geographic, repetitions, bounds, ratios);
     projection.forward(geographic, sheet, nullptr);
-    row(family, projection, false, sheet, repetitions, ratios);
+    row(family, projection, false, sheet, repetitions, bounds, ratios);
   }
   std::printf(
       "\nMedian over families and directions, against PROJ where it has the projection, else "
@@ -210,9 +250,10 @@ void benchFamilies(int repetitions, int points, const std::string &only) {
                        std::snprintf(text, sizeof text, "%s %.1f", set, median(ratios.best[set]));
                        return std::string(text);
                      }).c_str());
-  std::printf(". Reading and writing the points alone: %.1f ns. Half bad at worst: %.2f times",
-              median(ratios.memory), ratios.worstHalf);
-  std::printf(".\n\n");
+  std::printf(
+      ". Reading and writing the points alone: %.1f ns; a division %.2f ns, a root %.2f ns. ",
+      median(ratios.memory), bounds.division, bounds.root);
+  std::printf("Half bad at worst: %.2f times.\n", ratios.worstHalf);
 }
 
 }  // namespace bench

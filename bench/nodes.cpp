@@ -98,7 +98,7 @@ void benchNodes(int repetitions) {
       rows[row++].values.push_back(value);
     });
   }
-  std::printf("\n| node files | median | goal |\n|---|---|---|\n");
+  std::printf("| node files | median | goal |\n|---|---|---|\n");
   for (const Row &row : rows)
     std::printf("| %s | %.3f | %s |\n", row.what, median(row.values), row.goal);
 }

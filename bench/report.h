@@ -34,9 +34,6 @@ std::string perSet(const char *separator, const std::function<std::string(const 
 std::string millions(const Times &times, const std::string &peer);
 double median(std::vector<double> values);
 
-/// The point loop of a set without a formula (memory_floor.cpp).
-void copyPoints(int set, const Oprj_Point *in, Oprj_Point *out, int32_t count);
-
 void benchEngine(int repetitions, int points);
 void benchFamilies(int repetitions, int points, const std::string &only);
 void benchPipeline(int repetitions, int points);
