@@ -1,5 +1,6 @@
 // oprj explain: the chain that a point takes between two systems, and how far the datum shift moves
 // points.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -74,6 +75,33 @@ void printStep(const Oprj_ChainStep &step) {
                 nothing);
 }
 
+/// The steps of all pairs: inverse of the first, forward of the last, and the shift of the pair
+/// that makes one.
+struct Steps {
+  std::vector<OwnedSteps> lists;
+  std::vector<const Oprj_ChainStep *> shown;
+};
+Steps stepsOf(Oint_Toolkit *toolkit, const std::vector<OwnedPair> &pairs) {
+  Steps steps;
+  const auto native = std::ranges::find_if(pairs, [](const OwnedPair &pair) {
+    return std::string_view(pair->in->title) == OPRJ_TITLE_NATIVE;
+  });
+  const OwnedPair &shifting = native == pairs.end() ? pairs.front() : *native;
+  for (const OwnedPair &pair : pairs) {
+    Slot err;
+    steps.lists.emplace_back(oprj_ProjectionPairExplain(toolkit, pair.get(), err.get()));
+    if (!steps.lists.back()) throw Stop(kUnusable, err.text());
+    for (const Oprj_ChainStep *step = steps.lists.back().get(); step; step = step->next) {
+      if (step->kind == OPRJ_STEP_INVERSE   ? pair == pairs.front()
+          : step->kind == OPRJ_STEP_FORWARD ? pair == pairs.back()
+          : step->kind == OPRJ_STEP_SHIFT   ? pair == shifting
+                                            : true)
+        steps.shown.push_back(step);
+    }
+  }
+  return steps;
+}
+
 /// Longitude and latitude in degrees, as radians.
 std::optional<Oprj_Point> placeOf(const std::vector<double> &at) {
   if (at.empty()) return {};
@@ -89,18 +117,16 @@ Status explain(const std::string &fromText, const std::string &toText,
   Oint_Toolkit *toolkit = startLibrary(console);
   const System from = readSystem(toolkit, fromText, console),
                to = readSystem(toolkit, toText, console);
-  const OwnedPair pair = makePair(toolkit, from, to, console);
-  Slot err;
-  const OwnedSteps steps(oprj_ProjectionPairExplain(toolkit, pair.get(), err.get()));
-  if (!steps) throw Stop(kUnusable, err.text());
+  const std::vector<OwnedPair> pairs = makePairs(toolkit, from, to, console);
+  const Steps steps = pairs.empty() ? Steps() : stepsOf(toolkit, pairs);
   Status status = kGood;
-  if (steps->kind == OPRJ_STEP_COPY) {
+  if (pairs.empty() || steps.shown.front()->kind == OPRJ_STEP_COPY) {
     std::printf("Both systems are equal: points are copied%s.\n",
                 from.unit == to.unit ? "" : " (but for their unit)");
   } else {
     std::printf("A point goes from \"%s\" (%s) to \"%s\" (%s):\n", from.title.c_str(),
                 from.unit.c_str(), to.title.c_str(), to.unit.c_str());
-    for (const Oprj_ChainStep *step = steps.get(); step; step = step->next) {
+    for (const Oprj_ChainStep *step : steps.shown) {
       std::printf("  %d. ", step->kind);
       printStep(*step);
       if (step->kind == OPRJ_STEP_SHIFT && shiftsBetween(from, to) && !step->trouble &&
@@ -109,7 +135,7 @@ Status explain(const std::string &fromText, const std::string &toText,
       if (step->trouble) status = kUnusable;
     }
   }
-  for (const std::string &caution : cautionsOf(toolkit, *pair))
+  for (const std::string &caution : cautionsOf(toolkit, pairs))
     std::printf("Note: %s.\n", caution.c_str());
   return status;
 }

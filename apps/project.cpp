@@ -90,7 +90,7 @@ Status run(Options &options, const Console &console) {
     throw Stop(kUsage, "--dms writes degrees: the output is in " + to.unit);
   requireShift(from, to);
   const Projector projector(toolkit, from, to, console, options.verify, options.strict);
-  for (const std::string &caution : cautionsOf(toolkit, projector.pair())) console.warn(caution);
+  for (const std::string &caution : cautionsOf(toolkit, projector.pairs())) console.warn(caution);
   console.detail(std::string("axis order: longitude (easting) first") +
                  (options.swapIn ? ", in the input second" : "") +
                  (options.swapOut ? ", in the output second" : "") + "; input in " + from.unit +

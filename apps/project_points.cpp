@@ -70,7 +70,7 @@ std::string Tally::report(const std::string &end, Status status) const {
 Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to,
                      const Console &console, double verify, bool strict)
     : console_(console),
-      pair_(makePair(toolkit, from, to, console)),
+      pairs_(makePairs(toolkit, from, to, console)),
       inFactor_(from.unitFactor),
       outFactor_(to.unitFactor),
       toGeographic_(to.geographic),
@@ -78,11 +78,10 @@ Projector::Projector(Oint_Toolkit *toolkit, const System &from, const System &to
       largestY_(to.geographic ? kLargestLatitude : DBL_MAX),
       verify_(verify),
       strict_(strict) {
-  requireShift(*pair_, from, to);
-  const bool equal = oprj_MapProjectionEqual(pair_->in, pair_->out, err_.get()) != 0;
-  identity_ = equal && inFactor_ == outFactor_;
-  // The engine's Transverse Mercator has no series that end.
-  if (equal || std::string_view(pair_->in->title) != OPRJ_TITLE_NATIVE) return;
+  const bool equal =
+      pairs_.size() == 1 && oprj_MapProjectionEqual(pairs_[0]->in, pairs_[0]->out, err_.get()) != 0;
+  identity_ = pairs_.empty() || (equal && inFactor_ == outFactor_);
+  if (equal) return;
   watch(toolkit, from, to, true);
   watch(toolkit, to, from, false);
 }
@@ -149,9 +148,20 @@ void Projector::project(Oprj_Point *points, int32_t count, Work &work, Told &tol
   options.verify = verify_;
   options.keepUncovered = strict_ ? 0 : 1;
   Slot err;
-  const int64_t good = oprj_ProjectEach(pair_.get(), points, results.data(), reasons.data(),
-                                        &options, count, err.get());
-  if (err) throw Stop(kUnusable, err.text());
+  const Oprj_Point *from = points;
+  int64_t good = 0;
+  std::vector<Oprj_PointReason> earlier;
+  for (const OwnedPair &pair : pairs_) {
+    good = oprj_ProjectEach(pair.get(), from, results.data(), reasons.data(), &options, count,
+                            err.get());
+    if (err) throw Stop(kUnusable, err.text());
+    for (size_t i = 0; i < earlier.size(); ++i) {  // NaN that a pair before has made
+      if (reasons[i] == OPRJ_POINT_GOOD || reasons[i] == OPRJ_POINT_NOT_A_NUMBER)
+        reasons[i] = earlier[i];
+    }
+    from = results.data();
+    if (pairs_.size() > 1) earlier.assign(reasons.begin(), reasons.begin() + count);
+  }
   // a formula far outside of its domain may give a result that is no place
   const auto isPlace = [this](Oprj_Point p) {
     return (std::fabs(p.x) <= largestX_) & (std::fabs(p.y) <= largestY_);

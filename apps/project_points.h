@@ -99,7 +99,7 @@ class Projector {
   void project(Oprj_Point *points, int32_t count, Work &work, Told &told,
                int32_t threads = 1) const;
 
-  const Oprj_ProjectionPair &pair() const { return *pair_; }
+  const std::vector<OwnedPair> &pairs() const { return pairs_; }
   /// Points far beside the central meridian of a Transverse Mercator.
   void warnOfFarPoints(const std::vector<int64_t> &far) const;
 
@@ -116,7 +116,7 @@ class Projector {
 
   const Console &console_;
   Slot err_;
-  OwnedPair pair_;
+  std::vector<OwnedPair> pairs_;
   double inFactor_, outFactor_;
   bool identity_, toGeographic_;
   double largestX_, largestY_;  ///< of results

@@ -1,5 +1,9 @@
 #include "shift.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace program {
 
 bool undefinedDatum(const System &system) {
@@ -16,22 +20,80 @@ bool shiftsBetween(const System &from, const System &to) {
   return !undefinedDatum(from) && !undefinedDatum(to) && !sameDatum(from, to);
 }
 
-OwnedPair makePair(Oint_Toolkit *toolkit, const System &from, const System &to,
-                   const Console &console) {
+namespace {
+
+bool isEngine(const OwnedHandle &handle) {
+  return std::string_view(handle->title) == OPRJ_TITLE_PE;
+}
+
+OwnedPair pairOf(OwnedHandle in, OwnedHandle out) {
   Slot err;
   OwnedPair pair(oprj_ProjectionPairCreate(err.get()));
-  if (!pair) throw Stop(kUnusable, err.text());
-  pair->in = requireProjection(toolkit, from, console).release();
-  pair->out = requireProjection(toolkit, to, console).release();
-  if (std::string_view(pair->in->title) == pair->out->title) return pair;
-  // A pair has one function set: the engine takes the other system too.
-  const System &native = pair->in->title == std::string_view(OPRJ_TITLE_NATIVE) ? from : to;
-  for (Oprj_MapProjectionEx *handle : {pair->in, pair->out}) {
-    if (oprj_MapProjectionConvert(handle, OPRJ_TITLE_PE, err.get())) continue;
-    throw Stop(kUnusable,
-               native.title + " beside a system of the Projection Engine: " + err.rootMessage());
-  }
+  if (!in || !out || !pair) throw Stop(kUnusable, "out of memory");
+  pair->in = in.release();
+  pair->out = out.release();
   return pair;
+}
+
+/// Longitudes and latitudes on an engine system's datum, as one of its systems.
+OwnedHandle engineGlobe(const OwnedHandle &system) {
+  Slot err;
+  const auto *geogcs = static_cast<const Oawp_PE_GEOGCS *>(
+      oprj_MapProjectionGCSRGet(system.get(), OPRJ_TITLE_PE, err.get()));
+  OwnedEngineSystem globe(oawp_PE_pe_geogcs_new(
+      "Geographic", oawp_PE_pe_datum_clone(oawp_PE_pe_geogcs_datum(geogcs)),
+      oawp_PE_pe_primem_new("Greenwich", 0), oawp_PE_pe_unit_new("Degree", kDegree)));
+  OwnedHandle handle(globe ? oprj_ProjectionInitInternal(OPRJ_TITLE_PE, globe.get(), err.get())
+                           : nullptr);
+  if (handle) globe.release();
+  return handle;
+}
+
+/// The same as one of the library's.
+OwnedHandle nativeGlobe(Oint_Toolkit *toolkit, const System &system) {
+  Slot err;
+  const OwnedRecord record(oprj_ProParametersCreateByName(toolkit, "Geographic", err.get()));
+  Oprj_MapProjectionEx *made = nullptr;
+  if (record && oprj_SpheroidCopy(&system.spheroid(), record->proSpheroid, err.get()))
+    oprj_ProjectionInit(toolkit, record.get(), &made, err.get());
+  return OwnedHandle(made);
+}
+
+/// Engine systems on one datum: between others the engine has no shift.
+bool shareDatum(const OwnedHandle &first, const OwnedHandle &second) {
+  Slot err;
+  const void *from = oprj_MapProjectionGCSRGet(first.get(), OPRJ_TITLE_PE, err.get()),
+             *to = oprj_MapProjectionGCSRGet(second.get(), OPRJ_TITLE_PE, err.get());
+  first->functions->gcsTransform(from, to, 0, nullptr, err.get());
+  return !err;
+}
+
+}  // namespace
+
+std::vector<OwnedPair> makePairs(Oint_Toolkit *toolkit, const System &from, const System &to,
+                                 const Console &console) {
+  std::vector<OwnedPair> pairs;
+  OwnedHandle in = requireProjection(toolkit, from, console),
+              out = requireProjection(toolkit, to, console);
+  const bool engineIn = isEngine(in), engineOut = isEngine(out);
+  if (engineIn == engineOut && (!engineIn || shareDatum(in, out))) {
+    pairs.push_back(pairOf(std::move(in), std::move(out)));
+    return pairs;
+  }
+  const auto add = [&pairs](OwnedHandle first, OwnedHandle second) {
+    OwnedPair pair = pairOf(std::move(first), std::move(second));
+    Slot err;
+    if (!oprj_MapProjectionEqual(pair->in, pair->out, err.get())) pairs.push_back(std::move(pair));
+  };
+  if (engineIn) {
+    OwnedHandle globe = engineGlobe(in);
+    add(std::exchange(in, nativeGlobe(toolkit, from)), std::move(globe));
+  }
+  OwnedHandle globe = engineOut ? engineGlobe(out) : nullptr;
+  OwnedHandle last = engineOut ? std::exchange(out, nativeGlobe(toolkit, to)) : nullptr;
+  add(std::move(in), std::move(out));
+  if (last) add(std::move(globe), std::move(last));
+  return pairs;
 }
 
 namespace {
@@ -45,12 +107,16 @@ std::vector<std::string> textsOf(Oprj_Note *list) {
 
 }  // namespace
 
-std::vector<std::string> cautionsOf(Oint_Toolkit *toolkit, const Oprj_ProjectionPair &pair) {
-  Slot err;
-  Oprj_Note *notes = nullptr;
-  if (!oprj_ProjectionPairCautions(toolkit, &pair, &notes, err.get()))
-    throw Stop(kUnusable, err.text());
-  return textsOf(notes);
+std::vector<std::string> cautionsOf(Oint_Toolkit *toolkit, const std::vector<OwnedPair> &pairs) {
+  std::vector<std::string> all;
+  for (const OwnedPair &pair : pairs) {
+    Slot err;
+    Oprj_Note *notes = nullptr;
+    if (!oprj_ProjectionPairCautions(toolkit, pair.get(), &notes, err.get()))
+      throw Stop(kUnusable, err.text());
+    std::ranges::move(textsOf(notes), std::back_inserter(all));
+  }
+  return all;
 }
 
 std::vector<std::string> cautionsOf(Oint_Toolkit *toolkit, const System &system) {
@@ -78,20 +144,6 @@ void requireShift(const System &from, const System &to) {
   int64_t index;
   if (err && !oerr_PointGet(err.report(), &index, nullptr, nullptr))
     throw Stop(kUnusable, between + "cannot be made: " + err.rootMessage());
-}
-
-void requireShift(const Oprj_ProjectionPair &pair, const System &from, const System &to) {
-  Slot err;
-  const char *title = pair.in->title;
-  if (std::string_view(title) == OPRJ_TITLE_NATIVE) return;  // the systems have told
-  const void *source = oprj_MapProjectionGCSRGet(pair.in, title, err.get()),
-             *target = oprj_MapProjectionGCSRGet(pair.out, title, err.get());
-  pair.in->functions->gcsTransform(source, target, 0, nullptr, err.get());
-  if (!err) return;
-  throw Stop(kUnusable, std::string("points cannot be shifted from \"") + from.datumName() +
-                            "\" to \"" + to.datumName() +
-                            "\" where the Projection Engine computes a system: project by way of "
-                            "geographic coordinates on the datum of that system");
 }
 
 }  // namespace program

@@ -81,7 +81,9 @@ class Chain {
 
   void addSystem(int32_t kind, const Oprj_ProParameters &record) {
     Oprj_ChainStep &step = add(kind, *record.proSpheroid, *record.proSpheroid);
-    step.formula = isGeographic(record) ? OPRJ_FORMULA_NOTHING : OPRJ_FORMULA_PROJECTION;
+    // The engine's may count from another meridian.
+    step.formula = isGeographic(record) && !asksForEngine(record) ? OPRJ_FORMULA_NOTHING
+                                                                  : OPRJ_FORMULA_PROJECTION;
     for (char **title : {&step.from, &step.to}) {
       *title = oprj_ProParametersTitle(toolkit_, &record, nullptr);
       if (!*title) throw std::bad_alloc();
