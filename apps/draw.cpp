@@ -52,6 +52,7 @@ std::pair<double, double> middleRange(std::vector<std::pair<double, double>> &we
 /// room, as near the points that conics and others blow up.
 Box windowOf(const std::vector<Patch> &patches, const Sheet &sheet) {
   constexpr int kSteps = 120;        // samples across a patch
+  constexpr int kEdgeSteps = 1000;   // samples along an edge
   constexpr double kTail = 0.01;     // of the area shown, at each side
   constexpr double kGenerous = 0.4;  // of the middle's width, added at each side
   constexpr double kMargin = 1e-3;   // of the width, where nothing is cut off
@@ -67,6 +68,16 @@ Box windowOf(const std::vector<Patch> &patches, const Sheet &sheet) {
         const double weight = patch.weight(grid);
         x.emplace_back(image->x, weight);
         y.emplace_back(image->y, weight);
+      }
+    }
+    // Outlines reach farther than what lies between the samples.
+    for (const Line &edge : patch.outline()) {
+      for (int i = 0; i <= kEdgeSteps; ++i) {
+        const auto image =
+            sheet.project(patch.place(between(edge.front(), edge.back(), 1.0 * i / kEdgeSteps)));
+        if (!image) continue;
+        x.emplace_back(image->x, 0);
+        y.emplace_back(image->y, 0);
       }
     }
   }
@@ -330,8 +341,11 @@ void describeSlots(const Oprj_QueryEntry *list, const Oprj_DblArray &slots,
 std::vector<std::string> parametersOf(const System &system, Oint_Toolkit *toolkit) {
   const Oprj_Spheroid &spheroid = system.spheroid();
   const std::string known = spheroid.sphereName.data ? spheroid.sphereName.data : "Unknown";
-  std::vector<std::string> answers{system.name() +
-                                   (" (" + std::to_string(system.record->proNumber) + ")")};
+  const OwnedEngineSystem engine = engineSystemOf(*system.record);
+  std::vector<std::string> answers{
+      engine && oawp_PE_pe_projcs_p(engine.get())
+          ? oawp_PE_pe_projection_name(oawp_PE_pe_projcs_projection(engine.get()))
+          : system.name() + (" (" + std::to_string(system.record->proNumber) + ")")};
   if (known != "Unknown") {
     answers.push_back("spheroid " + known);
   } else {

@@ -249,10 +249,16 @@ class Domain {
     return Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth),
                             radians(-kHalfLength, -width, kHalfLength, width));
   }
+  /// The frame's antimeridian holds the far side of the line. The sheet is torn along it between
+  /// the points opposite to the two.
   Patch twoPoints() const {
-    const CentralLine line = centralLine();  // the frame's antimeridian holds its far side
-    return Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth + kPi / 2),
-                            radians(-180, -90, 180, 90));
+    const CentralLine line = centralLine();
+    const Oprj_Point first{slot(8), slot(9)}, second{slot(10), slot(11)};
+    Patch patch = Patch::rectangle(Frame::equatorThrough(line.centre, line.azimuth + kPi / 2),
+                                   radians(-180, -90, 180, 90), Patch::kWest | Patch::kEast);
+    const double apart = Frame::equatorThrough(first, bearing(first, second)).fromGlobe(second).x;
+    patch.shortenSides(std::fabs(apart) / kPi);
+    return patch;
   }
 
   Patch utm(double width) const {

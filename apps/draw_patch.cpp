@@ -189,6 +189,11 @@ void Patch::settle(const Sheet &sheet) {
     south_[column] = walk(middle_[column], south_[column]);
     if (!round_) north_[column] = walk(middle_[column], north_[column]);
   }
+  if (round_) {
+    // Where a cap stops in its first column alone, which is its last, that is a seam, no edge.
+    const double beside = std::max(south_[1], south_[kColumns - 1]);
+    south_.front() = south_.back() = std::min(south_.front(), beside);
+  }
   reach_ = reachNow();
 }
 
@@ -298,9 +303,10 @@ std::vector<Line> Patch::outline() const {
     if (outline_ & edge) lines.push_back({from, to});
   };
   add(kSouth, {range_.west, 0}, {range_.east, 0});
-  add(kEast, {range_.east, 0}, {range_.east, 1});
+  const double from = (1 - sides_) / 2, to = (1 + sides_) / 2;
+  add(kEast, {range_.east, from}, {range_.east, to});
   add(kNorth, {range_.east, 1}, {range_.west, 1});
-  add(kWest, {range_.west, 1}, {range_.west, 0});
+  add(kWest, {range_.west, to}, {range_.west, from});
   return lines;
 }
 

@@ -85,6 +85,9 @@ class Patch {
   /// Beside an axis given by the sheet: between its images `axis`, `halfWidth` to either side.
   static Patch swath(Frame frame, const Line &axis, double halfWidth);
 
+  /// The outline runs along a part of the western and eastern edges only: `part` of their height in
+  /// the middle. What is beyond lies inside of the map.
+  void shortenSides(double part) { sides_ = part; }
   /// Pulls the edges in to where the projection stops, and finds its reach.
   void settle(const Sheet &sheet);
   const Reach &reach() const { return reach_; }
@@ -136,6 +139,7 @@ class Patch {
   Box range_;
   bool round_;
   unsigned outline_;
+  double sides_ = 1;
   Reach reach_;                                 // the whole globe before it is settled
   std::vector<double> south_, north_, middle_;  // v by column
 };

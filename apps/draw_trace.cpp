@@ -11,11 +11,16 @@ constexpr int kDeepest = 30;
 /// Outside the window lines only have to be where they are by this part of their length.
 constexpr double kCoarse = 0.05;
 
+/// What a ring may jump, in tolerances (5 pixels): an aposphere does not quite close behind the
+/// centre of its map.
+constexpr double kSeam = 100;
+
 /// Points that the lines of a map may take, and the points that one costs at which the projection
 /// stops, for its report. Maps of a page's width take up to some 200,000.
 constexpr int64_t kMostEffort = 3'000'000, kStopEffort = 8;
 
-/// How far inside an edge is looked for where it stops: parts of the patch's height.
+/// How far inside an edge, or beside a seam, is looked for where it stops: parts of the patch's
+/// height, radians.
 constexpr double kLeastWay = 1e-9, kMostWay = 0.03;
 
 }  // namespace
@@ -37,8 +42,11 @@ Tracer::Seen Tracer::see(const Drawing &drawing, Oprj_Point grid) {
   Seen seen{grid, project(drawing, grid)};
   if (!drawing.keepInside) return seen;
   const double inward = grid.y < 0.5 ? 1 : -1;
-  for (double way = kLeastWay; !seen.image && way < kMostWay; way *= 2)
-    seen.image = project(drawing, {grid.x, grid.y + inward * way});
+  for (double way = kLeastWay; !seen.image && way < kMostWay; way *= 2) {
+    for (const auto &[x, y] : {Oprj_Point{0, inward * way}, {way, 0}, {-way, 0}}) {
+      if (!seen.image) seen.image = project(drawing, {grid.x + x, grid.y + y});
+    }
+  }
   return seen;
 }
 
@@ -60,8 +68,9 @@ void Tracer::go(Drawing &drawing, const Seen &a, const Seen &b, int depth) {
       go(drawing, middle, b, depth + 1);
       return;
     }
-  } else if (!close &&
-             !(drawing.keepInside && a.image && b.image && drawing.patch.onEdge(a.grid, b.grid))) {
+  } else if (!close && !(drawing.keepInside && a.image && b.image &&
+                         (drawing.patch.onEdge(a.grid, b.grid) ||
+                          distance(*a.image, *b.image) <= kSeam * tolerance_))) {
     drawing.torn = true;
     drawing.finish();
   }

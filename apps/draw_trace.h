@@ -22,7 +22,7 @@ class Tracer {
   /// jumps a straight line stands for the point that the sheet stretches to an edge.
   void edge(const Patch &patch, const Line &grid, std::vector<Line> &images);
   /// The image of a ring (its first point repeated), kept inside likewise; empty when the sheet
-  /// tears it.
+  /// tears it by more than a few pixels.
   Line ring(const Patch &patch, const Line &grid);
 
  private:
