@@ -208,8 +208,8 @@ std::unique_ptr<Operation> Operation::of(const Object &projcs, Oerr_Report **err
     return made;
   }
   made->module_ = module(e.cause());
-  void *first = made->module_ ? made->take(e.cause()) : nullptr;
-  if (!first) {
+  const Taken first = made->module_ ? made->take(e.cause()) : Taken();
+  if (!first.operation) {
     e.fail(kNoFormula, "PROJ cannot compute the projection \"%.60s\"", name.data());
     return nullptr;
   }
@@ -223,21 +223,21 @@ Operation::~Operation() {
       module_->operationDelete(operation);
 }
 
-void *Operation::take(Oerr_Report **err) const {
-  for (auto &place : kept_)
-    if (place.load(std::memory_order_relaxed))
-      if (void *operation = place.exchange(nullptr, std::memory_order_acquire)) return operation;
-  return module_->operationNew(definition_.c_str(), err);
+Operation::Taken Operation::take(Oerr_Report **err) const {
+  const size_t places = std::min(made_.load(std::memory_order_relaxed), kKept);
+  for (size_t i = 0; i < places; ++i)
+    if (kept_[i].load(std::memory_order_relaxed))
+      if (void *operation = kept_[i].exchange(nullptr, std::memory_order_acquire))
+        return {operation, i};
+  void *operation = module_->operationNew(definition_.c_str(), err);
+  if (!operation) return {};
+  return {operation, made_.fetch_add(1, std::memory_order_relaxed)};
 }
 
-void Operation::giveBack(void *operation) const {
-  for (auto &place : kept_) {
-    void *empty = nullptr;
-    if (place.compare_exchange_strong(empty, operation, std::memory_order_release,
-                                      std::memory_order_relaxed))
-      return;
-  }
-  module_->operationDelete(operation);
+/// Its place is its own: nothing else can have come there.
+void Operation::giveBack(Taken taken) const {
+  if (taken.place < kKept) kept_[taken.place].store(taken.operation, std::memory_order_release);
+  else module_->operationDelete(taken.operation);
 }
 
 bool Operation::run(bool forward, double *points, size_t count, Oerr_Report **err) const {
@@ -248,8 +248,8 @@ bool Operation::run(bool forward, double *points, size_t count, Oerr_Report **er
     }
     return true;
   }
-  void *operation = take(err);
-  if (!operation) return false;
+  const Taken taken = take(err);
+  if (!taken.operation) return false;
   const auto &m = forward ? turn_ : back_;
   const auto turn = [&] {
     for (double *p = points; p != points + 2 * count; p += 2) {
@@ -261,9 +261,9 @@ bool Operation::run(bool forward, double *points, size_t count, Oerr_Report **er
     }
   };
   if (turned_ && !forward) turn();
-  module_->transform(operation, forward, points, count);
+  module_->transform(taken.operation, forward, points, count);
   if (turned_ && forward) turn();
-  giveBack(operation);
+  giveBack(taken);
   return true;
 }
 

@@ -37,9 +37,14 @@ class Operation {
 
  private:
   Operation() = default;
-  /// An operation of the module that no other thread has; a new one when all are taken.
-  void *take(Oerr_Report **err) const;
-  void giveBack(void *operation) const;
+  /// An operation of the module that no other thread has, and the place that it goes back to.
+  struct Taken {
+    void *operation = nullptr;
+    size_t place = 0;
+  };
+  /// A new one when all are taken; null with a report.
+  Taken take(Oerr_Report **err) const;
+  void giveBack(Taken taken) const;
 
   const Module *module_ = nullptr;
   HeapText definition_;
@@ -53,6 +58,7 @@ class Operation {
   bool turned_ = false;                ///< turn_ or origin_ change something
   static constexpr size_t kKept = 16;  ///< operations that wait for the next call
   mutable std::array<std::atomic<void *>, kKept> kept_{};
+  mutable std::atomic<size_t> made_{0};  ///< operations, those that are not kept among them
 };
 
 }  // namespace orvik::engine

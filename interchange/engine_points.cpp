@@ -30,13 +30,20 @@ double wrapped(double longitude) {
   return std::fabs(longitude) <= kPi ? longitude : std::remainder(longitude, 2.0 * kPi);
 }
 
+/// What one unit of the caller's coordinates is, and where they count from.
+struct Scales {
+  double angle, origin;                  ///< radians a unit; the central meridian from the caller's
+  double length, falseEast, falseNorth;  ///< metres a unit; in units
+};
+
 /// What is kept with the object of a system.
 struct Computation : engine::Derived {
   double angle = 1.0, length = 1.0;          ///< radians, metres a unit
   double meridian = 0.0;                     ///< radians east of Greenwich
   double falseEast = 0.0, falseNorth = 0.0;  ///< in the system's unit
   std::unique_ptr<engine::Operation> operation;
-  OwnedHandle native;  ///< instead: formulas of this library; neither: geographic
+  OwnedHandle native;         ///< instead: formulas of this library; neither: geographic
+  Scales system{}, common{};  ///< of Frame; made once, as single points are many
 };
 
 /// What PROJ does not compute, or computes otherwise, may be a projection of this library; null.
@@ -48,6 +55,15 @@ OwnedHandle nativeOf(const Object &system) {
   if (record && record->proNumber != 0)
     oprj_ProjectionInit(nullptr, record.get(), &handle, e.cause());
   return OwnedHandle(handle);
+}
+
+Scales scalesOf(const Computation &c, Frame frame) {
+  // Native handles count from Greenwich and have the offsets in them.
+  if (c.native && frame == Frame::kCommon) return {1.0, 0.0, 1.0, 0.0, 0.0};
+  if (c.native) return {c.angle, -c.meridian, c.length, 0.0, 0.0};
+  const double central = c.operation->centralMeridian();
+  if (frame == Frame::kSystem) return {c.angle, central, c.length, c.falseEast, c.falseNorth};
+  return {1.0, central + c.meridian, 1.0, c.falseEast * c.length, c.falseNorth * c.length};
 }
 
 std::unique_ptr<Computation> derive(const Object &system, ErrorScope &e) {
@@ -65,9 +81,13 @@ std::unique_ptr<Computation> derive(const Object &system, ErrorScope &e) {
   }
   Oerr_Report **cause = e.cause();
   made->operation = engine::Operation::of(system, cause);
-  if (made->operation) return made;
-  if (oerr_KindGet(*cause) == OAWP_PE_NO_FORMULA) made->native = nativeOf(system);
-  if (made->native) return made;
+  if (!made->operation && oerr_KindGet(*cause) == OAWP_PE_NO_FORMULA)
+    made->native = nativeOf(system);
+  if (made->operation || made->native) {
+    made->system = scalesOf(*made, Frame::kSystem);
+    made->common = scalesOf(*made, Frame::kCommon);
+    return made;
+  }
   e.fail(2, "The system \"%.100s\" cannot be computed", system.name.c_str());
   return nullptr;
 }
@@ -83,21 +103,6 @@ const Computation *computationOf(const Object &system, ErrorScope &e) {
       return static_cast<const Computation *>(known);
     return made.release();
   });
-}
-
-/// The numbers of a call: what one unit of the caller's coordinates is, and where they count from.
-struct Scales {
-  double angle, origin;                  ///< radians a unit; the central meridian from the caller's
-  double length, falseEast, falseNorth;  ///< metres a unit; in units
-};
-
-Scales scalesOf(const Computation &c, Frame frame) {
-  // Native handles count from Greenwich and have the offsets in them.
-  if (c.native && frame == Frame::kCommon) return {1.0, 0.0, 1.0, 0.0, 0.0};
-  if (c.native) return {c.angle, -c.meridian, c.length, 0.0, 0.0};
-  const double central = c.operation->centralMeridian();
-  if (frame == Frame::kSystem) return {c.angle, central, c.length, c.falseEast, c.falseNorth};
-  return {1.0, central + c.meridian, 1.0, c.falseEast * c.length, c.falseNorth * c.length};
 }
 
 bool isNaN(const Oprj_Point &p) { return std::isnan(p.x) || std::isnan(p.y); }
@@ -122,15 +127,15 @@ size_t runNative(const Oprj_MapProjectionEx &native, bool forward, double *point
 
 /// Brings points to what is computed with: radians from the central meridian, or metres from the
 /// origin. Returns how many came before the first that is none; NaN becomes a point like others.
-size_t enter(const Scales &s, bool forward, double reach, const Oprj_Point *in, size_t count,
-             double *points) {
+template <bool kForward>
+size_t enter(const Scales &s, double reach, const Oprj_Point *in, size_t count, double *points) {
   // All are usual, in a loop that the compiler puts on vectors; NaN is not.
   const double near = std::min(reach, kPi);
   bool usual = true;
   for (size_t i = 0; i < count; ++i) {
-    const double x = forward ? in[i].x * s.angle - s.origin : (in[i].x - s.falseEast) * s.length;
-    const double y = forward ? in[i].y * s.angle : (in[i].y - s.falseNorth) * s.length;
-    usual &= forward ? (std::fabs(x) <= near) & (std::fabs(y) <= kPi / 2) : x + y - (x + y) == 0.0;
+    const double x = kForward ? in[i].x * s.angle - s.origin : (in[i].x - s.falseEast) * s.length;
+    const double y = kForward ? in[i].y * s.angle : (in[i].y - s.falseNorth) * s.length;
+    usual &= kForward ? (std::fabs(x) <= near) & (std::fabs(y) <= kPi / 2) : x + y - (x + y) == 0.0;
     points[2 * i] = x;
     points[2 * i + 1] = y;
   }
@@ -139,7 +144,7 @@ size_t enter(const Scales &s, bool forward, double reach, const Oprj_Point *in, 
     double *p = points + 2 * i;
     if (isNaN(in[i])) {
       p[0] = p[1] = 0.0;
-    } else if (forward) {
+    } else if (kForward) {
       p[0] = wrapped(p[0]);
       if (!(std::fabs(in[i].x * s.angle) <= kFarthest && std::fabs(p[0]) <= reach &&
             std::fabs(p[1]) <= kPi / 2 + kEdge))
@@ -154,21 +159,22 @@ size_t enter(const Scales &s, bool forward, double reach, const Oprj_Point *in, 
 
 /// Brings what was computed to the caller's coordinates. Returns how many came before the first
 /// without a result.
-size_t leave(const Scales &s, bool forward, double reach, const double *points, size_t count,
+template <bool kForward>
+size_t leave(const Scales &s, double reach, const double *points, size_t count,
              const Oprj_Point *in, Oprj_Point *out) {
   const auto place = [&](size_t i, double x) -> Oprj_Point {
     const double y = points[2 * i + 1];
-    return forward ? Oprj_Point{x / s.length + s.falseEast, y / s.length + s.falseNorth}
-                   : Oprj_Point{x / s.angle, y / s.angle};
+    return kForward ? Oprj_Point{x / s.length + s.falseEast, y / s.length + s.falseNorth}
+                    : Oprj_Point{x / s.angle, y / s.angle};
   };
-  const double origin = forward ? 0.0 : s.origin;
+  const double origin = kForward ? 0.0 : s.origin;
   bool usual = true;
   for (size_t i = 0; i < count; ++i) {
     const double x = points[2 * i], y = points[2 * i + 1];
     usual &= (in[i].x == in[i].x) & (in[i].y == in[i].y) &
-             (forward ? x + y - (x + y) == 0.0
-                      : (std::fabs(x) <= reach) & (std::fabs(x + origin) <= kPi) &
-                            (std::fabs(y) <= kPi / 2 + kEdge));
+             (kForward ? x + y - (x + y) == 0.0
+                       : (std::fabs(x) <= reach) & (std::fabs(x + origin) <= kPi) &
+                             (std::fabs(y) <= kPi / 2 + kEdge));
   }
   if (usual) {
     for (size_t i = 0; i < count; ++i) out[i] = place(i, points[2 * i] + origin);
@@ -179,10 +185,10 @@ size_t leave(const Scales &s, bool forward, double reach, const double *points, 
     if (isNaN(in[i])) {
       out[i] = {kNaN, kNaN};
     } else if (!std::isfinite(x + y) ||
-               (!forward && (std::fabs(x) > reach || std::fabs(y) > kPi / 2 + kEdge))) {
+               (!kForward && (std::fabs(x) > reach || std::fabs(y) > kPi / 2 + kEdge))) {
       return i;
     } else {
-      out[i] = place(i, forward ? x : wrapped(x + origin));
+      out[i] = place(i, kForward ? x : wrapped(x + origin));
     }
   }
   return count;
@@ -195,7 +201,7 @@ size_t computeGroup(const Computation &c, const Scales &s, bool forward, const O
   double points[2 * kGroup];
   const double reach =
       c.native ? std::numeric_limits<double>::infinity() : c.operation->reach() + kEdge;
-  size_t fit = enter(s, forward, reach, in, count, points);
+  size_t fit = (forward ? enter<true> : enter<false>)(s, reach, in, count, points);
   made = true;
   if (c.native) {
     fit = runNative(*c.native, forward, points, fit, err);
@@ -203,7 +209,7 @@ size_t computeGroup(const Computation &c, const Scales &s, bool forward, const O
     made = fit == 0 || c.operation->run(forward, points, fit, err);
     if (!made) return 0;
   }
-  return leave(s, forward, reach, points, fit, in, out);
+  return (forward ? leave<true> : leave<false>)(s, reach, points, fit, in, out);
 }
 
 }  // namespace
@@ -218,7 +224,7 @@ int32_t computePoints(const Object &system, bool forward, Frame frame, const Opr
       out[i] = {shift == 0.0 ? in[i].x : wrapped(in[i].x + shift), in[i].y};
     return std::max(count, 0);
   }
-  const Scales scales = scalesOf(*c, frame);
+  const Scales &scales = frame == Frame::kSystem ? c->system : c->common;
   for (int32_t done = 0; done < count;) {
     const size_t group = std::min<size_t>(kGroup, static_cast<size_t>(count - done));
     bool made = false;

@@ -41,7 +41,7 @@ void transform(void *operation, bool forward, double *points, size_t count) {
   const PJ_DIRECTION direction = forward ? PJ_FWD : PJ_INV;
   for (double *const end = points + 2 * count; points != end; points += 2) {
     const PJ_COORD made =
-        proj_trans(transformation, direction, proj_coord(points[0], points[1], 0.0, HUGE_VAL));
+        proj_trans(transformation, direction, PJ_COORD{{points[0], points[1], 0.0, HUGE_VAL}});
     points[0] = made.v[0];
     points[1] = made.v[1];
   }
