@@ -202,6 +202,30 @@ TEST(EnginePoints, NegativeScalesAndAzimuthsTurnTheAxes) {
   }
 }
 
+// PROJ keeps these distances to 0.3 m only.
+TEST(EnginePoints, TwoPointEquidistantMapsKeepBothDistances) {
+  const System system = read(projected("Two_Point_Equidistant",
+                                       "Latitude_Of_1st_Point=40.0 Latitude_Of_2nd_Point=50.0 "
+                                       "Longitude_Of_1st_Point=-75.0 Longitude_Of_2nd_Point=15.0"));
+  const auto arc = [](Oprj_Point a, Oprj_Point b) {
+    const double x = std::sin((b.x - a.x) / 2 * kDegree), y = std::sin((b.y - a.y) / 2 * kDegree);
+    return 2 * 6378137.0 *
+           std::asin(std::sqrt(y * y + std::cos(a.y * kDegree) * std::cos(b.y * kDegree) * x * x));
+  };
+  for (const Oprj_Point place : {Oprj_Point{-30, 47}, {-74.9, 40.1}, {-60, -3}, {100, 20}}) {
+    const Oprj_Point globe[] = {{-75, 40}, {15, 50}, place};
+    Oprj_Point sheet[] = {globe[0], globe[1], globe[2]};
+    ASSERT_EQ(oawp_PE_pe_geog_to_proj(system.get(), 3, sheet), 3) << report();
+    for (const int point : {0, 1})
+      EXPECT_NEAR(std::hypot(sheet[2].x - sheet[point].x, sheet[2].y - sheet[point].y),
+                  arc(globe[point], place), 1e-6);
+  }
+  // What lies beyond a pole of the sheet is no place.
+  Oprj_Point beyond = {0, 1.1e7};
+  EXPECT_EQ(oawp_PE_pe_proj_to_geog(read(projected("Plate_Carree", "")).get(), 1, &beyond), 0);
+  expectHolds(report(), "Input data error");
+}
+
 TEST(EnginePoints, StopAtTheFirstThatCannotBeComputed) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   const System system = read(projected("Eckert_IV", "Central_Meridian=170.0"));
