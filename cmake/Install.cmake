@@ -25,7 +25,7 @@ file(RELATIVE_PATH OPRJ_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /pre
 configure_file(cmake/oprj.pc.in ${CMAKE_BINARY_DIR}/oprj.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/oprj.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-file(GLOB reference_files ${CMAKE_SOURCE_DIR}/data/*.dat ${CMAKE_SOURCE_DIR}/data/*.tab
+file(GLOB reference_files ${CMAKE_SOURCE_DIR}/data/*.dat ${CMAKE_SOURCE_DIR}/data/*.tab ${CMAKE_SOURCE_DIR}/data/*.plib
                           ${CMAKE_SOURCE_DIR}/data/*.info
                           ${CMAKE_SOURCE_DIR}/data/coastline-*.txt ${CMAKE_SOURCE_DIR}/data/SOURCES.md)
 install(FILES ${reference_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/oPrj)

@@ -35,6 +35,7 @@
 #include "plugin.h"
 #include "project.h"
 #include "projection.h"
+#include "projection_library.h"
 #include "system.h"
 #include "tables.h"
 #include "text.h"

@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "interchange/projection_library_content.h"
 #include "interchange/text_refusal.h"
 #include "pipeline/function_sets.h"
 #include "records/records.h"
@@ -18,6 +19,7 @@ namespace {
 enum Code { kNoText = 3, kNoFile = 6, kMemory = 7 };
 
 constexpr std::string_view kLayerMark = "::";
+constexpr std::string_view kLibraryMark = "@";
 constexpr std::string_view kPrjEnding = ".prj";
 
 struct FreeSystem {
@@ -144,7 +146,9 @@ Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const char *written, Oerr_Re
     OwnedSystem system(static_cast<Oprj_System *>(omsc_HeapCalloc(1, sizeof(Oprj_System))));
     if (!system) throw std::bad_alloc();
     const std::string text(trimmed(written));
-    if (text.find(kLayerMark, 1) != text.npos && !engineSystem(text.c_str())) {
+    if (text.starts_with(kLibraryMark)) {
+      if (!readLibraryPlace(toolkit, text, *system, e, kNoFile)) return nullptr;
+    } else if (text.find(kLayerMark, 1) != text.npos && !engineSystem(text.c_str())) {
       if (!readLayer(text, *system, e)) return nullptr;
       system->description = ostr_Duplicate(text.c_str());
       if (!system->description) throw std::bad_alloc();

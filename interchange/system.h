@@ -16,7 +16,8 @@ typedef struct {
   Oprj_ProParameters *record;
   const Ocvt_Unit *unit; /**< of points; borrowed */
   /** A text of the system, the same to oprj_ProParametersFromText wherever it is read: that of the
-      file or of the code, else what was written, of a layer FILE::LAYER itself. */
+      file or of the code, else what was written, of a layer FILE::LAYER itself, as of
+      an item that no text describes. */
   char *description;
   Oprj_Note *notes; /**< what is worth telling */
 } Oprj_System;
@@ -30,10 +31,11 @@ typedef struct {
      WGS 84 / UTM zone 18N                        the name of one
      FILE::LAYER                                  a layer of a node file, in the unit of its map
    info
+     @LIBRARY/TITLE                               an item of a projection library
 
    as a new one; free it with oprj_SystemFree. Null with a report whose message speaks to that
-   person: 3 "Invalid input text", 6 a file or a layer that cannot be used, 7 memory, else what
-   oprj_CodeFromText, oprj_CodeToPEString and oprj_ProParametersFromText report (the kinds of
+   person: 3 "Invalid input text", 6 a file, a layer or an item that cannot be used, 7 memory, else
+   what oprj_CodeFromText, oprj_CodeToPEString and oprj_ProParametersFromText report (the kinds of
    text.h). A grid that is missing is a note: only a shift needs it. */
 OPRJ_API Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const char *written,
                                       Oerr_Report **err);

@@ -332,7 +332,7 @@ bool sameEntries(const Oprj_ProParameters &first, const Oprj_ProParameters &seco
          datum.type == otherDatum.type && sameBits(datum.params, otherDatum.params);
 }
 
-/// Equal slots, whatever room is behind them: a record's array may be longer than a text's.
+/// Equal slots, whatever room is behind them.
 bool sameSlots(const Oprj_ProParameters &first, const Oprj_ProParameters &second) {
   const auto at = [](const Oprj_ProParameters &record, size_t i) {
     const auto slots = elementsOf(record.proParams);
@@ -346,6 +346,14 @@ bool sameSlots(const Oprj_ProParameters &first, const Oprj_ProParameters &second
   }
   return true;
 }
+
+}  // namespace
+
+bool sameSystem(const Oprj_ProParameters &first, const Oprj_ProParameters &second) {
+  return sameEntries(first, second) && sameSlots(first, second);
+}
+
+namespace {
 
 std::string spheroidText(const Oprj_Spheroid &spheroid) {
   if (!isUndefined(spheroid.datum))
@@ -469,7 +477,7 @@ char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *
     const OwnedParameters back{
         oprj_ProParametersFromText(toolkit, text.c_str(), nullptr, nullptr, e.cause())};
     if (!back) return e.fail(8, "Error returned from oprj_ProParametersFromText");
-    if (!sameEntries(*record, *back) || !sameSlots(*record, *back))
+    if (!sameSystem(*record, *back))
       return e.fail(9, "No text describes this system: \"%s\" is not the same", text.c_str());
     char *result = ostr_Duplicate(text.c_str());
     if (!result) return e.fail(10, "Error allocating text");

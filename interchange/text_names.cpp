@@ -175,8 +175,6 @@ std::string arabic(const std::string &word) {
   return word;
 }
 
-std::string inQuotes(std::string_view text) { return '"' + std::string(text) + '"'; }
-
 const Oprj_Query &findProjection(const Oprj_InitData &data, const std::string &name) {
   int32_t number;
   const bool isNumber = ostr_ToInt32(name.c_str(), &number) != 0;

@@ -41,7 +41,7 @@ std::string_view trimmed(std::string_view text);
 /// A number of a zone in arabic digits: "5" for "V"; what is no Roman number stays.
 std::string arabic(const std::string &word);
 /// `"TEXT"`
-std::string inQuotes(std::string_view text);
+inline std::string inQuotes(std::string_view text) { return '"' + std::string(text) + '"'; }
 
 /// A projection of the dictionary by name or number.
 const Oprj_Query &findProjection(const Oprj_InitData &data, const std::string &name);

@@ -4,7 +4,6 @@
 #include <oprj/ostr.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 
@@ -225,20 +224,6 @@ class Filling {
   std::vector<Given> given_;
 };
 
-/// The shortest degrees that read back as the very radians; none for radians that no degrees give.
-std::string degreesOf(double radians) {
-  constexpr int kTried = 4;  // neighbours on either side: quotient and product round once each
-  double degrees = radians / kRadiansPerDegree;
-  for (int i = 0; i < kTried; ++i) degrees = std::nextafter(degrees, -HUGE_VAL);
-  std::string best;
-  for (int i = 0; i <= 2 * kTried; ++i, degrees = std::nextafter(degrees, HUGE_VAL)) {
-    const std::string text = shortest(degrees);
-    if (degrees * kRadiansPerDegree == radians && (best.empty() || text.size() < best.size()))
-      best = text;
-  }
-  return best;
-}
-
 }  // namespace
 
 std::vector<Question> questionsOf(const Oprj_Query &query, const Oprj_DblArray *slots) {
@@ -295,16 +280,6 @@ std::string writeSlots(const Oprj_Query &query, const Oprj_ProParameters &record
     text += "; " + key + "=" + number;
   }
   return text;
-}
-
-std::string shortest(double value) {
-  constexpr double kSmallest = 1e-5, kLargest = 1e15;  // of numbers without an exponent
-  const double size = std::fabs(value);
-  char text[64];
-  char *const end = text + sizeof text;
-  return {text, size == 0 || (size >= kSmallest && size < kLargest)
-                    ? std::to_chars(text, end, value, std::chars_format::fixed).ptr
-                    : std::to_chars(text, end, value).ptr};
 }
 
 }  // namespace orvik::oprj

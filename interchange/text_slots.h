@@ -4,13 +4,11 @@
 #define OPRJ_INTERCHANGE_TEXT_SLOTS_H
 
 #include <map>
-#include <numbers>
 
+#include "interchange/number_text.h"
 #include "interchange/text_names.h"
 
 namespace orvik::oprj {
-
-inline constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
 
 /// Slots that every record but a geographic one has room for: those of the older parameter arrays,
 /// whose last two are axes.
@@ -39,8 +37,9 @@ void fillSlots(const Oprj_Query &query, const std::map<std::string, std::string>
 /// TextRefusal when the record has values that no text can give.
 std::string writeSlots(const Oprj_Query &query, const Oprj_ProParameters &record);
 
-/// The shortest text that reads back as the same double.
-std::string shortest(double value);
+/// Whether two records of one projection hold the same, bit for bit: zone, spheroid, datum, slots
+/// (whatever room is behind them: a record's array may be longer than a text's).
+bool sameSystem(const Oprj_ProParameters &first, const Oprj_ProParameters &second);
 
 }  // namespace orvik::oprj
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "interchange/translation_parts.h"
+#include "interchange/transverse_mercator.h"
 #include "tables/table_records.h"
 #include "toolkit/nearest.h"
 
@@ -105,16 +106,12 @@ bool narrowToStatePlane(const Tables &tables, std::string_view engineDatum, std:
 }
 
 void narrowToUTM(const Tables &tables, Oprj_ProParameters &record) {
-  constexpr double kOffset = 1e-6, kFactor = 1e-12, kMeridian = 1e-10;  // m, -, degrees
   const double *slots = record.proParams.data;
-  const double degrees = slots[4] / kRadiansPerDegree, zone = std::round((degrees + 183) / 6);
-  const bool south = near(slots[7], 1e7, kOffset);
-  if (record.proNumber != 9 || zone < 1 || zone > 60 || !near(degrees, 6 * zone - 183, kMeridian) ||
-      !near(slots[2], 0.9996, kFactor) || slots[5] != 0 || !near(slots[6], 500000, kOffset) ||
-      (!south && !near(slots[7], 0, kOffset)))
-    return;
-  makeZone(tables, 1, static_cast<int32_t>(zone), record);
-  record.proParams.data[3] = south ? -1.0 : 0.0;
+  if (record.proNumber != 9) return;
+  const auto zone = utmZoneOf({slots[4], slots[5], slots[2], slots[6], slots[7]});
+  if (!zone) return;
+  makeZone(tables, 1, zone->number, record);
+  record.proParams.data[3] = zone->south ? -1.0 : 0.0;
 }
 
 }  // namespace
