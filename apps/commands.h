@@ -19,6 +19,8 @@ void addProject(CLI::App &app, const Console &console, Action &action);
 void addDescribe(CLI::App &app, const Console &console, Action &action);
 void addExplain(CLI::App &app, const Console &console, Action &action);
 void addGrid(CLI::App &app, const Console &console, Action &action);
+/// Projection libraries.
+void addLibrary(CLI::App &app, const Console &console, Action &action);
 void addList(CLI::App &app, const Console &console, Action &action);
 void addDraw(CLI::App &app, const Console &console, Action &action);
 void addDefine(CLI::App &app, const Console &console, Action &action);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "libraries.h"
+
 namespace program {
 namespace {
 
@@ -52,8 +54,25 @@ void addKeys(const Oprj_QueryEntry *list, Words &keys) {
   }
 }
 
+/// Libraries, then the items of the one that is named: @NAME/TITLE.
+Words libraryPlaces(const std::string &text, const Console &console) {
+  Oint_Toolkit *toolkit = startLibrary(console);
+  Words found;
+  const size_t slash = text.find('/');
+  if (slash == text.npos) {
+    for (const std::string &name : libraryNames(toolkit)) found.push_back("@" + name + "/");
+    return found;
+  }
+  const OwnedLibrary library = openLibrary(toolkit, text.substr(1, slash - 1));
+  for (int32_t i = 0; i < oprj_ProjectionLibraryCount(library.get()); ++i)
+    found.push_back(text.substr(0, slash + 1) +
+                    oprj_ProjectionLibraryItem(library.get(), i)->title);
+  return found;
+}
+
 /// Continuations of the last part of `NAME; key=value; ...`, each with all that stands before it.
 Words systems(const std::string &text, const Console &console) {
+  if (text.starts_with('@')) return libraryPlaces(text, console);
   const Oprj_InitData &data = referenceData(startLibrary(console));
   Words found;
   const size_t semicolon = text.rfind(';');
@@ -101,10 +120,18 @@ Words valuesOf(const CLI::Option &option, const std::string &begun, const Consol
     }
   } else if (type == "CS") {
     found = systems(begun, console);
+  } else if (type == "LIBRARY") {
+    found = libraryNames(startLibrary(console));
   } else if (type.starts_with("FILE") || type == "OUT") {
     found = {kFiles};
   }
   return found;
+}
+
+/// The commands of a command, or the one of a name.
+std::vector<const CLI::App *> subcommandsOf(const CLI::App &app, const std::string &name = "") {
+  return app.get_subcommands(
+      [&name](const CLI::App *command) { return name.empty() || command->get_name() == name; });
 }
 
 /// Whether what stands behind an option must be its value.
@@ -123,16 +150,16 @@ std::vector<std::string> completions(CLI::App &app, std::vector<std::string> wor
   const CLI::Option *asking = nullptr;  // for its value
   size_t given = 0;                     // words that are no options nor their values
   for (size_t i = 0; i + 1 < words.size(); ++i) {
-    if (!command && !words[i].starts_with('-')) {
-      const auto found =
-          app.get_subcommands([&](const CLI::App *each) { return each->get_name() == words[i]; });
-      if (found.empty()) return {};
-      command = found.front();
-      continue;
+    const bool plain = !asking && !words[i].starts_with('-');
+    if (plain && given == 0) {
+      const auto found = subcommandsOf(command ? *command : app, words[i]);
+      if (!found.empty()) command = found.front();
+      else if (!command) return {};
+      if (!found.empty()) continue;
     }
     const CLI::Option *option =
         command && !asking ? command->get_option_no_throw(words[i]) : nullptr;
-    if (!asking && !words[i].starts_with('-')) ++given;
+    if (plain) ++given;
     asking = option && needsValue(*option) ? option : nullptr;
   }
 
@@ -147,13 +174,15 @@ std::vector<std::string> completions(CLI::App &app, std::vector<std::string> wor
       }
     }
   } else if (!command) {
-    for (const CLI::App *each : app.get_subcommands([](const CLI::App *) { return true; }))
-      all.push_back(each->get_name());
+    for (const CLI::App *each : subcommandsOf(app)) all.push_back(each->get_name());
   } else {
     // the last one takes what further words there are
     const std::vector<const CLI::Option *> places =
         command->get_options([](const CLI::Option *option) { return option->get_positional(); });
     if (!places.empty()) all = valuesOf(*places[std::min(given, places.size() - 1)], word, console);
+    for (const CLI::App *each : subcommandsOf(*command)) {
+      if (given == 0) all.push_back(each->get_name());
+    }
   }
   if (all == Words{kFiles}) return all;
   std::sort(all.begin(), all.end());

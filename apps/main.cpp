@@ -138,6 +138,7 @@ int main(int argc, char **argv) {
   addDescribe(app, console, action);
   addExplain(app, console, action);
   addList(app, console, action);
+  addLibrary(app, console, action);
   addDraw(app, console, action);
   addGrid(app, console, action);
   addDefine(app, console, action);

@@ -41,16 +41,21 @@ void printOptions(const CLI::App &app) {
   }
 }
 
+void printCommands(const CLI::App &app, const std::string &before) {
+  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+    const std::string name = before + command->get_name();
+    std::printf(".SH COMMAND %s\n%s\n", name.c_str(), escaped(command->get_description()).c_str());
+    printOptions(*command);
+    printCommands(*command, name + " ");
+  }
+}
+
 void printManual(const CLI::App &app) {
   std::printf(".TH OPRJ 1 \"\" \"oprj %s\"\n.SH NAME\noprj \\- %s\n", OPRJ_VERSION,
               escaped(app.get_description()).c_str());
   std::printf(".SH SYNOPSIS\n.B oprj\nCOMMAND [OPTIONS]\n.SH OPTIONS\n");
   printOptions(app);
-  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
-    std::printf(".SH COMMAND %s\n%s\n", command->get_name().c_str(),
-                escaped(command->get_description()).c_str());
-    printOptions(*command);
-  }
+  printCommands(app, "");
   std::printf(".SH COORDINATE SYSTEMS\n.nf\n%s.fi\n", escaped(kSystemHelp).c_str());
   std::printf(".SH EXIT STATUS AND ENVIRONMENT\n.nf\n%s.fi\n", escaped(kEndHelp).c_str());
 }

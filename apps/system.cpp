@@ -19,7 +19,8 @@ lat_1; keys without a natural value (h, satellite, ...) are refused when left ou
 found in any case, without their blanks, and by common names (WGS84, ETRS89, EPSG:6258). State Plane takes
 its zones by the datum (NAD27, NAD83, HARN) or by nad.
 Also taken are a text of the Projection Engine (PROJCS[...], GEOGCS[...]), the path of a .prj file, a code
-(EPSG:32618, ESRI:102003) and its name ("WGS 84 / UTM zone 18N"; `oprj list codes` finds them).
+(EPSG:32618, ESRI:102003) and its name ("WGS 84 / UTM zone 18N"; `oprj list codes` finds them), and an item
+of a projection library: @LIBRARY/TITLE, as in @UTM/WGS 84 / UTM zone 18N (`oprj library` lists them).
 Points are longitude, latitude in degrees or easting, northing in metres, in this order, unless `units`
 says otherwise. Examples:
   geographic; datum=WGS 84

@@ -183,4 +183,56 @@ TEST_F(ProgramSystems, AreFoundByWordsAndByPlaces) {
   EXPECT_EQ(run("find 1 2 --near=x").status, 2);
 }
 
+TEST_F(ProgramSystems, StandInLibraries) {
+  const std::string mine = path("mine.plib"),
+                    geographic = "--from 'geographic; datum=WGS 84' --to ";
+  const auto is = [&](const std::string &arguments, int status, const std::string &part) {
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.err;
+    EXPECT_NE((outcome.out + outcome.err).find(part), std::string::npos)
+        << arguments << "\n"
+        << outcome.out << outcome.err;
+  };
+  is("library", 0, "State Plane     259   The zones");
+  is("library UTM --match 'nad27 18s'", 0, "@UTM/NAD27 / UTM zone 18S");
+  is("library --category wyoming --at=-105,43 --json", 0,
+     "{\"system\": \"@State Plane/NAD27 / Wyoming East\", \"code\": \"EPSG:32055\", \"category\": "
+     "\"NAD27/Wyoming\", \"units\": \"us_survey_feet\", \"west\": -106.33,");
+  is("library like EPSG:32618", 0, "@UTM/WGS 84 / UTM zone 18N");
+  is("library like 'Sinusoidal; datum=Tokyo (Japan)'", 1, "no library has a system");
+  is("library nope", 3, "There is no projection library \"nope\"");
+  is("describe '@UTM'", 3, "not of the form @LIBRARY/TITLE");
+  is("describe '@UTM/WGS84 / UTM zone 18N'", 3, "(nearest: \"WGS 84 / UTM zone 18N\"");
+  is("__complete describe '@UTM/wgs 84 / utm zone 18'", 0, "@UTM/WGS 84 / UTM zone 18S\n");
+  is("__complete library ''", 0, "National grids\nState Plane\nUTM\nadd\ncheck\nlike\n");
+  is("__complete library like Geog", 0, "Geographic");
+  const std::string place = "-75.5 39\n";
+  EXPECT_EQ(
+      run("project " + geographic + "'@State Plane/NAD83 / Delaware (ftUS)'", place).out,
+      run("project " + geographic + "'state plane; zone=700; nad=83; units=us_survey_feet'", place)
+          .out);
+
+  is("library add " + path("mine.txt") + " a 'utm; zone=3; nad=27'", 2, ".plib");
+  is("library add " + mine + " Home EPSG:28992 --category 'A/B'", 0, "");
+  is("library add " + mine + " home 'utm; zone=3; nad=27'", 3, "The title \"home\" is taken");
+  is("library add " + mine + " Feet 'utm; zone=3; nad=27; units=feet'", 0, "");
+  is("library add " + mine + " Earth EPSG:8857", 0, "");
+  is("library check " + mine, 1, "\"Home\": The datum \"D_Amersfoort\" is not shifted");
+  is("library check " + folder_.write("bad.plib", "library \"x\"\nitem"), 3, "bad.plib:2:5: ");
+  is("library check " +
+         folder_.write("odd.plib",
+                       "library \"x\" item \"a\" { units \"ells\" 9 spheroid \"Ball\" }"),
+     1, "there is no spheroid \"Ball\"");
+  EXPECT_TRUE(readFile(mine).starts_with(
+      "library \"mine\"\ncategory \"A\" {\n  category \"B\" {\n    item \"Home\" {\n      code "
+      "\"EPSG:28992\" area 3.2 50.75 7.22 53.7\n      55 p 2 0.9999079 p 4 5.38763888888889 d p "
+      "5 0.9102967268932401 p 6 155000 p 7 463000 spheroid \"Bessel\" datum \"D_Amersfoort\"\n   "
+      " }\n  }\n}\nitem \"Feet\" {\n  units \"feet\"\n"))
+      << readFile(mine);
+  const std::string found =
+      "ORVIK_PROJECTIONS_PATH=" + folder_.path() + ":" OPRJ_SOURCE_DIR "/data";
+  for (const char *item : {"'@mine/feet'", "'@MINE/home'", "'@mine/Earth'"})
+    EXPECT_EQ(run("describe " + std::string(item), "", found).status, 0) << item;
+}
+
 }  // namespace
