@@ -30,6 +30,8 @@ constexpr Part kParts[] = {
     {"records", "Self-describing records",
      [](const Options &o) { bench::benchRecords(o.repetitions); }},
     {"nodes", "Node files", [](const Options &o) { bench::benchNodes(o.repetitions); }},
+    {"libraries", "Projection libraries",
+     [](const Options &o) { bench::benchLibraries(o.repetitions); }},
 };
 
 }  // namespace

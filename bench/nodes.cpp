@@ -1,9 +1,6 @@
 // Node files: opening, finding, reading and writing many nodes.
 #include <oprj/oprj.h>
 
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 #include "report.h"
@@ -14,23 +11,7 @@ namespace {
 constexpr int kNodes = 100000;       // siblings with a record each
 constexpr int kProjections = 10000;  // with their datums
 
-/// Milliseconds that a step takes; a step that fails ends the benchmark.
-template <class Step>
-double milliseconds(const char *what, Step step) {
-  Oerr_Report *report = nullptr;
-  const auto begin = std::chrono::steady_clock::now();
-  const bool done = step(&report);
-  const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
-  if (!done) {
-    std::fprintf(stderr, "%s failed\n", what);
-    oerr_PrintErrorReport(report);
-    std::exit(1);
-  }
-  return took.count();
-}
-
-/// One run; each row's value is added to those of the earlier ones.
-void run(const std::function<void(const char *what, const char *goal, double value)> &add) {
+void run(const AddRow &add) {
   namespace fs = std::filesystem;
   const std::string path = (fs::temp_directory_path() / "oprj-bench.nod").string();
   Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
@@ -85,22 +66,6 @@ void run(const std::function<void(const char *what, const char *goal, double val
 
 }  // namespace
 
-void benchNodes(int repetitions) {
-  struct Row {
-    const char *what, *goal;
-    std::vector<double> values;
-  };
-  std::vector<Row> rows;
-  for (int i = 0; i < repetitions; ++i) {
-    size_t row = 0;
-    run([&](const char *what, const char *goal, double value) {
-      if (rows.size() == row) rows.push_back({what, goal, {}});
-      rows[row++].values.push_back(value);
-    });
-  }
-  std::printf("| node files | median | goal |\n|---|---|---|\n");
-  for (const Row &row : rows)
-    std::printf("| %s | %.3f | %s |\n", row.what, median(row.values), row.goal);
-}
+void benchNodes(int repetitions) { tellRows("node files", repetitions, run); }
 
 }  // namespace bench

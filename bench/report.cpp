@@ -1,7 +1,9 @@
 #include "report.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 #include "lanes/kernels.h"
 
@@ -82,6 +84,37 @@ std::string millions(const Times &times, const std::string &peer) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f", 1e3 / times.at(peer));
   return text;
+}
+
+double milliseconds(const char *what, const std::function<bool(Oerr_Report **)> &step) {
+  Oerr_Report *report = nullptr;
+  const auto begin = std::chrono::steady_clock::now();
+  const bool done = step(&report);
+  const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
+  if (!done) {
+    std::fprintf(stderr, "%s failed\n", what);
+    oerr_PrintErrorReport(report);
+    std::exit(1);
+  }
+  return took.count();
+}
+
+void tellRows(const char *title, int repetitions, const std::function<void(const AddRow &)> &run) {
+  struct Row {
+    const char *what, *goal;
+    std::vector<double> values;
+  };
+  std::vector<Row> rows;
+  for (int i = 0; i < repetitions; ++i) {
+    size_t row = 0;
+    run([&](const char *what, const char *goal, double value) {
+      if (rows.size() == row) rows.push_back({what, goal, {}});
+      rows[row++].values.push_back(value);
+    });
+  }
+  std::printf("| %s | median | goal |\n|---|---|---|\n", title);
+  for (const Row &row : rows)
+    std::printf("| %s | %.3f | %s |\n", row.what, median(row.values), row.goal);
 }
 
 }  // namespace bench

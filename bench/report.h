@@ -3,6 +3,7 @@
 #define OPRJ_BENCH_REPORT_H
 
 #include <benchmark/benchmark.h>
+#include <oprj/oerr.h>
 #include <oprj/values.h>
 
 #include <functional>
@@ -34,6 +35,13 @@ std::string perSet(const char *separator, const std::function<std::string(const 
 std::string millions(const Times &times, const std::string &peer);
 double median(std::vector<double> values);
 
+/// Milliseconds that a step takes; a step that fails ends the benchmark.
+double milliseconds(const char *what, const std::function<bool(Oerr_Report **)> &step);
+/// Takes the value of a row of one run.
+using AddRow = std::function<void(const char *what, const char *goal, double value)>;
+/// Runs several times and writes the medians of the rows as a table.
+void tellRows(const char *title, int repetitions, const std::function<void(const AddRow &)> &run);
+
 void benchEngine(int repetitions, int points);
 void benchFamilies(int repetitions, int points, const std::string &only);
 void benchPipeline(int repetitions, int points);
@@ -43,6 +51,8 @@ void benchRecords(int repetitions);
 void benchShifts(int repetitions, int points, const std::string &grid);
 
 void benchNodes(int repetitions);
+/// Projection libraries of 10,000 items.
+void benchLibraries(int repetitions);
 
 }  // namespace bench
 
