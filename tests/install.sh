@@ -35,5 +35,12 @@ shifted=$("$work/plugin/shift_by_plugin" "$work/plugin/affine_shift.so")
 unset LD_LIBRARY_PATH ORVIK_PROJECTIONS_PATH ORVIK_DATUMS_PATH
 program=$(echo "-77.03524 38.889468" |
   "$work/usr/bin/oprj" project --from "geographic; datum=WGS 84" --to "utm; zone=18; datum=WGS 84" --digits 3)
+if [ -d "$work/usr/lib/python3/dist-packages/oprj" ]; then
+  python=$(PYTHONPATH=$work/usr/lib/python3/dist-packages /usr/bin/python3 -c 'import oprj
+print("%.3f %.3f" % oprj.Transformer("EPSG:4326", "EPSG:32618").transform(-77.03524, 38.889468), oprj.__file__)')
+  [ "$python" = "323483.188 4306479.574 $work/usr/lib/python3/dist-packages/oprj/__init__.py" ] || { echo "$python"; exit 1; }
+else
+  echo "the Python package is not built here"
+fi
 echo "$first / $second / $program"
 [ "$first" = "$second" ] && [ "$first" = "$program" ] && [ "$first" = "323483.188 4306479.574" ]

@@ -14,7 +14,9 @@ import sys
 import tempfile
 
 FLOORS = {"toolkit": 0, "lanes": 0, "engine": 1, "records": 1, "tables": 2, "projections": 3, "datum": 3, "pipeline": 4,
-          "interchange": 5, "apps": 6, "examples": 6}
+          "interchange": 5, "apps": 6, "examples": 6, "python": 6}
+
+OUTSIDE = ("apps", "examples", "python")  # users of the library, which see its public headers only
 
 
 def may_use(room, other):
@@ -67,7 +69,7 @@ def check_includes(root):
                 elif not may_use(room, target[0]):
                     faults.append("%s: floor %d reaches %s on floor %d" % (
                         where, FLOORS[room], target[0], FLOORS[target[0]]))
-                elif room in ("apps", "examples") and target[0] != room and include.startswith(target[0] + "/"):
+                elif room in OUTSIDE and target[0] != room and include.startswith(target[0] + "/"):
                     faults.append(where + ", an internal header")
     return faults
 
@@ -79,7 +81,7 @@ def symbols_of(build):
         folder = os.path.join(build, room, "CMakeFiles")
         objects = [os.path.join(where, name) for where, _, names in os.walk(folder) for name in names
                    if name.endswith(".o")]
-        if room in ("apps", "examples") or not objects:
+        if room in OUTSIDE or not objects:
             continue
         listing = subprocess.run(["nm", "-P"] + objects, capture_output=True, text=True, check=True).stdout
         taken[room] = set()
