@@ -3,7 +3,8 @@
 ensure_packages() {
   local wanted="g++ cmake ninja-build pkg-config libboost-dev libcli11-dev libcairo2-dev zlib1g-dev libtiff-dev libproj-dev proj-data libsqlite3-dev"
   [ "${1:-}" = tests ] && wanted="$wanted libgtest-dev proj-bin libgctp-dev libmpfr-dev python3 clang libclang-rt-dev \
-    python3-dev pybind11-dev python3-numpy python3-pytest python3-pandas python3-shapely python3-pyproj python3-pip mypy"
+    python3-dev pybind11-dev python3-numpy python3-pytest python3-pandas python3-shapely python3-pyproj python3-pip mypy \
+    python3-dask python3-distributed"
   local missing="" package
   for package in $wanted; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing="$missing $package"

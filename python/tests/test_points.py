@@ -269,6 +269,11 @@ def test_points_that_no_grid_covers():
     assert kept[0][1] == 10.0 and kept[0][0] != -75.0
 
 
+def test_a_shift_that_the_engine_cannot_make_is_an_error():
+    with pytest.raises(oprj.Error, match="geographic transformation"):
+        oprj.Transformer("EPSG:4267", "EPSG:8857").transform(-75.0, 40.0)
+
+
 def test_transformers_are_pickled_and_told():
     t = pickle.loads(pickle.dumps(oprj.Transformer("EPSG:4267", UTM)))
     assert t.transform(-75.0, 40.0) == oprj.Transformer("EPSG:4267", UTM).transform(-75.0, 40.0)
