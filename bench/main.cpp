@@ -29,6 +29,8 @@ constexpr Part kParts[] = {
      [](const Options &o) { bench::benchEngine(o.repetitions, o.points); }},
     {"records", "Self-describing records",
      [](const Options &o) { bench::benchRecords(o.repetitions); }},
+    {"external", "External projections",
+     [](const Options &o) { bench::benchExternal(o.repetitions, o.points); }},
     {"nodes", "Node files", [](const Options &o) { bench::benchNodes(o.repetitions); }},
     {"libraries", "Projection libraries",
      [](const Options &o) { bench::benchLibraries(o.repetitions); }},

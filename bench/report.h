@@ -43,6 +43,8 @@ using AddRow = std::function<void(const char *what, const char *goal, double val
 void tellRows(const char *title, int repetitions, const std::function<void(const AddRow &)> &run);
 
 void benchEngine(int repetitions, int points);
+/// Programs and plug-ins that compute projections.
+void benchExternal(int repetitions, int points);
 void benchFamilies(int repetitions, int points, const std::string &only);
 void benchPipeline(int repetitions, int points);
 /// Self-describing records, one object each.

@@ -26,6 +26,7 @@
 #include "engine.h"
 #include "engine_points.h"
 #include "engine_strings.h"
+#include "external_projections.h"
 #include "families.h"
 #include "geodetic.h"
 #include "mapinfo.h"

@@ -134,17 +134,27 @@ bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point 
     return true;
   }
   const auto leg = forward ? handle->apply : handle->applyInverse;
+  const Oprj_PointReason outside = forward ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_OUTSIDE_SHEET;
+  const bool numbers = !anyNaN(in, count);
+  for (int32_t i = 0; !numbers && i < count; ++i)
+    if (isNaN(in[i])) marks[i] = OPRJ_POINT_NOT_A_NUMBER;
   for (int32_t start = 0; start < count;) {
     leg(handle->ownedData, in + start, out + start, count - start, err);
-    if (!*err) return true;
+    if (!*err) break;
     int64_t index = -1;
     if (!oerr_PointGet(*err, &index, nullptr, nullptr) || index < 0 || index >= count - start)
       return false;
     const int32_t bad = start + static_cast<int32_t>(index);
-    marks[bad] = forward ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_OUTSIDE_SHEET;
+    marks[bad] = outside;
     out[bad] = kNowhere;
     oerr_DeleteErrorReport(err);
     start = bad + 1;
+  }
+  // Who computes outside of the library tells of places that are none by NaN.
+  const bool places = !anyNaN(out, count);
+  for (int32_t i = 0; !(numbers && places) && i < count; ++i) {
+    if (isNaN(out[i]) && !marks[i]) marks[i] = outside;
+    if (marks[i]) out[i] = kNowhere;
   }
   return true;
 }

@@ -127,7 +127,7 @@ OPRJ_API void oprj_AnchoredLSRToLL3D(const Oprj_Point3D *proj, const double *par
 
 /** Builds the object of a record through the family that its number names (null toolkit: the
    process's own record); to be freed with oprj_ProjectionPre842Free. Null with 1 "Invalid
-   projection parameters", 2 when the reference data cannot be loaded, 3 for external projections, 4
+   projection parameters", 2 when the reference data cannot be loaded, 3 over oprj_ExternalInit's, 4
    "Invalid projection type", 6 "Invalid projection number", 7 "Error returned from projection
    initialization" over the family's report. */
 OPRJ_API Oprj_MapProjection *oprj_ProjectionPre842Init(Oint_Toolkit *toolkit,

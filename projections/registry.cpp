@@ -2,6 +2,7 @@
 // stands in its own source.
 #include "projections/registry.h"
 
+#include <oprj/external_projections.h>
 #include <oprj/tables.h>
 
 #include <iterator>
@@ -25,14 +26,6 @@ static_assert(isComplete());
 const RegistryRow *rowOf(int32_t number) {
   if (number < 0 || static_cast<size_t>(number) >= std::size(kRegistry)) return nullptr;
   return &kRegistry[number];
-}
-
-Oprj_MapProjection *externalInit(Oint_Toolkit *, const Oprj_ProParameters *record,
-                                 Oerr_Report **err) {
-  toolkit::ErrorScope e("oprj_ExternalInit", err);
-  return e.fail(1,
-                "External projection \"%s\" cannot be run: external projections are not built in",
-                record->proExeName.data ? record->proExeName.data : "");
 }
 
 bool holdsText(const Oprj_CharStr &text) { return text.count > 0 && text.data && text.data[0]; }
@@ -62,7 +55,7 @@ Oprj_MapProjection *oprj_ProjectionPre842Init(Oint_Toolkit *toolkit,
   if (!oprj_InitDataGet(toolkit, e.cause()))
     return e.fail(2, "InternalInit failed; Failed to initialize oprj package.");
   if (record->proType == OPRJ_EXTERNAL) {
-    Oprj_MapProjection *object = externalInit(toolkit, record, e.cause());
+    Oprj_MapProjection *object = oprj_ExternalInit(toolkit, record, e.cause());
     if (!object) return e.fail(3, "Error returned from external projection initialization");
     return object;
   }

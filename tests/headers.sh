@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # headers.sh BUILD: what users include.
 # 1. Each public header compiles alone as C11 and as C++11, without extensions, and oprj.h brings in all of the flat
-#    interface (headers of classes, which need Boost, are included by themselves).
+#    interface (headers of classes, which need Boost, and of functions that are compiled where they are included, are
+#    included by themselves).
 # 2. The functions that the headers declare are those that the libraries export.
 set -u
 build=$1 bad=0
@@ -16,7 +17,7 @@ for header in "$include"/oprj/*.h; do
 done
 text=$(echo "#include <oprj/oprj.h>" | gcc -std=c11 -E -I"$include" -x c -)
 for header in "$include"/oprj/*.h; do
-  grep -q "^class OPRJ_API" "$header" && continue
+  grep -qE "^(class OPRJ_API|static inline)" "$header" && continue
   grep -q "$header" <<< "$text" || { echo "oprj.h does not bring in $(basename "$header")"; bad=1; }
 done
 declared=$(grep -v '^#' <<< "$text" | grep -oE "\b$prefixes\w+ *\(" | tr -d ' (' | sort -u)

@@ -32,6 +32,14 @@ readelf -d "$work/plugin/affine_shift.so" | grep -q oPrj && { echo "the plug-in 
 # 1.2 + 0.05 * 0.2 = 1.21 and -0.8 - 0.02 * 0.1 = -0.802 arc-seconds
 shifted=$("$work/plugin/shift_by_plugin" "$work/plugin/affine_shift.so")
 [ "$shifted" = "8.700336111 47.299777222" ] || { echo "by the plug-in: $shifted"; exit 1; }
+cmake -S "$source/examples/external-projection" -B "$work/external" -DCMAKE_PREFIX_PATH="$work/usr" > "$work/log"
+cmake --build "$work/external" > "$work/log"
+for made in natural_earth natural_earth_plugin; do
+  readelf -d "$work/external/$made"* | grep -q oPrj && { echo "$made links oPrj"; exit 1; }
+  outside=$(echo "10.25 48" | ORVIK_PROJECTIONS_PATH="$ORVIK_PROJECTIONS_PATH;$work/external" "$work/usr/bin/oprj" project \
+    --allow-external --from "geographic; datum=WGS 84" --to "external $made; datum=WGS 84; p4=11.25d" --digits 3)
+  [ "$outside" = "-85913.310 5388412.649" ] || { echo "by $made: $outside"; exit 1; }  # PROJ's
+done
 unset LD_LIBRARY_PATH ORVIK_PROJECTIONS_PATH ORVIK_DATUMS_PATH
 program=$(echo "-77.03524 38.889468" |
   "$work/usr/bin/oprj" project --from "geographic; datum=WGS 84" --to "utm; zone=18; datum=WGS 84" --digits 3)

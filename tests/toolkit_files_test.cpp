@@ -112,6 +112,22 @@ TEST(SearchLists, FindFilesInOrderAndTellWhereTheyLooked) {
                   "ofio_Which: Invalid input file name (1)");
   forEachAllocationFailure(
       [&](Oerr_Report **err) { return taken(which(two, "grid", err)) != "(null)"; });
+
+  // The question whether there is one, where no is an answer.
+  char *path = nullptr;
+  const auto open = [&](const char *name, Oerr_Report **err) {
+    const int32_t found = ofio_SearchListOpen(two.get(), name, &path, err);
+    EXPECT_EQ(found, path != nullptr);
+    return taken(path);
+  };
+  EXPECT_EQ(open("grid", slot), root + "/2/grid");
+  for (const char *name : {static_cast<const char *>(nullptr), "", "none"})
+    EXPECT_EQ(open(name, slot), "(null)");
+  expectNoReport(slot);
+  for (char **place : {&path, static_cast<char **>(nullptr)})
+    expectRefusal(ofio_SearchListOpen(place ? nullptr : two.get(), "grid", place, slot), slot,
+                  "ofio_SearchListOpen: Invalid input search list (1)");
+  forEachAllocationFailure([&](Oerr_Report **err) { return open("grid", err) != "(null)"; });
 }
 
 TEST(Directories, ListMatchingFilesInByteOrder) {

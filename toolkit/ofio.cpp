@@ -98,6 +98,17 @@ const char *fileProblem(int error) {
   return error == EINVAL ? "Not a regular file" : systemReason(error);
 }
 
+/// The path of the first regular file of that name along a list, empty when there is none;
+/// `problems` holds why the directories before have none.
+HeapText firstAlong(const Ofio_SearchList &list, const char *name, HeapVector<int> &problems) {
+  for (const HeapText &directory : list.directories) {
+    HeapText path = joined(directory, name);
+    problems.push_back(regularFileProblem(path.c_str()));
+    if (problems.back() == 0) return path;
+  }
+  return {};
+}
+
 /// The places of a list as the end of a message; `problems` holds why the file was not taken there.
 HeapText placesSearched(const Ofio_SearchList &list, const HeapVector<int> &problems) {
   HeapText places(" (");
@@ -205,14 +216,7 @@ char *ofio_Which(const Ofio_SearchList *list, const char *name, Oerr_Report **er
       found = name;
     } else {
       HeapVector<int> problems;
-      for (const HeapText &directory : list->directories) {
-        HeapText path = joined(directory, name);
-        problems.push_back(regularFileProblem(path.c_str()));
-        if (problems.back() == 0) {
-          found = std::move(path);
-          break;
-        }
-      }
+      found = firstAlong(*list, name, problems);
       if (found.empty())
         return ofFile(e.fail(2, "File \"%s\" not found; searched%s", name,
                              placesSearched(*list, problems).c_str()),
@@ -221,6 +225,21 @@ char *ofio_Which(const Ofio_SearchList *list, const char *name, Oerr_Report **er
     auto path = heapCopy(found);
     if (!path) throw std::bad_alloc();
     return path.release();
+  });
+}
+
+int32_t ofio_SearchListOpen(const Ofio_SearchList *list, const char *name, char **path,
+                            Oerr_Report **err) {
+  ErrorScope e("ofio_SearchListOpen", err);
+  if (path) *path = nullptr;
+  if (!list || !path) return e.fail(1, "Invalid input search list");
+  return guarded(e, 2, [&]() -> int32_t {
+    HeapVector<int> problems;
+    const HeapText found = name && *name ? firstAlong(*list, name, problems) : HeapText();
+    if (found.empty()) return 0;
+    *path = heapCopy(found).release();
+    if (!*path) throw std::bad_alloc();
+    return 1;
   });
 }
 

@@ -33,6 +33,13 @@ OPRJ_API const char *ofio_SearchListElement(const Ofio_SearchList *list, int32_t
    every place searched. */
 OPRJ_API char *ofio_Which(const Ofio_SearchList *list, const char *name, Oerr_Report **err);
 
+/** The same question where the answer may be no: 1 with the path as new text in *path, or 0 with
+    null there and without a report when no directory of the list has such a file. The name is never
+    taken as it stands. 0 with a report: 1 "Invalid input search list" (or no place for the path),
+    2 "Out of memory". */
+OPRJ_API int32_t ofio_SearchListOpen(const Ofio_SearchList *list, const char *name, char **path,
+                                     Oerr_Report **err);
+
 /** The files of `directory` that match a pattern with "*" and "?", as a new array of new names
    (without directory), sorted in byte order; *count receives their number. No match: an empty array
    (not null) of count 0. An unreadable directory: null with a report. Free with ofio_NamesFree. */

@@ -1,0 +1,87 @@
+// External projections: what the pipes to a program and the way into a plug-in cost.
+#include <oprj/external_projections.h>
+#include <oprj/families.h>
+#include <oprj/tables.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+#include "report.h"
+
+namespace bench {
+namespace {
+
+constexpr int32_t kSinusoidal = 16;
+
+Oprj_MapProjection *made(const char *executable) {
+  Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
+  Oprj_ProParameters *record = oprj_ProParametersCreate(nullptr);
+  record->proType = executable ? OPRJ_EXTERNAL : OPRJ_INTERNAL;
+  record->proNumber = kSinusoidal;
+  oprj_CharStrCreate(executable, &record->proExeName, nullptr);
+  oprj_DblArrayCreate(15, &record->proParams, nullptr);
+  oprj_SpheroidByName(toolkit, "WGS 84", record->proSpheroid, nullptr);
+  Oerr_Report *report = nullptr;
+  Oprj_MapProjection *object = oprj_ProjectionPre842Init(toolkit, record, &report);
+  oprj_ProParametersFree(&record);
+  if (object) return object;
+  oerr_PrintErrorReport(report);
+  std::exit(1);
+}
+
+void forward(const Oprj_MapProjection &object, const std::vector<Oprj_Point> &in,
+             std::vector<Oprj_Point> &out) {
+  Oerr_Report *report = nullptr;
+  object.fromLL(in.data(), object.parameters, out.data(), static_cast<int32_t>(in.size()), &report);
+  if (!report) return;
+  oerr_PrintErrorReport(report);
+  std::exit(1);
+}
+
+/// Seconds by the clock on the wall: two processes work.
+template <class Work>
+double seconds(Work work) {
+  const auto begin = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+}  // namespace
+
+void benchExternal(int repetitions, int points) {
+  const char *path = std::getenv("ORVIK_PROJECTIONS_PATH");
+  setenv("ORVIK_PROJECTIONS_PATH",
+         ((path ? path : "") + std::string(";" OPRJ_BENCH_PROGRAMS)).c_str(), 1);
+  std::vector<Oprj_Point> in, out(static_cast<size_t>(points));
+  for (int i = 0; i < points; ++i)
+    in.push_back({-3.0 + 6.0 * i / points, -1.5 + 3.0 * (i % 1000) / 1000});
+
+  std::vector<double> starts, rates;
+  for (int i = 0; i < repetitions; ++i) {
+    Oprj_MapProjection *child = nullptr;
+    std::vector<Oprj_Point> one(1), first(1);
+    starts.push_back(1e3 * seconds([&] {
+                       child = made("echo_child");
+                       forward(*child, one, first);
+                     }));
+    forward(*child, in, out);  // pages of both processes
+    rates.push_back(points * 1e-6 / seconds([&] { forward(*child, in, out); }));
+    oprj_ProjectionPre842Free(&child);
+  }
+  Oprj_MapProjection *family = made(nullptr), *plugIn = made("family_plugin");
+  const Times times = measure({{"family", points, [&] { forward(*family, in, out); }},
+                               {"plug-in", points, [&] { forward(*plugIn, in, out); }}},
+                              repetitions);
+  oprj_ProjectionPre842Free(&family);
+  oprj_ProjectionPre842Free(&plugIn);
+  std::printf("| external projections | median | goal |\n|---|---|---|\n");
+  std::printf("| points a second through a program that echoes, millions | %.1f | 20 |\n",
+              median(rates));
+  std::printf("| a program started, to its first point, ms | %.2f | below 20 |\n", median(starts));
+  std::printf("| Sinusoidal, ns a point | %s | |\n", nanoseconds(times, "family").c_str());
+  std::printf("| the same through a plug-in | %s | within 3 %% |\n",
+              nanoseconds(times, "plug-in").c_str());
+}
+
+}  // namespace bench
