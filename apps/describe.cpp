@@ -114,8 +114,14 @@ Status describe(const std::string &written, const Console &console) {
 
   Status status = kGood;
   try {
-    requireProjection(toolkit, system, console);
-    line("computed", engine ? "by the Projection Engine" : "natively");
+    const std::string outside = outsideOf(record);
+    if (outside.empty() || console.allowExternal) requireProjection(toolkit, system, console);
+    line("computed",
+         engine ? "by the Projection Engine"
+         : outside.empty()
+             ? "natively"
+             : "outside of this program, by " + outside +
+                   (console.allowExternal ? "" : " (not tried: --allow-external runs it)"));
   } catch (const Stop &stop) {
     line("computed", std::string("not at all: ") + stop.what());
     status = stop.status;

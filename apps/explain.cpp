@@ -64,7 +64,7 @@ void printShift(const Oprj_ChainStep &step) {
     std::printf("     %s\n", printable(parametersAccuracy(step.from, step.to)).c_str());
 }
 
-void printStep(const Oprj_ChainStep &step) {
+void printStep(const Oprj_ChainStep &step, const System &from, const System &to) {
   const char *nothing = step.formula == OPRJ_FORMULA_NOTHING ? " (nothing to do)" : "";
   if (step.kind == OPRJ_STEP_SHIFT) printShift(step);
   else if (step.kind == OPRJ_STEP_INVERSE)
@@ -73,6 +73,9 @@ void printStep(const Oprj_ChainStep &step) {
   else
     std::printf("forward: longitude, latitude on \"%s\" to %s%s\n", step.toSpheroid, step.to,
                 nothing);
+  if (step.kind == OPRJ_STEP_SHIFT) return;
+  const std::string outside = outsideOf(*(step.kind == OPRJ_STEP_INVERSE ? from : to).record);
+  if (!outside.empty()) std::printf("     points leave this program for %s\n", outside.c_str());
 }
 
 /// The steps of all pairs: inverse of the first, forward of the last, and the shift of the pair
@@ -128,7 +131,7 @@ Status explain(const std::string &fromText, const std::string &toText,
                 from.unit.c_str(), to.title.c_str(), to.unit.c_str());
     for (const Oprj_ChainStep *step : steps.shown) {
       std::printf("  %d. ", step->kind);
-      printStep(*step);
+      printStep(*step, from, to);
       if (step->kind == OPRJ_STEP_SHIFT && shiftsBetween(from, to) && !step->trouble &&
           (place || step->formula == OPRJ_FORMULA_ROUTE))
         printLegs(toolkit, from.spheroid(), to.spheroid(), place, console);

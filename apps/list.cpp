@@ -3,16 +3,22 @@
 
 #include "codes.h"
 #include "commands.h"
+#include "system.h"
 #include "table.h"
 
 namespace program {
 namespace {
 
 Table listProjections(const Oprj_InitData &data) {
-  Table table({"number", "name", "computed"});
-  for (const auto *query = data.queryTable; query; query = query->next)
-    table.add({query->type == OPRJ_INTERNAL ? Cell(query->number) : Cell(query->executable),
-               query->name, oprj_QueryIsComputed(query) != 0});
+  Table table({"number", "name", "computed", "outside"});
+  for (const auto *query = data.queryTable; query; query = query->next) {
+    const bool internal = query->type == OPRJ_INTERNAL;
+    Oprj_ProParameters record{};
+    record.proType = query->type;
+    if (!internal) record.proExeName.data = query->executable;
+    table.add({internal ? Cell(query->number) : Cell(query->executable), query->name,
+               oprj_QueryIsComputed(query) != 0, outsideOf(record)});
+  }
   return table;
 }
 

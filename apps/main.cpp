@@ -133,6 +133,8 @@ int main(int argc, char **argv) {
   app.add_flag("-v,--verbose", console.verbose, "Tell what is done, on standard error");
   app.add_flag("-q,--quiet", console.quiet,
                "No warnings; reasons of failed points are told all the same");
+  app.add_flag("--allow-external", console.allowExternal,
+               "Start the programs and load the plug-ins that external projections name");
   app.fallthrough();
   addProject(app, console, action);
   addDescribe(app, console, action);

@@ -136,6 +136,7 @@ Oint_Toolkit *startLibrary(const Console &console) {
            1);
     if (!isSet) console.detail(std::string(variable) + " is not set; using " + folder.string());
   }
+  oprj_ExternalAllow(console.allowExternal);
   Slot err;
   Oint_Toolkit *toolkit = oint_InitToolkit(err.get());
   if (!toolkit) throw Stop(kUnusable, "the library cannot start: " + err.text());

@@ -37,6 +37,7 @@ void tell(const std::string &line);
 struct Console {
   bool verbose = false;
   bool quiet = false;
+  bool allowExternal = false;  ///< programs and plug-ins that systems name may be run
   mutable std::vector<std::string> warnings;  ///< told or not
   /// "oprj: warning: ..." unless quiet.
   void warn(const std::string &text) const;

@@ -17,7 +17,8 @@ FILE::LAYER is the coordinate system of a layer in a node file, points being in 
 `oprj define` asks for what a projection needs. What is left out is 0, a scale factor 1, lat_2 the same as
 lat_1; keys without a natural value (h, satellite, ...) are refused when left out. Datums and spheroids are
 found in any case, without their blanks, and by common names (WGS84, ETRS89, EPSG:6258). State Plane takes
-its zones by the datum (NAD27, NAD83, HARN) or by nad.
+its zones by the datum (NAD27, NAD83, HARN) or by nad. `external PROGRAM; ...` is computed by a program or a plug-in of
+that name (with --allow-external).
 Also taken are a text of the Projection Engine (PROJCS[...], GEOGCS[...]), the path of a .prj file, a code
 (EPSG:32618, ESRI:102003) and its name ("WGS 84 / UTM zone 18N"; `oprj list codes` finds them), and an item
 of a projection library: @LIBRARY/TITLE, as in @UTM/WGS 84 / UTM zone 18N (`oprj library` lists them).
@@ -195,15 +196,31 @@ std::string complaintOf(Oint_Toolkit *toolkit, const std::string &text, const st
 
 }  // namespace
 
+std::string outsideOf(const Oprj_ProParameters &record) {
+  if (record.proType != OPRJ_EXTERNAL) return {};
+  Slot err;
+  int32_t isPlugIn = 0;
+  const OwnedText path(oprj_ExternalFind(&record, &isPlugIn, err.get()));
+  if (!path) return "nothing: " + err.rootMessage();
+  return (isPlugIn ? "the plug-in " : "the program ") + std::string(path.get());
+}
+
 OwnedHandle requireProjection(Oint_Toolkit *toolkit, const System &system, const Console &console) {
   Slot err;
+  const std::string outside = outsideOf(*system.record);
+  if (!outside.empty() && !console.allowExternal)
+    throw Stop(kUnusable, system.title + " is computed outside of this program, by " + outside +
+                              "; --allow-external runs it");
   Oprj_MapProjectionEx *made = nullptr;
   oprj_ProjectionInit(toolkit, system.record.get(), &made, err.get());
   OwnedHandle handle(made);
   if (!handle) {
     console.detail(err.text());
-    throw Stop(kUnusable,
-               system.title + ": " + complaintOf(toolkit, system.text, err.rootMessage()));
+    const std::string reason = err.rootMessage();
+    if (outside.empty())
+      throw Stop(kUnusable, system.title + ": " + complaintOf(toolkit, system.text, reason));
+    const bool found = outside.find(reason) == outside.npos;
+    throw Stop(kUnusable, system.title + (found ? ", by " + outside : "") + ": " + reason);
   }
   if (const auto *engine = static_cast<const Oawp_PE_PROJCS *>(
           oprj_MapProjectionPCSRGet(handle.get(), OPRJ_TITLE_PE, err.get()))) {

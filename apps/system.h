@@ -54,6 +54,9 @@ System readSystem(Oint_Toolkit *toolkit, const std::string &text, const Console 
 /// The system of the Projection Engine that a record holds in place of a projection number; null
 /// for others.
 OwnedEngineSystem engineSystemOf(const Oprj_ProParameters &record);
+/// What computes an external system, and where it was found: "the program /usr/bin/x", "the plug-in
+/// ./x.so"; why nothing was found. Empty for systems that the library computes.
+std::string outsideOf(const Oprj_ProParameters &record);
 
 /// Builds the system's projection. Throws Stop with kUnusable, telling which of the values that
 /// were written it cannot have, or what else is amiss, also where the Projection Engine has no

@@ -45,12 +45,11 @@ class Table {
       widths.push_back(width);
     }
     for (const auto &row : rows_) {
-      for (size_t c = 0; c < columns_.size(); ++c) {
-        const std::string &text = row[c].text;
-        const bool last = c + 1 == columns_.size();
-        std::printf("%s%s", text.c_str(),
-                    last ? "\n" : std::string(widths[c] - text.size() + 2, ' ').c_str());
-      }
+      std::string line;
+      for (size_t c = 0; c < columns_.size(); ++c)
+        line += row[c].text + std::string(widths[c] - row[c].text.size() + 2, ' ');
+      line.erase(line.find_last_not_of(' ') + 1);
+      std::printf("%s\n", line.c_str());
     }
   }
 

@@ -78,6 +78,34 @@ double metres(const std::string &key, const std::string &value) {
   return number;
 }
 
+/// What an external projection is called by that the dictionary does not know: "external NAME".
+constexpr std::string_view kExternal = "external ";
+
+/// The projection that a text names: one of the dictionary, or an external one by the name of what
+/// computes it. The dictionary's questions go with that where it has any.
+class NamedProjection {
+ public:
+  NamedProjection(const Oprj_InitData &data, const std::string &name) : found_(&own_) {
+    if (!lower(name).starts_with(kExternal)) {
+      found_ = &findProjection(data, name);
+      return;
+    }
+    name_ = trimmed(std::string_view(name).substr(kExternal.size()));
+    own_.type = OPRJ_EXTERNAL;
+    own_.name = own_.executable = name_.data();
+    for (const Oprj_Query *query = data.queryTable; query; query = query->next)
+      if (query->type == OPRJ_EXTERNAL && name_ == query->executable) found_ = query;
+  }
+  NamedProjection(const NamedProjection &) = delete;
+  NamedProjection &operator=(const NamedProjection &) = delete;
+  const Oprj_Query &query() const { return *found_; }
+
+ private:
+  std::string name_;
+  Oprj_Query own_{};
+  const Oprj_Query *found_;
+};
+
 /// A text on its way into a record.
 class Reading {
  public:
@@ -85,15 +113,18 @@ class Reading {
       : toolkit_(toolkit),
         data_(data),
         keys_(text),
-        query_(findProjection(data, keys_.name())),
+        named_(data, keys_.name()),
+        query_(named_.query()),
         e_(e) {}
 
   OwnedParameters read() {
     refuseUnknownKeys();
-    record_.reset(oprj_ProParametersCreateByName(toolkit_, query_.name, e_.cause()));
+    record_.reset(oprj_ProParametersCreate(e_.cause()));
     need(record_.get());
+    if (!setProjection(*record_, query_)) throw std::bad_alloc();
     Oprj_DblArray &slots = record_->proParams;
-    const int32_t count = isGeographic(query_) ? 0 : std::max(kLeastSlots, slots.count);
+    const int32_t count =
+        isGeographic(query_) ? 0 : std::max(kLeastSlots, slotsAsked(query_.proParamsQuerylist));
     need(oprj_DblArrayCreate(count, &slots, e_.cause()));
     readUnit();
     const NadDatum *nad = readSpheroid();
@@ -259,6 +290,7 @@ class Reading {
   Oint_Toolkit *toolkit_;
   const Oprj_InitData &data_;
   Keys keys_;
+  const NamedProjection named_;
   const Oprj_Query &query_;
   ErrorScope &e_;
   OwnedParameters record_;
@@ -327,6 +359,8 @@ bool sameEntries(const Oprj_ProParameters &first, const Oprj_ProParameters &seco
   const Oprj_Spheroid &one = *first.proSpheroid, &other = *second.proSpheroid;
   const Oprj_Datum &datum = *one.datum, &otherDatum = *other.datum;
   return first.proZone == second.proZone && one.a == other.a && one.b == other.b &&
+         (first.proType != OPRJ_EXTERNAL ||
+          std::strcmp(textOf(first.proExeName), textOf(second.proExeName)) == 0) &&
          std::strcmp(textOf(one.sphereName), textOf(other.sphereName)) == 0 &&
          std::strcmp(textOf(datum.datumname), textOf(otherDatum.datumname)) == 0 &&
          datum.type == otherDatum.type && sameBits(datum.params, otherDatum.params);
@@ -364,6 +398,28 @@ std::string spheroidText(const Oprj_Spheroid &spheroid) {
   return "; a=" + shortest(spheroid.a) + "; b=" + shortest(spheroid.b);
 }
 
+/// What a text calls the projection of a record by: one of the dictionary, or an external one.
+class NameOfRecord {
+ public:
+  /// No query, with a report, when there is no name.
+  NameOfRecord(Oint_Toolkit *toolkit, const Oprj_ProParameters &record, Oerr_Report **err)
+      : query(oprj_QueryByExample(toolkit, &record, err)) {
+    if (query || record.proType != OPRJ_EXTERNAL) return;
+    oerr_DeleteErrorReport(err);
+    name_ = std::string(kExternal) + textOf(record.proExeName);
+    own_.type = OPRJ_EXTERNAL;
+    own_.name = name_.data();
+    query = &own_;
+  }
+  NameOfRecord(const NameOfRecord &) = delete;
+  NameOfRecord &operator=(const NameOfRecord &) = delete;
+  const Oprj_Query *query;
+
+ private:
+  std::string name_;
+  Oprj_Query own_{};
+};
+
 std::string systemText(const Oprj_Query &query, const Oprj_ProParameters &record) {
   std::string text = query.name + spheroidText(*record.proSpheroid);
   if (isUTM(query)) {
@@ -389,6 +445,7 @@ const Oprj_SPTableEntry *zoneOf(Oint_Toolkit *toolkit, const Oprj_ProParameters 
 
 std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
   const std::string name = textOf(record.proName), zone = std::to_string(record.proZone);
+  if (record.proType == OPRJ_EXTERNAL && name.empty()) return textOf(record.proExeName);
   if (record.proType != OPRJ_INTERNAL || asksForEngine(record)) return name;
   if (record.proNumber == 1) {
     const auto slots = elementsOf(record.proParams);
@@ -466,9 +523,10 @@ char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *
   }
   if (!record->proSpheroid || !record->proSpheroid->datum)
     return e.fail(6, "Invalid input Oprj_Spheroid");
-  const Oprj_Query *query = oprj_QueryByExample(toolkit, record, e.cause());
-  if (!query) return e.fail(7, "Error returned from oprj_QueryByExample");
   return reporting(e, err, [&]() -> char * {
+    const NameOfRecord name(toolkit, *record, e.cause());
+    const Oprj_Query *query = name.query;
+    if (!query) return e.fail(7, "Error returned from oprj_QueryByExample");
     std::string text = systemText(*query, *record);
     if (unit && unit->name != std::string(isGeographic(*query) ? "dd" : "meters"))
       text += std::string("; units=") + unit->name;

@@ -12,6 +12,10 @@
                    d:m:s) and metres
      p0 to p14     slots directly, in radians and metres; a suffix d means degrees
 
+   "external PROGRAM" is a projection that a program or a plug-in of that name computes
+   (external_projections.h): with the keys of the dictionary where it knows the program, else with
+   p0 to p14.
+
    A text of the Projection Engine (PROJCS[...], GEOGCS[...]; engine.h) is taken as well. */
 #ifndef OPRJ_TEXT_H
 #define OPRJ_TEXT_H

@@ -56,6 +56,11 @@ double defaultOf(const Oprj_QueryEntry &entry) {
   return entry.defaultValue;
 }
 
+/// An external projection without questions, which may read any slot.
+bool asksNothing(const Oprj_Query &query) {
+  return query.type == OPRJ_EXTERNAL && !query.proParamsQuerylist;
+}
+
 /// A key of a text and the slot that it fills.
 struct Given {
   std::string key;
@@ -178,6 +183,7 @@ class Filling {
   }
 
   void refuseUnread() const {
+    if (asksNothing(query_)) return;
     const std::vector<Question> read = questionsOf(query_, &array_);
     for (const Given &given : given_) {
       const auto asks = [&given](const Question &question) {
@@ -259,6 +265,9 @@ void fillSlots(const Oprj_Query &query, const std::map<std::string, std::string>
 std::string writeSlots(const Oprj_Query &query, const Oprj_ProParameters &record) {
   const Oprj_DblArray &slots = record.proParams;
   std::string text;
+  for (int32_t i = 0; asksNothing(query) && i < slots.count; ++i)
+    if (slots.data[i] != 0 || std::signbit(slots.data[i]))
+      text += "; p" + std::to_string(i) + "=" + shortest(slots.data[i]);
   std::vector<int32_t> written;
   for (const Question &question : questionsOf(query, &slots)) {
     const Oprj_QueryEntry &entry = *question.entry;

@@ -235,4 +235,60 @@ TEST_F(ProgramSystems, StandInLibraries) {
     EXPECT_EQ(run("describe " + std::string(item), "", found).status, 0) << item;
 }
 
+// What a program computes is run when it is allowed, and told of in any case.
+TEST_F(ProgramSystems, OutsideOfTheProgramAreRunWhenAllowed) {
+  const std::string bin = OPRJ_BINARY_DIR "/bin", program = bin + "/natural_earth",
+                    system = "'external natural_earth; datum=WGS 84; p4=11.25d' ",
+                    geographic = "'geographic; datum=WGS 84' ";
+  const std::string dictionary = readFile(OPRJ_SOURCE_DIR "/data/mapprojections.dat") +
+                                 "\"Natural Earth\" {\n\tExternal \"natural_earth\"\n"
+                                 "\t\"Spheroid\" <spheroid>\n"
+                                 "\t\"Central meridian\" <4:angle:dd> key \"lon_0\"\n"
+                                 "\t\"Easting\" <6:distance:meters> key \"x_0\"\n"
+                                 "\t\"Northing\" <7:distance:meters> key \"y_0\"\n}\n";
+  folder_.write("mapprojections.dat", dictionary);
+  const std::string refusal = "computed outside of this program, by the program " + program +
+                              "; --allow-external runs it",
+                    named = "'natural earth; datum=WGS 84; lon_0=11.25' ",
+                    leaves = "     points leave this program for the program " + program + "\n";
+  const std::string data = "ORVIK_PROJECTIONS_PATH='" OPRJ_SOURCE_DIR "/data;" + bin + "' ",
+                    own = "ORVIK_PROJECTIONS_PATH='" + folder_.path() +
+                          ";" OPRJ_SOURCE_DIR "/data;" + bin + "' ";
+  const struct {
+    std::string arguments, environment;
+    int status;
+    std::string out, err;
+  } cases[] = {
+      {"project --digits 3 --from " + geographic + "--to " + system, data, 3, "", refusal},
+      {"project --digits 3 --allow-external --from " + geographic + "--to " + system, data, 1,
+       "-85913.310 5388412.649\nnan nan\n", "latitude beyond 90 degrees"},
+      {"project --digits 3 --allow-external --from " + geographic + "--to " + named, own, 1,
+       "-85913.310 5388412.649\nnan nan\n", ""},
+      {"describe " + system, data, 0, "by the program " + program + " (not tried", ""},
+      {"describe --allow-external " + system, data, 0, "by the program " + program + "\n", ""},
+      {"describe " + system, data, 0,
+       "external natural_earth; datum=WGS 84; p4=0.19634954084936207", ""},
+      {"describe " + named, own, 0, "Natural Earth; datum=WGS 84; lon_0=11.25", ""},
+      {"describe 'external nothing; datum=WGS 84'", data, 0,
+       "by nothing: Unable to find executable nothing or dll nothing.dll", ""},
+      {"describe 'external ../bin/x; datum=WGS 84' --allow-external", data, 3, "Unable to find",
+       ""},
+      {"explain --allow-external --from " + geographic + "--to " + system, data, 0, leaves, ""},
+      {"explain --from " + system + "--to " + geographic, data, 3, "", refusal},
+      {"convert --to text " + system, data, 0, "external natural_earth", ""},
+      {"list projections", own, 0, "Natural Earth", ""},
+      {"list projections", own, 0, "no   the program " + program + "\n", ""},
+      {"list projections --json", own, 0, "\"outside\": \"the program " + program, ""}};
+  for (const auto &[arguments, environment, status, out, err] : cases) {
+    const Outcome outcome = run(arguments, "10.25 48\n1 90.5\n", environment);
+    EXPECT_EQ(outcome.status, status) << arguments << outcome.err;
+    EXPECT_NE(outcome.out.find(out), std::string::npos) << arguments << outcome.out;
+    EXPECT_NE(outcome.err.find(err), std::string::npos) << arguments << outcome.err;
+  }
+  const Outcome back =
+      run("project --allow-external --from " + system + "--to " + geographic, "4e7 0\n", data);
+  EXPECT_TRUE(back.status == 1 && back.out == "nan nan\n") << back.out;
+  EXPECT_NE(back.err.find("outside the sheet"), std::string::npos) << back.err;
+}
+
 }  // namespace

@@ -110,6 +110,8 @@ TEST(Text, WritesTheShortestAndRefusesWhatNoTextGives) {
       {"3; datum=WGS 84; lat_1=0.1; lat_2=0.7",
        "Albers Conical Equal Area; datum=WGS 84; lat_1=0.1; lat_2=0.7"},
       {"5; datum=WGS 84; p4=0.1", "Mercator; datum=WGS 84; lon_0=5.729577951308232"},
+      {"External Rover 2; datum=wgs84; P4=90d; p14=-0",
+       "external Rover 2; datum=WGS 84; p4=1.5707963267948966; p14=-0"},
   };
   for (const auto &[text, expected] : cases)
     EXPECT_EQ(textOf(recordOf(text, slot).get(), nullptr, slot), expected) << slot.chain();
@@ -230,6 +232,9 @@ TEST(Text, TellsWhatKindOfRefusalAndNotes) {
       {"", OPRJ_TEXT_UNREADABLE},
       {"PROJCS[\"x\"]", OPRJ_TEXT_UNREADABLE},
       {"Mercatr; datum=WGS 84", OPRJ_TEXT_NO_PROJECTION},
+      {"external ; datum=WGS 84", OPRJ_TEXT_NO_PROJECTION},
+      {"external x; datum=WGS 84; lon_0=1", OPRJ_TEXT_NO_KEY},
+      {"external x; datum=WGS 84; p15=1", OPRJ_TEXT_NO_KEY},
       {"geographic; spheroid=Clark", OPRJ_TEXT_NO_SPHEROID},
       {"geographic; datum=Xy", OPRJ_TEXT_NO_DATUM},
       {"state plane; nad=83; zone=Texas Centrall", OPRJ_TEXT_NO_ZONE},
@@ -344,6 +349,7 @@ TEST(Text, TitlesNameZoneAndHemisphere) {
             "State Plane, California Zone 5 (NAD27, FIPS Zone 405)"},
            {"state plane; zone=Texas Central; nad=harn",
             "State Plane, Texas Central (NAD83, FIPS Zone 4203)"},
+           {"external Rover; datum=WGS 84", "Rover"},
            {"mollweide; datum=WGS 84", "Mollweide"}}) {
     const Record record = recordOf(text, slot);
     EXPECT_EQ(taken(oprj_ProParametersTitle(toolkit(), record.get(), slot)), title);
