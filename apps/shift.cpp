@@ -20,79 +20,16 @@ bool shiftsBetween(const System &from, const System &to) {
   return !undefinedDatum(from) && !undefinedDatum(to) && !sameDatum(from, to);
 }
 
-namespace {
-
-bool isEngine(const OwnedHandle &handle) {
-  return std::string_view(handle->title) == OPRJ_TITLE_PE;
-}
-
-OwnedPair pairOf(OwnedHandle in, OwnedHandle out) {
-  Slot err;
-  OwnedPair pair(oprj_ProjectionPairCreate(err.get()));
-  if (!in || !out || !pair) throw Stop(kUnusable, "out of memory");
-  pair->in = in.release();
-  pair->out = out.release();
-  return pair;
-}
-
-/// Longitudes and latitudes on an engine system's datum, as one of its systems.
-OwnedHandle engineGlobe(const OwnedHandle &system) {
-  Slot err;
-  const auto *geogcs = static_cast<const Oawp_PE_GEOGCS *>(
-      oprj_MapProjectionGCSRGet(system.get(), OPRJ_TITLE_PE, err.get()));
-  OwnedEngineSystem globe(oawp_PE_pe_geogcs_new(
-      "Geographic", oawp_PE_pe_datum_clone(oawp_PE_pe_geogcs_datum(geogcs)),
-      oawp_PE_pe_primem_new("Greenwich", 0), oawp_PE_pe_unit_new("Degree", kDegree)));
-  OwnedHandle handle(globe ? oprj_ProjectionInitInternal(OPRJ_TITLE_PE, globe.get(), err.get())
-                           : nullptr);
-  if (handle) globe.release();
-  return handle;
-}
-
-/// The same as one of the library's.
-OwnedHandle nativeGlobe(Oint_Toolkit *toolkit, const System &system) {
-  Slot err;
-  const OwnedRecord record(oprj_ProParametersCreateByName(toolkit, "Geographic", err.get()));
-  Oprj_MapProjectionEx *made = nullptr;
-  if (record && oprj_SpheroidCopy(&system.spheroid(), record->proSpheroid, err.get()))
-    oprj_ProjectionInit(toolkit, record.get(), &made, err.get());
-  return OwnedHandle(made);
-}
-
-/// Engine systems on one datum: between others the engine has no shift.
-bool shareDatum(const OwnedHandle &first, const OwnedHandle &second) {
-  Slot err;
-  const void *from = oprj_MapProjectionGCSRGet(first.get(), OPRJ_TITLE_PE, err.get()),
-             *to = oprj_MapProjectionGCSRGet(second.get(), OPRJ_TITLE_PE, err.get());
-  first->functions->gcsTransform(from, to, 0, nullptr, err.get());
-  return !err;
-}
-
-}  // namespace
-
 std::vector<OwnedPair> makePairs(Oint_Toolkit *toolkit, const System &from, const System &to,
                                  const Console &console) {
+  for (const System *system : {&from, &to}) requireProjection(toolkit, *system, console);
+  Slot err;
+  Oprj_ProjectionPair *made[OPRJ_MOST_PAIRS];
+  const int32_t count =
+      oprj_ProjectionPairsBetween(toolkit, from.record.get(), to.record.get(), made, err.get());
+  if (err) throw Stop(kUnusable, err.text());
   std::vector<OwnedPair> pairs;
-  OwnedHandle in = requireProjection(toolkit, from, console),
-              out = requireProjection(toolkit, to, console);
-  const bool engineIn = isEngine(in), engineOut = isEngine(out);
-  if (engineIn == engineOut && (!engineIn || shareDatum(in, out))) {
-    pairs.push_back(pairOf(std::move(in), std::move(out)));
-    return pairs;
-  }
-  const auto add = [&pairs](OwnedHandle first, OwnedHandle second) {
-    OwnedPair pair = pairOf(std::move(first), std::move(second));
-    Slot err;
-    if (!oprj_MapProjectionEqual(pair->in, pair->out, err.get())) pairs.push_back(std::move(pair));
-  };
-  if (engineIn) {
-    OwnedHandle globe = engineGlobe(in);
-    add(std::exchange(in, nativeGlobe(toolkit, from)), std::move(globe));
-  }
-  OwnedHandle globe = engineOut ? engineGlobe(out) : nullptr;
-  OwnedHandle last = engineOut ? std::exchange(out, nativeGlobe(toolkit, to)) : nullptr;
-  add(std::move(in), std::move(out));
-  if (last) add(std::move(globe), std::move(last));
+  for (int32_t i = 0; i < count; ++i) pairs.emplace_back(made[i]);
   return pairs;
 }
 

@@ -8,6 +8,17 @@
 
 OPRJ_BEGIN_C
 
+/** The pairs that points go through from one system to another, one after another. Most often there
+    is one. Where one system is the library's and the other the Projection Engine's, or both are the
+    engine's on different datums, the way is by longitudes and latitudes, with the library's shift
+    between them: up to OPRJ_MOST_PAIRS of them. Stores new pairs in `pairs` and returns their
+   number; 0 with 1 "Args", 2 "Error returned from oprj_ProjectionInit", 3 "Error returned from
+   pe_geog_to_proj" (the engine has no formula), 4 memory. */
+enum { OPRJ_MOST_PAIRS = 3 };
+OPRJ_API int32_t oprj_ProjectionPairsBetween(Oint_Toolkit *toolkit, const Oprj_ProParameters *from,
+                                             const Oprj_ProParameters *to,
+                                             Oprj_ProjectionPair **pairs, Oerr_Report **err);
+
 /** kind of Oprj_ChainStep. */
 enum { OPRJ_STEP_COPY = 0, OPRJ_STEP_INVERSE = 1, OPRJ_STEP_SHIFT = 2, OPRJ_STEP_FORWARD = 3 };
 

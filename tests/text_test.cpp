@@ -412,6 +412,35 @@ TEST(Chain, TellsFormulasAndSizes) {
   EXPECT_EQ(oerr_CodeGet(slot.get()), 3);
 }
 
+TEST(Chain, PairsBetweenTheLibraryAndTheEngine) {
+  Slot slot;
+  const auto engine = [&slot](const char *code) {
+    const Owner<Oprj_System, oprj_SystemFree> system(oprj_SystemRead(toolkit(), code, slot));
+    return Record(oprj_ProParametersCopy(system->record, nullptr, slot));
+  };
+  const Record greenwich = engine("EPSG:8857"), americas = engine("EPSG:8858"),
+               europe = engine("EPSG:3035"), wgs84 = recordOf("geographic; datum=WGS 84", slot),
+               utm = recordOf("utm; zone=18; datum=NAD83", slot);
+  const LeakCheck leaks;
+  const struct {
+    const Record &from, &to;
+    int32_t pairs;
+  } cases[] = {{utm, wgs84, 1},     {greenwich, americas, 1}, {wgs84, greenwich, 1},
+               {utm, greenwich, 2}, {greenwich, utm, 2},      {europe, greenwich, 3}};
+  for (const auto &[from, to, count] : cases) {
+    const auto between = [&from = from, &to = to](Oerr_Report **err) {
+      Oprj_ProjectionPair *made[OPRJ_MOST_PAIRS];
+      const int32_t pairs = oprj_ProjectionPairsBetween(toolkit(), from.get(), to.get(), made, err);
+      for (int32_t i = 0; i < pairs; ++i) oprj_ProjectionPairFree(&made[i]);
+      return pairs;
+    };
+    EXPECT_EQ(between(slot), count) << slot.chain();
+    forEachAllocationFailure(between, {}, OnFailure::kMayRecover);
+  }
+  EXPECT_EQ(oprj_ProjectionPairsBetween(toolkit(), nullptr, utm.get(), nullptr, slot), 0);
+  EXPECT_EQ(slot.chain(), "oprj_ProjectionPairsBetween: Args (1)");
+}
+
 TEST(Chain, CautionsAreForThoseThatNeedThem) {
   const char *const wgs = "geographic; datum=WGS 84";
   const struct {

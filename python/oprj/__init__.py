@@ -103,7 +103,7 @@ class CRS:
 
     `system` is a description ("utm; zone=17; datum=NAD83"), a text of the Projection Engine (PROJCS[...],
     GEOGCS[...]), the path of a .prj file, a code ("EPSG:32618", or 32618), the name of one ("WGS 84 / UTM zone 18N"),
-    FILE::LAYER of a node file, or whatever has a method `to_wkt` as the CRS of pyproj and GeoPandas. Points of a
+    FILE::LAYER of a node file, @LIBRARY/TITLE of a projection library, or whatever has a method `to_wkt` as the CRS of pyproj and GeoPandas. Points of a
     system are x, y: longitude, latitude or easting, northing, in its `units`.
 
     >>> crs = oprj.CRS("EPSG:32618")
@@ -239,8 +239,8 @@ class CRS:
 
     def __reduce__(self) -> tuple[Any, ...]:
         text = self._system.description
-        return _restored, (self.to_text() if "::" in self._written and text == self._written.strip() else text,
-                           self._written)
+        is_place = text == self._written.strip() and ("::" in text or text.startswith("@"))
+        return _restored, (self.to_text() if is_place else text, self._written)
 
 
 def _restored(text: str, written: str) -> CRS:

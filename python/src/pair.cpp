@@ -21,18 +21,6 @@ constexpr std::chrono::milliseconds kPause{50};
 
 bool isExternal(const System &system) { return system.record().proType == OPRJ_EXTERNAL; }
 
-/// Throws Failure for a system of the engine that has no formula here.
-void requireFormula(const Oprj_MapProjectionEx &handle) {
-  if (handle.title != std::string_view(OPRJ_TITLE_PE)) return;
-  Slot err;
-  const auto *system = static_cast<const Oawp_PE_PROJCS *>(
-      oprj_MapProjectionPCSRGet(&handle, OPRJ_TITLE_PE, err.get()));
-  if (!system) return;
-  oawp_PE_pe_geog_to_proj(system, 0, nullptr);
-  oawp_PE_ReportTake(err.get());
-  if (err) throw err.failure(Trouble::kSystem);
-}
-
 /// Whether a point is none, or beyond the limit: no comparison with NaN is true.
 bool isBeyond(const Oprj_Point &p, double limit) {
   return !((std::fabs(p.x) <= DBL_MAX) & (std::fabs(p.y) <= limit));
@@ -189,20 +177,12 @@ Pair::Pair(std::shared_ptr<const System> source, std::shared_ptr<const System> t
 
 Pair::Direction Pair::between(const System &from, const System &to) const {
   Slot err;
-  Direction way{
-      OwnedPair(oprj_ProjectionPairInit(toolkit(), &from.record(), &to.record(), err.get())),
-      {},
-      {}};
-  if (!way.pair) throw err.failure(Trouble::kSystem);
-  // A pair has one function set: the engine takes the other system too.
-  const bool mixed = std::string_view(way.pair->in->title) != way.pair->out->title;
-  for (Oprj_MapProjectionEx *handle : {way.pair->in, way.pair->out}) {
-    if (mixed && !oprj_MapProjectionConvert(handle, OPRJ_TITLE_PE, err.get()))
-      throw err.failure(Trouble::kSystem);
-    requireFormula(*handle);
-  }
-  way.in = sideOf(from);
-  way.out = sideOf(to);
+  Oprj_ProjectionPair *made[OPRJ_MOST_PAIRS];
+  const int32_t count =
+      oprj_ProjectionPairsBetween(toolkit(), &from.record(), &to.record(), made, err.get());
+  if (err) throw err.failure(Trouble::kSystem);
+  Direction way{{}, sideOf(from), sideOf(to)};
+  for (int32_t i = 0; i < count; ++i) way.pairs.emplace_back(made[i]);
   return way;
 }
 
@@ -235,8 +215,21 @@ int64_t Pair::project(const Direction &way, const Wishes &wishes, const Oprj_Poi
   Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
   options.verify = wishes.verify;
   options.keepUncovered = wishes.keepUncovered;
-  int64_t good = oprj_ProjectEach(way.pair.get(), in, out, reasons, &options, count, err);
-  if (*err) return 0;
+  int64_t good = 0;
+  std::vector<Oprj_PointReason> later;
+  for (const OwnedPair &pair : way.pairs) {
+    Oprj_PointReason *told = reasons;
+    if (&pair != &way.pairs.front()) {
+      later.resize(static_cast<size_t>(count));
+      told = later.data();
+    }
+    good = oprj_ProjectEach(pair.get(), in, out, told, &options, count, err);
+    if (*err) return 0;
+    in = out;
+    // The first reason counts: later pairs see that a point is none.
+    for (int64_t i = 0; told != reasons && i < count; ++i)
+      reasons[i] = reasons[i] == OPRJ_POINT_GOOD ? told[i] : reasons[i];
+  }
   const auto refuse = [&](int64_t i) {
     if (reasons[i] != OPRJ_POINT_GOOD) return;
     reasons[i] = way.in.beyond;
@@ -278,31 +271,50 @@ std::vector<Report> Pair::reportsAt(const Oprj_Point &point, bool inverse) const
   Oprj_Point own = point, result;
   Slot err;
   ocvt_UnitsConvertArray(&own.x, 2, way.in.unit, way.in.own, err.get());
-  oprj_ProjectPair(way.pair.get(), &own, &result, 1, err.get());
+  for (const OwnedPair &pair : way.pairs) {
+    if (!oprj_ProjectPair(pair.get(), &own, &result, 1, err.get())) break;
+    own = result;
+  }
   return chainOf(err.report());
 }
 
 std::vector<Step> Pair::steps() const {
-  Slot err;
-  const Owned<Oprj_ChainStep, oprj_ChainStepsFree> list(
-      oprj_ProjectionPairExplain(toolkit(), forth_.pair.get(), err.get()));
-  if (!list) throw err.failure();
   const auto text = [](const char *given) { return std::string(given ? given : ""); };
+  const std::vector<OwnedPair> &pairs = forth_.pairs;
+  // Of several pairs the library's is the one that shifts.
+  const auto native = std::ranges::find_if(pairs, [](const OwnedPair &pair) {
+    return std::string_view(pair->in->title) == OPRJ_TITLE_NATIVE;
+  });
+  const OwnedPair &shifting = native == pairs.end() ? pairs.front() : *native;
   std::vector<Step> steps;
-  for (const Oprj_ChainStep *step = list.get(); step; step = step->next)
-    steps.push_back({step->kind, step->formula, text(step->from), text(step->to),
-                     text(step->fromSpheroid), text(step->toSpheroid), step->fromType, step->toType,
-                     step->moved, step->tried, step->least, step->median, step->greatest,
-                     text(step->trouble)});
+  for (const OwnedPair &pair : pairs) {
+    Slot err;
+    const Owned<Oprj_ChainStep, oprj_ChainStepsFree> list(
+        oprj_ProjectionPairExplain(toolkit(), pair.get(), err.get()));
+    if (!list) throw err.failure();
+    for (const Oprj_ChainStep *step = list.get(); step; step = step->next) {
+      const OwnedPair &whose = step->kind == OPRJ_STEP_INVERSE   ? pairs.front()
+                               : step->kind == OPRJ_STEP_FORWARD ? pairs.back()
+                                                                 : shifting;
+      if (whose != pair) continue;
+      steps.push_back({step->kind, step->formula, text(step->from), text(step->to),
+                       text(step->fromSpheroid), text(step->toSpheroid), step->fromType,
+                       step->toType, step->moved, step->tried, step->least, step->median,
+                       step->greatest, text(step->trouble)});
+    }
+  }
   return steps;
 }
 
 std::vector<std::string> Pair::cautions() const {
-  Slot err;
-  Oprj_Note *notes = nullptr;
-  if (!oprj_ProjectionPairCautions(toolkit(), forth_.pair.get(), &notes, err.get()))
-    throw err.failure();
-  return textsOf(notes);
+  std::vector<std::string> all;
+  for (const OwnedPair &pair : forth_.pairs) {
+    Slot err;
+    Oprj_Note *notes = nullptr;
+    if (!oprj_ProjectionPairCautions(toolkit(), pair.get(), &notes, err.get())) throw err.failure();
+    for (std::string &told : textsOf(notes)) all.push_back(std::move(told));
+  }
+  return all;
 }
 
 }  // namespace oprj_python

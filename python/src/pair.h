@@ -67,7 +67,7 @@ class Pair {
     Oprj_PointReason beyond;
   };
   struct Direction {
-    OwnedPair pair;
+    std::vector<OwnedPair> pairs;  ///< one after another
     Side in, out;
   };
   class Job;

@@ -36,7 +36,7 @@ def program():
 
 
 @pytest.mark.parametrize("source, target", [(WGS84, UTM), (UTM, "EPSG:4267"), ("EPSG:4267", "EPSG:2154"),
-                                            (WGS84, "EPSG:8857")])
+                                            (WGS84, "EPSG:8857"), ("EPSG:4267", "EPSG:8857"), (UTM, "EPSG:8857")])
 @pytest.mark.parametrize("inverse", [False, True])
 def test_bits_are_those_of_the_program(source, target, inverse):
     t = oprj.Transformer(source, target)
@@ -269,9 +269,14 @@ def test_points_that_no_grid_covers():
     assert kept[0][1] == 10.0 and kept[0][0] != -75.0
 
 
-def test_a_shift_that_the_engine_cannot_make_is_an_error():
-    with pytest.raises(oprj.Error, match="geographic transformation"):
-        oprj.Transformer("EPSG:4267", "EPSG:8857").transform(-75.0, 40.0)
+def test_bad_points_of_a_way_with_several_pairs():
+    t = oprj.Transformer("EPSG:26918", "EPSG:8857")
+    x, y = np.array([5e5, np.nan, 5e5]), np.array([4e6, 4e6, np.inf])
+    points, reasons, summary = t.each(x, y)
+    assert list(reasons[:2]) == [Reason.GOOD, Reason.NOT_A_NUMBER] and reasons[2] and summary.good == 1
+    steps = t.explain()
+    assert [step.kind for step in steps] == ["inverse", "shift", "forward"]
+    assert (steps[1].source, steps[1].target) == ("NAD83", "WGS 84") and "Equal_Earth" in steps[2].target
 
 
 def test_transformers_are_pickled_and_told():
