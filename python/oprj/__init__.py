@@ -358,7 +358,8 @@ class Transformer:
     before latitude.
 
     `source` and `target` are `CRS` or whatever CRS takes. Threads may share a transformer, and it can be pickled.
-    What a careful user should know of the way (`cautions`) is told as a SystemWarning.
+    What a careful user should know of the way (`cautions`) is told as a SystemWarning. Programs and plug-ins that a
+    system names are run only with `allow_external`.
 
     >>> t = oprj.Transformer("EPSG:4267", "EPSG:4326")
     >>> x, y = t.transform(-122.4194, 37.7749)
@@ -368,9 +369,13 @@ class Transformer:
 
     __slots__ = ("source", "target", "_pair", "_point")
 
-    def __init__(self, source: Any, target: Any) -> None:
+    def __init__(self, source: Any, target: Any, *, allow_external: bool = False) -> None:
         self.source = source if isinstance(source, CRS) else CRS(source)
         self.target = target if isinstance(target, CRS) else CRS(target)
+        for crs in (self.source, self.target):
+            if crs._system.is_external and not allow_external:
+                raise CRSError((Report("oprj.Transformer", 1, 2, f"{crs.name} is computed outside of this process, by a "
+                                       "program or a plug-in: allow_external=True runs it"),))
         self._pair = _oprj.Pair(self.source._system, self.target._system)
         self._point = self._pair.point_call()
         for text in self.cautions:

@@ -145,6 +145,7 @@ PYBIND11_MODULE(_oprj, m) {
       .def_property_readonly("name", &System::name)
       .def_property_readonly("units", &System::unitName)
       .def_property_readonly("is_geographic", &System::isGeographic)
+      .def_property_readonly("is_external", &System::isExternal)
       .def_property_readonly("datum", &System::datum)
       .def_property_readonly("spheroid", &System::spheroid)
       .def_property_readonly("grid", &System::grid)

@@ -19,8 +19,6 @@ constexpr int64_t kBlock = 4096, kLongBlock = 32768;
 /// How long a call runs between two looks at whether it should go on.
 constexpr std::chrono::milliseconds kPause{50};
 
-bool isExternal(const System &system) { return system.record().proType == OPRJ_EXTERNAL; }
-
 /// Whether a point is none, or beyond the limit: no comparison with NaN is true.
 bool isBeyond(const Oprj_Point &p, double limit) {
   return !((std::fabs(p.x) <= DBL_MAX) & (std::fabs(p.y) <= limit));
@@ -168,7 +166,7 @@ Pair::Pair(std::shared_ptr<const System> source, std::shared_ptr<const System> t
       forth_(between(*source_, *target_)),
       back_(between(*target_, *source_)),
       block_(shiftsByParameters(*source_) && shiftsByParameters(*target_) ? kBlock : kLongBlock),
-      external_(isExternal(*source_) || isExternal(*target_)) {
+      external_(source_->isExternal() || target_->isExternal()) {
   if (!source_->lacksGrid() && !target_->lacksGrid()) return;
   for (const Step &step : steps()) {
     if (!step.trouble.empty()) throw Failure(Trouble::kSystem, step.trouble);

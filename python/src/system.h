@@ -20,6 +20,8 @@ class System {
   const char *unitName() const { return system_->unit->name; }
   const Ocvt_Unit *unit() const { return system_->unit; }
   bool isGeographic() const { return system_->unit->kind == OCVT_KIND_ANGLE; }
+  /// A program or a plug-in that the system names computes it.
+  bool isExternal() const { return record().proType == OPRJ_EXTERNAL; }
   std::string datum() const;
   std::string spheroid() const;
   /// The file of a datum that is shifted by a grid; else empty.

@@ -135,6 +135,15 @@ def test_data_of_ones_own_or_none(run_python, tmp_path):
     assert run_python(program, {"ORVIK_DATUMS_PATH": str(tmp_path), "ORVIK_PROJECTIONS_PATH": ""}) == "My datum NAD27\n"
 
 
+def test_programs_are_not_run_unasked(run_python, tmp_path):
+    for table in (SOURCE / "data").glob("*.*a*"):
+        (tmp_path / table.name).write_bytes(table.read_bytes())
+    with open(tmp_path / "mapprojections.dat", "a") as dictionary:
+        dictionary.write('"Outside" { External "nothing" "Spheroid" <spheroid> }')
+    program = "import oprj; oprj.Transformer('EPSG:4326', 'Outside; datum=WGS 84')"
+    assert "allow_external=True runs it" in run_python(program, {"ORVIK_PROJECTIONS_PATH": str(tmp_path)}, 1)
+
+
 def test_a_package_without_its_library_says_so(run_python, tmp_path):
     package = tmp_path / "oprj"
     package.mkdir()
