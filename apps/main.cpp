@@ -151,7 +151,10 @@ int main(int argc, char **argv) {
   addFind(app, console, action);
   addManual(app, action);
 
-  for (CLI::App *command : commandsOf(app)) command->footer(command->get_footer() + kEndHelp);
+  for (CLI::App *command : commandsOf(app)) {
+    const std::string own = command->get_footer();  // the program's where it has none
+    if (!own.ends_with(kEndHelp)) command->footer(own + kEndHelp);
+  }
 
   try {
     return run(app, console, action, Names(argv + 1, argv + argc));

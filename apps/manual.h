@@ -1,4 +1,4 @@
-// The manual page and shell completion, made from the option table.
+// The manual pages and shell completion, made from the option table.
 #ifndef OPRJ_APPS_MANUAL_H
 #define OPRJ_APPS_MANUAL_H
 

@@ -1,5 +1,5 @@
-# cmake --install: headers under include/oprj, both libraries, reference data, program with its manual page
-# and completions, licence, CMake package, pkg-config file.
+# cmake --install: headers under include/oprj, both libraries, reference data, program with its completions,
+# manual pages, licence, CMake package, pkg-config file.
 include(CMakePackageConfigHelpers)
 
 get_property(headers GLOBAL PROPERTY OPRJ_PUBLIC_HEADERS)
@@ -25,6 +25,22 @@ file(RELATIVE_PATH OPRJ_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /pre
 configure_file(cmake/oprj.pc.in ${CMAKE_BINARY_DIR}/oprj.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/oprj.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+# Manual pages of the interface and the files (docs/manual.py); those of the program are made by itself.
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND)
+  file(GLOB documents CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/*.md)
+  set(pages ${CMAKE_BINARY_DIR}/pages)
+  add_custom_command(OUTPUT ${pages}/made
+    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/docs/manual.py
+            ${PROJECT_VERSION} ${CMAKE_SOURCE_DIR}/docs ${pages} ${headers}
+    COMMAND ${CMAKE_COMMAND} -E touch ${pages}/made
+    DEPENDS ${CMAKE_SOURCE_DIR}/docs/manual.py ${headers} ${documents} VERBATIM)
+  add_custom_target(oprj_pages ALL DEPENDS ${pages}/made)
+  install(DIRECTORY ${pages}/man3 ${pages}/man5 DESTINATION ${CMAKE_INSTALL_MANDIR})
+else()
+  message(STATUS "Python is not here: the manual pages of the interface and the files are not made")
+endif()
+
 file(GLOB reference_files ${CMAKE_SOURCE_DIR}/data/*.dat ${CMAKE_SOURCE_DIR}/data/*.tab ${CMAKE_SOURCE_DIR}/data/*.plib
                           ${CMAKE_SOURCE_DIR}/data/*.info
                           ${CMAKE_SOURCE_DIR}/data/coastline-*.txt ${CMAKE_SOURCE_DIR}/data/SOURCES.md)
@@ -36,7 +52,7 @@ if(TARGET oprj)
   install(TARGETS oprj RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   if(NOT CMAKE_CROSSCOMPILING)  # made by running the program
     set(pages ${CMAKE_BINARY_DIR}/pages)
-    install(FILES ${pages}/oprj.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(DIRECTORY ${pages}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
     install(FILES ${pages}/oprj DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     install(FILES ${pages}/_oprj DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
     install(FILES ${pages}/oprj.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)

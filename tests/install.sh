@@ -7,8 +7,19 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/usr" > "$work/log"
 [ -s "$work/usr/share/doc/oPrj/LICENSE" ]
-warnings=$(MANWIDTH=80 LC_ALL=C man --warnings=all -l "$work/usr/share/man/man1/oprj.1" 2>&1 > /dev/null || true)
-[ -z "$warnings" ] || { echo "the manual page: $warnings"; exit 1; }
+find "$work/usr/share/man" -type f > "$work/pages"
+while read -r page; do
+  warnings=$(MANWIDTH=80 LC_ALL=C.UTF-8 man --warnings=all -l "$page" 2>&1 > /dev/null || true)
+  [ -z "$warnings" ] || { echo "the manual page $page: $warnings"; exit 1; }
+  lexgrog "$page" > /dev/null || { echo "$page does not say what it is"; exit 1; }
+done < "$work/pages"
+for command in $("$build/bin/oprj" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p'); do
+  [ -s "$work/usr/share/man/man1/oprj-$command.1" ] || { echo "oprj $command has no manual page"; exit 1; }
+done
+nm -D --defined-only "$build"/lib/liboPrj.so "$build"/lib/liboPrjToolkit.so | awk 'NF == 3 && $3 !~ /^_/ {print $3}' |
+  while read -r name; do
+    [ -s "$work/usr/share/man/man3/$name.3" ] || { echo "$name has no manual page"; exit 1; }
+  done
 completed=$(PATH="$work/usr/bin:$PATH" bash --norc -c '
   source "$1"; COMP_WORDS=(oprj list un) COMP_CWORD=2; compopt() { :; }; _oprj oprj un list; echo "${COMPREPLY[*]}"
   ' bash "$work/usr/share/bash-completion/completions/oprj")

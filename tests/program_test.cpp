@@ -322,7 +322,7 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
        "Oblique Mercator (Hotine); datum=WGS 84; k_0=1; lat_0=40; p12=1; azimuth=30; lon_0=-100\n",
        "k_0 (a number; Enter for 1)|lat_0 (degrees; Enter for 0)|must lie between -90 and 90"},
       {"define", "?\nUTM\n", 3, "", "  28  Mollweide|  39  Eckert IV|End of input"},
-      {"manual", "", 0, ".TH OPRJ 1|COMMAND project|\\-\\-columns|EXIT STATUS", ""},
+      {"manual", "", 0, ".TH \"oprj\" 1|oprj\\-project|CS is written|EXIT STATUS", ""},
       {"--help", "", 0, "longitude, latitude", ""},
       {"--version", "", 0, "oprj ", ""},
   };
