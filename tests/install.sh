@@ -52,8 +52,9 @@ for made in natural_earth natural_earth_plugin; do
   [ "$outside" = "-85913.310 5388412.649" ] || { echo "by $made: $outside"; exit 1; }  # PROJ's
 done
 unset LD_LIBRARY_PATH ORVIK_PROJECTIONS_PATH ORVIK_DATUMS_PATH
-program=$(echo "-77.03524 38.889468" |
-  "$work/usr/bin/oprj" project --from "geographic; datum=WGS 84" --to "utm; zone=18; datum=WGS 84" --digits 3)
+project() { echo "-77.03524 38.889468" | "$work/usr/bin/oprj" project --from "$1" --to "$2" --digits 3; }
+program=$(project "geographic; datum=WGS 84" "utm; zone=18; datum=WGS 84") codes=$first
+if [ -e "$libdir/oPrj/liboPrjEngine.so" ]; then codes=$(project EPSG:4326 EPSG:32618); else echo "no module to try codes"; fi
 if [ -d "$work/usr/lib/python3/dist-packages/oprj" ]; then
   python=$(PYTHONPATH=$work/usr/lib/python3/dist-packages /usr/bin/python3 -c 'import oprj
 print("%.3f %.3f" % oprj.Transformer("EPSG:4326", "EPSG:32618").transform(-77.03524, 38.889468), oprj.__file__)')
@@ -61,5 +62,5 @@ print("%.3f %.3f" % oprj.Transformer("EPSG:4326", "EPSG:32618").transform(-77.03
 else
   echo "the Python package is not built here"
 fi
-echo "$first / $second / $program"
-[ "$first" = "$second" ] && [ "$first" = "$program" ] && [ "$first" = "323483.188 4306479.574" ]
+echo "$first / $second / $program / $codes"
+[ "$first" = "$second" ] && [ "$first" = "$program" ] && [ "$first" = "$codes" ] && [ "$first" = "323483.188 4306479.574" ]

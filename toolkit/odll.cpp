@@ -112,14 +112,14 @@ Odll_Library *odll_Open(const char *name, Oerr_Report **err) {
     native += given.substr(
         0, given.size() - (given.ends_with(kForeignEnding) ? kForeignEnding.size() : 0));
     native += kEnding;
-    const HeapText folder = ownFolder();
+    const HeapText own = ownFolder(), modules = own + "oPrj/", system;
     const Guard guard;
     HeapText firstReason;
-    for (const bool beside : {true, false}) {
+    for (const HeapText *folder : {&own, &modules, &system}) {
       for (const HeapText &spelling : {HeapText(given), native}) {
-        const HeapText place = beside ? folder + spelling : spelling;
+        const HeapText place = *folder + spelling;
         Ofio_FileStamp stamp;
-        if (beside && !ofio_FileStampGet(place.c_str(), &stamp, nullptr)) continue;
+        if (folder != &system && !ofio_FileStampGet(place.c_str(), &stamp, nullptr)) continue;
         HeapText reason;
         if (Odll_Library *library = openOne(place, reason)) return library;
         if (firstReason.empty() && !saysAbsent(reason, place)) firstReason = reason;

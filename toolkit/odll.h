@@ -13,11 +13,11 @@ OPRJ_BEGIN_C
 typedef struct Odll_Library Odll_Library;
 
 /** Opens a library, all its symbols resolved and none lent to others. A name with a slash or a
-   drive is taken as it stands; another is looked for beside the toolkit's own library, then where
-   the system looks: as it stands and, without its ending ".dll", as the platform spells the name of
-   a library ("thing.dll", "thing": "libthing.so"). Never in the current folder. Null with a report:
-   1 "Invalid input library name", 2 "NAME:  Library not found", 3 "Cannot open the library NAME"
-    over the system's reason, 4 "Out of memory". */
+   drive is taken as it stands; another is looked for beside the toolkit's own library, in the
+   folder oPrj there, then where the system looks: as it stands and, without its ending ".dll", as
+   the platform spells a library's name ("thing.dll", "thing": "libthing.so"). Never in the current
+   folder. Null with a report: 1 "Invalid input library name", 2 "NAME:  Library not found", 3
+   "Cannot open the library NAME" over the system's reason, 4 "Out of memory". */
 OPRJ_API Odll_Library *odll_Open(const char *name, Oerr_Report **err);
 
 /** The same for the first file called `name`, as it stands, along a list: 1 as above, 2 "Error

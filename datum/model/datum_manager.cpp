@@ -34,7 +34,8 @@ std::filesystem::path dataFolder() {
   Dl_info library;
   if (!dladdr(kPlaces, &library) || !library.dli_fname) return {};
   std::error_code ignored;
-  fs::path above = fs::absolute(library.dli_fname, ignored).parent_path();
+  // where the file really is: /lib may be a link to /usr/lib
+  fs::path above = fs::canonical(library.dli_fname, ignored).parent_path();
   constexpr int kLevels = 2;  // lib, lib/x86_64-linux-gnu
   for (int level = 0; level < kLevels; ++level) {
     above = above.parent_path();

@@ -40,7 +40,8 @@ __version__ = "0.1.0"
 def _beside_library(*path: str) -> str | None:
     """A file that is installed with the library."""
     for up in ("..", "../.."):
-        found = _os.path.normpath(_os.path.join(_oprj.library_folder(), up, *path))
+        # where the library really is: /lib may be a link to /usr/lib
+        found = _os.path.normpath(_os.path.join(_os.path.realpath(_oprj.library_folder()), up, *path))
         if _os.path.exists(found):
             return found
     return None
