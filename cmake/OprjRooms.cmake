@@ -3,7 +3,7 @@
 
 add_library(oprj_settings INTERFACE)
 target_compile_options(oprj_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Werror -ffp-contract=off)
+  -Wall -Wextra -Wpedantic -Wconversion $<$<BOOL:${OPRJ_WERROR}>:-Werror> -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   # Formulas combine truths by | and &, because truths of lanes are no bool; and single sources silence
   # warnings that only GCC has.
