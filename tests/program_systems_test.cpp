@@ -66,6 +66,8 @@ TEST_F(ProgramSystems, WithoutANumberGoThroughEveryCommand) {
     int status;
     std::string told;  ///< in the output or among the messages
   } cases[] = {
+      // PROJ's name for the parallel of 30 degrees is that of a map of the sphere, 28 km off
+      {"project " + wgs + "EPSG:6933 --digits 3", "30 40\n", 0, "2894588.408 4707084.171\n"},
       {"project " + wgs + "EPSG:8857 --digits 3", "10 20\n", 0, "930502.549 2543374.082\n"},
       {"project " + wgs + file + " --digits 3", "10 20\n", 0, "930502.549 2543374.082\n"},
       {"project " + wgs + layer + " --digits 3", "10 20\n", 0, "930502.549 2543374.082\n"},

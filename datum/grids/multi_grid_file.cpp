@@ -44,7 +44,7 @@ bool read(Fields file, const char *, GridContent &content, ErrorScope &e) {
       return e.fail(kGridBounds, "Sub-grid \"%s\" has bounds or counts that make no sense",
                     record.name);
     const int64_t count = int64_t{record.columns} * record.rows;
-    const int64_t position = record.dataPosition - 1;
+    const int64_t position = int64_t{record.dataPosition} - 1;
     if (position < header.count() * kGridRecordBytes ||
         !file.holds(position, count, kGridNodeBytes))
       return e.fail(kGridCut, "The nodes of sub-grid \"%s\" are not in the file", record.name);

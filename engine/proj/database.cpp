@@ -311,6 +311,12 @@ char *textOf(Stored kind, int32_t code, Oerr_Report **err) {
         text = transformationText(context, object.get(), name);
       } else if (const char *wkt = proj_as_wkt(context, object.get(), PJ_WKT1_ESRI, nullptr)) {
         text = wkt;
+        // PROJ writes that name wherever the parallel is 30 degrees, but it means a map of the
+        // sphere
+        constexpr std::string_view kMapOfSphere = "PROJECTION[\"Behrmann\"]";
+        const size_t place = text.find(kMapOfSphere);
+        if (place != text.npos && std::strcmp(authority, "EPSG") == 0)
+          text.replace(place, kMapOfSphere.size(), "PROJECTION[\"Cylindrical_Equal_Area\"]");
         // behind a datum PROJ tells its meridian, which is none of the datum's parts
         if (kind == Stored::kDatum) text.resize(std::min(text.find(",PRIMEM["), text.size()));
       }
