@@ -1,15 +1,15 @@
-# cmake --install: headers under include/oprj, both libraries, reference data, program with its completions,
+# cmake --install: headers under include/oprj, the libraries, reference data, program with its completions,
 # manual pages, licence, CMake package, pkg-config file.
 include(CMakePackageConfigHelpers)
 
 get_property(headers GLOBAL PROPERTY OPRJ_PUBLIC_HEADERS)
 install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/oprj)
 
-foreach(target oPrjToolkit oPrj)
+foreach(target oPrjToolkit oPrj oPrjU)
   target_include_directories(${target} INTERFACE
     $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 endforeach()
-install(TARGETS oPrjToolkit oPrj EXPORT oPrjTargets
+install(TARGETS oPrjToolkit oPrj oPrjU EXPORT oPrjTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 # What is loaded when it is first needed: nobody links it, so that it lies in a folder of its own.
 foreach(module oPrjEngine oPrjTiff oPrjPage)
@@ -62,4 +62,4 @@ if(TARGET oprj)
     install(FILES ${pages}/oprj.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
   endif()
 endif()
-set_target_properties(oPrj PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(oPrj oPrjU PROPERTIES INSTALL_RPATH "$ORIGIN")

@@ -33,13 +33,28 @@ function(oprj_public_headers)
   endforeach()
 endfunction()
 
-# oprj_room(NAME SOURCES ...): a group of sources of liboPrj, built as objects. A room without sources yet
-# is left out.
+# oprj_objects(NAME LIST DEFINITIONS SOURCES ...): objects NAME, noted in the global property LIST.
+function(oprj_objects name list definitions)
+  add_library(${name} OBJECT ${ARGN})
+  target_link_libraries(${name} PRIVATE oprj_settings)
+  target_compile_definitions(${name} PRIVATE ${definitions})
+  set_property(GLOBAL APPEND PROPERTY ${list} ${name})
+endfunction()
+
+# oprj_room(NAME SOURCES ... TEXTS SOURCES ... NARROW SOURCES ...): a group of sources of liboPrj and its wide
+# twin, built as objects (docs/wide-build.md). The first ones touch no text: they are built once, in a way in
+# which texts cannot be touched, and serve both libraries. Those behind TEXTS are built once for each width of
+# text, those behind NARROW for liboPrj alone.
 function(oprj_room name)
-  if(ARGN)
-    add_library(oprj_${name} OBJECT ${ARGN})
-    target_link_libraries(oprj_${name} PRIVATE oprj_settings)
-    set_property(GLOBAL APPEND PROPERTY OPRJ_ROOMS oprj_${name})
+  cmake_parse_arguments(room "" "" "TEXTS;NARROW" ${ARGN})
+  if(room_UNPARSED_ARGUMENTS)
+    oprj_objects(oprj_${name} OPRJ_ROOMS OPRJ_TEXTLESS ${room_UNPARSED_ARGUMENTS})
+  endif()
+  if(room_TEXTS)
+    oprj_objects(oprj_${name}_wide OPRJ_WIDE_ROOMS OPRJ_WIDE ${room_TEXTS})
+  endif()
+  if(room_TEXTS OR room_NARROW)
+    oprj_objects(oprj_${name}_narrow OPRJ_NARROW_ROOMS "" ${room_TEXTS} ${room_NARROW})
   endif()
 endfunction()
 
@@ -58,7 +73,7 @@ function(oprj_lanes_objects name)
     add_library(${name}_${set} OBJECT ${ARGN})
     target_link_libraries(${name}_${set} PRIVATE oprj_settings)
     target_compile_options(${name}_${set} PRIVATE
-      -DOPRJ_SET=${set} ${flat} ${OPRJ_FLAGS_${set}} -fno-math-errno -fno-trapping-math -Wno-psabi)
+      -DOPRJ_SET=${set} -DOPRJ_TEXTLESS ${flat} ${OPRJ_FLAGS_${set}} -fno-math-errno -fno-trapping-math -Wno-psabi)
     set_target_properties(${name}_${set} PROPERTIES OPRJ_PLAIN ${plain})
     set(flat "")
     if(NOT OPRJ_SANITIZE_SETS)
@@ -75,24 +90,33 @@ function(oprj_lanes_room name)
   endforeach()
 endfunction()
 
-# oprj_library(): liboPrj from all rooms.
-function(oprj_library)
-  get_property(rooms GLOBAL PROPERTY OPRJ_ROOMS)
-  if(NOT rooms)
-    return()
-  endif()
-  set(objects "")
-  foreach(room ${rooms})
-    list(APPEND objects $<TARGET_OBJECTS:${room}>)
-  endforeach()
-  add_library(oPrj SHARED ${objects})
-  target_link_libraries(oPrj PRIVATE oprj_settings PUBLIC oPrjToolkit)
+# oprj_shared_library(NAME EXPORTS OBJECTS ...): one of the two libraries.
+function(oprj_shared_library name exports)
+  add_library(${name} SHARED ${ARGN})
+  target_link_libraries(${name} PRIVATE oprj_settings PUBLIC oPrjToolkit)
   # The library's calls of its own functions are its own, whatever else the process exports.
-  set(exports ${CMAKE_SOURCE_DIR}/cmake/oprj.exports)
-  target_link_options(oPrj PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${exports})
-  set_target_properties(oPrj PROPERTIES LINK_DEPENDS ${exports})
-  set_target_properties(oPrj PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0 LINKER_LANGUAGE CXX)
-  # The same objects without the visibility of a shared library: for tests and benchmarks of internals.
+  set(exports ${CMAKE_SOURCE_DIR}/cmake/${exports})
+  target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${exports})
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${exports})
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0 LINKER_LANGUAGE CXX)
+endfunction()
+
+# oprj_library(): liboPrj and liboPrjU from all rooms.
+function(oprj_library)
+  foreach(list OPRJ_ROOMS OPRJ_NARROW_ROOMS OPRJ_WIDE_ROOMS)
+    get_property(rooms GLOBAL PROPERTY ${list})
+    set(${list} "")
+    foreach(room ${rooms})
+      list(APPEND ${list} $<TARGET_OBJECTS:${room}>)
+    endforeach()
+  endforeach()
+  set(objects ${OPRJ_ROOMS} ${OPRJ_NARROW_ROOMS})
+  oprj_shared_library(oPrj oprj.exports ${objects})
+  oprj_shared_library(oPrjU oprju.exports ${OPRJ_ROOMS} ${OPRJ_WIDE_ROOMS})
+  target_compile_definitions(oPrjU INTERFACE OPRJ_WIDE)
+  # Handles hold addresses in it that outlive whoever has loaded it.
+  target_link_options(oPrjU PRIVATE -Wl,-z,nodelete)
+  # The narrow library's objects without the visibility of a shared one: for tests and benchmarks of internals.
   add_library(oprj_internals STATIC EXCLUDE_FROM_ALL ${objects})
   target_link_libraries(oprj_internals PUBLIC oprj_settings oPrjToolkit)
   set_target_properties(oprj_internals PROPERTIES LINKER_LANGUAGE CXX)

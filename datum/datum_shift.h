@@ -45,7 +45,7 @@ OPRJ_API void oprj_DatumShiftGrid(const Oprj_Point *in, const Oprj_Datum *source
                                   const Oprj_Datum *destination, int32_t count, Oerr_Report **err);
 /** Multiple regression between the named datum and WGS 84: `direction` 1 forward, 0 inverse. */
 OPRJ_API void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                                        const char *datumName, int32_t direction,
+                                        const Oprj_Char *datumName, int32_t direction,
                                         Oerr_Report **err);
 /** Parametric and surface datums on either side: from a surface datum to its base by its surface,
    to the base's base where that is a surface datum too, and so on, up to a datum that stands above
@@ -95,7 +95,7 @@ typedef struct {
 /** A sub-grid of an opened grid file. Bounds in degrees, scales in nodes per degree. */
 typedef struct Oprj_GridInfo {
   struct Oprj_GridInfo *next;
-  char *name;
+  Oprj_Char *name;
   double south, west, north, east;
   double lonScale, latScale;
   int32_t rows, columns;
@@ -136,13 +136,13 @@ OPRJ_API Oprj_Point *oprj_ShiftInverse(const Oprj_GridInfo *chain, const Oprj_Gr
 /** How the grid shift gets from one datum to the other: 0 "NAD27" to "NAD83", 1 back, 2 "NAD83" to
    "HARN", 3 back, 4 "NAD27" to "HARN", 5 back; 6 with the report 1 "Invalid datum shift" for any
    other names. */
-OPRJ_API int32_t oprj_GetDatumShiftDirection(const char *source, const char *destination,
+OPRJ_API int32_t oprj_GetDatumShiftDirection(const Oprj_Char *source, const Oprj_Char *destination,
                                              Oerr_Report **err);
 
 /** Opens a grid file found along "ORVIK_DATUMS_PATH"; free with oprj_DatumGridFileClose. 1 "Error
    returned from ofio_CreateSLFromEnv", 2 "Error returned from ofio_Which", 3 "NAME:  File not
    found", 4 "Cannot open the grid file". */
-OPRJ_API Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err);
+OPRJ_API Oprj_GridData *oprj_DatumGridFileOpen(const Oprj_Char *name, Oerr_Report **err);
 OPRJ_API void oprj_DatumGridFileClose(Oprj_GridData **grid);
 
 /** A record of one's own of the same surface, which both share: 1 "Invalid input

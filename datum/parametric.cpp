@@ -27,8 +27,8 @@ const ParametricKernels &kernelsFor(int32_t count) {
 
 /// The names of two datums are the same text, or both are missing.
 bool sameName(const Oprj_Datum &first, const Oprj_Datum &second) {
-  const char *left = first.datumname.data, *right = second.datumname.data;
-  return left == right || (left && right && std::strcmp(left, right) == 0);
+  const Oprj_Char *left = first.datumname.data, *right = second.datumname.data;
+  return left == right || (left && right && sameUnits(left, right));
 }
 
 /// Parameter `index` of a datum; missing ones are 0.
@@ -122,7 +122,8 @@ ParametricShift::ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroi
 bool ParametricShift::refuseScaleOf(const Oprj_Datum &datum) {
   scale_ = parameterOf(datum, 6);
   if (std::fabs(scale_) <= kLargestScaleDifference) return false;
-  std::snprintf(name_, sizeof name_, "%s", textOf(datum.datumname));
+  std::snprintf(name_, sizeof name_, "%.*s", int{sizeof name_ - 1},
+                textOf(datum.datumname).c_str());
   return true;
 }
 

@@ -57,7 +57,7 @@ DatumClass classOf(const Oprj_Spheroid *spheroid) {
   }
 }
 
-const char *datumName(const Oprj_Spheroid *spheroid) {
+const Oprj_Char *datumName(const Oprj_Spheroid *spheroid) {
   return spheroid && spheroid->datum ? spheroid->datum->datumname.data : nullptr;
 }
 
@@ -85,7 +85,7 @@ class Nowhere final : public ShiftLeg {
 /// The far end of a regression that is no regression datum.
 class NoRegression final : public ShiftLeg {
  public:
-  explicit NoRegression(const char *name) : name_(textOf(name)) {}
+  explicit NoRegression(const char *name) : name_(name) {}
   bool run(const Oprj_Point *, Oprj_Point *, int32_t, Oprj_PointReason *,
            Oerr_Report **err) const override {
     ErrorScope e("oprj_DatumShift", err);
@@ -102,7 +102,7 @@ class FromSurface final : public ShiftLeg {
  public:
   /// `way` is null when it could not be made, which is told already.
   FromSurface(SharedLeg way, const char *datum)
-      : way_(std::move(way)), datum_(textOf(datum)), told_(!way_) {}
+      : way_(std::move(way)), datum_(datum), told_(!way_) {}
 
   static void tell(const char *datum, const Oerr_Report *report) {
     oerr_LogMessage(
@@ -246,7 +246,7 @@ struct ShiftPlan::Ends {
     for (const End end : {kSource, kDestination}) {
       const Oprj_Spheroid *given = at(end);
       if (classOf(given) == kGridDatum &&
-          !fetch(end, textOf(given->sphereName), textOf(datumName(given)), true, e))
+          !fetch(end, unitsOf(given->sphereName), unitsOf(given->datum->datumname), true, e))
         return false;
     }
     return true;
@@ -256,18 +256,19 @@ struct ShiftPlan::Ends {
     if (at(end)) return true;
     switch (end) {
       case kNad83:
-        return fetch(end, "GRS 1980", "NAD83", false, e);
+        return fetch(end, Flat("GRS 1980"), Flat("NAD83"), false, e);
       case kNad83Dma:
-        return fetch(end, "GRS 1980", "NAD83 (DMA)", false, e);
+        return fetch(end, Flat("GRS 1980"), Flat("NAD83 (DMA)"), false, e);
       case kWgs84:
-        return fetch(end, "WGS 84", "WGS 84", false, e);
+        return fetch(end, Flat("WGS 84"), Flat("WGS 84"), false, e);
       default:
         return true;  // the caller's, for the leg to refuse
     }
   }
 
  private:
-  bool fetch(End end, const char *spheroid, const char *datum, bool datumFirst, ErrorScope &e) {
+  bool fetch(End end, const Oprj_Char *spheroid, const Oprj_Char *datum, bool datumFirst,
+             ErrorScope &e) {
     auto &own = fetched[static_cast<int>(end)];
     own.reset(oprj_SpheroidCreate(e.cause()));
     if (!own) return e.fail(kNoSpheroid, "Cannot get spheroid by name");
@@ -302,7 +303,7 @@ bool ShiftPlan::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destin
   }
   if (from == kSurfaceDatum) {
     if (!leg) FromSurface::tell(textOf(datumName(source)), e.causeReport());
-    leg = makeLeg<FromSurface>(leg, datumName(source));
+    leg = makeLeg<FromSurface>(leg, textOf(datumName(source)));
     if (!leg) return e.fail(kNoSpace, "Cannot create space");
   } else if (!leg) {
     return e.fail(kFailed, "Datum Shift Failed.");
@@ -349,12 +350,14 @@ SharedLeg ShiftPlan::make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_
       return sources_.grid(from->datum, to->datum);
     case Leg::kForwardRegression:
     case Leg::kInverseRegression:
-      if (classOf(regional) != kRegressionDatum) return makeLeg<NoRegression>(datumName(regional));
-      if (hasRegression(datumName(regional)))
-        return sources_.regression(datumName(regional), forward);
-      oerr_LogMessage(
-          "oprj_DatumShift: datum \"%s\" has no regression equations, points become NaN",
-          textOf(datumName(regional)));
+      if (classOf(regional) != kRegressionDatum)
+        return makeLeg<NoRegression>(textOf(datumName(regional)));
+      if (const Utf8 name = textOf(datumName(regional)); hasRegression(name))
+        return sources_.regression(name, forward);
+      else
+        oerr_LogMessage(
+            "oprj_DatumShift: datum \"%s\" has no regression equations, points become NaN",
+            name.c_str());
       return makeLeg<Nowhere>();
     case Leg::kSurface:
       if (classOf(from) == kSurfaceDatum || classOf(to) == kSurfaceDatum)

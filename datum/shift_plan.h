@@ -26,8 +26,9 @@ namespace orvik::oprj {
 /// Where plans get their records and legs from: the library, or a test. A maker answers null when
 /// there is no memory.
 struct ShiftSources {
-  Oprj_Spheroid *(*spheroidByName)(Oint_Toolkit *, const char *, Oprj_Spheroid *, Oerr_Report **);
-  Oprj_Datum *(*datumByName)(Oint_Toolkit *, const char *, const char *, Oprj_Datum *,
+  Oprj_Spheroid *(*spheroidByName)(Oint_Toolkit *, const Oprj_Char *, Oprj_Spheroid *,
+                                   Oerr_Report **);
+  Oprj_Datum *(*datumByName)(Oint_Toolkit *, const Oprj_Char *, const Oprj_Char *, Oprj_Datum *,
                              Oerr_Report **);
   SharedLeg (*grid)(const Oprj_Datum *source, const Oprj_Datum *destination);
   /// Between the datum of that name, which has equations, and WGS 84.

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "records/text.h"
+
 namespace orvik::oprj {
 namespace {
 
@@ -108,8 +110,9 @@ class BoxImage {
   bool run(const Oprj_ProjectionPair *pair, const char *fromUnit, const char *toUnit,
            std::vector<Oprj_Point> &points, std::vector<Oprj_PointReason> &reasons) {
     Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
-    options.inUnit = fromUnit;
-    options.outUnit = toUnit;
+    const Flat from(fromUnit), to(toUnit);
+    options.inUnit = from;
+    options.outUnit = to;
     options.keepUncovered = 1;
     reasons.assign(points.size(), OPRJ_POINT_GOOD);
     oprj_ProjectEach(pair, points.data(), points.data(), reasons.data(), &options,

@@ -36,7 +36,7 @@ const Oprj_ProParameters *recordOf(const Oprj_MapProjectionEx *handle, OwnedPara
     if (!record) return e.fail(4, "Error returned from oprj_MapProjectionCSRGet");
     return record;
   }
-  char *text = nullptr;
+  Oprj_Char *text = nullptr;
   if (!oprj_MapProjectionToPEString(&text, handle, nullptr, e.cause()))
     return e.fail(4, "Error returned from oprj_MapProjectionToPEString");
   const OwnedText owned(text);
@@ -68,8 +68,8 @@ std::string troubleBetween(const Oprj_ProjectionPair &pair) {
   return e.calleeFailed() ? oerr_MessageGet(oerr_RootCauseGet(e.causeReport())) : "";
 }
 
-char *newText(const char *text) {
-  char *copy = ostr_Duplicate(text);
+Oprj_Char *nameIn(const Oprj_CharStr &text) {
+  Oprj_Char *copy = copyOf(text.data);
   if (!copy) throw std::bad_alloc();
   return copy;
 }
@@ -84,7 +84,7 @@ class Chain {
     // The engine's may count from another meridian.
     step.formula = isGeographic(record) && !asksForEngine(record) ? OPRJ_FORMULA_NOTHING
                                                                   : OPRJ_FORMULA_PROJECTION;
-    for (char **title : {&step.from, &step.to}) {
+    for (Oprj_Char **title : {&step.from, &step.to}) {
       *title = oprj_ProParametersTitle(toolkit_, &record, nullptr);
       if (!*title) throw std::bad_alloc();
     }
@@ -93,12 +93,12 @@ class Chain {
   void addShift(const Oprj_Spheroid &from, const Oprj_Spheroid &to, const std::string &trouble) {
     Oprj_ChainStep &step = add(OPRJ_STEP_SHIFT, from, to);
     const Oprj_Datum &source = *from.datum, &destination = *to.datum;
-    step.from = newText(textOf(source.datumname));
-    step.to = newText(textOf(destination.datumname));
+    step.from = nameIn(source.datumname);
+    step.to = nameIn(destination.datumname);
     step.fromType = source.type;
     step.toType = destination.type;
     step.formula = formulaOf(source, destination);
-    if (!trouble.empty()) step.trouble = newText(trouble.c_str());
+    if (!trouble.empty() && !(step.trouble = newText(trouble).release())) throw std::bad_alloc();
     else if (step.formula >= OPRJ_FORMULA_MOLODENSKY) measure(from, to, step);
   }
 
@@ -112,8 +112,8 @@ class Chain {
     else steps_.reset(step);
     last_ = step;
     step->kind = kind;
-    step->fromSpheroid = newText(textOf(from.sphereName));
-    step->toSpheroid = newText(textOf(to.sphereName));
+    step->fromSpheroid = nameIn(from.sphereName);
+    step->toSpheroid = nameIn(to.sphereName);
     return *step;
   }
 
@@ -183,7 +183,7 @@ class Chain {
       ++step.tried;
       const bool failed = report != nullptr;
       if (failed && !oerr_PointGet(report, nullptr, nullptr, nullptr))
-        step.trouble = ostr_Duplicate(oerr_MessageGet(oerr_RootCauseGet(report)));
+        step.trouble = newText(oerr_MessageGet(oerr_RootCauseGet(report))).release();
       oerr_DeleteErrorReport(&report);
       if (step.trouble) return;
       const double east = std::remainder(shifted.x - point.x, 2 * M_PI) * std::cos(point.y);
@@ -208,7 +208,7 @@ class Chain {
 
 std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
   const OwnedText title{oprj_ProParametersTitle(toolkit, &record, nullptr)};
-  return inQuotes(title ? title.get() : textOf(record.proName));
+  return inQuotes(title ? textOf(title.get()).view() : textOf(record.proName).view());
 }
 
 void addSphereCaution(const Oprj_ProParameters &record, const std::string &title, Notes &notes) {
@@ -254,7 +254,7 @@ void addSystemCautions(Oint_Toolkit *toolkit, const Oprj_ProParameters &record, 
                   "own parallel may return as others; --verify marks them");
   if (const Oprj_Query *query = oprj_QueryByExample(toolkit, &record, nullptr)) {
     for (const Question &question : questionsOf(*query, &record.proParams)) {
-      if (question.entry->key && std::strcmp(question.entry->key, "k_0") == 0 &&
+      if (std::strcmp(textOf(question.entry->key), "k_0") == 0 &&
           slotOf(record, static_cast<size_t>(question.entry->index)) < 0)
         notes.add(OPRJ_NOTE_NEGATIVE_SCALE,
                   title +
@@ -274,11 +274,12 @@ void addSystemCautions(Oint_Toolkit *toolkit, const Oprj_ProParameters &record, 
 /// A datum of the tables that is called as its spheroid is not known to be anywhere: its zero shift
 /// is a definition. Those of the satellite systems are measured.
 bool isNamedAfterSpheroid(const Oprj_Spheroid &spheroid) {
-  const std::string_view name = textOf(spheroid.datum->datumname);
-  if (spheroid.datum->type != OPRJ_DATUM_PARAMETRIC || name != textOf(spheroid.sphereName))
+  if (spheroid.datum->type != OPRJ_DATUM_PARAMETRIC ||
+      !sameText(spheroid.datum->datumname, spheroid.sphereName))
     return false;
+  const Utf8 name = textOf(spheroid.datum->datumname);
   for (const char *real : {"WGS 84", "WGS 72", "GRS 1980"}) {
-    if (name == real) return false;
+    if (name.view() == real) return false;
   }
   const auto params = elementsOf(spheroid.datum->params);
   return std::all_of(params.begin(), params.end(), [](double value) { return value == 0.0; });
@@ -291,7 +292,7 @@ void addShiftCautions(const Oprj_Spheroid &from, const Oprj_Spheroid &to, Notes 
   for (const Oprj_Spheroid *end : {&from, &to}) {
     if (isNamedAfterSpheroid(*end))
       notes.add(OPRJ_NOTE_NAMED_DATUM,
-                "the datum " + inQuotes(textOf(end->datum->datumname)) +
+                "the datum " + inQuotes(textOf(end->datum->datumname).view()) +
                     " is named after its spheroid: it lies on WGS 84's centre by definition, which "
                     "no survey does; take the datum of the survey where there is one");
   }
@@ -329,7 +330,8 @@ void oprj_ChainStepsFree(Oprj_ChainStep **list) {
   if (!list) return;
   while (Oprj_ChainStep *dead = *list) {
     *list = dead->next;
-    for (char *text : {dead->from, dead->to, dead->fromSpheroid, dead->toSpheroid, dead->trouble})
+    for (Oprj_Char *text :
+         {dead->from, dead->to, dead->fromSpheroid, dead->toSpheroid, dead->trouble})
       omsc_HeapFree(text);
     omsc_HeapFree(dead);
   }

@@ -39,15 +39,15 @@ struct Oprj_ChainStep {
   Oprj_ChainStep *next;
   int32_t kind;
   int32_t formula;
-  char *from, *to;                 /**< systems by their titles, or for a shift the datums */
-  char *fromSpheroid, *toSpheroid; /**< one spheroid but for a shift */
-  int32_t fromType, toType;        /**< of a shift: the types of the datums */
+  Oprj_Char *from, *to;                 /**< systems by their titles, or for a shift the datums */
+  Oprj_Char *fromSpheroid, *toSpheroid; /**< one spheroid but for a shift */
+  int32_t fromType, toType;             /**< of a shift: the types of the datums */
   /** A shift at places inside the sub-grids of a grid datum or the extent of a surface, else over a
       lattice of 15 degrees: the points that it moved, of how many, and by how many metres on the
      source spheroid. */
   int32_t moved, tried;
   double least, median, greatest;
-  char *trouble; /**< why no point at all can be shifted; null when some can */
+  Oprj_Char *trouble; /**< why no point at all can be shifted; null when some can */
 };
 
 /** The steps between the systems of a pair, in their order: a new list, free with

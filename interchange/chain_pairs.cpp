@@ -64,7 +64,8 @@ OwnedHandle engineGlobe(const OwnedHandle &system) {
 
 /// The same as one of the library's.
 OwnedHandle nativeGlobe(Oint_Toolkit *toolkit, const Oprj_ProParameters &system) {
-  const OwnedParameters record(oprj_ProParametersCreateByName(toolkit, "Geographic", nullptr));
+  const OwnedParameters record(
+      oprj_ProParametersCreateByName(toolkit, Flat("Geographic"), nullptr));
   Oprj_MapProjectionEx *made = nullptr;
   if (record && oprj_SpheroidCopy(system.proSpheroid, record->proSpheroid, nullptr))
     oprj_ProjectionInit(toolkit, record.get(), &made, nullptr);

@@ -27,7 +27,7 @@ using toolkit::equalIgnoringCase;
 char *readTable(size_t &size, ErrorScope &e) {
   for (const char *variable : {"ORVIK_PROJECTIONS_PATH", "ORVIK_DATUMS_PATH"}) {
     const OwnedSearchList list{ofio_CreateSLFromEnv(variable, ".", e.cause())};
-    const OwnedText path{list ? ofio_Which(list.get(), "codes.tab", e.cause()) : nullptr};
+    const InnerText path{list ? ofio_Which(list.get(), "codes.tab", e.cause()) : nullptr};
     if (path) return ofio_FileRead(path.get(), &size, e.cause());
   }
   return nullptr;
@@ -61,26 +61,27 @@ class Line {
   bool good_ = true;
 };
 
-bool readCode(char *text, Oprj_Code &code) {
+bool readCode(char *text, TextKeeper &texts, Oprj_Code &code) {
   Line line(text);
-  code.authority = line.text();
+  code.authority = texts.keep(line.text());
   line.number(code.number);
   const std::string_view kind = line.text();
   code.projected = kind == "projected";
   for (double *side : {&code.west, &code.south, &code.east, &code.north}) line.number(*side);
-  code.name = line.text();
-  code.engineName = line.text();
+  code.name = texts.keep(line.text());
+  code.engineName = texts.keep(line.text());
   code.deprecated = line.text() == std::string_view("deprecated");
-  return line.good() && (code.projected || kind == "geographic") && *code.name;
+  return line.good() && (code.projected || kind == "geographic") && !isBlank(code.name);
 }
 
 auto orderOf(const Oprj_Code &code) {
-  return std::make_tuple(std::string_view(code.authority), code.number);
+  return std::make_tuple(std::basic_string_view<Oprj_Char>(code.authority), code.number);
 }
 
-/// All codes; the texts are in the file's content, which lives as long.
+/// All codes; the texts are in the file's content, which lives as long, or kept apart.
 struct Codes {
-  OwnedText content;
+  InnerText content;
+  TextKeeper texts;
   std::vector<Oprj_Code> list;
 };
 
@@ -99,7 +100,8 @@ Codes *readCodes(ErrorScope &e) {
     *end = '\0';
     Oprj_Code code;
     if (*line && *line != '#') {
-      if (!readCode(line, code)) return e.fail(2, "codes.tab:%d: not a line of codes", number);
+      if (!readCode(line, codes->texts, code))
+        return e.fail(2, "codes.tab:%d: not a line of codes", number);
       codes->list.push_back(code);
     }
   }
@@ -119,7 +121,7 @@ const Codes *allCodes(ErrorScope &e) {
 }
 
 std::string codeText(const Oprj_Code &code) {
-  return std::string(code.authority) + ":" + std::to_string(code.number);
+  return textOf(code.authority).str() + ":" + std::to_string(code.number);
 }
 
 /// The names are the same by their letters and digits, in any case.
@@ -144,7 +146,8 @@ const Oprj_Code *byName(const Codes &codes, std::string_view name) {
   if (sameName(name, "")) return nullptr;
   for (const Oprj_Code &code : codes.list) {
     if ((!found || (found->deprecated && !code.deprecated)) &&
-        (sameName(name, code.name) || sameName(name, code.engineName)))
+        (sameName(name, textOf(code.name).view()) ||
+         sameName(name, textOf(code.engineName).view())))
       found = &code;
   }
   return found;
@@ -153,7 +156,7 @@ const Oprj_Code *byName(const Codes &codes, std::string_view name) {
 /// The systems of the authority that stands before the colon of a code, written in any case.
 std::span<const Oprj_Code> ofAuthority(const Codes &codes, std::string_view authority) {
   const auto has = [authority](const Oprj_Code &code) {
-    return equalIgnoringCase(code.authority, authority);
+    return equalIgnoringCase(textOf(code.authority).view(), authority);
   };
   const auto begin = std::find_if(codes.list.begin(), codes.list.end(), has);
   return {begin, std::find_if_not(begin, codes.list.end(), has)};
@@ -213,13 +216,14 @@ const Oprj_Code *oprj_CodesGet(int32_t *count, Oerr_Report **err) {
   });
 }
 
-const Oprj_Code *oprj_CodeFromText(const char *text, Oerr_Report **err) {
+const Oprj_Code *oprj_CodeFromText(const Oprj_Char *given, Oerr_Report **err) {
   ErrorScope e("oprj_CodeFromText", err);
-  if (!text) return e.fail(3, "Invalid input text");
+  if (!given) return e.fail(3, "Invalid input text");
   return reporting(e, err, [&]() -> const Oprj_Code * {
+    const Utf8 text(given);
     const Codes *codes = allCodes(e);
     if (!codes) return nullptr;
-    const std::string_view plain = trimmed(text);
+    const std::string_view plain = trimmed(text.view());
     if (const size_t colon = plain.find(':'); colon != plain.npos) {
       const auto list = ofAuthority(*codes, trimmed(plain.substr(0, colon)));
       if (!list.empty()) return &byNumber(list, trimmed(plain.substr(colon + 1)), plain);
@@ -228,7 +232,7 @@ const Oprj_Code *oprj_CodeFromText(const char *text, Oerr_Report **err) {
   });
 }
 
-char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err) {
+Oprj_Char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err) {
   ErrorScope e("oprj_CodeToPEString", err);
   if (!code) return e.fail(3, "Invalid input Oprj_Code");
   const OwnedSystem system = systemOf(*code);
@@ -236,10 +240,10 @@ char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err) {
   if (!system) {
     const char *why = e.calleeFailed() ? oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))
                                        : "not in the Projection Engine's database";
-    return e.fail(4, "%s:%d (%s): %s", code->authority, static_cast<int>(code->number), code->name,
-                  why);
+    return e.fail(4, "%s:%d (%s): %s", textOf(code->authority).c_str(),
+                  static_cast<int>(code->number), textOf(code->name).c_str(), why);
   }
-  char *text = oawp_PE_pe_coordsys_to_string(system.get(), nullptr, 0);
+  Oprj_Char *text = handOut(oawp_PE_pe_coordsys_to_string(system.get(), nullptr, 0));
   if (!text) return e.fail(5, "Error allocating text");
   return text;
 }

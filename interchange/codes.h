@@ -9,13 +9,14 @@ OPRJ_BEGIN_C
 
 /** A system with a code. Lives as long as the process. */
 typedef struct {
-  const char *authority; /**< "EPSG", "ESRI" */
+  const Oprj_Char *authority; /**< "EPSG", "ESRI" */
   int32_t number;
   int32_t projected; /**< 0: geographic */
   int32_t deprecated;
   double west, south, east, north; /**< its area, degrees; across the antimeridian east < west */
-  const char *name;
-  const char *engineName; /**< in texts of the Projection Engine; "": not known to be another one */
+  const Oprj_Char *name;
+  const Oprj_Char
+      *engineName; /**< in texts of the Projection Engine; "": not known to be another one */
 } Oprj_Code;
 
 /** All systems with a code, `*count` of them, by authority and number: borrowed. They are read
@@ -28,11 +29,11 @@ OPRJ_API const Oprj_Code *oprj_CodesGet(int32_t *count, Oerr_Report **err);
    letters and digits alone; of two of one name the one that is not deprecated. Null without a
    report for a text that is neither. Null with 3 "Invalid input text", 4 (kind OPRJ_TEXT_NO_CODE,
    the nearest as suggestions) for a code that is not there, or what oprj_CodesGet reports. */
-OPRJ_API const Oprj_Code *oprj_CodeFromText(const char *text, Oerr_Report **err);
+OPRJ_API const Oprj_Code *oprj_CodeFromText(const Oprj_Char *text, Oerr_Report **err);
 
 /** New text: the system as the Projection Engine writes it. Null with 3 "Invalid input Oprj_Code",
     4 the engine's database cannot be used or does not have it, 5 memory. */
-OPRJ_API char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err);
 
 OPRJ_END_C
 

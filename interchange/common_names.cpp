@@ -54,7 +54,7 @@ int64_t namesGrammar(const char *text, size_t size, void *result, const char **e
 std::vector<std::string> commonNames(int32_t kind, std::string_view name) {
   constexpr const char *kFile = "names.tab";
   const OwnedSearchList list{OrvikDatum::DatumManagerGetConfigurationSearchList(nullptr)};
-  if (!list || !OwnedText(ofio_Which(list.get(), kFile, nullptr))) return {};
+  if (!list || !InnerText(ofio_Which(list.get(), kFile, nullptr))) return {};
   grammar::NamesBuilder builder(name);
   builder.kind = kind;
   Oerr_Report *report = nullptr;

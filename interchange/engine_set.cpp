@@ -74,12 +74,12 @@ int32_t peProjectionEqual(const void *first, const void *second, Oerr_Report **e
   if (e.calleeFailed()) return e.fail(2, "OAWP_FCLL_PE(pe_coordsys_eq) failed");
   return equal;
 }
-char *peProjectionName(const void *data, Oerr_Report **err) {
+Oprj_Char *peProjectionName(const void *data, Oerr_Report **err) {
   ErrorScope e("peProjectionName", err);
   const engine::Object *system = engine::as(data, engine::kCoordsys);
-  char *name = ostr_Duplicate(system && !system->name.empty() ? system->name.c_str() : "Unknown");
+  OwnedText name = newText(system && !system->name.empty() ? system->name.c_str() : "Unknown");
   if (!name) return e.fail(1, "ostr_Duplicate failed");
-  return name;
+  return name.release();
 }
 void peProjectionFree(void *data, Oerr_Report **err) {
   ErrorScope e("peProjectionFree", err);
@@ -90,11 +90,12 @@ int32_t peProjectionConvertPossible(const void *, const char *title, Oerr_Report
   return sameTitle(title, OPRJ_TITLE_NATIVE) || sameTitle(title, OPRJ_TITLE_PE);
 }
 /// The native set's data for a system.
-void *convertToNative(const char *operation, const void *data, char **unitName, Oerr_Report **err) {
+void *convertToNative(const char *operation, const void *data, Oprj_Char **unitName,
+                      Oerr_Report **err) {
   ErrorScope e(operation, err);
-  char *unit = nullptr;
+  Oprj_Char *unit = nullptr;
   const OwnedHandle handle(oprj_COORDSYSToMapProjection(systemOf(data), &unit, e.cause()));
-  toolkit::HeapBlock<char> owned(unit);
+  OwnedText owned(unit);
   if (!handle) return e.fail(1, "oprj_COORDSYSToMapProjection failed");
   const auto *record = static_cast<const Oprj_ProParameters *>(
       oprj_MapProjectionCSRGet(handle.get(), OPRJ_TITLE_NATIVE, e.cause()));
@@ -106,7 +107,7 @@ void *convertToNative(const char *operation, const void *data, char **unitName, 
 void *peProjectionConvert(const void *data, const char *, Oerr_Report **err) {
   return convertToNative("peProjectionConvert", data, nullptr, err);
 }
-void *peProjectionConvertWithUnits(const void *data, const char *, char **unitName,
+void *peProjectionConvertWithUnits(const void *data, const char *, Oprj_Char **unitName,
                                    Oerr_Report **err) {
   return convertToNative("peProjectionConvertWithUnits", data, unitName, err);
 }
@@ -115,7 +116,8 @@ void *engineObjectFromNative(void *data, const char *unitName, Oerr_Report **err
   Oprj_MapProjectionEx handle;  // around data that stays the caller's
   if (!oprj_ProjectionSet(&handle, OPRJ_TITLE_NATIVE, data, e.cause()))
     return e.fail(1, "oprj_ProjectionSet failed");
-  Oawp_PE_COORDSYS *system = oprj_MapProjectionToCOORDSYS(&handle, unitName, nullptr, e.cause());
+  Oawp_PE_COORDSYS *system =
+      oprj_MapProjectionToCOORDSYS(&handle, Flat(unitName), nullptr, e.cause());
   if (!system) return e.fail(2, "Error returned from oprj_MapProjectionToCOORDSYS");
   return system;
 }

@@ -49,15 +49,16 @@ OwnedParameters recordOf(ErrorScope &e, const Oprj_MapProjectionEx *projection, 
 
 }  // namespace
 
-int32_t oprj_PEPrjStringGet(const char *fileName, char **string, Oerr_Report **err) {
+int32_t oprj_PEPrjStringGet(const Oprj_Char *name, Oprj_Char **string, Oerr_Report **err) {
   ErrorScope e("oprj_PEPrjStringGet", err);
   if (!string) return e.fail(1, "Invalid location to return the PRJ String");
   *string = nullptr;
+  const Utf8 fileName(name);
   struct stat status;
   if (!fileName || stat(fileName, &status) != 0 || S_ISDIR(status.st_mode))
     return e.fail(2, "PRJ file does not exist");
   const File file(std::fopen(fileName, "re"));
-  if (!file) return e.fail(3, "Cannot open %s: %s", fileName, systemReason(errno));
+  if (!file) return e.fail(3, "Cannot open %s: %s", fileName.c_str(), systemReason(errno));
   // Kept: the byte 255 ends the file, and nothing is read behind the last byte that has room.
   constexpr int kEnd = 255;
   char text[kStringSize] = {};
@@ -65,24 +66,26 @@ int32_t oprj_PEPrjStringGet(const char *fileName, char **string, Oerr_Report **e
   for (int c; length < kStringSize - 1 && (c = std::getc(file.get())) != EOF && c != kEnd;)
     if (c != '\r' && c != '\n' && c != '\0') text[length++] = static_cast<char>(c);
   if (std::ferror(file.get()))
-    return e.fail(3, "Cannot read %s: %s", fileName, systemReason(errno));
+    return e.fail(3, "Cannot read %s: %s", fileName.c_str(), systemReason(errno));
   while (length > 1 && text[length - 1] == ' ') --length;
   if (length == 0) return 1;
-  *string = ostr_DuplicateN(text, length);
+  *string = newText({text, length}).release();
   if (!*string) return e.fail(4, "ostr_Duplicate failed");
   return 1;
 }
 
-Oprj_ProParameters *oprj_PEPrjRead(const char *fileName, Oprj_MapInfo *mapInfo, Oerr_Report **err) {
+Oprj_ProParameters *oprj_PEPrjRead(const Oprj_Char *fileName, Oprj_MapInfo *mapInfo,
+                                   Oerr_Report **err) {
   ErrorScope e("oprj_PEPrjRead", err);
   if (!mapInfo) return e.fail(1, "Invalid input MapInfo");
-  char *found = nullptr;
+  Oprj_Char *found = nullptr;
   if (!oprj_PEPrjStringGet(fileName, &found, e.cause()))
-    return e.fail(2, "Failed to read PE string from %s", fileName ? fileName : "(null)");
+    return e.fail(2, "Failed to read PE string from %s",
+                  fileName ? Utf8(fileName).c_str() : "(null)");
   const OwnedText string(found);
-  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(string.get()));
+  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(Utf8(string.get())));
   if (!system) return failOver(e, 3, "Fail to convert string to coordsys obj.");
-  char *unitName = nullptr;
+  Oprj_Char *unitName = nullptr;
   const OwnedHandle projection(oprj_COORDSYSToMapProjection(system.get(), &unitName, e.cause()));
   const OwnedText unit(unitName);
   if (e.calleeFailed()) return e.fail(4, "Error returned from oprj_COORDSYSToMapProjection.");
@@ -104,20 +107,22 @@ Oprj_ProParameters *oprj_PEPrjRead(const char *fileName, Oprj_MapInfo *mapInfo, 
   return record.release();
 }
 
-int32_t oprj_PEPrjWrite(const char *fileName, const Oprj_ProParameters *record,
+int32_t oprj_PEPrjWrite(const Oprj_Char *name, const Oprj_ProParameters *record,
                         const Oprj_MapInfo *mapInfo, Oerr_Report **err) {
   ErrorScope e("oprj_PEPrjWrite", err);
   if (!mapInfo) return e.fail(1, "Invalid input MapInfo");
+  const Utf8 fileName(name);
   // Kept: the file is emptied before the system is translated.
   File file(fileName ? std::fopen(fileName, "w+e") : nullptr);
-  if (!file) return e.fail(2, "Fail to create projection file %s.", fileName ? fileName : "(null)");
+  if (!file)
+    return e.fail(2, "Fail to create projection file %s.", fileName ? fileName.c_str() : "(null)");
   Oprj_MapProjectionEx *made = nullptr;
   oprj_ProjectionInit(nullptr, record, &made, e.cause());
   const OwnedHandle projection(made);
   if (!projection) return e.fail(3, "Fail to init mapProjection with parameters.");
   Oawp_PE_GEOGTRAN *shift = nullptr;
   const OwnedSystem system(oprj_MapProjectionToCOORDSYS(
-      projection.get(), *textOf(mapInfo->units) ? textOf(mapInfo->units) : nullptr, &shift,
+      projection.get(), isBlank(mapInfo->units) ? nullptr : mapInfo->units.data, &shift,
       e.cause()));
   oawp_PE_pe_geogtran_del(shift);
   if (e.calleeFailed()) return e.fail(4, "Error returned from oprj_MapProjectionToCOORDSYS.");
@@ -134,13 +139,13 @@ int32_t oprj_PEPrjWrite(const char *fileName, const Oprj_ProParameters *record,
 // Kept: the two operations on handles report under one name.
 static constexpr const char *kStringContext = "oprj_MapProjectionInitFromPEString";
 
-int32_t oprj_MapProjectionFromPEString(const char *string, Oprj_MapProjectionEx **projection,
-                                       char **unitName, Oerr_Report **err) {
+int32_t oprj_MapProjectionFromPEString(const Oprj_Char *string, Oprj_MapProjectionEx **projection,
+                                       Oprj_Char **unitName, Oerr_Report **err) {
   ErrorScope e(kStringContext, err);
   if (projection) *projection = nullptr;
   if (unitName) *unitName = nullptr;
   if (!string || !projection) return e.fail(1, "Args");
-  OwnedSystem system(oawp_PE_pe_coordsys_from_string(string));
+  OwnedSystem system(oawp_PE_pe_coordsys_from_string(Utf8(string)));
   if (!system) return failOver(e, 2, "OAWP_FCLL_PE(pe_coordsys_from_string) failed");
   OwnedText name;
   if (unitName) {
@@ -148,10 +153,10 @@ int32_t oprj_MapProjectionFromPEString(const char *string, Oprj_MapProjectionEx 
                                    ? oawp_PE_pe_projcs_unit(system.get())
                                    : oawp_PE_pe_geogcs_unit(system.get());
     if (*oawp_PE_pe_unit_name(unit)) {
-      name.reset(ostr_Duplicate(oawp_PE_pe_unit_name(unit)));
+      name = newText(oawp_PE_pe_unit_name(unit));
       if (!name) return e.fail(4, "ostr_Duplicate failed");
     } else {
-      name.reset(oawp_PE_pe_unit_to_string(unit, nullptr, 0));
+      name.reset(handOut(oawp_PE_pe_unit_to_string(unit, nullptr, 0)));
       if (!name) return failOver(e, 3, "OAWP_FCLL_PE(pe_unit_to_string) failed");
     }
   }
@@ -162,8 +167,8 @@ int32_t oprj_MapProjectionFromPEString(const char *string, Oprj_MapProjectionEx 
   return 1;
 }
 
-int32_t oprj_MapProjectionToPEString(char **string, const Oprj_MapProjectionEx *projection,
-                                     const char *unitName, Oerr_Report **err) {
+int32_t oprj_MapProjectionToPEString(Oprj_Char **string, const Oprj_MapProjectionEx *projection,
+                                     const Oprj_Char *unitName, Oerr_Report **err) {
   ErrorScope e(kStringContext, err);
   if (string) *string = nullptr;
   if (!string || !projection) return e.fail(1, "Args");
@@ -180,13 +185,13 @@ int32_t oprj_MapProjectionToPEString(char **string, const Oprj_MapProjectionEx *
     if (!changed) return e.fail(5, "oprj_COORDSYSUnitChange failed");
     system = changed.get();
   }
-  *string = oawp_PE_pe_coordsys_to_string(system, nullptr, 0);
+  *string = handOut(oawp_PE_pe_coordsys_to_string(system, nullptr, 0));
   if (!*string) return failOver(e, 6, "OAWP_FCLL_PE(pe_coordsys_to_string) failed");
   return 1;
 }
 
-int32_t oprj_ProParametersToPEString(char **string, const Oprj_ProParameters *record,
-                                     const char *unitName, Oerr_Report **err) {
+int32_t oprj_ProParametersToPEString(Oprj_Char **string, const Oprj_ProParameters *record,
+                                     const Oprj_Char *unitName, Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersToPEString", err);
   if (string) *string = nullptr;
   Oprj_MapProjectionEx *made = nullptr;
@@ -198,14 +203,14 @@ int32_t oprj_ProParametersToPEString(char **string, const Oprj_ProParameters *re
   return 1;
 }
 
-Oprj_ProParameters *oprj_ProParametersFromPEString(const char *string, char **unitName,
+Oprj_ProParameters *oprj_ProParametersFromPEString(const Oprj_Char *string, Oprj_Char **unitName,
                                                    Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersFromPEString", err);
   if (unitName) *unitName = nullptr;
   if (!string) return e.fail(1, "Invalid argument");
-  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(string));
+  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(Utf8(string)));
   if (!system) return failOver(e, 2, "pe_coordsys_from_string failed");
-  char *name = nullptr;
+  Oprj_Char *name = nullptr;
   const OwnedHandle projection(oprj_COORDSYSToMapProjection(system.get(), &name, e.cause()));
   OwnedText unit(name);
   if (!projection) return e.fail(3, "Error returned from oprj_COORDSYSToMapProjection");

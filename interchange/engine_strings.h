@@ -12,7 +12,8 @@ OPRJ_BEGIN_C
    trailing blanks (spaces) removed; at most 1023 bytes are kept, and the byte 255 ends the file. An
    empty file gives null. 1; or 0 with 1 "Invalid location to return the PRJ String", 2 "PRJ file
    does not exist", 3 the file cannot be read, 4 memory. */
-OPRJ_API int32_t oprj_PEPrjStringGet(const char *fileName, char **string, Oerr_Report **err);
+OPRJ_API int32_t oprj_PEPrjStringGet(const Oprj_Char *fileName, Oprj_Char **string,
+                                     Oerr_Report **err);
 
 /** A new record of the system in a .prj file; the map info receives its projection's name and unit
    (unchanged on failure). Null with 1 "Invalid input MapInfo", 2 "Failed to read PE string from
@@ -20,7 +21,7 @@ OPRJ_API int32_t oprj_PEPrjStringGet(const char *fileName, char **string, Oerr_R
    oprj_COORDSYSToMapProjection.", 5 "Failed to translate PE coordsys to Orvik map projection.", 6
    "OPRJ_PROPARAMETERS_GET failed", 7 "Error returned from oprj_ProParametersCopy.", 8 "Error
    returned from oprj_CharStrCopy.", 9 "Error returned from oprj_CharStrCreate.". */
-OPRJ_API Oprj_ProParameters *oprj_PEPrjRead(const char *fileName, Oprj_MapInfo *mapInfo,
+OPRJ_API Oprj_ProParameters *oprj_PEPrjRead(const Oprj_Char *fileName, Oprj_MapInfo *mapInfo,
                                             Oerr_Report **err);
 
 /** Writes a system, its points in the map info's units, as one line without line end. 1; or 0 with
@@ -28,7 +29,7 @@ OPRJ_API Oprj_ProParameters *oprj_PEPrjRead(const char *fileName, Oprj_MapInfo *
    with parameters.", 4 "Error returned from oprj_MapProjectionToCOORDSYS.", 5 "Faled to translate
    orvik map projection to PE coordsys.", 6 "Empty PE projection string buffer." (1024 bytes or
    more), 7 "Error writing string to projection file.". From 3 on the file has been emptied. */
-OPRJ_API int32_t oprj_PEPrjWrite(const char *fileName, const Oprj_ProParameters *record,
+OPRJ_API int32_t oprj_PEPrjWrite(const Oprj_Char *fileName, const Oprj_ProParameters *record,
                                  const Oprj_MapInfo *mapInfo, Oerr_Report **err);
 
 /** A handle of the set "PE" that holds the string's system whole, in *projection (nulled first),
@@ -36,27 +37,29 @@ OPRJ_API int32_t oprj_PEPrjWrite(const char *fileName, const Oprj_ProParameters 
    *unitName (skipped when null). 1; or 0, as context "oprj_MapProjectionInitFromPEString", with 1
    "Args", 2 "OAWP_FCLL_PE(pe_coordsys_from_string) failed", 3 "OAWP_FCLL_PE(pe_unit_to_string)
    failed", 4 "ostr_Duplicate failed", 5 "oprj_ProjectionInitInternal failed". */
-OPRJ_API int32_t oprj_MapProjectionFromPEString(const char *string,
-                                                Oprj_MapProjectionEx **projection, char **unitName,
-                                                Oerr_Report **err);
+OPRJ_API int32_t oprj_MapProjectionFromPEString(const Oprj_Char *string,
+                                                Oprj_MapProjectionEx **projection,
+                                                Oprj_Char **unitName, Oerr_Report **err);
 
 /** The string of a handle, its points in `unitName` (null: as they are), as new text in *string
    (nulled first). 1; or 0, in the same context, with 1 "Args", 2 "oprj_ProjectionCopy failed", 3
    "oprj_MapProjectionConvert failed", 4 "oprj_MapProjectionCSRGet failed", 5
    "oprj_COORDSYSUnitChange failed", 6 "OAWP_FCLL_PE(pe_coordsys_to_string) failed". */
-OPRJ_API int32_t oprj_MapProjectionToPEString(char **string, const Oprj_MapProjectionEx *projection,
-                                              const char *unitName, Oerr_Report **err);
+OPRJ_API int32_t oprj_MapProjectionToPEString(Oprj_Char **string,
+                                              const Oprj_MapProjectionEx *projection,
+                                              const Oprj_Char *unitName, Oerr_Report **err);
 
 /** The same of a record: 1 "oprj_ProjectionInit failed", 2 "oprj_MapProjectionToPEString failed".
  */
-OPRJ_API int32_t oprj_ProParametersToPEString(char **string, const Oprj_ProParameters *record,
-                                              const char *unitName, Oerr_Report **err);
+OPRJ_API int32_t oprj_ProParametersToPEString(Oprj_Char **string, const Oprj_ProParameters *record,
+                                              const Oprj_Char *unitName, Oerr_Report **err);
 
 /** A new record of a string's system, with what a record can hold, and its unit as new text in
    *unitName (skipped when null). Null with 1 "Invalid argument", 2 "pe_coordsys_from_string
    failed", 3 "Error returned from oprj_COORDSYSToMapProjection", 4 "OPRJ_PROPARAMETERS_GET failed",
    5 "Error returned from oprj_ProParametersCopy". */
-OPRJ_API Oprj_ProParameters *oprj_ProParametersFromPEString(const char *string, char **unitName,
+OPRJ_API Oprj_ProParameters *oprj_ProParametersFromPEString(const Oprj_Char *string,
+                                                            Oprj_Char **unitName,
                                                             Oerr_Report **err);
 
 OPRJ_END_C

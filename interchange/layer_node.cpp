@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "interchange/portable_object.h"
+
 namespace orvik::oprj {
 
 const Oprj_InitData *startNodes(ErrorScope &e, const Ohfa_File *file) {
@@ -59,20 +61,34 @@ int32_t seekChild(Ohfa_File *file, const LayerNode &node, Oerr_Report **err) {
   return ohfa_EntrySeek(file, OHFA_CHILD, node.design, err);
 }
 
+void *readRecord(Ohfa_File *file, const char *path, const Omif_Design *design, int32_t code,
+                 void *record, Oerr_Report **err) {
+  void *read = ohfa_ObjectRead(file, path, design, code, record, err);
+  if (!read || takeTexts(design, read, err)) return read;
+  if (!record) omif_ObjectFree(design, &read);
+  return nullptr;
+}
+
+int32_t writeRecord(Ohfa_File *file, const char *path, const char *node, const Omif_Design *design,
+                    const void *record, int32_t mode, Oerr_Report **err) {
+  const ToolkitRecord plain(design, record, err);
+  return plain ? ohfa_ObjectWrite(file, path, node, design, plain.get(), mode, err) : 0;
+}
+
 void *readLayerNode(ErrorScope &e, Ohfa_File *file, const char *layer, const LayerNode &node,
                     const Omif_Design *design, int32_t searchSiblings) {
   if (!layerPath(layer) || ohfa_PathSeek(file, layer, nullptr)) {
     if (seekChild(file, node, e.cause())) {
       // Damage is told by the one read, absence by the other.
-      if (void *record = ohfa_ObjectRead(file, nullptr, design, OHFA_SOUGHT, nullptr, e.cause()))
+      if (void *record = readRecord(file, nullptr, design, OHFA_SOUGHT, nullptr, e.cause()))
         return record;
       if (searchSiblings != 1) return e.fail(5, "Error returned from ohfa_ObjectRead for child");
       ohfa_EntrySeek(file, OHFA_PARENT, nullptr, nullptr);
     }
   }
   const bool toSibling = searchSiblings == 1;
-  void *record = ohfa_ObjectRead(file, layerPath(layer), design,
-                                 toSibling ? OHFA_SIBLING : OHFA_CHILD, nullptr, e.cause());
+  void *record = readRecord(file, layerPath(layer), design, toSibling ? OHFA_SIBLING : OHFA_CHILD,
+                            nullptr, e.cause());
   if (record) return record;
   if (toSibling) return e.fail(4, "Error returned from ohfa_ObjectRead for sibling");
   return e.fail(5, "Error returned from ohfa_ObjectRead for child");
@@ -84,8 +100,8 @@ int32_t seekBelow(Ohfa_File *file, const char *layer, const LayerNode &node, Oer
 
 int32_t writeBelow(Ohfa_File *file, const char *layer, const LayerNode &node, int32_t found,
                    const Omif_Design *design, const void *record, Oerr_Report **err) {
-  if (found) return ohfa_ObjectWrite(file, nullptr, nullptr, design, record, OHFA_REPLACE, err);
-  return ohfa_ObjectWrite(file, layerPath(layer), node.name, design, record, OHFA_NEW, err);
+  if (found) return writeRecord(file, nullptr, nullptr, design, record, OHFA_REPLACE, err);
+  return writeRecord(file, layerPath(layer), node.name, design, record, OHFA_NEW, err);
 }
 
 }  // namespace orvik::oprj

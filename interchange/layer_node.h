@@ -69,6 +69,12 @@ inline const char *layerPath(const char *layer) { return layer && *layer ? layer
 /// first child of the design: 1; 0 without a report when there is none.
 int32_t seekChild(Ohfa_File *file, const LayerNode &node, Oerr_Report **err);
 
+/// ohfa_ObjectRead and ohfa_ObjectWrite for records of the library.
+void *readRecord(Ohfa_File *file, const char *path, const Omif_Design *design, int32_t code,
+                 void *record, Oerr_Report **err);
+int32_t writeRecord(Ohfa_File *file, const char *path, const char *node, const Omif_Design *design,
+                    const void *record, int32_t mode, Oerr_Report **err);
+
 /// Reads the object of a layer's node, or with `searchSiblings` 1 the layer's next sibling of that
 /// design, into a new record, and moves there; null with the report 5 or 4.
 void *readLayerNode(ErrorScope &e, Ohfa_File *file, const char *layer, const LayerNode &node,

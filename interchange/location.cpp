@@ -93,7 +93,7 @@ CoordinateSystem::Ptr CoordinateSystem::FromText(const char *text, Oerr_Report *
   ErrorScope e("CoordinateSystem::FromText", err);
   const Ocvt_Unit *unit = nullptr;
   const OwnedParameters record(
-      oprj_ProParametersFromText(oint_InitToolkit(nullptr), text, &unit, nullptr, e.cause()));
+      oprj_ProParametersFromText(oint_InitToolkit(nullptr), Flat(text), &unit, nullptr, e.cause()));
   if (!record) {
     e.fail(1, "Error returned from oprj_ProParametersFromText");
     return Ptr();
@@ -142,8 +142,9 @@ Location::Ptr Location::Reproject(const CoordinateSystem::Ptr &target, Oerr_Repo
     Oprj_Point place = {x_, y_};
     Oprj_PointReason reason = OPRJ_POINT_GOOD;
     Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
-    options.inUnit = system_->GetUnit();
-    options.outUnit = target->GetUnit();
+    const Flat from(system_->GetUnit()), to(target->GetUnit());
+    options.inUnit = from;
+    options.outUnit = to;
     options.keepUncovered = 1;
     const int64_t good =
         oprj_ProjectEach(pairs.there.get(), &place, &place, &reason, &options, 1, e.cause());

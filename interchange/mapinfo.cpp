@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "interchange/portable_object.h"
 #include "records/records.h"
 
 using namespace orvik::oprj;
@@ -23,7 +24,7 @@ enum Term : int32_t { kConstant = 0, kFirst = 1, kSecond = 2 };
 
 /// Sets a text of a record; what both name setters do.
 Oerr_Report *nameSet(const char *operation, Oprj_MapInfo *record, Oprj_CharStr Oprj_MapInfo::*text,
-                     const char *name, const char *missing, Oerr_Report **err) {
+                     const Oprj_Char *name, const char *missing, Oerr_Report **err) {
   Oerr_Report *report = nullptr;
   if (!err) err = &report;
   ErrorScope e(operation, err);
@@ -118,13 +119,13 @@ void oprj_MapInfoFree(Oprj_MapInfo **record) {
   omsc_HeapFree(std::exchange(*record, nullptr));
 }
 
-Oerr_Report *oprj_MapInfoProjectionNameSet(Oprj_MapInfo *record, const char *name,
+Oerr_Report *oprj_MapInfoProjectionNameSet(Oprj_MapInfo *record, const Oprj_Char *name,
                                            Oerr_Report **err) {
   return nameSet("oprj_MapInfoProjectionNameSet", record, &Oprj_MapInfo::proName, name,
                  "Invalid input projection name", err);
 }
 
-Oerr_Report *oprj_MapInfoUnitsSet(Oprj_MapInfo *record, const char *units, Oerr_Report **err) {
+Oerr_Report *oprj_MapInfoUnitsSet(Oprj_MapInfo *record, const Oprj_Char *units, Oerr_Report **err) {
   return nameSet("oprj_MapInfoUnitsSet", record, &Oprj_MapInfo::units, units,
                  "Invalid input units name", err);
 }
@@ -200,8 +201,8 @@ int32_t oprj_ProjectionsEqual(const Oprj_MapInfo *firstMapInfo, const Oprj_ProPa
 const Ocvt_Unit *oprj_UnitGetFromMapInfo(const Oprj_MapInfo *record, Oerr_Report **err) {
   ErrorScope e("oprj_UnitGetFromMapInfo", err);
   if (!record) return e.fail(1, "Invalid input MapInfo");
-  if (!*textOf(record->units)) return e.fail(2, "Invalid input MapInfo units");
-  const auto *unit = ocvt_UnitSetByName(record->units.data, e.cause());
+  if (isBlank(record->units)) return e.fail(2, "Invalid input MapInfo units");
+  const auto *unit = ocvt_UnitSetByName(textOf(record->units), e.cause());
   if (!unit) return e.fail(3, "Error returned by ocvt_UnitSetByName");
   return unit;
 }
@@ -249,7 +250,7 @@ Ofga_Polynomial *oprj_ComputeTransformBetweenMapInfos(const Oprj_MapInfo *first,
   if (!firstToMap) return e.fail(1, "Error getting polynomial transform for map info");
   const Ocvt_Unit *firstUnit = nullptr, *secondUnit = nullptr;
   if (!unitsOf(first, second, firstUnit, secondUnit, e)) return nullptr;
-  const bool sameName = std::strcmp(textOf(first->units), textOf(second->units)) == 0;
+  const bool sameName = sameText(first->units, second->units);
   // Kept: the caller's second record is converted in place, all but its unit name and lower-right
   // centre.
   if (!sameName && !convertUnits(*second, secondUnit, firstUnit, e)) return nullptr;
@@ -295,8 +296,9 @@ int32_t oprj_MapInfoConvertToMIFable(const Oprj_MapInfo *record, void **object,
   if (!record) return e.fail(2, "Invalid input mapInfo");
   const auto *own = mapInfoDesign(e, 3);
   if (!own) return 0;
-  OwnedMapInfo copy(oprj_MapInfoCopy(record, nullptr, e.cause()));
-  if (!copy) return e.fail(4, "Error returned from oprj_MapInfoCopy");
+  const ToolkitRecord plain(own, record, e.cause());
+  PortableObject copy(own, plain ? omif_ObjectCopy(own, plain.get(), nullptr, e.cause()) : nullptr);
+  if (!copy) return e.fail(4, "omif_ObjectCopy failed");
   // A design that has been used is copied ready for use: freeing the object takes no memory.
   if (!omif_DesignHostSize(own, e.cause())) return e.fail(5, "omif_DesignHostSize failed");
   *design = omif_DesignCopy(own, e.cause());
@@ -314,7 +316,8 @@ Oprj_MapInfo *oprj_MapInfoConvertFromMIFable(const void *object, const Omif_Desi
   const auto *own = mapInfoDesign(e, 2);
   if (!own) return nullptr;
   // An object of the library's own design is the record itself.
-  void *made = omif_ObjectConvert(design, object, own, e.cause());
-  if (!made) return e.fail(3, "omif_ObjectConvert failed");
-  return static_cast<Oprj_MapInfo *>(made);
+  auto made = asOwn(object, design, own, e.cause());
+  if (!made || !takeTexts(own, made.record(), e.cause()))
+    return e.fail(3, "omif_ObjectConvert failed");
+  return static_cast<Oprj_MapInfo *>(made.release());
 }

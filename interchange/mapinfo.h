@@ -31,9 +31,9 @@ OPRJ_API void oprj_MapInfoFree(Oprj_MapInfo **record);
 /* The name setters copy the text (NULL is refused) and return the report in the slot, or null;
    without a slot the report is the caller's to delete. 1 "Invalid input mapInfo", 2 "Invalid input
    projection name" or "Invalid input units name", 3 "Error returned from oprj_CharStrCreate". */
-OPRJ_API Oerr_Report *oprj_MapInfoProjectionNameSet(Oprj_MapInfo *record, const char *name,
+OPRJ_API Oerr_Report *oprj_MapInfoProjectionNameSet(Oprj_MapInfo *record, const Oprj_Char *name,
                                                     Oerr_Report **err);
-OPRJ_API Oerr_Report *oprj_MapInfoUnitsSet(Oprj_MapInfo *record, const char *units,
+OPRJ_API Oerr_Report *oprj_MapInfoUnitsSet(Oprj_MapInfo *record, const Oprj_Char *units,
                                            Oerr_Report **err);
 
 /* The setters of numbers (map units) make the part on first use: 1, or 0 with 1 "Invalid input

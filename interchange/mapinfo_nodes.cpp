@@ -18,11 +18,11 @@ using OwnedMapInfo = Owner<Oprj_MapInfo, oprj_MapInfoFree>;
 /// Gives a text that is missing or one of two words the value that stands for them.
 bool normalise(Oprj_CharStr &text, const char *first, const char *second, const char *value,
                Oerr_Report **err) {
-  const char *written = textOf(text);
+  const Utf8 written = textOf(text);
   if (*written && !ostr_EqualIgnoringCase(written, first) &&
       !ostr_EqualIgnoringCase(written, second))
     return true;
-  return oprj_CharStrCreate(value, &text, err) != nullptr;
+  return setText(text, value, err);
 }
 
 bool normaliseName(Oprj_MapInfo &record, Oerr_Report **err) {
@@ -46,7 +46,7 @@ void write(ErrorScope &e, Ohfa_File *file, const char *layer, const Oprj_MapInfo
   if (!prepareDictionary(e, *data, file, kDesigns)) return;
   const Omif_Design *design = libraryDesign(*data, kMapInfo.design);
   if (!isTree) {
-    if (!ohfa_ObjectWrite(file, layer, kMapInfo.name, design, record, OHFA_NEW, e.cause()))
+    if (!writeRecord(file, layer, kMapInfo.name, design, record, OHFA_NEW, e.cause()))
       return void(e.fail(9, "Error returned from ohfa_ObjectWrite"));
     ohfa_EntrySeek(file, OHFA_PARENT, nullptr, nullptr);
     return;
@@ -61,23 +61,23 @@ void write(ErrorScope &e, Ohfa_File *file, const char *layer, const Oprj_MapInfo
 
 }  // namespace
 
-Oerr_Report *oprj_MapInfoWrite(Ohfa_File *file, const char *layer, const Oprj_MapInfo *record,
+Oerr_Report *oprj_MapInfoWrite(Ohfa_File *file, const Oprj_Char *layer, const Oprj_MapInfo *record,
                                Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_MapInfoWrite", slot);
-  write(e, file, layer, record, true);
+  write(e, file, Utf8(layer), record, true);
   return slot.report();
 }
 
-Oerr_Report *oprj_MapInfoWriteSimple(Ohfa_File *file, const char *parent,
+Oerr_Report *oprj_MapInfoWriteSimple(Ohfa_File *file, const Oprj_Char *parent,
                                      const Oprj_MapInfo *record, Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_MapInfoWriteSimple", slot);
-  write(e, file, parent, record, false);
+  write(e, file, Utf8(parent), record, false);
   return slot.report();
 }
 
-Oprj_MapInfo *oprj_MapInfoRead(Ohfa_File *file, const char *layer, Oprj_MapInfo *record,
+Oprj_MapInfo *oprj_MapInfoRead(Ohfa_File *file, const Oprj_Char *layer, Oprj_MapInfo *record,
                                int32_t searchSiblings, Oerr_Report **err) {
   ErrorScope e("oprj_MapInfoRead", err);
   const Oprj_InitData *data = startNodes(e, file);
@@ -85,20 +85,21 @@ Oprj_MapInfo *oprj_MapInfoRead(Ohfa_File *file, const char *layer, Oprj_MapInfo 
   const Visit visit(e, file, 10, "Error returned from ohfa_EntryPositionGet", 11);
   if (!visit) return nullptr;
   OwnedMapInfo read(static_cast<Oprj_MapInfo *>(readLayerNode(
-      e, file, layer, kMapInfo, libraryDesign(*data, kMapInfo.design), searchSiblings)));
+      e, file, Utf8(layer), kMapInfo, libraryDesign(*data, kMapInfo.design), searchSiblings)));
   return read ? finish(e, std::move(read), record) : nullptr;
 }
 
-Oprj_MapInfo *oprj_MapInfoReadIfPresent(Ohfa_File *file, const char *layer, Oerr_Report **err) {
+Oprj_MapInfo *oprj_MapInfoReadIfPresent(Ohfa_File *file, const Oprj_Char *layer,
+                                        Oerr_Report **err) {
   ErrorScope e("oprj_MapInfoReadIfPresent", err);
   const Oprj_InitData *data = startNodes(e, file);
   if (!data) return nullptr;
   const Visit visit(e, file, 10, "Error returned from ohfa_EntryPositionGet", 11);
   if (!visit) return nullptr;
-  const int32_t isThere = seekBelow(file, layer, kMapInfo, e.cause());
+  const int32_t isThere = seekBelow(file, Utf8(layer), kMapInfo, e.cause());
   OwnedMapInfo read;
   if (isThere)
-    read.reset(static_cast<Oprj_MapInfo *>(ohfa_ObjectRead(
+    read.reset(static_cast<Oprj_MapInfo *>(readRecord(
         file, nullptr, libraryDesign(*data, kMapInfo.design), OHFA_SOUGHT, nullptr, e.cause())));
   if (e.calleeFailed()) return e.fail(4, "ohfa_ObjectReadIfPresent failed");
   if (!isThere) return nullptr;
@@ -116,7 +117,7 @@ Oprj_MapInfo *oprj_MapInfoReadSimple(Ohfa_File *file, Oprj_MapInfo *record, Oerr
   const bool isThere = ohfa_EntryPeek(file, OHFA_CURRENT, &info, e.cause());
   if (e.calleeFailed()) return e.fail(4, "Error returned from ohfa_EntryPeek");
   if (!isThere || std::string_view(info.design) != kMapInfo.design) return nullptr;
-  OwnedMapInfo read(static_cast<Oprj_MapInfo *>(ohfa_ObjectRead(
+  OwnedMapInfo read(static_cast<Oprj_MapInfo *>(readRecord(
       file, nullptr, libraryDesign(*data, kMapInfo.design), OHFA_CURRENT, nullptr, e.cause())));
   if (!read) return e.fail(5, "Error returned from ohfa_ObjectRead");
   return finish(e, std::move(read), record);

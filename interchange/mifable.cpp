@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "interchange/engine_portable.h"
+#include "interchange/portable_object.h"
 #include "interchange/shared_designs.h"
 #include "interchange/stored_datum.h"
 #include "pipeline/function_sets.h"
@@ -18,55 +19,12 @@ using namespace orvik::oprj;
 namespace orvik::oprj {
 namespace {
 
-using OwnedDictionary = Owner<Omif_Dictionary, omif_DictionaryFree>;
-
-/// An object with the design that frees it.
-class OwnedObject {
- public:
-  OwnedObject() = default;
-  OwnedObject(const Omif_Design *design, void *object) : design_(design), object_(object) {}
-  ~OwnedObject() { omif_ObjectFree(design_, &object_); }
-  OwnedObject(OwnedObject &&other) noexcept
-      : design_(other.design_), object_(std::exchange(other.object_, nullptr)) {}
-  OwnedObject &operator=(OwnedObject &&other) noexcept {
-    std::swap(design_, other.design_);
-    std::swap(object_, other.object_);
-    return *this;
-  }
-  explicit operator bool() const { return object_ != nullptr; }
-  const void *get() const { return object_; }
-  void *record() { return object_; }
-  const Omif_Design *design() const { return design_; }
-  void *release() { return std::exchange(object_, nullptr); }
-
- private:
-  const Omif_Design *design_ = nullptr;
-  void *object_ = nullptr;
-};
-
-bool bears(const Omif_Design *design, const char *name) {
-  return std::strcmp(omif_DesignName(design), name) == 0;
-}
-
-const char *charsOf(const Omif_Text &text) { return text.data ? text.data : ""; }
-
-Omif_Text borrowed(const char *text) {
-  return {static_cast<int32_t>(std::strlen(text) + 1), const_cast<char *>(text)};
-}
-
-/// The object as a record of the library's own design: what bears the same name elsewhere may be
-/// laid out otherwise. Empty with a report.
-OwnedObject asOwn(const void *object, const Omif_Design *design, const Omif_Design *own,
-                  Oerr_Report **err) {
-  return {own, omif_ObjectConvert(design, object, own, err)};
-}
-
 // ---- The native set
 
 /// An internal projection has no module; a name that it carries is told and left out.
 Oprj_CharStr moduleOf(const char *operation, int32_t proType, const Oprj_CharStr &name) {
   if (proType != OPRJ_INTERNAL) return name;
-  if (*textOf(name)) {
+  if (!isBlank(name)) {
     Oerr_Report *warning =
         oerr_CreateErrorReport(operation, 1, OERR_SEVERITY_WARNING, nullptr,
                                "Ignoring proExeName.data in internal projection");
@@ -77,9 +35,9 @@ Oprj_CharStr moduleOf(const char *operation, int32_t proType, const Oprj_CharStr
 }
 
 /// The tables know a spheroid of that name and these axes (metres).
-bool isListed(Oint_Toolkit *toolkit, const char *name, const Oprj_Spheroid &spheroid) {
+bool isListed(Oint_Toolkit *toolkit, const Oprj_Spheroid &spheroid) {
   constexpr double kAxesTolerance = 1e-5;  // as of oprj_GetSpheroidNameByAxes
-  const auto *entry = oprj_SpheroidEntryByName(toolkit, name, nullptr);
+  const auto *entry = oprj_SpheroidEntryByName(toolkit, spheroid.sphereName.data, nullptr);
   return entry && within(entry->a, spheroid.a, kAxesTolerance) &&
          within(entry->b, spheroid.b, kAxesTolerance);
 }
@@ -88,19 +46,19 @@ bool isListed(Oint_Toolkit *toolkit, const char *name, const Oprj_Spheroid &sphe
 /// what is not stored with it. False with a report.
 bool completeSpheroid(Oint_Toolkit *toolkit, Oprj_Spheroid &spheroid, ErrorScope &e) {
   if (axesUsable(spheroid.a, spheroid.b)) setAxes(spheroid, spheroid.a, spheroid.b);
-  if (!isListed(toolkit, textOf(spheroid.sphereName), spheroid)) {
+  if (!isListed(toolkit, spheroid)) {
     const OwnedText listed(oprj_GetSpheroidNameByAxes(toolkit, spheroid.a, spheroid.b, nullptr));
     if (listed && !oprj_CharStrCreate(listed.get(), &spheroid.sphereName, e.cause()))
       return e.fail(7, "Error returned from oprj_CharStrCreate");
   }
   Oprj_Datum &datum = *spheroid.datum;
-  if (!isSurface(toolkit, textOf(spheroid.sphereName), datum)) return true;
+  if (!isSurface(toolkit, spheroid.sphereName.data, datum)) return true;
   // Without its surface the projection itself still works.
   OwnedDatum listed;
   Oprj_Datum *made = nullptr;
   if (oprj_DatumInit(&made, nullptr)) listed.reset(made);
   if (listed)
-    oprj_DatumByName(toolkit, textOf(spheroid.sphereName), textOf(datum.datumname), made, nullptr);
+    oprj_DatumByName(toolkit, spheroid.sphereName.data, datum.datumname.data, made, nullptr);
   datum.type = OPRJ_DATUM_SURFACE;
   if (listed) std::swap(datum.shiftSurface, listed->shiftSurface);
   return true;
@@ -108,13 +66,12 @@ bool completeSpheroid(Oint_Toolkit *toolkit, Oprj_Spheroid &spheroid, ErrorScope
 
 }  // namespace
 
-bool isSurface(Oint_Toolkit *toolkit, const char *spheroidName, const Oprj_Datum &datum) {
+bool isSurface(Oint_Toolkit *toolkit, const Oprj_Char *spheroidName, const Oprj_Datum &datum) {
   if (datum.type == OPRJ_DATUM_SURFACE) return true;
   if (datum.type != OPRJ_DATUM_NONE || isUndefined(&datum)) return false;
   const auto *entry = oprj_SpheroidEntryByName(toolkit, spheroidName, nullptr);
   for (const auto *listed = entry ? entry->datums : nullptr; listed; listed = listed->next)
-    if (std::strcmp(listed->name, textOf(datum.datumname)) == 0)
-      return listed->type == OPRJ_DATUM_SURFACE;
+    if (sameText(listed->name, datum.datumname.data)) return listed->type == OPRJ_DATUM_SURFACE;
   return false;
 }
 
@@ -137,7 +94,8 @@ void *nativeProjectionConvertToMIFable(const void *data, const Omif_Design **des
   Oprj_EarthModel830 earth{record->proSpheroid,
                            record->proSpheroid ? record->proSpheroid->datum : nullptr};
   const Oprj_MapProjection830 whole{&parameters, &earth};
-  void *object = omif_ObjectCopy(own, &whole, nullptr, e.cause());
+  const ToolkitRecord plain(own, &whole, e.cause());
+  void *object = plain ? omif_ObjectCopy(own, plain.get(), nullptr, e.cause()) : nullptr;
   if (!object) return e.fail(4, "omif_ObjectCopy failed");
   *design = own;
   return object;
@@ -150,8 +108,9 @@ void *nativeProjectionConvertFromMIFable(const void *object, const Omif_Design *
     return e.fail(1, "Unrecognized design name");
   const auto *own = referenceDesign(mapProjection830Design, e.cause());
   if (!own) return e.fail(2, "OMIF_DESIGN_FETCH failed");
-  const auto converted = asOwn(object, design, own, e.cause());
-  if (!converted) return e.fail(3, "omif_ObjectConvert failed");
+  auto converted = asOwn(object, design, own, e.cause());
+  if (!converted || !takeTexts(own, converted.record(), e.cause()))
+    return e.fail(3, "omif_ObjectConvert failed");
   const auto *stored = static_cast<const Oprj_MapProjection830 *>(converted.get());
   if (!stored->projectionObject) return e.fail(4, "Invalid projectionObject");
 
@@ -208,7 +167,7 @@ OwnedDictionary designOfText(const char *item, Oerr_Report **err) {
 void *peProjectionConvertToMIFable(const void *data, const Omif_Design **design,
                                    Oerr_Report **err) {
   ErrorScope e("peProjectionConvertToMIFable", err);
-  const OwnedText text(
+  const InnerText text(
       oawp_PE_pe_coordsys_to_string(static_cast<const Oawp_PE_COORDSYS *>(data), nullptr, 0));
   if (!text) {
     oawp_PE_ReportTake(e.cause());
@@ -266,7 +225,7 @@ const Omif_Design *ownDesignOf(const char *name, Oerr_Report **err) {
 
 /// The wrapped object, as a record of the library's own design where it has one; else of the
 /// design in `dictionary`, where the wrapper's dictionary is read to. Empty with a report.
-OwnedObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, ErrorScope &e) {
+PortableObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, ErrorScope &e) {
   const char *name = charsOf(wrapped.type.string);
   dictionary.reset(omif_DictionaryDecodeFromString(charsOf(wrapped.MIFDictionary), e.cause()));
   if (!dictionary) {
@@ -288,7 +247,7 @@ OwnedObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, E
     return {};
   }
   const auto *wanted = own ? own : written;
-  OwnedObject object(wanted, omif_ObjectAllocate(wanted, e.cause()));
+  PortableObject object(wanted, omif_ObjectAllocate(wanted, e.cause()));
   if (!object) {
     e.fail(6, "omif_ObjectAllocate failed");
     return {};
@@ -314,12 +273,12 @@ int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, 
     return e.fail(1, "Args");
   const Omif_Design *inner = nullptr;
   void *made = projection->functions->convertToMIFable(projection->ownedData, &inner, e.cause());
-  const OwnedObject wrapped(inner, made);
+  const PortableObject wrapped(inner, made);
   if (!wrapped) return e.fail(2, "ProjectionConvertToMIFable failed");
 
   const OwnedDictionary dictionary(omif_DictionaryOfDesign(inner, e.cause()));
   if (!dictionary) return e.fail(3, "omif_DictionaryOfDesign failed");
-  const OwnedText text(omif_DictionaryEncodeToString(dictionary.get(), e.cause()));
+  const InnerText text(omif_DictionaryEncodeToString(dictionary.get(), e.cause()));
   if (!text) return e.fail(4, "omif_DictionaryEncodeToString failed");
   const int32_t size = omif_ObjectSize(inner, wrapped.get(), e.cause());
   const orvik::toolkit::HeapBlock<uint8_t> bytes(
@@ -333,7 +292,7 @@ int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, 
   const Oprj_MapProjection842 whole{
       {{borrowed(omif_DesignName(inner))}, borrowed(text.get()), {size, bytes.get()}},
       {borrowed(projection->title)}};
-  OwnedObject result(own, omif_ObjectCopy(own, &whole, nullptr, e.cause()));
+  PortableObject result(own, omif_ObjectCopy(own, &whole, nullptr, e.cause()));
   if (!result) return e.fail(7, "omif_ObjectCopy failed");
   *design = omif_DesignCopy(own, e.cause());
   if (!*design) return e.fail(8, "omif_DesignCopy failed");
@@ -349,7 +308,7 @@ Oprj_MapProjectionEx *oprj_ProjectionConvertFromMIFable(const void *object,
   if (!object) return e.fail(11, "NULL object");
   const char *title = OPRJ_TITLE_NATIVE;
   OwnedDictionary dictionary;  // outlives what its designs free
-  OwnedObject wrapper, unwrapped;
+  PortableObject wrapper, unwrapped;
   if (bears(design, "Oprj_MapProjection842")) {
     const auto *own = referenceDesign(mapProjection842Design, e.cause());
     if (own) wrapper = asOwn(object, design, own, e.cause());

@@ -25,11 +25,11 @@ OPRJ_BEGIN_C
    proParameters", 4 to 8 the file's dictionary, 9 "Error from ohfa_EntryPositionGet", 10 "Error
    returned from ohfa_EntryPositionSet", 11 and 12 "Error returned from ohfa_ObjectWrite"
    (projection, datum), 14 "Error returned from ohfa_NodeRemove". */
-OPRJ_API Oerr_Report *oprj_ProParametersWrite(Ohfa_File *file, const char *layer,
+OPRJ_API Oerr_Report *oprj_ProParametersWrite(Ohfa_File *file, const Oprj_Char *layer,
                                               Oprj_ProParameters *record, Oerr_Report **err);
 /** Makes the node "Projection" below `parent`, with the datum unless the projection is external,
    and leaves the current entry at `parent`. 9 and 10 "Error returned from ohfa_ObjectWrite". */
-OPRJ_API Oerr_Report *oprj_ProParametersWriteSimple(Ohfa_File *file, const char *parent,
+OPRJ_API Oerr_Report *oprj_ProParametersWriteSimple(Ohfa_File *file, const Oprj_Char *parent,
                                                     Oprj_ProParameters *record, Oerr_Report **err);
 /** Reads the projection of a layer into `record`, or a new one when it is null; with
     `searchSiblings` 1 also the layer's next sibling that is a projection. A grid datum's file is
@@ -40,7 +40,7 @@ OPRJ_API Oerr_Report *oprj_ProParametersWriteSimple(Ohfa_File *file, const char 
    returned from oprj_ShiftSurfaceGetByProParams", 6 "Error returned from oprj_DatumByName", 9
    "Error returned from oprj_SpheroidByName", 10 and 11 the current entry. With 6 and 8 a given
    `record` is complete but for what could not be opened; with others it is as it was. */
-OPRJ_API Oprj_ProParameters *oprj_ProParametersRead(Ohfa_File *file, const char *layer,
+OPRJ_API Oprj_ProParameters *oprj_ProParametersRead(Ohfa_File *file, const Oprj_Char *layer,
                                                     Oprj_ProParameters *record,
                                                     int32_t searchSiblings, Oerr_Report **err);
 /** Reads the current entry, and the datum when that comes next; null without a report, `record`
@@ -56,21 +56,22 @@ OPRJ_API Oprj_ProParameters *oprj_ProParametersReadSimple(Ohfa_File *file,
    4 to 8 the file's dictionary, 9 "Error returned from ohfa_EntryPositionGet", 10 "Error returned
    from ohfa_EntryPositionSet", 11 "Error returned from ohfa_ObjectWrite", 12
     "oprj_MapInfoReadIfPresent failed". */
-OPRJ_API Oerr_Report *oprj_MapInfoWrite(Ohfa_File *file, const char *layer,
+OPRJ_API Oerr_Report *oprj_MapInfoWrite(Ohfa_File *file, const Oprj_Char *layer,
                                         const Oprj_MapInfo *record, Oerr_Report **err);
 /** Makes the node "Map_Info" below `parent`, where the current entry is left. 9 "Error returned
    from ohfa_ObjectWrite". */
-OPRJ_API Oerr_Report *oprj_MapInfoWriteSimple(Ohfa_File *file, const char *parent,
+OPRJ_API Oerr_Report *oprj_MapInfoWriteSimple(Ohfa_File *file, const Oprj_Char *parent,
                                               const Oprj_MapInfo *record, Oerr_Report **err);
 /** Reads the map info of a layer, as oprj_ProParametersRead. A projection's name that is missing,
     "Other" or "None" becomes "Unknown". 3 "Error returned from oprj_MapInfoCreate", 4, 5, 10 and 11
    as there, 6 "Error returned from oprj_CharStrCreate for proName". */
-OPRJ_API Oprj_MapInfo *oprj_MapInfoRead(Ohfa_File *file, const char *layer, Oprj_MapInfo *record,
-                                        int32_t searchSiblings, Oerr_Report **err);
+OPRJ_API Oprj_MapInfo *oprj_MapInfoRead(Ohfa_File *file, const Oprj_Char *layer,
+                                        Oprj_MapInfo *record, int32_t searchSiblings,
+                                        Oerr_Report **err);
 /** A new record, or null without a report when the layer has none. Units that are missing,
    "Unknown" or "None" become "other". 3 "Error returned from oprj_MapInfoCreate", 4
     "ohfa_ObjectReadIfPresent failed", 5 and 6 "oprj_CharStrCreate failed" (name, units). */
-OPRJ_API Oprj_MapInfo *oprj_MapInfoReadIfPresent(Ohfa_File *file, const char *layer,
+OPRJ_API Oprj_MapInfo *oprj_MapInfoReadIfPresent(Ohfa_File *file, const Oprj_Char *layer,
                                                  Oerr_Report **err);
 /** Reads the current entry; null without a report, `record` untouched, when it is no map info. 3
     "Error returned from oprj_MapInfoCreate", 4 "Error returned from ohfa_EntryPeek", 5 "Error

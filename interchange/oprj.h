@@ -16,7 +16,9 @@
 #include "omsc.h"
 #include "ostr.h"
 #include "othr.h"
+#include "otxt.h"
 
+#include "bridges.h"
 #include "chain.h"
 #include "codes.h"
 #include "datum_shift.h"
@@ -42,5 +44,6 @@
 #include "text.h"
 #include "translation.h"
 #include "values.h"
+#include "wrapped.h"
 
 #endif

@@ -80,7 +80,7 @@ std::vector<Found> librariesOf(const Ofio_SearchList &list) {
     const char *directory = ofio_SearchListElement(&list, i);
     const LibraryFiles files(directory);
     for (int32_t n = 0; n < files.count; ++n) {
-      const OwnedText path(ofnp_FileNameSet(directory, files.names[n], nullptr));
+      const InnerText path(ofnp_FileNameSet(directory, files.names[n], nullptr));
       if (!path) throw std::bad_alloc();
       std::string name;
       if (readName(path.get(), name) && !findLibrary(found, name))
@@ -113,8 +113,9 @@ bool hasWords(const Oprj_ProjectionItem &item, std::string_view words) {
   while (!(words = trimmed(words)).empty()) {
     const size_t end = std::min(words.find_first_of(" \t\r\n"), words.size());
     const std::string_view word = words.substr(0, end);
-    if (!containsIgnoringCase(item.title, word) && !containsIgnoringCase(textOf(item.code), word) &&
-        !containsIgnoringCase(textOf(item.category), word))
+    if (!containsIgnoringCase(item.title, word) &&
+        !containsIgnoringCase(orEmpty(item.code), word) &&
+        !containsIgnoringCase(orEmpty(item.category), word))
       return false;
     words.remove_prefix(end);
   }
@@ -122,7 +123,7 @@ bool hasWords(const Oprj_ProjectionItem &item, std::string_view words) {
 }
 
 bool isIn(const Oprj_ProjectionItem &item, std::string_view category) {
-  return category.empty() || containsIgnoringCase("/" + std::string(textOf(item.category)) + "/",
+  return category.empty() || containsIgnoringCase("/" + std::string(orEmpty(item.category)) + "/",
                                                   "/" + std::string(category) + "/");
 }
 
@@ -146,7 +147,7 @@ double areaOf(const Oprj_ProjectionItem &item) {
 
 /// A text that a file can hold between quotes; `name`: as a name.
 const char *heldText(const char *text, const char *what, bool name, LibraryContent &content) {
-  const std::string_view words = textOf(text);
+  const std::string_view words = orEmpty(text);
   if (words.find_first_of("\"\r\n") != words.npos ||
       (name && (words.ends_with(' ') || words.ends_with('\t'))))
     throw UnusableItem{std::string("the ") + what + " cannot be written: " + inQuotes(words)};
@@ -156,7 +157,7 @@ const char *heldText(const char *text, const char *what, bool name, LibraryConte
 /// A node of an engine's text, whole.
 const char *heldNode(const char *text, std::span<const std::string_view> words,
                      LibraryContent &content) {
-  const std::string_view node = trimmed(textOf(text));
+  const std::string_view node = trimmed(orEmpty(text));
   if (!node.empty() &&
       nodeEnd(node.data(), node.data() + node.size(), words) != node.data() + node.size())
     throw UnusableItem{"not a text of " + std::string(words[0]) + "[...]: " + std::string(node)};
@@ -174,7 +175,7 @@ LibraryItem copyOf(const Oprj_ProjectionItem &item, LibraryContent &content) {
   copy.shown = item;
   copy.shown.record = nullptr;
   copy.shown.title = heldText(item.title, "title", true, content);
-  const std::string_view path = textOf(item.category);
+  const std::string_view path = orEmpty(item.category);
   if (path.starts_with('/') || path.ends_with('/') || path.find("//") != path.npos ||
       std::count(path.begin(), path.end(), '/') >= kCategoryDepth)
     throw UnusableItem{"the category cannot be written: " + inQuotes(path)};
@@ -192,8 +193,8 @@ LibraryItem copyOf(const Oprj_ProjectionItem &item, LibraryContent &content) {
     copy.system = *system;
     for (const char **text : {&copy.system.string, &copy.system.executable, &copy.system.name,
                               &copy.system.spheroid, &copy.system.datum})
-      *text = content.keep(textOf(*text));
-  } else if (*textOf(item.string)) {
+      *text = content.keep(orEmpty(*text));
+  } else if (*orEmpty(item.string)) {
     copy.system.string = heldNode(item.string, kHorizontalWords, content);
   } else {
     Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
@@ -238,7 +239,7 @@ char **oprj_ProjectionLibraryNames(Oint_Toolkit *, int32_t *count, Oerr_Report *
 Oprj_ProjectionLibrary *oprj_ProjectionLibraryOpen(Oint_Toolkit *, const char *nameOrFile,
                                                    Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryOpen", err);
-  if (!*textOf(nameOrFile)) return e.fail(1, "Invalid input library name");
+  if (!*orEmpty(nameOrFile)) return e.fail(1, "Invalid input library name");
   const OwnedSearchList list(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
   if (!list) return e.fail(2, "Error returned from ofio_CreateSLFromEnv");
   return guarded(e, 5, [&]() -> Oprj_ProjectionLibrary * {
@@ -267,7 +268,7 @@ Oprj_ProjectionLibrary *oprj_ProjectionLibraryOpen(Oint_Toolkit *, const char *n
 
 Oprj_ProjectionLibrary *oprj_ProjectionLibraryCreate(const char *name, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryCreate", err);
-  if (!*textOf(name) || std::string_view(name).find('/') != std::string_view::npos)
+  if (!*orEmpty(name) || std::string_view(name).find('/') != std::string_view::npos)
     return e.fail(1, "Invalid input library name");
   return usingItems(e, 1, [&]() -> Oprj_ProjectionLibrary * {
     OwnedLibrary library = newLibrary();
@@ -280,7 +281,7 @@ int32_t oprj_ProjectionLibraryWrite(const Oprj_ProjectionLibrary *library, const
                                     Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryWrite", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
-  if (!*textOf(file)) return e.fail(2, "Invalid input file name");
+  if (!*orEmpty(file)) return e.fail(2, "Invalid input file name");
   return guarded(e, 4, [&]() -> int32_t {
     const std::string text = libraryText(*library->content);
     GridOutput output(file);
@@ -324,7 +325,8 @@ int32_t oprj_ProjectionLibraryAdd(Oprj_ProjectionLibrary *library, const Oprj_Pr
                                   Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryAdd", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
-  if (!item || !*textOf(item->title) || (!item->system && !item->record && !*textOf(item->string)))
+  if (!item || !*orEmpty(item->title) ||
+      (!item->system && !item->record && !*orEmpty(item->string)))
     return e.fail(2, "Invalid input Oprj_ProjectionItem");
   if (oprj_ProjectionLibraryFind(library, item->title))
     return e.fail(3, "The title \"%s\" is taken", item->title);
@@ -354,10 +356,10 @@ int32_t oprj_ProjectionLibraryRemove(Oprj_ProjectionLibrary *library, const char
   ErrorScope e("oprj_ProjectionLibraryRemove", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
   LibraryContent &content = *library->content;
-  const auto found = content.titles.find(textOf(title));
+  const auto found = content.titles.find(orEmpty(title));
   if (found == content.titles.end()) {
     return guarded(e, 3, [&]() -> int32_t {
-      return failUnknown(e, err, 2, "item", textOf(title), titlesOf(content));
+      return failUnknown(e, err, 2, "item", orEmpty(title), titlesOf(content));
     });
   }
   std::erase(content.items, found->second);
@@ -378,7 +380,7 @@ int32_t *oprj_ProjectionLibrarySearch(const Oprj_ProjectionLibrary *library, con
     std::vector<int32_t> found;
     for (size_t i = 0; i < items.size(); ++i) {
       const Oprj_ProjectionItem &item = items[i]->shown;
-      if (hasWords(item, textOf(words)) && isIn(item, textOf(category)) &&
+      if (hasWords(item, orEmpty(words)) && isIn(item, orEmpty(category)) &&
           (!place || covers(item, *place)))
         found.push_back(static_cast<int32_t>(i));
     }
@@ -401,7 +403,7 @@ int32_t oprj_ProjectionItemInit(Oint_Toolkit *toolkit, const Oprj_ProjectionItem
                                 Oprj_MapProjectionEx **handle, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionItemInit", err);
   if (handle) *handle = nullptr;
-  if (!item || !handle || (!item->system && !item->record && !*textOf(item->string)))
+  if (!item || !handle || (!item->system && !item->record && !*orEmpty(item->string)))
     return e.fail(1, "Args");
   if (!toolkit) toolkit = oint_InitToolkit(e.cause());
   const Oprj_InitData *data = loadedData(toolkit, e.cause());
@@ -410,7 +412,7 @@ int32_t oprj_ProjectionItemInit(Oint_Toolkit *toolkit, const Oprj_ProjectionItem
   const bool made = usingItems(e, 3, [&]() -> bool {
     ItemSystem text;
     text.string = item->string;
-    if (item->system || *textOf(item->string))
+    if (item->system || *orEmpty(item->string))
       record = recordOfSystem(toolkit, *data, item->system ? *item->system : text, true);
     return true;
   });

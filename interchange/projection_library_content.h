@@ -65,8 +65,8 @@ struct SameTitle {
 
 /// What a file holds. Texts lie in `bytes` or each in a block of its own.
 struct LibraryContent : toolkit::HeapRecord {
-  OwnedText bytes;
-  std::deque<OwnedText, toolkit::HeapAllocator<OwnedText>> texts;
+  InnerText bytes;
+  std::deque<InnerText, toolkit::HeapAllocator<InnerText>> texts;
   const char *name = "", *description = "";
   std::deque<LibraryItem, toolkit::HeapAllocator<LibraryItem>> storage;  ///< keeps addresses
   toolkit::HeapVector<LibraryItem *> items;                              ///< in their order

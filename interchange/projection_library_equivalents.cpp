@@ -105,14 +105,15 @@ bool sameText(const Oawp_PE_COORDSYS *first, const Oawp_PE_COORDSYS *second) {
 
 /// The unit of an item's points; null for one that is not known.
 const Ocvt_Unit *unitOf(const LibraryItem &item, const Oprj_ProParameters &record) {
-  if (*textOf(item.shown.unit)) return ocvt_UnitSetByName(item.shown.unit, nullptr);
+  if (*orEmpty(item.shown.unit)) return ocvt_UnitSetByName(item.shown.unit, nullptr);
   OwnedText name;
   if (item.system.string) {
     const OwnedSystem system(oawp_PE_pe_coordsys_from_string(item.system.string));
     name.reset(oprj_COORDSYSUnitName(system.get(), nullptr));
     if (!name) throw std::bad_alloc();  // the text has been read before
   }
-  return ocvt_UnitSetByName(name ? name.get() : isGeographic(record) ? "dd" : "meters", nullptr);
+  return ocvt_UnitSetByName(
+      name ? Utf8(name.get()) : textOf(isGeographic(record) ? "dd" : "meters"), nullptr);
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ bool readLibraryPlace(Oint_Toolkit *toolkit, const std::string &place, Oprj_Syst
   if (!item)
     return e.fail(code, "There is no \"%s\" in the library \"%s\"%s", title.c_str(), name.c_str(),
                   toolkit::nearestHint(title, titlesOf(*library->content)).c_str());
-  if (*textOf(item->unit)) {
+  if (*orEmpty(item->unit)) {
     system.unit = ocvt_UnitSetByName(item->unit, e.cause());
     if (!system.unit) return e.fail(code, "%s", oerr_MessageGet(e.causeReport()));
   }
@@ -45,7 +45,7 @@ bool readLibraryPlace(Oint_Toolkit *toolkit, const std::string &place, Oprj_Syst
     system.description = text.release();
   };
   if (item->string) {
-    keep(OwnedText(ostr_Duplicate(item->string)));
+    keep(newText(item->string));
     return readText(toolkit, system, e, code);
   }
   return usingItems(e, code, [&]() -> bool {
@@ -56,11 +56,11 @@ bool readLibraryPlace(Oint_Toolkit *toolkit, const std::string &place, Oprj_Syst
       keep(std::move(text));
       return readText(toolkit, system, e, code);
     }
-    keep(OwnedText(ostr_Duplicate(place.c_str())));
+    keep(newText(place));
     const Oprj_Datum &datum = *record->proSpheroid->datum;
     Notes notes;
     if (datum.type == OPRJ_DATUM_NONE && !isUndefined(&datum))
-      notes.add(OPRJ_NOTE_KEPT_DATUM, "the datum " + inQuotes(textOf(datum.datumname)) +
+      notes.add(OPRJ_NOTE_KEPT_DATUM, "the datum " + inQuotes(textOf(datum.datumname).view()) +
                                           " is not in the tables: it is not shifted to any other");
     system.notes = notes.release();
     system.record = record.release();

@@ -21,9 +21,9 @@ T *need(T *result) {
 
 const Oprj_SpheroidTableEntry *spheroidEntry(const Oprj_InitData &data, std::string_view name) {
   for (const auto *entry = data.spheroidTable; entry; entry = entry->next) {
-    if (name == entry->name) return entry;
+    if (name == textOf(entry->name).view()) return entry;
     for (const auto *alias = entry->aliases; alias; alias = alias->next)
-      if (name == alias->name) return entry;
+      if (name == textOf(alias->name).view()) return entry;
   }
   return nullptr;
 }
@@ -37,7 +37,7 @@ void setSpheroid(Oint_Toolkit *toolkit, const ItemSystem &system,
                            : "it has neither a spheroid nor axes"};
   need(oprj_SpheroidByAxes(toolkit, ownAxes ? system.a : entry->a, ownAxes ? system.b : entry->b,
                            &spheroid, nullptr));
-  const char *name = system.spheroid ? system.spheroid : "Unknown";
+  const Flat name(system.spheroid ? system.spheroid : "Unknown");
   need(oprj_CharStrCreate(entry ? entry->name : name, &spheroid.sphereName, nullptr));
 }
 
@@ -45,20 +45,21 @@ void setSpheroid(Oint_Toolkit *toolkit, const ItemSystem &system,
 /// there is a name alone.
 void setDatum(Oint_Toolkit *toolkit, const Oprj_InitData &data, const char *name,
               const Oprj_SpheroidTableEntry *spheroid, bool loud, Oprj_Datum &datum) {
-  const auto *lies = spheroid && findDatumEntry(*spheroid, name) ? spheroid : nullptr;
+  const Flat wanted(name);
+  const auto *lies = spheroid && findDatumEntry(*spheroid, wanted) ? spheroid : nullptr;
   for (const auto *entry = data.spheroidTable; entry && !lies; entry = entry->next) {
-    if (findDatumEntry(*entry, name)) lies = entry;
+    if (findDatumEntry(*entry, wanted)) lies = entry;
   }
-  const Oprj_DatumTableEntry *found = lies ? findDatumEntry(*lies, name) : nullptr;
+  const Oprj_DatumTableEntry *found = lies ? findDatumEntry(*lies, wanted) : nullptr;
   if (!found || found->type == OPRJ_DATUM_GRID) {  // a grid is opened by the shift that needs it
-    need(oprj_CharStrCreate(name, &datum.datumname, nullptr));
+    need(oprj_CharStrCreate(wanted, &datum.datumname, nullptr));
     if (found) need(oprj_CharStrCreate(found->gridname, &datum.gridname, nullptr));
     if (found) datum.type = OPRJ_DATUM_GRID;
     else if (loud) oerr_LogMessage("The datum \"%s\" is not shifted to any other", name);
     return;
   }
   Oerr_Report *report = nullptr;
-  const bool made = oprj_DatumByName(toolkit, lies->name, name, &datum, &report) != nullptr;
+  const bool made = oprj_DatumByName(toolkit, lies->name, wanted, &datum, &report) != nullptr;
   const std::string why = made ? "" : oerr_MessageGet(oerr_RootCauseGet(report));
   oerr_DeleteErrorReport(&report);
   if (made) return;
@@ -69,10 +70,11 @@ void setDatum(Oint_Toolkit *toolkit, const Oprj_InitData &data, const char *name
 OwnedParameters recordOfNumber(Oint_Toolkit *toolkit, const Oprj_InitData &data,
                                const ItemSystem &system, bool loud) {
   OwnedParameters record(need(oprj_ProParametersCreate(nullptr)));
-  const char *name = system.name ? system.name : system.executable;
+  const char *given = system.name ? system.name : system.executable;
+  const Oprj_Char *known = nullptr;
   if (system.executable) {
     record->proType = OPRJ_EXTERNAL;
-    need(oprj_CharStrCreate(system.executable, &record->proExeName, nullptr));
+    need(oprj_CharStrCreate(Flat(system.executable), &record->proExeName, nullptr));
   } else {
     const Oprj_Query *query = data.queryTable;
     while (query && !(query->type == OPRJ_INTERNAL && query->number == system.number))
@@ -80,9 +82,9 @@ OwnedParameters recordOfNumber(Oint_Toolkit *toolkit, const Oprj_InitData &data,
     if (!query)
       throw UnusableItem{"there is no projection number " + std::to_string(system.number)};
     record->proNumber = system.number;
-    if (!name) name = query->name;
+    if (!given) known = query->name;
   }
-  need(oprj_CharStrCreate(name, &record->proName, nullptr));
+  need(oprj_CharStrCreate(known ? known : Flat(given), &record->proName, nullptr));
   record->proZone = system.zone;
   int32_t count = !system.executable && system.number == 0 ? 0 : kLeastSlots;
   if (!system.slots.empty()) count = std::max(count, system.slots.back().index + 1);
@@ -116,17 +118,18 @@ OwnedParameters recordOfString(const char *string, bool loud) {
   OwnedParameters record(oprj_ProParametersFromCOORDSYS(system.get(), nullptr, nullptr, &report));
   if (!record && oerr_CodeGet(report) == kNoMemory) refuse();
   oerr_DeleteErrorReport(&report);
-  if (!record) record.reset(oprj_ProParametersHoldingPEString(string, &report));
+  if (!record) record.reset(oprj_ProParametersHoldingPEString(Flat(string), &report));
   if (!record) refuse();
   const Oprj_Datum &datum = *record->proSpheroid->datum;
   if (loud && datum.type == OPRJ_DATUM_NONE && !isUndefined(&datum))
-    oerr_LogMessage("The datum \"%s\" is not shifted to any other", textOf(datum.datumname));
+    oerr_LogMessage("The datum \"%s\" is not shifted to any other",
+                    textOf(datum.datumname).c_str());
   return record;
 }
 
 /// A name that a file can hold.
 const char *named(const char *text, const char *what, LibraryContent &content) {
-  const std::string_view name = textOf(text);
+  const std::string_view name = orEmpty(text);
   if (name.find_first_of("\"\r\n") != name.npos || name.ends_with(' ') || name.ends_with('\t'))
     throw UnusableItem{std::string(what) + " cannot be written: " + inQuotes(name)};
   return content.keep(name);
@@ -146,15 +149,15 @@ ItemSystem systemOfRecord(Oint_Toolkit *toolkit, const Oprj_InitData &data,
   if (!spheroid || !spheroid->datum) throw UnusableItem{"the record has no spheroid with a datum"};
   ItemSystem system;
   if (asksForEngine(record)) {
-    system.string = content.keep(textOf(record.proExeName));
+    system.string = content.keep(textOf(record.proExeName).view());
     return system;
   }
   if (record.proType == OPRJ_EXTERNAL)
     system.executable = named(textOf(record.proExeName), "the executable's name", content);
   else system.number = record.proNumber;
   const Oprj_Query *query = oprj_QueryByNumber(toolkit, system.number, nullptr);
-  const std::string_view name = textOf(record.proName);
-  if (system.executable ? name != system.executable : query && name != query->name)
+  const std::string name = textOf(record.proName).str();
+  if (system.executable ? name != system.executable : query && name != textOf(query->name).view())
     system.name = named(textOf(record.proName), "the projection's name", content);
   system.zone = record.proZone;
   const auto slots = elementsOf(record.proParams);

@@ -13,7 +13,7 @@ class LibraryWriter {
     if (*content.description) text_ += " description " + inQuotes(content.description);
     text_ += '\n';
     for (const LibraryItem *item : content.items) {
-      enter(textOf(item->shown.category));
+      enter(orEmpty(item->shown.category));
       write(*item);
     }
     enter("");

@@ -81,8 +81,8 @@ void writeSimple(ErrorScope &e, Ohfa_File *file, const char *parent, Oprj_ProPar
   if (!data) return;
   if (!record) return void(e.fail(3, "Invalid input proParameters"));
   if (!prepareDictionary(e, *data, file, kDesigns)) return;
-  if (!ohfa_ObjectWrite(file, parent, kProjection.name, libraryDesign(*data, kProjection.design),
-                        record, OHFA_NEW, e.cause()))
+  if (!writeRecord(file, parent, kProjection.name, libraryDesign(*data, kProjection.design), record,
+                   OHFA_NEW, e.cause()))
     return void(e.fail(9, "Error returned from ohfa_ObjectWrite"));
   if (record->proType != OPRJ_EXTERNAL && datumOf(*record)) writeDatum(e, *data, file, *record, 10);
   ohfa_EntrySeek(file, OHFA_PARENT, nullptr, nullptr);
@@ -91,10 +91,10 @@ void writeSimple(ErrorScope &e, Ohfa_File *file, const char *parent, Oprj_ProPar
 // ---- Reading
 
 /// Under this name the tables have a surface datum.
-bool isSurfaceName(const Oprj_InitData &data, const char *name) {
+bool isSurfaceName(const Oprj_InitData &data, const Oprj_Char *name) {
   for (const auto *entry = data.spheroidTable; entry; entry = entry->next) {
     for (const auto *datum = entry->datums; datum; datum = datum->next) {
-      if (datum->type == OPRJ_DATUM_SURFACE && std::string_view(datum->name) == name) return true;
+      if (datum->type == OPRJ_DATUM_SURFACE && sameText(datum->name, name)) return true;
     }
   }
   return false;
@@ -127,11 +127,10 @@ class ReadProjection {
   /// Reads the datum to which `code` leads; false with a report.
   bool readDatum(Ohfa_File *file, int32_t code) {
     Oprj_Datum &datum = *datumOf(*made_);
-    if (!ohfa_ObjectRead(file, nullptr, libraryDesign(data_, kDatum.design), code, &datum,
-                         e_.cause()))
+    if (!readRecord(file, nullptr, libraryDesign(data_, kDatum.design), code, &datum, e_.cause()))
       return e_.fail(codes_.datum, "Error returned from ohfa_ObjectRead");
     // Files number the surface type as their list of names does, which lacks the undefined one.
-    if (datum.type == OPRJ_DATUM_NONE && isSurfaceName(data_, textOf(datum.datumname)))
+    if (datum.type == OPRJ_DATUM_NONE && isSurfaceName(data_, datum.datumname.data))
       datum.type = OPRJ_DATUM_SURFACE;
     return true;
   }
@@ -153,7 +152,7 @@ class ReadProjection {
   bool openDatum() {
     Oprj_Datum &datum = *datumOf(*made_);
     if (datum.type == OPRJ_DATUM_GRID) {
-      datum.gridData = oprj_DatumGridFileOpen(textOf(datum.gridname), e_.cause());
+      datum.gridData = oprj_DatumGridFileOpen(unitsOf(datum.gridname), e_.cause());
       if (!datum.gridData) return e_.fail(codes_.opening, "%s", codes_.grid);
     } else if (datum.type == OPRJ_DATUM_SURFACE) {
       datum.shiftSurface = oprj_ShiftSurfaceGetByProParams(made_.get(), e_.cause());
@@ -169,8 +168,8 @@ class ReadProjection {
     if (!isStatePlane(*made_)) return true;
     const auto params = elementsOf(made_->proParams);
     const double code = params.empty() ? 0.0 : std::trunc(params[0]);  // NaN is none either
-    const char *spheroid = code == 2 || code == 3 ? "GRS 1980" : "Clarke 1866";
-    const char *datum = code == 3 ? "HARN" : code == 2 ? "NAD83" : "NAD27";
+    const Flat spheroid(code == 2 || code == 3 ? "GRS 1980" : "Clarke 1866");
+    const Flat datum(code == 3 ? "HARN" : code == 2 ? "NAD83" : "NAD27");
     Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
     if (!oprj_SpheroidByName(toolkit, spheroid, made_->proSpheroid, e_.cause())) {
       made_.reset();
@@ -199,23 +198,23 @@ class ReadProjection {
 
 }  // namespace
 
-Oerr_Report *oprj_ProParametersWrite(Ohfa_File *file, const char *layer, Oprj_ProParameters *record,
-                                     Oerr_Report **err) {
+Oerr_Report *oprj_ProParametersWrite(Ohfa_File *file, const Oprj_Char *layer,
+                                     Oprj_ProParameters *record, Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_ProParametersWrite", slot);
-  writeTree(e, file, layer, record);
+  writeTree(e, file, Utf8(layer), record);
   return slot.report();
 }
 
-Oerr_Report *oprj_ProParametersWriteSimple(Ohfa_File *file, const char *parent,
+Oerr_Report *oprj_ProParametersWriteSimple(Ohfa_File *file, const Oprj_Char *parent,
                                            Oprj_ProParameters *record, Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_ProParametersWriteSimple", slot);
-  writeSimple(e, file, parent, record);
+  writeSimple(e, file, Utf8(parent), record);
   return slot.report();
 }
 
-Oprj_ProParameters *oprj_ProParametersRead(Ohfa_File *file, const char *layer,
+Oprj_ProParameters *oprj_ProParametersRead(Ohfa_File *file, const Oprj_Char *layer,
                                            Oprj_ProParameters *record, int32_t searchSiblings,
                                            Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersRead", err);
@@ -224,7 +223,7 @@ Oprj_ProParameters *oprj_ProParametersRead(Ohfa_File *file, const char *layer,
   const Visit visit(e, file, 10, "Error returned from ohfa_EntryPositionGet", 11);
   if (!visit) return nullptr;
   ReadProjection read(e, *data, kTreeCodes);
-  if (!read.take(readLayerNode(e, file, layer, kProjection,
+  if (!read.take(readLayerNode(e, file, Utf8(layer), kProjection,
                                libraryDesign(*data, kProjection.design), searchSiblings)))
     return nullptr;
   const bool hasDatum = seekChild(file, kDatum, e.cause());
@@ -254,8 +253,8 @@ Oprj_ProParameters *oprj_ProParametersReadSimple(Ohfa_File *file, Oprj_ProParame
   if (e.calleeFailed()) return e.fail(7, "Error returned from ohfa_EntryPeek");
   if (!isProjection) return nullptr;
   ReadProjection read(e, *data, kSimpleCodes);
-  void *object = ohfa_ObjectRead(file, nullptr, libraryDesign(*data, kProjection.design),
-                                 OHFA_CURRENT, nullptr, e.cause());
+  void *object = readRecord(file, nullptr, libraryDesign(*data, kProjection.design), OHFA_CURRENT,
+                            nullptr, e.cause());
   if (!object) return e.fail(4, "Error returned from ohfa_ObjectRead for child");
   if (!read.take(object)) return nullptr;
   const bool hasDatum = isNext(kDatum);

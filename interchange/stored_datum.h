@@ -10,7 +10,7 @@ namespace orvik::oprj {
 
 /// The datum is of the surface type, or is of the undefined type although it has a name that the
 /// tables list as a surface datum of that spheroid.
-bool isSurface(Oint_Toolkit *toolkit, const char *spheroidName, const Oprj_Datum &datum);
+bool isSurface(Oint_Toolkit *toolkit, const Oprj_Char *spheroidName, const Oprj_Datum &datum);
 
 }  // namespace orvik::oprj
 

@@ -44,14 +44,16 @@ const char *rootMessage(const ErrorScope &e) {
 }
 
 /// The text of a file that is not empty; null with a report.
-char *fileText(const std::string &path, ErrorScope &e) {
+InnerText fileText(const std::string &path, ErrorScope &e) {
   size_t size = 0;
-  OwnedText text(ofio_FileRead(path.c_str(), &size, e.cause()));
-  if (!text) return e.fail(kNoFile, "%s", rootMessage(e));
+  InnerText text(ofio_FileRead(path.c_str(), &size, e.cause()));
+  const auto refuse = [](Failed) { return InnerText(); };
+  if (!text) return refuse(e.fail(kNoFile, "%s", rootMessage(e)));
   e.cause();
-  if (std::strlen(text.get()) != size) return e.fail(kNoFile, "%s is no text", path.c_str());
-  if (trimmed(text.get()).empty()) return e.fail(kNoFile, "%s is empty", path.c_str());
-  return text.release();
+  if (std::strlen(text.get()) != size)
+    return refuse(e.fail(kNoFile, "%s is no text", path.c_str()));
+  if (trimmed(text.get()).empty()) return refuse(e.fail(kNoFile, "%s is empty", path.c_str()));
+  return text;
 }
 
 bool endsInPrj(std::string_view text) { return lower(text).ends_with(kPrjEnding); }
@@ -60,21 +62,26 @@ bool endsInPrj(std::string_view text) { return lower(text).ends_with(kPrjEnding)
 /// a code, or a name of one, unless the dictionary has it.
 bool mayBeCode(Oint_Toolkit *toolkit, const std::string &text) {
   if (text.find_first_of(";[") != std::string::npos) return false;
-  return text.find(':') != std::string::npos || !oprj_QueryFromText(toolkit, text.c_str(), nullptr);
+  return text.find(':') != std::string::npos || !oprj_QueryFromText(toolkit, Flat(text), nullptr);
 }
 
 /// The description behind what was written; null with a report in `slot`, which is that of `e`.
-char *descriptionBehind(Oint_Toolkit *toolkit, const std::string &written, ErrorScope &e,
-                        Oerr_Report **slot) {
-  if (endsInPrj(written)) return fileText(written, e);
+Oprj_Char *descriptionBehind(Oint_Toolkit *toolkit, const std::string &written, ErrorScope &e,
+                             Oerr_Report **slot) {
+  if (endsInPrj(written)) {
+    const InnerText content = fileText(written, e);
+    OwnedText text = content ? newText(content.get()) : OwnedText();
+    if (content && !text) throw std::bad_alloc();
+    return text.release();
+  }
   if (mayBeCode(toolkit, written)) {
-    if (const Oprj_Code *code = oprj_CodeFromText(written.c_str(), slot))
+    if (const Oprj_Code *code = oprj_CodeFromText(Flat(written), slot))
       return oprj_CodeToPEString(code, slot);
     if (*slot) return nullptr;
   }
-  char *text = ostr_Duplicate(written.c_str());
+  OwnedText text = newText(written);
   if (!text) throw std::bad_alloc();
-  return text;
+  return text.release();
 }
 
 /// The unit of points in a layer; null when its map info names none that suits the system.
@@ -82,12 +89,12 @@ const Ocvt_Unit *unitOfLayer(Ohfa_File *file, const std::string &layer, bool geo
                              Notes &notes) {
   Oerr_Report *problem = nullptr;
   const toolkit::Owner<Oprj_MapInfo, oprj_MapInfoFree> info(
-      oprj_MapInfoReadIfPresent(file, layer.c_str(), &problem));
+      oprj_MapInfoReadIfPresent(file, Flat(layer), &problem));
   if (problem)
     notes.add(OPRJ_NOTE_MAP_INFO, "the map info of " + inQuotes(layer) + " cannot be read: " +
                                       oerr_MessageGet(oerr_RootCauseGet(problem)));
   oerr_DeleteErrorReport(&problem);
-  const std::string name = info ? textOf(info->units) : "";
+  const std::string name = info ? textOf(info->units).str() : "";
   if (name.empty() || name == "other") return nullptr;
   const Ocvt_Unit *unit = ocvt_UnitSetByName(name.c_str(), nullptr);
   if (unit && unit->kind == (geographic ? OCVT_KIND_ANGLE : OCVT_KIND_DISTANCE)) return unit;
@@ -102,7 +109,7 @@ const Ocvt_Unit *usualUnit(const Oprj_ProParameters &record) {
   const OwnedObject engine(asksForEngine(record) ? engineSystem(textOf(record.proExeName)).release()
                                                  : nullptr);
   const OwnedText name(engine ? oprj_COORDSYSUnitName(engine.get(), nullptr) : nullptr);
-  const Ocvt_Unit *unit = name ? ocvt_UnitSetByName(name.get(), nullptr) : nullptr;
+  const Ocvt_Unit *unit = name ? ocvt_UnitSetByName(Utf8(name.get()), nullptr) : nullptr;
   return unit ? unit : ocvt_UnitSetByName(isGeographic(record) ? "dd" : "meters", nullptr);
 }
 
@@ -117,7 +124,7 @@ bool readLayer(const std::string &place, Oprj_System &system, ErrorScope &e) {
   if (!system.record) throw std::bad_alloc();
   Notes notes;
   constexpr int32_t kGridOrSurface = 8, kTableDatum = 6;  // what could not be opened is told so
-  if (!oprj_ProParametersRead(file.get(), layer.c_str(), system.record, 0, e.cause())) {
+  if (!oprj_ProParametersRead(file.get(), Flat(layer), system.record, 0, e.cause())) {
     const int32_t code = oerr_CodeGet(e.causeReport());
     if (code != kGridOrSurface && code != kTableDatum)
       return e.fail(kNoFile, "%s has no coordinate system: %s", place.c_str(), rootMessage(e));
@@ -133,7 +140,7 @@ bool readLayer(const std::string &place, Oprj_System &system, ErrorScope &e) {
 
 using namespace orvik::oprj;
 
-Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const char *written, Oerr_Report **err) {
+Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const Oprj_Char *written, Oerr_Report **err) {
   if (!err) {
     Oerr_Report *unheard = nullptr;
     Oprj_System *const system = oprj_SystemRead(toolkit, written, &unheard);
@@ -145,12 +152,12 @@ Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const char *written, Oerr_Re
   return orvik::toolkit::guarded(e, kMemory, [&]() -> Oprj_System * {
     OwnedSystem system(static_cast<Oprj_System *>(omsc_HeapCalloc(1, sizeof(Oprj_System))));
     if (!system) throw std::bad_alloc();
-    const std::string text(trimmed(written));
+    const std::string text(trimmed(Utf8(written).view()));
     if (text.starts_with(kLibraryMark)) {
       if (!readLibraryPlace(toolkit, text, *system, e, kNoFile)) return nullptr;
     } else if (text.find(kLayerMark, 1) != text.npos && !engineSystem(text.c_str())) {
       if (!readLayer(text, *system, e)) return nullptr;
-      system->description = ostr_Duplicate(text.c_str());
+      system->description = newText(text).release();
       if (!system->description) throw std::bad_alloc();
     } else {
       system->description = descriptionBehind(toolkit, text, e, err);

@@ -18,7 +18,7 @@ typedef struct {
   /** A text of the system, the same to oprj_ProParametersFromText wherever it is read: that of the
       file or of the code, else what was written, of a layer FILE::LAYER itself, as of
       an item that no text describes. */
-  char *description;
+  Oprj_Char *description;
   Oprj_Note *notes; /**< what is worth telling */
 } Oprj_System;
 
@@ -37,7 +37,7 @@ typedef struct {
    person: 3 "Invalid input text", 6 a file, a layer or an item that cannot be used, 7 memory, else
    what oprj_CodeFromText, oprj_CodeToPEString and oprj_ProParametersFromText report (the kinds of
    text.h). A grid that is missing is a note: only a shift needs it. */
-OPRJ_API Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const char *written,
+OPRJ_API Oprj_System *oprj_SystemRead(Oint_Toolkit *toolkit, const Oprj_Char *written,
                                       Oerr_Report **err);
 OPRJ_API void oprj_SystemFree(Oprj_System **system);
 

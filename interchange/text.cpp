@@ -90,18 +90,19 @@ class NamedProjection {
       found_ = &findProjection(data, name);
       return;
     }
-    name_ = trimmed(std::string_view(name).substr(kExternal.size()));
+    name_ = newText(trimmed(std::string_view(name).substr(kExternal.size())));
+    if (!name_) throw std::bad_alloc();
     own_.type = OPRJ_EXTERNAL;
-    own_.name = own_.executable = name_.data();
+    own_.name = own_.executable = name_.get();
     for (const Oprj_Query *query = data.queryTable; query; query = query->next)
-      if (query->type == OPRJ_EXTERNAL && name_ == query->executable) found_ = query;
+      if (query->type == OPRJ_EXTERNAL && sameText(name_.get(), query->executable)) found_ = query;
   }
   NamedProjection(const NamedProjection &) = delete;
   NamedProjection &operator=(const NamedProjection &) = delete;
   const Oprj_Query &query() const { return *found_; }
 
  private:
-  std::string name_;
+  OwnedText name_;
   Oprj_Query own_{};
   const Oprj_Query *found_;
 };
@@ -140,7 +141,7 @@ class Reading {
   [[noreturn]] static void refuse(int32_t kind, std::string message) {
     throw TextRefusal{kind, std::move(message)};
   }
-  std::string name() const { return inQuotes(query_.name); }
+  std::string name() const { return inQuotes(textOf(query_.name).view()); }
   /// A lookup that fails without the text's fault ends the reading with its report as the cause.
   void need(const void *result) const {
     if (!result) throw TextRefusal{0, oerr_MessageGet(oerr_RootCauseGet(e_.causeReport()))};
@@ -187,7 +188,8 @@ class Reading {
     if (!oprj_SpheroidByAxes(toolkit_, major, minor, spheroid, e_.cause()))
       refuse(OPRJ_TEXT_VALUE, "a=" + *a + (b ? ", b=" + *b : "") + ": " + rootMessage());
     const OwnedText known{oprj_GetSpheroidNameByAxes(toolkit_, major, minor, nullptr)};
-    need(oprj_CharStrCreate(known ? known.get() : "Unknown", &spheroid->sphereName, e_.cause()));
+    need(oprj_CharStrCreate(known ? known.get() : Flat("Unknown"), &spheroid->sphereName,
+                            e_.cause()));
     notes_.add(OPRJ_NOTE_NO_DATUM,
                name() + " has axes but no datum: it is not shifted to any other");
   }
@@ -220,18 +222,19 @@ class Reading {
     if (datumName && !ostr_EqualIgnoringCase(datumName->c_str(), kUndefinedDatum)) {
       found = findDatum(data_, *datumName, notes_);
       if (spheroidName && &findSpheroid(data_, *spheroidName, notes_) != found.spheroid)
-        refuse(OPRJ_TEXT_CONTRADICTION,
-               "the datum " + inQuotes(found.datum->name) + " belongs to the spheroid " +
-                   inQuotes(found.spheroid->name) + ", not to " + inQuotes(*spheroidName));
+        refuse(OPRJ_TEXT_CONTRADICTION, "the datum " + inQuotes(textOf(found.datum->name).view()) +
+                                            " belongs to the spheroid " +
+                                            inQuotes(textOf(found.spheroid->name).view()) +
+                                            ", not to " + inQuotes(*spheroidName));
     } else {
       if (!spheroidName) refuse(OPRJ_TEXT_INCOMPLETE, "an undefined datum needs a spheroid");
       found.spheroid = &findSpheroid(data_, *spheroidName, notes_);
       if (!datumName)
         notes_.add(OPRJ_NOTE_NO_DATUM,
-                   inQuotes(found.spheroid->name) +
+                   inQuotes(textOf(found.spheroid->name).view()) +
                        " is given without a datum: it is not shifted to any other");
     }
-    const NadDatum *nadOfIt = found.datum ? nadOfDatum(found.datum->name) : nullptr;
+    const NadDatum *nadOfIt = found.datum ? nadOfDatum(textOf(found.datum->name).view()) : nullptr;
     if (nad && nadOfIt != nad && (nadOfIt || !isStatePlane(query_)))
       refuse(OPRJ_TEXT_CONTRADICTION,
              "nad=" + *nadText + " contradicts datum=" + *datumName + ": leave one out");
@@ -274,13 +277,13 @@ class Reading {
       refuse(
           OPRJ_TEXT_INCOMPLETE,
           "state plane needs nad (27, 83 or harn): the datum does not say whose zones are meant");
-    const auto *table = oprj_SpheroidEntryByName(toolkit_, nad->spheroid, nullptr);
+    const auto *table = oprj_SpheroidEntryByName(toolkit_, Flat(nad->spheroid), nullptr);
     const Oprj_Spheroid &spheroid = *record_->proSpheroid;
     if (table && (std::fabs(table->a - spheroid.a) > kSameAxis ||
                   std::fabs(table->b - spheroid.b) > kSameAxis))
       refuse(OPRJ_TEXT_CONTRADICTION, std::string("nad=") + nad->key + " has its zones on " +
                                           inQuotes(nad->spheroid) + ", not on " +
-                                          inQuotes(textOf(spheroid.sphereName)));
+                                          inQuotes(textOf(spheroid.sphereName).view()));
     record_->proZone = findZone(toolkit_, data_, *zone, *nad);
     record_->proParams.data[0] = nad->code;
   }
@@ -329,22 +332,22 @@ OwnedParameters readEngineText(const std::string &text, std::string &unit, Oprj_
                       std::string("the text of the coordinate system cannot be read: ") +
                           oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))};
   }
-  char *made = nullptr;
+  Oprj_Char *made = nullptr;
   OwnedParameters record(oprj_ProParametersFromCOORDSYS(system.get(), &made, notes, e.cause()));
   OwnedText name(made);
   if (record) {
-    unit = name.get();
+    unit = Utf8(name.get());
     return record;
   }
   const std::string why = oerr_MessageGet(oerr_RootCauseGet(e.causeReport()));
-  record.reset(oprj_ProParametersHoldingPEString(text.c_str(), e.cause()));
+  record.reset(oprj_ProParametersHoldingPEString(Flat(text), e.cause()));
   if (!record) throw TextRefusal{0, oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))};
   Notes told;
   told.add(OPRJ_NOTE_NO_NUMBER, why + ": it is left to the Projection Engine");
   if (notes) *notes = told.release();
   name.reset(oprj_COORDSYSUnitName(system.get(), e.cause()));
   if (!name) throw std::bad_alloc();
-  unit = name.get();
+  unit = Utf8(name.get());
   return record;
 }
 
@@ -359,11 +362,10 @@ bool sameEntries(const Oprj_ProParameters &first, const Oprj_ProParameters &seco
   const Oprj_Spheroid &one = *first.proSpheroid, &other = *second.proSpheroid;
   const Oprj_Datum &datum = *one.datum, &otherDatum = *other.datum;
   return first.proZone == second.proZone && one.a == other.a && one.b == other.b &&
-         (first.proType != OPRJ_EXTERNAL ||
-          std::strcmp(textOf(first.proExeName), textOf(second.proExeName)) == 0) &&
-         std::strcmp(textOf(one.sphereName), textOf(other.sphereName)) == 0 &&
-         std::strcmp(textOf(datum.datumname), textOf(otherDatum.datumname)) == 0 &&
-         datum.type == otherDatum.type && sameBits(datum.params, otherDatum.params);
+         (first.proType != OPRJ_EXTERNAL || sameText(first.proExeName, second.proExeName)) &&
+         sameText(one.sphereName, other.sphereName) &&
+         sameText(datum.datumname, otherDatum.datumname) && datum.type == otherDatum.type &&
+         sameBits(datum.params, otherDatum.params);
 }
 
 /// Equal slots, whatever room is behind them.
@@ -390,9 +392,8 @@ bool sameSystem(const Oprj_ProParameters &first, const Oprj_ProParameters &secon
 namespace {
 
 std::string spheroidText(const Oprj_Spheroid &spheroid) {
-  if (!isUndefined(spheroid.datum))
-    return "; datum=" + std::string(textOf(spheroid.datum->datumname));
-  const std::string name = textOf(spheroid.sphereName);
+  if (!isUndefined(spheroid.datum)) return "; datum=" + textOf(spheroid.datum->datumname).str();
+  const std::string name = textOf(spheroid.sphereName).str();
   if (!name.empty() && name != "Unknown")
     return "; spheroid=" + name + "; datum=" + kUndefinedDatum;
   return "; a=" + shortest(spheroid.a) + "; b=" + shortest(spheroid.b);
@@ -406,9 +407,10 @@ class NameOfRecord {
       : query(oprj_QueryByExample(toolkit, &record, err)) {
     if (query || record.proType != OPRJ_EXTERNAL) return;
     oerr_DeleteErrorReport(err);
-    name_ = std::string(kExternal) + textOf(record.proExeName);
+    name_ = newText(std::string(kExternal) + textOf(record.proExeName).c_str());
+    if (!name_) throw std::bad_alloc();
     own_.type = OPRJ_EXTERNAL;
-    own_.name = name_.data();
+    own_.name = name_.get();
     query = &own_;
   }
   NameOfRecord(const NameOfRecord &) = delete;
@@ -416,12 +418,12 @@ class NameOfRecord {
   const Oprj_Query *query;
 
  private:
-  std::string name_;
+  OwnedText name_;
   Oprj_Query own_{};
 };
 
 std::string systemText(const Oprj_Query &query, const Oprj_ProParameters &record) {
-  std::string text = query.name + spheroidText(*record.proSpheroid);
+  std::string text = textOf(query.name).c_str() + spheroidText(*record.proSpheroid);
   if (isUTM(query)) {
     const auto slots = elementsOf(record.proParams);
     const bool south = slots.size() > 3 && slots[3] < 0;
@@ -444,8 +446,8 @@ const Oprj_SPTableEntry *zoneOf(Oint_Toolkit *toolkit, const Oprj_ProParameters 
 }
 
 std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
-  const std::string name = textOf(record.proName), zone = std::to_string(record.proZone);
-  if (record.proType == OPRJ_EXTERNAL && name.empty()) return textOf(record.proExeName);
+  const std::string name = textOf(record.proName).str(), zone = std::to_string(record.proZone);
+  if (record.proType == OPRJ_EXTERNAL && name.empty()) return textOf(record.proExeName).str();
   if (record.proType != OPRJ_INTERNAL || asksForEngine(record)) return name;
   if (record.proNumber == 1) {
     const auto slots = elementsOf(record.proParams);
@@ -455,11 +457,11 @@ std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
   if (record.proNumber != 2) return name;
   const Oprj_SPTableEntry *entry = zoneOf(toolkit, record);
   if (!entry) return "State Plane, Zone " + zone;
-  const std::string part = arabic(entry->zoneName);
-  const bool isOnly = part.empty() || part == entry->stateName;
+  const std::string part = arabic(textOf(entry->zoneName).str());
+  const std::string state = textOf(entry->stateName).str();
+  const bool isOnly = part.empty() || part == state;
   const bool numbered = !part.empty() && std::isdigit(static_cast<unsigned char>(part[0]));
-  return std::string("State Plane, ") + entry->stateName +
-         (isOnly ? "" : (numbered ? " Zone " : " ") + part) + " (NAD" +
+  return "State Plane, " + state + (isOnly ? "" : (numbered ? " Zone " : " ") + part) + " (NAD" +
          (entry->nadCode == 1 ? "27" : "83") + ", FIPS Zone " + std::to_string(-entry->fipsCode) +
          ")";
 }
@@ -469,7 +471,7 @@ std::string titleOf(Oint_Toolkit *toolkit, const Oprj_ProParameters &record) {
 
 using namespace orvik::oprj;
 
-Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit, const char *text,
+Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit, const Oprj_Char *given,
                                                const Ocvt_Unit **unit, Oprj_Note **notes,
                                                Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersFromText", err);
@@ -477,9 +479,10 @@ Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit, const char
   if (notes) *notes = nullptr;
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  if (!text) return e.fail(3, "Invalid input text");
+  if (!given) return e.fail(3, "Invalid input text");
   return reporting(e, err, [&]() -> Oprj_ProParameters * {
-    const std::string_view plain = trimmed(text);
+    const Utf8 text(given);
+    const std::string_view plain = trimmed(text.view());
     if (isEngineText(plain)) {
       std::string name;
       OwnedParameters record = readEngineText(std::string(plain), name, notes, e);
@@ -495,13 +498,14 @@ Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit, const char
   });
 }
 
-const Oprj_Query *oprj_QueryFromText(Oint_Toolkit *toolkit, const char *name, Oerr_Report **err) {
+const Oprj_Query *oprj_QueryFromText(Oint_Toolkit *toolkit, const Oprj_Char *name,
+                                     Oerr_Report **err) {
   ErrorScope e("oprj_QueryFromText", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
   if (!name) return e.fail(3, "Invalid input text");
   return reporting(e, err, [&]() -> const Oprj_Query * {
-    return &findProjection(*data, std::string(trimmed(name)));
+    return &findProjection(*data, std::string(trimmed(Utf8(name).view())));
   });
 }
 
@@ -511,19 +515,19 @@ int32_t oprj_QueryIsComputed(const Oprj_Query *query) {
                      [query](const RegistryRow &row) { return row.number == query->number; });
 }
 
-char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
-                               const Ocvt_Unit *unit, Oerr_Report **err) {
+Oprj_Char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
+                                    const Ocvt_Unit *unit, Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersToText", err);
   if (!referenceData(e, toolkit)) return nullptr;
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
   if (asksForEngine(*record)) {
-    char *held = ostr_Duplicate(textOf(record->proExeName));
+    Oprj_Char *held = copyOf(record->proExeName.data);
     if (!held) return e.fail(10, "Error allocating text");
     return held;
   }
   if (!record->proSpheroid || !record->proSpheroid->datum)
     return e.fail(6, "Invalid input Oprj_Spheroid");
-  return reporting(e, err, [&]() -> char * {
+  return reporting(e, err, [&]() -> Oprj_Char * {
     const NameOfRecord name(toolkit, *record, e.cause());
     const Oprj_Query *query = name.query;
     if (!query) return e.fail(7, "Error returned from oprj_QueryByExample");
@@ -533,23 +537,23 @@ char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *
     // What cannot be written is found by reading: names with a semicolon, datums and zones that are
     // not as the tables have them, slots that no question fills.
     const OwnedParameters back{
-        oprj_ProParametersFromText(toolkit, text.c_str(), nullptr, nullptr, e.cause())};
+        oprj_ProParametersFromText(toolkit, Flat(text), nullptr, nullptr, e.cause())};
     if (!back) return e.fail(8, "Error returned from oprj_ProParametersFromText");
     if (!sameSystem(*record, *back))
       return e.fail(9, "No text describes this system: \"%s\" is not the same", text.c_str());
-    char *result = ostr_Duplicate(text.c_str());
+    Oprj_Char *result = newText(text).release();
     if (!result) return e.fail(10, "Error allocating text");
     return result;
   });
 }
 
-char *oprj_ProParametersTitle(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
-                              Oerr_Report **err) {
+Oprj_Char *oprj_ProParametersTitle(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
+                                   Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersTitle", err);
   if (!referenceData(e, toolkit)) return nullptr;
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
-  return orvik::toolkit::guarded(e, 4, [&]() -> char * {
-    char *title = ostr_Duplicate(titleOf(toolkit, *record).c_str());
+  return orvik::toolkit::guarded(e, 4, [&]() -> Oprj_Char * {
+    Oprj_Char *title = newText(titleOf(toolkit, *record)).release();
     if (!title) return e.fail(5, "Error allocating title");
     return title;
   });

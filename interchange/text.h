@@ -57,7 +57,7 @@ typedef struct Oprj_Note Oprj_Note;
 struct Oprj_Note {
   Oprj_Note *next;
   int32_t kind;
-  char *text;
+  Oprj_Char *text;
 };
 OPRJ_API void oprj_NotesFree(Oprj_Note **list);
 
@@ -65,13 +65,14 @@ OPRJ_API void oprj_NotesFree(Oprj_Note **list);
    the person who wrote the text. *unit (skipped when null) becomes the unit of points, borrowed;
    *notes (nulled first, skipped when null) what is worth telling, free with oprj_NotesFree. A grid
    that is missing is a note: only a shift needs it. */
-OPRJ_API Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit, const char *text,
+OPRJ_API Oprj_ProParameters *oprj_ProParametersFromText(Oint_Toolkit *toolkit,
+                                                        const Oprj_Char *text,
                                                         const Ocvt_Unit **unit, Oprj_Note **notes,
                                                         Oerr_Report **err);
 
 /** The projection of the dictionary that `name` means, by name in any case or by number; null with
    a report of kind OPRJ_TEXT_NO_PROJECTION. Borrowed. */
-OPRJ_API const Oprj_Query *oprj_QueryFromText(Oint_Toolkit *toolkit, const char *name,
+OPRJ_API const Oprj_Query *oprj_QueryFromText(Oint_Toolkit *toolkit, const Oprj_Char *name,
                                               Oerr_Report **err);
 /** 1 when this library computes the projection itself. */
 OPRJ_API int32_t oprj_QueryIsComputed(const Oprj_Query *query);
@@ -79,13 +80,14 @@ OPRJ_API int32_t oprj_QueryIsComputed(const Oprj_Query *query);
 /** New text from which oprj_ProParametersFromText makes an equal record, entry for entry and bit
    for bit. Null with a report when there is none: a projection, datum or zone that the tables do
    not know as the record has it. `unit`: of points; null: degrees or metres. */
-OPRJ_API char *oprj_ProParametersToText(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
-                                        const Ocvt_Unit *unit, Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_ProParametersToText(Oint_Toolkit *toolkit,
+                                             const Oprj_ProParameters *record,
+                                             const Ocvt_Unit *unit, Oerr_Report **err);
 
 /** New text, a title for people: "UTM, Zone 17 South", "State Plane, California Zone 5 (NAD83)",
    else the projection's name. */
-OPRJ_API char *oprj_ProParametersTitle(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
-                                       Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_ProParametersTitle(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
+                                            Oerr_Report **err);
 
 /** Visits the questions of a list with those of its conditions' branches: of all branches, or of
    those alone that `slots` (may be null) chooses. `condition` and `branch` are the ones around a

@@ -78,11 +78,11 @@ template <class Item, class Each>
 Item resolve(const char *what, int32_t unknown, int32_t commonKind, const std::string &name,
              Notes &notes, Each each) {
   struct Known {
-    std::string_view name;
+    TableText name;
     Item item;
   };
   std::vector<Known> table;
-  each([&](const char *known, Item item) { table.push_back({known, item}); });
+  each([&](const Oprj_Char *known, Item item) { table.push_back({TableText(Utf8(known)), item}); });
   const auto find = [&table](auto matches) {
     return std::find_if(table.begin(), table.end(), matches);
   };
@@ -108,7 +108,7 @@ Item resolve(const char *what, int32_t unknown, int32_t commonKind, const std::s
   }
   if (meant.empty() && !bare.empty()) {
     for (const Known &known : table) {
-      const std::string_view head = known.name.substr(0, known.name.find(" ("));
+      const TableText head = known.name.substr(0, known.name.find(" ("));
       if (head != known.name && squeezed(head) == bare) add(known);
     }
   }
@@ -148,7 +148,7 @@ Oprj_Note *Notes::release() const {
     made->next = list.release();
     list.reset(made);
     made->kind = note->kind;
-    made->text = ostr_Duplicate(note->text.c_str());
+    made->text = newText(note->text).release();
     if (!made->text) throw std::bad_alloc();
   }
   return list.release();
@@ -181,11 +181,12 @@ const Oprj_Query &findProjection(const Oprj_InitData &data, const std::string &n
   std::vector<std::string> names;
   const Oprj_Query *like = nullptr;
   for (const Oprj_Query *query = data.queryTable; query; query = query->next) {
+    const Utf8 known = textOf(query->name);
     if (isNumber ? query->type == OPRJ_INTERNAL && query->number == number
-                 : equalIgnoringCase(query->name, name))
+                 : equalIgnoringCase(known.view(), name))
       return *query;
-    if (!like && squeezed(query->name) == squeezed(name)) like = query;
-    names.emplace_back(query->name);
+    if (!like && squeezed(known.view()) == squeezed(name)) like = query;
+    names.emplace_back(known);
   }
   if (isNumber)
     throw TextRefusal{OPRJ_TEXT_NO_PROJECTION,
@@ -257,7 +258,7 @@ int32_t findZone(Oint_Toolkit *toolkit, const Oprj_InitData &data, const std::st
   const std::string wanted = squeezedZone(text);
   for (const auto *entry = data.statePlaneTable; entry; entry = entry->next) {
     if (entry->nadCode != nad.tableCode()) continue;
-    const std::string name = std::string(entry->stateName) + " " + entry->zoneName;
+    const std::string name = textOf(entry->stateName).str() + " " + textOf(entry->zoneName).c_str();
     if (squeezedZone(name) == wanted) return entry->zoneNumber;
     names.push_back(name);
   }

@@ -61,12 +61,15 @@ bool asksNothing(const Oprj_Query &query) {
   return query.type == OPRJ_EXTERNAL && !query.proParamsQuerylist;
 }
 
+/// A question's key; empty when it has none.
+std::string keyOf(const Oprj_QueryEntry *entry) { return entry ? textOf(entry->key).str() : ""; }
+
 /// A key of a text and the slot that it fills.
 struct Given {
   std::string key;
   int32_t slot;
   bool answers(const Oprj_QueryEntry &entry) const {
-    return entry.index == slot && (isSlotKey(key) || (entry.key && key == entry.key));
+    return entry.index == slot && (isSlotKey(key) || (entry.key && key == keyOf(&entry)));
   }
 };
 
@@ -85,17 +88,17 @@ class Filling {
                                                 std::to_string(array_.count - 1)};
       entry = find([slot](const Oprj_QueryEntry &e) { return e.index == slot && e.key; });
       number = value.ends_with('d')
-                   ? readAngle(key, value.substr(0, value.size() - 1), entry ? entry->key : "")
+                   ? readAngle(key, value.substr(0, value.size() - 1), keyOf(entry))
                    : readNumber(key, value);
     } else {
-      entry = find([&key](const Oprj_QueryEntry &e) { return e.key && key == e.key; });
+      entry = find([&key](const Oprj_QueryEntry &e) { return e.key && key == keyOf(&e); });
       slot = entry->index;
       number =
           entry->kind == OPRJ_QUERY_ANGLE ? readAngle(key, value, key) : readNumber(key, value);
       if (entry->kind == OPRJ_QUERY_INTEGER && number != std::floor(number))
         throw TextRefusal{OPRJ_TEXT_VALUE, key + "=" + value + ": not a whole number"};
     }
-    check(key + "=" + value, entry && entry->key ? entry->key : "", number);
+    check(key + "=" + value, keyOf(entry), number);
     for (const Given &before : given_) {
       if (before.slot == slot)
         throw TextRefusal{OPRJ_TEXT_CONTRADICTION,
@@ -114,6 +117,7 @@ class Filling {
   }
 
  private:
+  std::string queryName() const { return textOf(query_.name).str(); }
   template <class Matches>
   const Oprj_QueryEntry *find(Matches matches) const {
     const auto found = std::find_if(questions_.begin(), questions_.end(),
@@ -130,9 +134,9 @@ class Filling {
     constexpr double kSlack = 1e-10;  // radians
     if (name.starts_with("lat") && std::fabs(number) > std::numbers::pi / 2 + kSlack)
       throw TextRefusal{OPRJ_TEXT_VALUE,
-                        query_.name + (": " + written) + " must lie between -90 and 90"};
+                        queryName() + ": " + written + " must lie between -90 and 90"};
     if (name == "k_0" && number == 0)
-      throw TextRefusal{OPRJ_TEXT_VALUE, query_.name + (": " + written) + " must not be 0"};
+      throw TextRefusal{OPRJ_TEXT_VALUE, queryName() + ": " + written + " must not be 0"};
   }
 
   /// Keys that count only in one branch of a condition choose it, unless the condition is given.
@@ -174,8 +178,8 @@ class Filling {
         continue;
       std::string choices;
       for (const auto *branch = entry.conditionalList; branch; branch = branch->next)
-        choices +=
-            (choices.empty() ? "" : ", ") + shortest(branch->value) + " (" + branch->label + ")";
+        choices += (choices.empty() ? "" : ", ") + shortest(branch->value) + " (" +
+                   textOf(branch->label).c_str() + ")";
       throw TextRefusal{OPRJ_TEXT_VALUE, "p" + std::to_string(entry.index) + "=" +
                                              shortest(array_.data[entry.index]) +
                                              ": the choices are " + choices};
@@ -193,11 +197,11 @@ class Filling {
       std::string hint;
       const auto elsewhere = std::find_if(questions_.begin(), questions_.end(), asks);
       if (elsewhere != questions_.end())
-        hint = " here: it belongs to " + inQuotes(elsewhere->branch->label) + " (p" +
+        hint = " here: it belongs to " + inQuotes(textOf(elsewhere->branch->label).view()) + " (p" +
                std::to_string(elsewhere->condition->index) + "=" +
                shortest(elsewhere->branch->value) + ")";
       throw TextRefusal{OPRJ_TEXT_CONTRADICTION,
-                        inQuotes(query_.name) + " does not read " + inQuotes(given.key) + hint};
+                        inQuotes(queryName()) + " does not read " + inQuotes(given.key) + hint};
     }
   }
 
@@ -208,8 +212,8 @@ class Filling {
       const Oprj_QueryEntry &entry = *question.entry;
       if (!entry.key || entry.index >= array_.count || isGiven(entry.index)) continue;
       if (entry.needed)
-        throw TextRefusal{OPRJ_TEXT_INCOMPLETE, inQuotes(query_.name) + " needs " + entry.key +
-                                                    " (" + entry.prompt + ")"};
+        throw TextRefusal{OPRJ_TEXT_INCOMPLETE, inQuotes(queryName()) + " needs " + keyOf(&entry) +
+                                                    " (" + textOf(entry.prompt).c_str() + ")"};
       array_.data[entry.index] = defaultOf(entry);
     }
     for (const Question &question : read) {
@@ -217,7 +221,7 @@ class Filling {
       if (!entry.key || !entry.defaultKey || entry.index >= array_.count || isGiven(entry.index))
         continue;
       const auto *other = find([&entry](const Oprj_QueryEntry &e) {
-        return e.key && std::strcmp(e.key, entry.defaultKey) == 0;
+        return e.key && sameText(e.key, entry.defaultKey);
       });
       if (other && other->index < array_.count)
         array_.data[entry.index] = array_.data[other->index];
@@ -249,8 +253,9 @@ bool isSlotKey(std::string_view key) {
 std::vector<std::string> keysOf(const Oprj_Query &query) {
   std::vector<std::string> keys;
   for (const Question &question : questionsOf(query)) {
-    const char *key = question.entry->key;
-    if (key && std::find(keys.begin(), keys.end(), key) == keys.end()) keys.emplace_back(key);
+    std::string key = keyOf(question.entry);
+    if (!key.empty() && std::find(keys.begin(), keys.end(), key) == keys.end())
+      keys.push_back(std::move(key));
   }
   return keys;
 }
@@ -278,7 +283,7 @@ std::string writeSlots(const Oprj_Query &query, const Oprj_ProParameters &record
     const bool natural = value == 0 && !std::signbit(value) && !entry.needed && !entry.defaultKey &&
                          (!entry.key || entry.defaultValue == 0);
     if (natural) continue;
-    std::string key = entry.key ? entry.key : "", number;
+    std::string key = keyOf(&entry), number;
     if (entry.kind == OPRJ_QUERY_ANGLE) number = degreesOf(value);
     else number = shortest(value);
     if (number.empty()) key.clear();

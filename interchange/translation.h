@@ -25,53 +25,55 @@ enum {
    Null with 1 "Args", 2 what cannot be expressed, 3 memory. A missing grid fails nothing: it is a
    note. */
 OPRJ_API Oprj_ProParameters *oprj_ProParametersFromCOORDSYS(const Oawp_PE_COORDSYS *system,
-                                                            char **unitName, Oprj_Note **notes,
+                                                            Oprj_Char **unitName, Oprj_Note **notes,
                                                             Oerr_Report **err);
 /** A new native handle of an engine's system: 1 "Args", 2 "Error returned from
     oprj_ProParametersFromCOORDSYS", 3 "Error returned from oprj_ProjectionInit". A datum that is
    only a name here is told to the message log. */
 OPRJ_API Oprj_MapProjectionEx *oprj_COORDSYSToMapProjection(const Oawp_PE_COORDSYS *system,
-                                                            char **unitName, Oerr_Report **err);
+                                                            Oprj_Char **unitName,
+                                                            Oerr_Report **err);
 
 /** A new engine's system of a record, its points in `unitName` (null: metres or degrees).
    *transform (nulled first, skipped when null) becomes the shift of a parametric datum to WGS 84
    when it has one (oawp_PE_pe_geogtran_del). Null with 1 "Args", 2 what cannot be expressed, 3
    memory. */
 OPRJ_API Oawp_PE_COORDSYS *oprj_ProParametersToCOORDSYS(const Oprj_ProParameters *record,
-                                                        const char *unitName,
+                                                        const Oprj_Char *unitName,
                                                         Oawp_PE_GEOGTRAN **transform,
                                                         Oerr_Report **err);
 /** The same of a handle: 1 "Args", 2 "Error returned from oprj_ProParametersToCOORDSYS" (a native
     one), 3 "OAWP_FCLL_PE(pe_coordsys_clone) failed", 4 "oprj_COORDSYSUnitChange failed" (one of the
     engine). */
 OPRJ_API Oawp_PE_COORDSYS *oprj_MapProjectionToCOORDSYS(const Oprj_MapProjectionEx *projection,
-                                                        const char *unitName,
+                                                        const Oprj_Char *unitName,
                                                         Oawp_PE_GEOGTRAN **transform,
                                                         Oerr_Report **err);
 
 /** The unit of an engine's system's points: new text as ocvt_UnitSetByName takes it. Null with 1
     "Args", 2 memory. */
-OPRJ_API char *oprj_COORDSYSUnitName(const Oawp_PE_COORDSYS *system, Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_COORDSYSUnitName(const Oawp_PE_COORDSYS *system, Oerr_Report **err);
 /** A new engine's system with its points in another unit: lengths among the parameters keep their
     meaning, and a system that is in this unit stays as it is, bit for bit. A geographic system
    takes angles, a projected one lengths. Null with 1 "Args", 2 another kind of unit, or one that is
    not known, 3 memory. */
 OPRJ_API Oawp_PE_COORDSYS *oprj_COORDSYSUnitChange(const Oawp_PE_COORDSYS *system,
-                                                   const char *unitName, Oerr_Report **err);
+                                                   const Oprj_Char *unitName, Oerr_Report **err);
 
 /** A new record that holds the text of an engine's system whole, whether or not it has a number:
    its projection is the engine's (oprj_ProjectionInit makes a handle of the set "PE"), its name the
     system's, spheroid and datum the translated ones. 1 "Args", 2
    "OAWP_FCLL_PE(pe_coordsys_from_string) failed", 3 memory. */
-OPRJ_API Oprj_ProParameters *oprj_ProParametersHoldingPEString(const char *string,
+OPRJ_API Oprj_ProParameters *oprj_ProParametersHoldingPEString(const Oprj_Char *string,
                                                                Oerr_Report **err);
 
 /** The vertical part of a text, which is one alone (VERTCS[...]) or stands behind a horizontal
    part: the datum's name, the unit, and whether depths are counted. 1 "Args", 2 the text cannot be
    read, 3 what cannot be expressed, 4 memory. */
-OPRJ_API Oprj_ElevationInfo *oprj_ElevationInfoFromPEString(const char *string, Oerr_Report **err);
+OPRJ_API Oprj_ElevationInfo *oprj_ElevationInfoFromPEString(const Oprj_Char *string,
+                                                            Oerr_Report **err);
 /** Stores new text (nulled first): 1; or 0 with 1 "Args", 2 what cannot be expressed, 3 memory. */
-OPRJ_API int32_t oprj_ElevationInfoToPEString(char **string, const Oprj_ElevationInfo *info,
+OPRJ_API int32_t oprj_ElevationInfoToPEString(Oprj_Char **string, const Oprj_ElevationInfo *info,
                                               Oerr_Report **err);
 
 OPRJ_END_C

@@ -36,7 +36,7 @@ const Oprj_SpheroidTableEntry *spheroidNamed(const Tables &tables, const char *e
                                              double b) {
   const SpheroidRow *row = engineSpheroid(engineName);
   for (const std::string &name : {std::string(row ? row->reads : ""), withBlanks(engineName)}) {
-    const auto *entry = oprj_SpheroidEntryByName(tables.toolkit, name.c_str(), tables.e.cause());
+    const auto *entry = oprj_SpheroidEntryByName(tables.toolkit, Flat(name), tables.e.cause());
     if (entry && std::fabs(entry->a - a) <= kNamedAxes && std::fabs(entry->b - b) <= kNamedAxes)
       return entry;
   }
@@ -54,7 +54,7 @@ void readSpheroid(const Tables &tables, const EngineObject &object, Oprj_Spheroi
     return;
   }
   tables.need(oprj_SpheroidByAxes(tables.toolkit, a, b, &spheroid, tables.e.cause()));
-  tables.need(oprj_CharStrCreate(name, &spheroid.sphereName, tables.e.cause()));
+  tables.need(oprj_CharStrCreate(Flat(name), &spheroid.sphereName, tables.e.cause()));
   notes.add(OPRJ_NOTE_OWN_SPHEROID, "the spheroid " + inQuotes(name) + " is not in the tables");
 }
 
@@ -81,7 +81,7 @@ bool readShift(std::string_view text, double (&shift)[7]) {
 void keepDatum(const Tables &tables, const EngineObject &object, const char *why, Oprj_Datum &datum,
                Notes &notes) {
   const char *name = object.name.c_str();
-  tables.need(oprj_CharStrCreate(name, &datum.datumname, tables.e.cause()));
+  tables.need(oprj_CharStrCreate(Flat(name), &datum.datumname, tables.e.cause()));
   double shift[7] = {};
   if (const auto *node = engine::unknownPartOf(object, "TOWGS84");
       node && readShift({node->name.data(), node->name.size()}, shift)) {
@@ -103,11 +103,12 @@ void readDatum(const Tables &tables, const EngineObject &object, Oprj_Spheroid &
   // On the record's own spheroid first: names may stand on several.
   const Oprj_SpheroidTableEntry *lies = nullptr;
   const auto *own =
-      oprj_SpheroidEntryByName(tables.toolkit, textOf(spheroid.sphereName), tables.e.cause());
-  if (!name.empty() && own && findDatumEntry(*own, row->reads)) lies = own;
+      oprj_SpheroidEntryByName(tables.toolkit, spheroid.sphereName.data, tables.e.cause());
+  const Flat wanted(row ? row->reads : "");
+  if (!name.empty() && own && findDatumEntry(*own, wanted)) lies = own;
   for (const auto *entry = tables.data.spheroidTable; entry && !lies && !name.empty();
        entry = entry->next) {
-    if (findDatumEntry(*entry, row->reads)) lies = entry;
+    if (findDatumEntry(*entry, wanted)) lies = entry;
   }
   if (!lies) {
     keepDatum(tables, object,
@@ -117,16 +118,17 @@ void readDatum(const Tables &tables, const EngineObject &object, Oprj_Spheroid &
   }
   if (lies != own)
     notes.add(OPRJ_NOTE_OTHER_SPHEROID, "the datum " + inQuotes(name) + " lies on the spheroid " +
-                                            inQuotes(lies->name) + " in the tables, here on " +
-                                            inQuotes(textOf(spheroid.sphereName)));
+                                            inQuotes(textOf(lies->name).view()) +
+                                            " in the tables, here on " +
+                                            inQuotes(textOf(spheroid.sphereName).view()));
   // A grid is opened by the shift that needs it, and here only to tell that it is missing.
   Oprj_Datum &datum = *spheroid.datum;
-  const Oprj_DatumTableEntry &entry = *findDatumEntry(*lies, row->reads);
+  const Oprj_DatumTableEntry &entry = *findDatumEntry(*lies, wanted);
   if (entry.type == OPRJ_DATUM_GRID && !tables.opensGrids) {
     tables.need(oprj_CharStrCreate(entry.name, &datum.datumname, tables.e.cause()));
     tables.need(oprj_CharStrCreate(entry.gridname, &datum.gridname, tables.e.cause()));
     datum.type = entry.type;
-  } else if (!oprj_DatumByName(tables.toolkit, lies->name, row->reads, &datum, tables.e.cause())) {
+  } else if (!oprj_DatumByName(tables.toolkit, lies->name, wanted, &datum, tables.e.cause())) {
     if (datum.type != OPRJ_DATUM_GRID) tables.need<void>(nullptr);
     notes.add(OPRJ_NOTE_GRID, oerr_MessageGet(oerr_RootCauseGet(tables.e.causeReport())));
   }
@@ -135,13 +137,13 @@ void readDatum(const Tables &tables, const EngineObject &object, Oprj_Spheroid &
 /// As texts name the datum of a record.
 std::string engineNameOf(const Oprj_Datum *datum) {
   if (isUndefined(datum)) return kUndefinedEngineDatum;
-  const std::string_view name = textOf(datum->datumname);
+  const std::string name = textOf(datum->datumname).str();
   if (const char *engine = engineDatumOf(name)) return engine;
   return (name.starts_with("D_") ? "" : "D_") + withUnderscores(name);
 }
 
 OwnedObject writeSpheroid(const Oprj_Spheroid &spheroid) {
-  const std::string name = textOf(spheroid.sphereName);
+  const std::string name = textOf(spheroid.sphereName).str();
   const SpheroidRow *row = engineSpheroidOf(name);
   const double a = spheroid.a, b = spheroid.b;
   if (row && std::fabs(row->a - a) <= kNamedAxes &&

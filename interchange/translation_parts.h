@@ -66,7 +66,7 @@ inline const EngineObject *geographicOf(const EngineObject &system) {
 }
 
 /// The text of an engine object.
-std::string textOf(const EngineObject &object);
+std::string written(const EngineObject &object);
 
 /// Fills the spheroid and its datum from a GEOGCS.
 void readEarth(const Tables &tables, const EngineObject &geogcs, Oprj_Spheroid &spheroid,

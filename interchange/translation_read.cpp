@@ -216,19 +216,14 @@ class Reading {
   double radians_ = 1, metres_ = 1, meridian_ = 0;  // a unit; of the prime meridian
 };
 
-char *newText(const std::string &text) {
-  char *made = ostr_Duplicate(text.c_str());
-  if (!made) throw std::bad_alloc();
-  return made;
-}
-
 }  // namespace
 }  // namespace orvik::oprj
 
 using namespace orvik::oprj;
 
-Oprj_ProParameters *oprj_ProParametersFromCOORDSYS(const Oawp_PE_COORDSYS *system, char **unitName,
-                                                   Oprj_Note **notes, Oerr_Report **err) {
+Oprj_ProParameters *oprj_ProParametersFromCOORDSYS(const Oawp_PE_COORDSYS *system,
+                                                   Oprj_Char **unitName, Oprj_Note **notes,
+                                                   Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersFromCOORDSYS", err);
   if (unitName) *unitName = nullptr;
   if (notes) *notes = nullptr;
@@ -237,25 +232,27 @@ Oprj_ProParameters *oprj_ProParametersFromCOORDSYS(const Oawp_PE_COORDSYS *syste
     const Tables tables(e, notes != nullptr);
     Reading reading(tables, *system);
     OwnedParameters record = reading.read();
-    OwnedText unit(unitName ? newText(reading.unitName()) : nullptr);
+    OwnedText unit;
+    if (unitName && !(unit = newText(reading.unitName()))) throw std::bad_alloc();
     if (notes) *notes = reading.notes().release();
     if (unitName) *unitName = unit.release();
     return record.release();
   });
 }
 
-Oprj_MapProjectionEx *oprj_COORDSYSToMapProjection(const Oawp_PE_COORDSYS *system, char **unitName,
-                                                   Oerr_Report **err) {
+Oprj_MapProjectionEx *oprj_COORDSYSToMapProjection(const Oawp_PE_COORDSYS *system,
+                                                   Oprj_Char **unitName, Oerr_Report **err) {
   ErrorScope e("oprj_COORDSYSToMapProjection", err);
   if (unitName) *unitName = nullptr;
   if (!system) return e.fail(1, "Args");
-  char *unit = nullptr;
+  Oprj_Char *unit = nullptr;
   const OwnedParameters record(oprj_ProParametersFromCOORDSYS(system, &unit, nullptr, e.cause()));
   OwnedText ownedUnit(unit);
   if (!record) return e.fail(2, "Error returned from oprj_ProParametersFromCOORDSYS");
   const Oprj_Datum &datum = *record->proSpheroid->datum;
   if (datum.type == OPRJ_DATUM_NONE && !isUndefined(&datum))
-    oerr_LogMessage("The datum \"%s\" is not shifted to any other", textOf(datum.datumname));
+    oerr_LogMessage("The datum \"%s\" is not shifted to any other",
+                    textOf(datum.datumname).c_str());
   Oprj_MapProjectionEx *handle = nullptr;
   if (!oprj_ProjectionInit(nullptr, record.get(), &handle, e.cause()))
     return e.fail(3, "Error returned from oprj_ProjectionInit");
@@ -263,10 +260,10 @@ Oprj_MapProjectionEx *oprj_COORDSYSToMapProjection(const Oawp_PE_COORDSYS *syste
   return handle;
 }
 
-Oprj_ProParameters *oprj_ProParametersHoldingPEString(const char *string, Oerr_Report **err) {
+Oprj_ProParameters *oprj_ProParametersHoldingPEString(const Oprj_Char *string, Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersHoldingPEString", err);
   if (!string) return e.fail(1, "Args");
-  const OwnedObject system(OAWP_FCLL_PE(pe_coordsys_from_string)(string));
+  const OwnedObject system(OAWP_FCLL_PE(pe_coordsys_from_string)(Utf8(string)));
   if (!system) {
     oawp_PE_ReportTake(e.cause());
     return e.fail(2, "OAWP_FCLL_PE(pe_coordsys_from_string) failed");
@@ -279,8 +276,8 @@ Oprj_ProParameters *oprj_ProParametersHoldingPEString(const char *string, Oerr_R
     Notes notes;
     readEarth(tables, *geogcs, *record->proSpheroid, notes);
     const auto &name = (projcs ? projcs : geogcs)->name;
-    tables.need(
-        oprj_CharStrCreate(name.empty() ? "Unknown" : name.c_str(), &record->proName, e.cause()));
+    tables.need(oprj_CharStrCreate(Flat(name.empty() ? "Unknown" : name.c_str()), &record->proName,
+                                   e.cause()));
     tables.need(oprj_CharStrCreate(string, &record->proExeName, e.cause()));
     return record.release();
   });

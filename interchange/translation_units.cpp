@@ -11,7 +11,7 @@
 
 namespace orvik::oprj {
 
-std::string textOf(const EngineObject &object) {
+std::string written(const EngineObject &object) {
   toolkit::HeapText text;
   engine::write(object, text);
   return {text.data(), text.size()};
@@ -30,7 +30,7 @@ std::string unitNameOf(const EngineObject &unit, int32_t kind) {
   const Ocvt_Unit *ours = unitOfFactor(kind, unit.numbers[0]);
   if (ours) return ours->name;
   return std::string(kind == OCVT_KIND_ANGLE ? "ANG" : "") +
-         textOf(*engine::make(Kind::kUnit, unit.name, std::span(unit.numbers, 1)));
+         written(*engine::make(Kind::kUnit, unit.name, std::span(unit.numbers, 1)));
 }
 
 double exactFactor(const EngineObject &unit, int32_t kind) {
@@ -99,11 +99,11 @@ double quotient(double value, double factor) {
 
 using namespace orvik::oprj;
 
-Oawp_PE_COORDSYS *oprj_COORDSYSUnitChange(const Oawp_PE_COORDSYS *system, const char *unitName,
+Oawp_PE_COORDSYS *oprj_COORDSYSUnitChange(const Oawp_PE_COORDSYS *system, const Oprj_Char *unitName,
                                           Oerr_Report **err) {
   ErrorScope e("oprj_COORDSYSUnitChange", err);
   if (!system || !unitName) return e.fail(1, "Args");
-  const Ocvt_Unit *unit = ocvt_UnitSetByName(unitName, e.cause());
+  const Ocvt_Unit *unit = ocvt_UnitSetByName(Utf8(unitName), e.cause());
   if (!unit) return e.fail(2, "Error returned from ocvt_UnitSetByName");
   return translating(e, 2, [&]() -> Oawp_PE_COORDSYS * {
     OwnedObject changed = orvik::engine::clone(*system);
@@ -114,15 +114,15 @@ Oawp_PE_COORDSYS *oprj_COORDSYSUnitChange(const Oawp_PE_COORDSYS *system, const 
   });
 }
 
-char *oprj_COORDSYSUnitName(const Oawp_PE_COORDSYS *system, Oerr_Report **err) {
+Oprj_Char *oprj_COORDSYSUnitName(const Oawp_PE_COORDSYS *system, Oerr_Report **err) {
   ErrorScope e("oprj_COORDSYSUnitName", err);
   const EngineObject *projcs = system ? projectedOf(*system) : nullptr;
   const EngineObject *points = projcs ? projcs : system ? geographicOf(*system) : nullptr;
   if (!points) return e.fail(1, "Args");
-  return orvik::toolkit::guarded(e, 2, [&]() -> char * {
+  return orvik::toolkit::guarded(e, 2, [&]() -> Oprj_Char * {
     const std::string name = unitNameOf(*orvik::engine::partOf(*points, Kind::kUnit),
                                         projcs ? OCVT_KIND_DISTANCE : OCVT_KIND_ANGLE);
-    char *made = ostr_Duplicate(name.c_str());
+    Oprj_Char *made = newText(name).release();
     if (!made) throw std::bad_alloc();
     return made;
   });

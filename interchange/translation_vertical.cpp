@@ -22,10 +22,10 @@ OwnedElevation readElevation(const Tables &tables, const EngineObject &vertcs) {
   const EngineObject *datum = engine::partOf(vertcs, engine::kAnyDatum);
   const EngineObject *unit = engine::partOf(vertcs, Kind::kUnit);
   OwnedElevation info(tables.need(oprj_ElevationInfoCreate(tables.e.cause())));
-  tables.need(
-      oprj_CharStrCreate(datum->name.c_str(), &info->verticalDatum->datumname, tables.e.cause()));
-  tables.need(oprj_CharStrCreate(unitNameOf(*unit, OCVT_KIND_DISTANCE).c_str(),
-                                 &info->elevationUnit, tables.e.cause()));
+  tables.need(oprj_CharStrCreate(Flat(datum->name.c_str()), &info->verticalDatum->datumname,
+                                 tables.e.cause()));
+  tables.need(oprj_CharStrCreate(Flat(unitNameOf(*unit, OCVT_KIND_DISTANCE)), &info->elevationUnit,
+                                 tables.e.cause()));
   for (const EngineObject *parameter : engine::parametersOf(vertcs)) {
     const double value = parameter->numbers[0];
     if (engine::sameName(parameter->name, "Direction")) {
@@ -42,10 +42,9 @@ OwnedElevation readElevation(const Tables &tables, const EngineObject &vertcs) {
 
 OwnedObject writeElevation(const Tables &tables, const Oprj_ElevationInfo &info) {
   const std::string name =
-      isUndefined(info.verticalDatum) ? "Unknown" : textOf(info.verticalDatum->datumname);
-  const std::string_view unitName = textOf(info.elevationUnit);
+      isUndefined(info.verticalDatum) ? "Unknown" : textOf(info.verticalDatum->datumname).str();
   const Ocvt_Unit *unit = tables.need(ocvt_UnitSetByName(
-      unitName.empty() ? "meters" : std::string(unitName).c_str(), tables.e.cause()));
+      isBlank(info.elevationUnit) ? "meters" : textOf(info.elevationUnit), tables.e.cause()));
   if (unit->kind != OCVT_KIND_DISTANCE)
     throw Untranslatable{inQuotes(unit->name) + " is no unit of length"};
   if (info.elevationType == OPRJ_ELEVATION_TYPE_UNKNOWN)
@@ -65,11 +64,11 @@ OwnedObject writeElevation(const Tables &tables, const Oprj_ElevationInfo &info)
 
 using namespace orvik::oprj;
 
-Oprj_ElevationInfo *oprj_ElevationInfoFromPEString(const char *string, Oerr_Report **err) {
+Oprj_ElevationInfo *oprj_ElevationInfoFromPEString(const Oprj_Char *string, Oerr_Report **err) {
   ErrorScope e("oprj_ElevationInfoFromPEString", err);
   if (!string) return e.fail(1, "Args");
   return translating(e, 3, [&]() -> Oprj_ElevationInfo * {
-    const OwnedObject system = orvik::engine::read(string, kRoots, e, 2);
+    const OwnedObject system = orvik::engine::read(Utf8(string).view(), kRoots, e, 2);
     if (!system) return nullptr;
     const EngineObject *vertcs = verticalOf(*system);
     if (!vertcs) throw Untranslatable{"The text has no vertical part"};
@@ -77,14 +76,14 @@ Oprj_ElevationInfo *oprj_ElevationInfoFromPEString(const char *string, Oerr_Repo
   });
 }
 
-int32_t oprj_ElevationInfoToPEString(char **string, const Oprj_ElevationInfo *info,
+int32_t oprj_ElevationInfoToPEString(Oprj_Char **string, const Oprj_ElevationInfo *info,
                                      Oerr_Report **err) {
   ErrorScope e("oprj_ElevationInfoToPEString", err);
   if (string) *string = nullptr;
   if (!string || !info) return e.fail(1, "Args");
   return translating(e, 2, [&]() -> int32_t {
     const OwnedObject vertcs = writeElevation(Tables(e), *info);
-    *string = ostr_Duplicate(textOf(*vertcs).c_str());
+    *string = newText(written(*vertcs)).release();
     if (!*string) throw std::bad_alloc();
     return 1;
   });

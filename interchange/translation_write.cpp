@@ -94,7 +94,7 @@ class Writing {
         return;
       case Form::kFixed:
         if (binding.slot >= 0 && slots[binding.slot] != value)
-          throw Untranslatable{inQuotes(record_.proName.data ? record_.proName.data : "") +
+          throw Untranslatable{inQuotes(textOf(record_.proName).view()) +
                                " has a counterpart only where entry " +
                                std::to_string(binding.slot) + " is " + shortest(value)};
         break;
@@ -132,9 +132,10 @@ class Writing {
       const auto *zone = tables_.need(oprj_SPEntryByZoneNumber(
           tables_.toolkit, record_.proZone, oprj_NADCodeGet(&record_), tables_.e.cause()));
       const std::string code = std::to_string(-zone->fipsCode);
-      rest = std::string("StatePlane ") + zone->stateName +
-             (std::string_view(zone->zoneName) == "---" ? "" : std::string(" ") + zone->zoneName) +
-             " FIPS " + std::string(code.size() < 4 ? 4 - code.size() : 0, '0') + code;
+      const std::string zoneName = textOf(zone->zoneName).str();
+      rest = "StatePlane " + textOf(zone->stateName).str() +
+             (zoneName == "---" ? "" : " " + zoneName) + " FIPS " +
+             std::string(code.size() < 4 ? 4 - code.size() : 0, '0') + code;
     }
     name += "_" + rest;
     std::replace(name.begin(), name.end(), ' ', '_');
@@ -152,15 +153,15 @@ class Writing {
 using namespace orvik::oprj;
 
 Oawp_PE_COORDSYS *oprj_ProParametersToCOORDSYS(const Oprj_ProParameters *record,
-                                               const char *unitName, Oawp_PE_GEOGTRAN **transform,
-                                               Oerr_Report **err) {
+                                               const Oprj_Char *unitName,
+                                               Oawp_PE_GEOGTRAN **transform, Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersToCOORDSYS", err);
   if (transform) *transform = nullptr;
   if (!record) return e.fail(1, "Args");
   return translating(e, 2, [&]() -> Oawp_PE_COORDSYS * {
     OwnedObject system = [&] {
       const Tables tables(e);
-      return Writing(tables, *record, unitName).write();
+      return Writing(tables, *record, Utf8(unitName)).write();
     }();
     if (transform) *transform = writeTransform(*record->proSpheroid).release();
     return system.release();
@@ -168,8 +169,8 @@ Oawp_PE_COORDSYS *oprj_ProParametersToCOORDSYS(const Oprj_ProParameters *record,
 }
 
 Oawp_PE_COORDSYS *oprj_MapProjectionToCOORDSYS(const Oprj_MapProjectionEx *projection,
-                                               const char *unitName, Oawp_PE_GEOGTRAN **transform,
-                                               Oerr_Report **err) {
+                                               const Oprj_Char *unitName,
+                                               Oawp_PE_GEOGTRAN **transform, Oerr_Report **err) {
   ErrorScope e("oprj_MapProjectionToCOORDSYS", err);
   if (transform) *transform = nullptr;
   if (!projection) return e.fail(1, "Args");

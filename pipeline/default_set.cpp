@@ -26,7 +26,7 @@ void *prjProjectionCopy(const void *, Oerr_Report **err) {
 int32_t prjProjectionEqual(const void *, const void *, Oerr_Report **err) {
   return unimplemented("prjProjectionEqual", err);
 }
-char *prjProjectionName(const void *, Oerr_Report **err) {
+Oprj_Char *prjProjectionName(const void *, Oerr_Report **err) {
   return unimplemented("prjProjectionName", err);
 }
 void prjProjectionFree(void *, Oerr_Report **err) { unimplemented("prjProjectionFree", err); }
@@ -42,7 +42,7 @@ int32_t prjProjectionConvertPossible(const void *, const char *, Oerr_Report **e
 void *prjProjectionConvert(const void *, const char *, Oerr_Report **err) {
   return unimplemented("prjProjectionConvert", err);
 }
-void *prjProjectionConvertWithUnits(const void *, const char *, char **, Oerr_Report **err) {
+void *prjProjectionConvertWithUnits(const void *, const char *, Oprj_Char **, Oerr_Report **err) {
   return unimplemented("prjProjectionConvertWithUnits", err);
 }
 void *prjProjectionCSRGet(const void *, const char *, Oerr_Report **err) {

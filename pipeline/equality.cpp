@@ -1,17 +1,11 @@
 // Equality of parameter records, decided by the projection family, and the check before projecting.
 #include <oprj/project.h>
 
-#include <string_view>
-
 #include "pipeline/function_sets.h"
 
 using namespace orvik::oprj;
 
 namespace {
-
-bool sameText(const Oprj_CharStr &first, const Oprj_CharStr &second) {
-  return std::string_view(textOf(first)) == textOf(second);
-}
 
 int32_t recordsEqual(ErrorScope &e, const Oprj_ProParameters *first,
                      const Oprj_ProParameters *second, int32_t flag) {

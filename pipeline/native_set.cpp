@@ -25,15 +25,15 @@ const Oprj_ProParameters *recordForTitle(ErrorScope &e, const void *data, const 
 
 /// The spheroid and its datum are named, and the datum is not of the undefined type.
 bool hasDatum(const Oprj_Spheroid *spheroid) {
-  return spheroid && *textOf(spheroid->sphereName) && spheroid->datum &&
-         *textOf(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
+  return spheroid && !isBlank(spheroid->sphereName) && spheroid->datum &&
+         !isBlank(spheroid->datum->datumname) && spheroid->datum->type != OPRJ_DATUM_NONE;
 }
 
 }  // namespace
 
 bool shiftDue(const Oprj_Spheroid *source, const Oprj_Spheroid *target) {
   return hasDatum(source) && hasDatum(target) &&
-         std::strcmp(textOf(source->datum->datumname), textOf(target->datum->datumname)) != 0;
+         !sameText(source->datum->datumname, target->datum->datumname);
 }
 
 namespace {
@@ -85,11 +85,11 @@ int32_t nativeProjectionEqual2(const void *first, const void *second, Oerr_Repor
   return equal;
 }
 
-char *nativeProjectionName(const void *data, Oerr_Report **err) {
+Oprj_Char *nativeProjectionName(const void *data, Oerr_Report **err) {
   ErrorScope e("nativeProjectionName", err);
   const auto *record = recordOf(data);
   if (!record || !record->proName.data) return nullptr;
-  char *name = oprj_CharStrToString(&record->proName);
+  Oprj_Char *name = oprj_CharStrToString(&record->proName);
   if (!name) return e.fail(1, "oprj_CharStrToString failed");
   return name;
 }
@@ -117,10 +117,10 @@ void *nativeProjectionConvert(const void *data, const char *, Oerr_Report **err)
   return convertToEngine("nativeProjectionConvert", data, nullptr, err);
 }
 
-void *nativeProjectionConvertWithUnits(const void *data, const char *, char **unitName,
+void *nativeProjectionConvertWithUnits(const void *data, const char *, Oprj_Char **unitName,
                                        Oerr_Report **err) {
-  return convertToEngine("nativeProjectionConvertWithUnits", data, unitName ? *unitName : nullptr,
-                         err);
+  return convertToEngine("nativeProjectionConvertWithUnits", data,
+                         Utf8(unitName ? *unitName : nullptr), err);
 }
 
 void *nativeProjectionCSRGet(const void *data, const char *title, Oerr_Report **err) {

@@ -110,17 +110,18 @@ Oprj_Point *oprj_Project(const Oprj_Point *in, const Oprj_MapProjectionEx *inHan
 }
 
 Oprj_Point *oprj_ProjectWithUnits(const Oprj_Point *in, const Oprj_MapProjectionEx *inHandle,
-                                  const char *inUnit, Oprj_Point *out,
-                                  const Oprj_MapProjectionEx *outHandle, const char *outUnit,
+                                  const Oprj_Char *inUnit, Oprj_Point *out,
+                                  const Oprj_MapProjectionEx *outHandle, const Oprj_Char *outUnit,
                                   int32_t count, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectWithUnits", err);
   const auto *inRecord = recordOf(e, inHandle);
   const auto *outRecord = inRecord ? recordOf(e, outHandle) : nullptr;
   if (!outRecord) return nullptr;
+  const Utf8 from(inUnit), to(outUnit);
   Way way("oprj_Project");
-  way.convertIn({inUnit, isGeographic(*inRecord)});
+  way.convertIn({from, isGeographic(*inRecord)});
   way.leadBetween(inHandle, outHandle);
-  way.convertOut({outUnit, isGeographic(*outRecord)});
+  way.convertOut({to, isGeographic(*outRecord)});
   return runInUnits(e, way, in, out, count);
 }
 
@@ -134,8 +135,8 @@ Oprj_Point *oprj_ProjectPair(const Oprj_ProjectionPair *pair, const Oprj_Point *
 }
 
 Oprj_Point *oprj_ProjectPairWithUnits(const Oprj_ProjectionPair *pair, const Oprj_Point *in,
-                                      const char *inUnit, Oprj_Point *out, const char *outUnit,
-                                      int32_t count, Oerr_Report **err) {
+                                      const Oprj_Char *inUnit, Oprj_Point *out,
+                                      const Oprj_Char *outUnit, int32_t count, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectPairWithUnits", err);
   if (!pair) return e.fail(2, "Invalid input Oprj_ProjectionPair");
   Oprj_Point *result =
@@ -156,28 +157,32 @@ Oprj_Point *oprj_ProjectFromLatLon(const Oprj_Point *in, const Oprj_MapProjectio
   return runAlone<true>("oprj_ProjectFromLatLon", handle, in, out, count, err);
 }
 
-Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const char *inUnit,
+Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const Oprj_Char *inUnit,
                                           const Oprj_MapProjectionEx *handle, Oprj_Point *out,
-                                          const char *outUnit, int32_t count, Oerr_Report **err) {
+                                          const Oprj_Char *outUnit, int32_t count,
+                                          Oerr_Report **err) {
   ErrorScope e("oprj_ProjectToLatLonWithUnits", err);
   const auto *record = recordOf(e, handle);
   if (!record) return nullptr;
+  const Utf8 from(inUnit), to(outUnit);
   Way way("oprj_ProjectToLatLon");
-  way.convertIn({inUnit, isGeographic(*record)});
+  way.convertIn({from, isGeographic(*record)});
   way.leadToLatLon(handle);
-  way.convertOut({outUnit, true});
+  way.convertOut({to, true});
   return runInUnits(e, way, in, out, count);
 }
 
-Oprj_Point *oprj_ProjectFromLatLonWithUnits(const Oprj_Point *in, const char *inUnit,
+Oprj_Point *oprj_ProjectFromLatLonWithUnits(const Oprj_Point *in, const Oprj_Char *inUnit,
                                             const Oprj_MapProjectionEx *handle, Oprj_Point *out,
-                                            const char *outUnit, int32_t count, Oerr_Report **err) {
+                                            const Oprj_Char *outUnit, int32_t count,
+                                            Oerr_Report **err) {
   ErrorScope e("oprj_ProjectFromLatLonWithUnits", err);
   const auto *record = recordOf(e, handle);
   if (!record) return nullptr;
+  const Utf8 from(inUnit), to(outUnit);
   Way way("oprj_ProjectFromLatLon");
-  way.convertIn({inUnit, true});
+  way.convertIn({from, true});
   way.leadFromLatLon(handle);
-  way.convertOut({outUnit, isGeographic(*record)});
+  way.convertOut({to, isGeographic(*record)});
   return runInUnits(e, way, in, out, count);
 }

@@ -23,19 +23,21 @@ OPRJ_API Oprj_Point *oprj_ProjectPair(const Oprj_ProjectionPair *pair, const Opr
 /** The same with the units of the points by name; null: metres, or radians for a geographic system.
    The input array is not changed, unless it is the output too. */
 OPRJ_API Oprj_Point *oprj_ProjectWithUnits(const Oprj_Point *in,
-                                           const Oprj_MapProjectionEx *inHandle, const char *inUnit,
-                                           Oprj_Point *out, const Oprj_MapProjectionEx *outHandle,
-                                           const char *outUnit, int32_t count, Oerr_Report **err);
+                                           const Oprj_MapProjectionEx *inHandle,
+                                           const Oprj_Char *inUnit, Oprj_Point *out,
+                                           const Oprj_MapProjectionEx *outHandle,
+                                           const Oprj_Char *outUnit, int32_t count,
+                                           Oerr_Report **err);
 OPRJ_API Oprj_Point *oprj_ProjectPairWithUnits(const Oprj_ProjectionPair *pair,
-                                               const Oprj_Point *in, const char *inUnit,
-                                               Oprj_Point *out, const char *outUnit, int32_t count,
-                                               Oerr_Report **err);
+                                               const Oprj_Point *in, const Oprj_Char *inUnit,
+                                               Oprj_Point *out, const Oprj_Char *outUnit,
+                                               int32_t count, Oerr_Report **err);
 
 /** How oprj_ProjectEach is to work. Start from OPRJ_PROJECT_OPTIONS, which says nothing special. */
 typedef struct {
-  size_t size;        /**< sizeof(Oprj_ProjectOptions): later versions add members at the end */
-  const char *inUnit; /**< units by name, null: metres, or radians for a geographic system */
-  const char *outUnit;
+  size_t size; /**< sizeof(Oprj_ProjectOptions): later versions add members at the end */
+  const Oprj_Char *inUnit; /**< units by name, null: metres, or radians for a geographic system */
+  const Oprj_Char *outUnit;
   int64_t inStride; /**< bytes from one point to the next, 0: sizeof(Oprj_Point) */
   int64_t outStride;
   int32_t threads; /**< share the work among so many, 0 and 1: this thread alone */
@@ -75,19 +77,20 @@ OPRJ_API Oprj_Point *oprj_ProjectToLatLon(const Oprj_Point *in, const Oprj_MapPr
 OPRJ_API Oprj_Point *oprj_ProjectFromLatLon(const Oprj_Point *in,
                                             const Oprj_MapProjectionEx *handle, Oprj_Point *out,
                                             int32_t count, Oerr_Report **err);
-OPRJ_API Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const char *inUnit,
+OPRJ_API Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const Oprj_Char *inUnit,
                                                    const Oprj_MapProjectionEx *handle,
-                                                   Oprj_Point *out, const char *outUnit,
+                                                   Oprj_Point *out, const Oprj_Char *outUnit,
                                                    int32_t count, Oerr_Report **err);
-OPRJ_API Oprj_Point *oprj_ProjectFromLatLonWithUnits(const Oprj_Point *in, const char *inUnit,
+OPRJ_API Oprj_Point *oprj_ProjectFromLatLonWithUnits(const Oprj_Point *in, const Oprj_Char *inUnit,
                                                      const Oprj_MapProjectionEx *handle,
-                                                     Oprj_Point *out, const char *outUnit,
+                                                     Oprj_Point *out, const Oprj_Char *outUnit,
                                                      int32_t count, Oerr_Report **err);
 
 /** Converts both coordinates of `count` points in place; 1, or 0 with a report and the points
  * unchanged. */
-OPRJ_API int32_t oprj_PointsConvertByUnitName(Oprj_Point *points, int32_t count, const char *inUnit,
-                                              const char *outUnit, Oerr_Report **err);
+OPRJ_API int32_t oprj_PointsConvertByUnitName(Oprj_Point *points, int32_t count,
+                                              const Oprj_Char *inUnit, const Oprj_Char *outUnit,
+                                              Oerr_Report **err);
 
 /* Sizes in degrees to metres and back on the record's sphere of equal area, or on the nominal
    sphere when there is no record or spheroid. */

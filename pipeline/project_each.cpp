@@ -144,7 +144,7 @@ class Job {
 
 /// Adds the conversion of a unit that is named; false with a report when the handle cannot tell
 /// what kind of unit it takes.
-bool isGeographicSystem(ErrorScope &e, const Oprj_MapProjectionEx *handle, const char *unit,
+bool isGeographicSystem(ErrorScope &e, const Oprj_MapProjectionEx *handle, const Oprj_Char *unit,
                         bool &geographic) {
   geographic = false;
   if (!unit) return true;
@@ -172,10 +172,11 @@ int64_t oprj_ProjectEach(const Oprj_ProjectionPair *pair, const Oprj_Point *in, 
   if (!isGeographicSystem(e, pair->in, chosen.inUnit, inGeographic) ||
       !isGeographicSystem(e, pair->out, chosen.outUnit, outGeographic))
     return 0;
+  const Utf8 from(chosen.inUnit), to(chosen.outUnit);
   Way way("oprj_Project");
-  way.convertIn({chosen.inUnit, inGeographic});
+  way.convertIn({from, inGeographic});
   way.leadBetween(pair->in, pair->out);
-  way.convertOut({chosen.outUnit, outGeographic});
+  way.convertOut({to, outGeographic});
   if (!way.sound(e)) return 0;
 
   Job job(way, in, out, reasons, chosen, count);

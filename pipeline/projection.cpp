@@ -70,10 +70,10 @@ bool orvik::oprj::asksForEngine(const Oprj_ProParameters &record) {
 
 bool orvik::oprj::holdsGeographicText(const Oprj_ProParameters &record) {
   // The first word in front of a bracket, or the one behind it when that is of a compound system.
-  std::string_view text = textOf(record.proExeName);
+  const Utf8 text = textOf(record.proExeName);
   bool quoted = false;
   std::string word;
-  for (const char c : text) {
+  for (const char c : std::string_view(text)) {
     if (c == '"') quoted = !quoted;
     if (quoted) continue;
     if (c == '[' || c == '(') {
@@ -99,7 +99,7 @@ int32_t oprj_ProjectionInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *rec
   const auto *functions = &kNativeSet;
   if (asksForEngine(*record)) {
     const OwnedText text(oprj_CharStrToString(&record->proExeName));
-    data = text ? kEngineSet.fromString(text.get(), e.cause()) : nullptr;
+    data = text ? kEngineSet.fromString(Utf8(text.get()), e.cause()) : nullptr;
     if (!data) return e.fail(1599, "pe_coordsys_from_string failed");
     title = OPRJ_TITLE_PE;
     functions = &kEngineSet.functions;
@@ -185,10 +185,10 @@ int32_t oprj_MapProjectionEqual(const Oprj_MapProjectionEx *first,
   return equal;
 }
 
-char *oprj_MapProjectionName(const Oprj_MapProjectionEx *handle, Oerr_Report **err) {
+Oprj_Char *oprj_MapProjectionName(const Oprj_MapProjectionEx *handle, Oerr_Report **err) {
   ErrorScope e("oprj_MapProjectionName", err);
   if (!handle || !handle->functions || !handle->functions->name) return nullptr;
-  char *name = handle->functions->name(handle->ownedData, e.cause());
+  Oprj_Char *name = handle->functions->name(handle->ownedData, e.cause());
   if (e.calleeFailed()) return e.fail(1, "ProjectionName failed");
   return name;
 }
@@ -213,7 +213,7 @@ int32_t oprj_MapProjectionConvert(Oprj_MapProjectionEx *handle, const char *titl
 }
 
 int32_t oprj_MapProjectionConvertWithUnits(Oprj_MapProjectionEx *handle, const char *title,
-                                           char **unitName, Oerr_Report **err) {
+                                           Oprj_Char **unitName, Oerr_Report **err) {
   ErrorScope e("oprj_MapProjectionConvertWithUnits", err);
   return convertHandle(e, handle, title, [&](const auto &set, void *data, Oerr_Report **cause) {
     return set.convertWithUnits ? set.convertWithUnits(data, title, unitName, cause) : nullptr;

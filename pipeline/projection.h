@@ -20,13 +20,13 @@ typedef struct {
                 Oerr_Report **err);
   void *(*copy)(const void *data, Oerr_Report **err);
   int32_t (*equal)(const void *first, const void *second, Oerr_Report **err);
-  char *(*name)(const void *data, Oerr_Report **err);
+  Oprj_Char *(*name)(const void *data, Oerr_Report **err);
   void (*free)(void *data, Oerr_Report **err);
   void *(*convertFromMIFable)(const void *object, const Omif_Design *design, Oerr_Report **err);
   void *(*convertToMIFable)(const void *data, const Omif_Design **design, Oerr_Report **err);
   int32_t (*convertPossible)(const void *data, const char *title, Oerr_Report **err);
   void *(*convert)(const void *data, const char *title, Oerr_Report **err);
-  void *(*convertWithUnits)(const void *data, const char *title, char **unitName,
+  void *(*convertWithUnits)(const void *data, const char *title, Oprj_Char **unitName,
                             Oerr_Report **err);
   void *(*csrGet)(const void *data, const char *title, Oerr_Report **err);
   void *(*pcsrGet)(const void *data, const char *title, Oerr_Report **err);
@@ -94,13 +94,13 @@ OPRJ_API void oprj_ProjectionFree(Oprj_MapProjectionEx **handle);
 OPRJ_API int32_t oprj_MapProjectionEqual(const Oprj_MapProjectionEx *first,
                                          const Oprj_MapProjectionEx *second, Oerr_Report **err);
 /** New text, or null. */
-OPRJ_API char *oprj_MapProjectionName(const Oprj_MapProjectionEx *handle, Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_MapProjectionName(const Oprj_MapProjectionEx *handle, Oerr_Report **err);
 OPRJ_API int32_t oprj_MapProjectionConvertPossible(const Oprj_MapProjectionEx *handle,
                                                    const char *title);
 OPRJ_API int32_t oprj_MapProjectionConvert(Oprj_MapProjectionEx *handle, const char *title,
                                            Oerr_Report **err);
 OPRJ_API int32_t oprj_MapProjectionConvertWithUnits(Oprj_MapProjectionEx *handle, const char *title,
-                                                    char **unitName, Oerr_Report **err);
+                                                    Oprj_Char **unitName, Oerr_Report **err);
 /** The system of the handle as an object of `title`'s set, its projected part, its geographic part;
    all borrowed. */
 OPRJ_API void *oprj_MapProjectionCSRGet(const Oprj_MapProjectionEx *handle, const char *title,

@@ -64,9 +64,10 @@ class TextImage {
   bool take(const Oprj_CharStr &text) {
     data_ = text.data;
     count_ = text.count;
-    const size_t size = std::strlen(textOf(text)) + 1;
+    const Oprj_Char *const units = unitsOf(text);
+    const size_t size = lengthOf(units) + 1;
     if (size > kLongestText) return false;
-    std::memcpy(text_, textOf(text), size);
+    std::copy_n(units, size, text_);
     counted_ = text.data && text.count > 0 && size == static_cast<size_t>(text.count);
     return true;
   }
@@ -74,15 +75,15 @@ class TextImage {
     if (count_ != text.count) return false;
     // the same memory is read whole; how far other memory reaches only its zero tells
     if (counted_ && data_ == text.data)
-      return sameBytes(text_, text.data, static_cast<size_t>(count_));
-    return std::strcmp(text_, textOf(text)) == 0;
+      return sameBytes(text_, text.data, static_cast<size_t>(count_) * sizeof(Oprj_Char));
+    return sameUnits(text_, unitsOf(text));
   }
 
  private:
-  const char *data_;
+  const Oprj_Char *data_;
   int32_t count_;
   bool counted_;  ///< the count is that of the text and its zero
-  char text_[kLongestText];
+  Oprj_Char text_[kLongestText];
 };
 
 template <size_t kMost>

@@ -9,12 +9,12 @@
 
 using namespace orvik::oprj;
 
-int32_t oprj_PointsConvertByUnitName(Oprj_Point *points, int32_t count, const char *inUnit,
-                                     const char *outUnit, Oerr_Report **err) {
+int32_t oprj_PointsConvertByUnitName(Oprj_Point *points, int32_t count, const Oprj_Char *inUnit,
+                                     const Oprj_Char *outUnit, Oerr_Report **err) {
   ErrorScope e("oprj_PointsConvertByUnitName", err);
-  const auto *from = ocvt_UnitSetByName(inUnit, e.cause());
+  const auto *from = ocvt_UnitSetByName(Utf8(inUnit), e.cause());
   if (!from) return e.fail(1, "Error returned from ocvt_UnitSetByName for inUnit");
-  const auto *to = ocvt_UnitSetByName(outUnit, e.cause());
+  const auto *to = ocvt_UnitSetByName(Utf8(outUnit), e.cause());
   if (!to) return e.fail(2, "Error returned from ocvt_UnitSetByName for outUnit");
   if (count < 1 || from == to) return 1;
   if (!points) return e.fail(5, "Invalid input points");
@@ -40,7 +40,7 @@ double sizeRadius(ErrorScope &e, Oint_Toolkit *toolkit, const Oprj_ProParameters
     return record->proSpheroid->radius;
   const OwnedSpheroid nominal(oprj_SpheroidCreate(e.cause()));
   if (!nominal) return e.fail(1, "Error returned from oprj_SpheroidCreate");
-  if (!oprj_SpheroidByName(toolkit, kNominalSphere, nominal.get(), e.cause()))
+  if (!oprj_SpheroidByName(toolkit, Flat(kNominalSphere), nominal.get(), e.cause()))
     return e.fail(2, "Error returned from oprj_SpheroidByName");
   return nominal->radius;
 }

@@ -59,8 +59,8 @@ void Way::Conversion::prepare(PointUnit of, bool isInput) {
 
 bool Way::Conversion::apply(Oprj_Point *points, int32_t count, Oerr_Report **err) const {
   if (!usable)
-    return oprj_PointsConvertByUnitName(points, count, input ? unit.name : unit.computed(),
-                                        input ? unit.computed() : unit.name, err);
+    return oprj_PointsConvertByUnitName(points, count, Flat(input ? unit.name : unit.computed()),
+                                        Flat(input ? unit.computed() : unit.name), err);
   if (count > 0)
     ocvt_UnitsConvertArray(&points->x, 2 * static_cast<size_t>(count), from, to, nullptr);
   return true;

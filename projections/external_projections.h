@@ -73,8 +73,8 @@ OPRJ_API void oprj_DLLQuit(Oprj_MapProjection *projection, Oerr_Report **err);
 /** New text: the path of the program or plug-in that oprj_ExternalInit would take for the record,
    without touching it; *isPlugIn (skipped when null) becomes 1 for a plug-in, else 0. Null with
    codes 1, 4, 5, 8 and 10 of oprj_ExternalInit. */
-OPRJ_API char *oprj_ExternalFind(const Oprj_ProParameters *record, int32_t *isPlugIn,
-                                 Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_ExternalFind(const Oprj_ProParameters *record, int32_t *isPlugIn,
+                                      Oerr_Report **err);
 
 /** Switches external projections off for the process (0), or on again: records come out of files,
    and not everybody who reads one means to run what it names. They are on at first. Objects that

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "projections/descriptor.h"
+#include "records/text.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
@@ -28,7 +29,7 @@ const RegistryRow *rowOf(int32_t number) {
   return &kRegistry[number];
 }
 
-bool holdsText(const Oprj_CharStr &text) { return text.count > 0 && text.data && text.data[0]; }
+bool holdsText(const Oprj_CharStr &text) { return text.count > 0 && !isBlank(text); }
 
 }  // namespace
 

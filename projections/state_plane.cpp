@@ -166,7 +166,8 @@ Oprj_ProParameters *oprj_StatePlaneDetailsGet(Oint_Toolkit *toolkit,
   const Underlying *projection = underlyingOf(*zone);
   if (!projection) return e.fail(6, "Invalid projection parameters");
 
-  OwnedParameters details(oprj_ProParametersCreateByName(toolkit, projection->name, e.cause()));
+  OwnedParameters details(
+      oprj_ProParametersCreateByName(toolkit, Flat(projection->name), e.cause()));
   if (!details) return e.fail(7, "Error returned from oprj_ProParametersCreateByName");
   const int32_t length = std::max(entryCount(*details), projection->entriesRead);
   Oprj_DblArray &array = details->proParams;
@@ -186,7 +187,7 @@ Oprj_ProParameters *oprj_StatePlaneDetailsGet(Oint_Toolkit *toolkit,
       !within(spheroid->a, a, kAxisTolerance) || !within(spheroid->b, b, kAxisTolerance);
   if (!oprj_SpheroidByAxes(toolkit, a, b, spheroid.get(), e.cause()))
     return e.fail(12, "Error returned from oprj_SpheroidByAxes");
-  if (moved && !oprj_CharStrCreate("Unknown", &spheroid->sphereName, e.cause()))
+  if (moved && !setText(spheroid->sphereName, "Unknown", e.cause()))
     return e.fail(13, "Error returned from oprj_CharStrCreate");
   oprj_SpheroidFree(&details->proSpheroid);
   details->proSpheroid = spheroid.release();

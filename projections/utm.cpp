@@ -128,7 +128,7 @@ Oprj_ProParameters *oprj_UTMDetailsGet(Oint_Toolkit *toolkit, const Oprj_ProPara
   if (!zone) return e.fail(4, "Error returned from figureUTMzone");
   if (!toolkit) toolkit = oint_InitToolkit(e.cause());
   OwnedParameters details(
-      oprj_ProParametersCreateByName(toolkit, "Transverse Mercator", e.cause()));
+      oprj_ProParametersCreateByName(toolkit, orvik::oprj::Flat("Transverse Mercator"), e.cause()));
   if (!details) return e.fail(5, "Error returned from oprj_ProParametersCreateByName");
   if (!oprj_DblArrayCreate(8, &details->proParams, e.cause()))
     return e.fail(6, "Error returned from oprj_DblArrayCreate");

@@ -56,7 +56,7 @@ Oprj_Datum *oprj_DatumInit(Oprj_Datum **datum, Oerr_Report **err) {
   }
   Oprj_Datum *target = made ? made.get() : *datum;
   // The name comes first: when there is no memory for it, an existing datum stays as it was.
-  if (!oprj_CharStrCreate(kUndefinedDatum, &target->datumname, e.cause()))
+  if (!setText(target->datumname, kUndefinedDatum, e.cause()))
     return e.fail(3, "Error returned from oprj_CharStrCreate");
   target->type = OPRJ_DATUM_NONE;
   oprj_DblArrayFree(&target->params);

@@ -15,7 +15,7 @@ using OwnedElevationInfo = Owner<Oprj_ElevationInfo, oprj_ElevationInfoFree>;
 bool sameUnit(const Oprj_CharStr &first, const Oprj_CharStr &second) {
   if (oprj_CharStrsEqual(&first, &second, nullptr)) return true;
   const auto unitOf = [](const Oprj_CharStr &name) {
-    return ocvt_UnitSetByName(*textOf(name) ? name.data : "meters", nullptr);
+    return ocvt_UnitSetByName(isBlank(name) ? "meters" : textOf(name), nullptr);
   };
   const Ocvt_Unit *unit = unitOf(first);
   return unit && unit == unitOf(second);

@@ -9,6 +9,7 @@
 
 #include <span>
 
+#include "records/text.h"
 #include "toolkit/error_scope.h"
 #include "toolkit/heap.h"
 
@@ -18,7 +19,6 @@ using toolkit::ErrorScope;
 using toolkit::Failed;
 using toolkit::Owner;
 
-using OwnedText = toolkit::HeapBlock<char>;
 using OwnedParameters = Owner<Oprj_ProParameters, oprj_ProParametersFree>;
 using OwnedSpheroid = Owner<Oprj_Spheroid, oprj_SpheroidFree>;
 using OwnedDatum = Owner<Oprj_Datum, oprj_DatumFree>;
@@ -30,12 +30,6 @@ template <class T>
 T *allocateRecord() {
   return static_cast<T *>(omsc_HeapMalloc(sizeof(T)));
 }
-
-/// The text of a record; empty for an unset one. The count is not trusted: some records count their
-/// text without the terminating zero.
-inline const char *textOf(const Oprj_CharStr &text) { return text.data ? text.data : ""; }
-/// A text that may be missing; null is the empty text.
-inline const char *textOf(const char *text) { return text ? text : ""; }
 
 /// The elements of an array; none for an empty or a broken record.
 inline std::span<const double> elementsOf(const Oprj_DblArray &array) {

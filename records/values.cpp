@@ -1,10 +1,8 @@
 #include <oprj/omsc.h>
-#include <oprj/ostr.h>
 #include <oprj/values.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -20,13 +18,21 @@ namespace {
 
 /// Unset, or holding the empty text.
 bool isEmpty(const Oprj_CharStr &text) {
-  return text.count <= 0 || !text.data || (text.count == 1 && text.data[0] == '\0');
+  return text.count <= 0 || !text.data || (text.count == 1 && text.data[0] == 0);
 }
 
-size_t trimmedLength(const char *text) {
-  size_t length = std::strlen(text);
-  while (length > 0 && std::strchr(" \n\r", text[length - 1])) --length;
+size_t trimmedLength(const Oprj_Char *text) {
+  size_t length = lengthOf(text);
+  const auto trimmed = [](Oprj_Char unit) { return unit == ' ' || unit == '\n' || unit == '\r'; };
+  while (length > 0 && trimmed(text[length - 1])) --length;
   return length;
+}
+
+/// A text of the heap with the first `length` units of `text`.
+OwnedText firstOf(const Oprj_Char *text, size_t length) {
+  OwnedText made(static_cast<Oprj_Char *>(omsc_HeapCalloc(length + 1, sizeof(Oprj_Char))));
+  if (made) std::copy_n(text, length, made.get());
+  return made;
 }
 
 }  // namespace
@@ -34,9 +40,14 @@ size_t trimmedLength(const char *text) {
 
 using namespace orvik::oprj;
 
+void oprj_BuildGet(int32_t *version, int32_t *textWidth) {
+  if (version) *version = OPRJ_VERSION;
+  if (textWidth) *textWidth = sizeof(Oprj_Char);
+}
+
 // --- texts ---
 
-Oprj_CharStr *oprj_CharStrCreate(const char *source, Oprj_CharStr *target, Oerr_Report **err) {
+Oprj_CharStr *oprj_CharStrCreate(const Oprj_Char *source, Oprj_CharStr *target, Oerr_Report **err) {
   ErrorScope e("oprj_CharStrCreate", err);
   if (!target) return e.fail(3, "Invalid output Oprj_CharStrPtr");
   if (!source) {
@@ -45,18 +56,18 @@ Oprj_CharStr *oprj_CharStrCreate(const char *source, Oprj_CharStr *target, Oerr_
   }
   const size_t length = trimmedLength(source);
   // The local copy lets the source be the target's own data.
-  const OwnedText local{ostr_DuplicateN(source, length)};
+  OwnedText local = firstOf(source, length);
   if (!local) return e.fail(1, "Error allocating localstr");
   if (length >= static_cast<size_t>(std::numeric_limits<int32_t>::max()))
     return e.fail(2, "Error allocating charStr->data");
   const auto count = static_cast<int32_t>(length + 1);
   if (target->count != count || !target->data) {
-    auto *data = static_cast<char *>(omsc_HeapMalloc(length + 1));
+    auto *data = static_cast<Oprj_Char *>(omsc_HeapCalloc(length + 1, sizeof(Oprj_Char)));
     if (!data) return e.fail(2, "Error allocating charStr->data");
     oprj_CharStrFree(target);
     *target = {count, data};
   }
-  std::memcpy(target->data, local.get(), length + 1);
+  std::copy_n(local.get(), length + 1, target->data);
   return target;
 }
 
@@ -77,12 +88,13 @@ int32_t oprj_CharStrsEqual(const Oprj_CharStr *first, const Oprj_CharStr *second
   if (!first || !second) return e.fail(1, "Invalid input Oprj_CharStrPtr");
   if (isEmpty(*first) || isEmpty(*second)) return isEmpty(*first) && isEmpty(*second);
   return first->count == second->count &&
-         std::memcmp(first->data, second->data, static_cast<size_t>(first->count)) == 0;
+         std::equal(first->data, first->data + first->count, second->data);
 }
 
-char *oprj_CharStrToString(const Oprj_CharStr *text) {
+Oprj_Char *oprj_CharStrToString(const Oprj_CharStr *text) {
   if (!text || !text->data) return nullptr;
-  return ostr_DuplicateN(text->data, static_cast<size_t>(std::max(text->count, 0)));
+  const Oprj_Char *data = text->data, *end = data + std::max(text->count, 0);
+  return firstOf(data, static_cast<size_t>(std::find(data, end, Oprj_Char{}) - data)).release();
 }
 
 void oprj_CharStrFree(Oprj_CharStr *text) {

@@ -8,12 +8,28 @@
 #include "obase.h"
 #include "oerr.h"
 
+/** A unit of text: a byte of UTF-8, in the wide library (OPRJ_WIDE) a unit of UTF-16. */
+#if defined(OPRJ_WIDE)
+#if !defined(__cplusplus)
+#include <uchar.h>
+#endif
+typedef char16_t Oprj_Char;
+#elif defined(OPRJ_TEXTLESS) /* sources that both libraries share */
+typedef struct Oprj_AnyChar Oprj_Char;
+#else
+typedef char Oprj_Char;
+#endif
+
 OPRJ_BEGIN_C
 
-/** A text: `count` bytes with the terminating zero; unset: 0 and null. */
+/** Which library this is: its version (10000 for a major one, 100 for a minor one, 1 for a patch)
+   and the bytes of an Oprj_Char. Null outputs are skipped. */
+OPRJ_API void oprj_BuildGet(int32_t *version, int32_t *textWidth);
+
+/** A text: `count` units with the terminating zero; unset: 0 and null. */
 typedef struct {
   int32_t count;
-  char *data;
+  Oprj_Char *data;
 } Oprj_CharStr;
 
 /** `count` doubles; empty: 0 and null. */
@@ -44,7 +60,7 @@ typedef struct {
 /** Stores `source` without its trailing blanks, line feeds and carriage returns; null empties the
    record. `source` may be the target's own data. Returns the target, or null with 1 "Error
    allocating localstr", 2 "Error allocating charStr->data", 3 "Invalid output Oprj_CharStrPtr". */
-OPRJ_API Oprj_CharStr *oprj_CharStrCreate(const char *source, Oprj_CharStr *target,
+OPRJ_API Oprj_CharStr *oprj_CharStrCreate(const Oprj_Char *source, Oprj_CharStr *target,
                                           Oerr_Report **err);
 
 /** Copies (and so trims) a text; the target keeps its old text on failure: 1 "Invalid input
@@ -60,7 +76,7 @@ OPRJ_API int32_t oprj_CharStrsEqual(const Oprj_CharStr *first, const Oprj_CharSt
 
 /** A new zero-terminated copy (omsc_HeapFree), or null for a null record, null data or no memory.
  */
-OPRJ_API char *oprj_CharStrToString(const Oprj_CharStr *text);
+OPRJ_API Oprj_Char *oprj_CharStrToString(const Oprj_CharStr *text);
 
 /** Frees the data and empties the record. */
 OPRJ_API void oprj_CharStrFree(Oprj_CharStr *text);

@@ -70,7 +70,7 @@ class Questions {
       case OPRJ_QUERY_SPHEROID:
         return askSpheroid(entry) && askDatum();
       case OPRJ_QUERY_SPHEROID_BY_NAME:
-        return setSpheroid(textOf(entry.valueArea.spheroidName)) && askDatum();
+        return setSpheroid(entry.valueArea.spheroidName) && askDatum();
       case OPRJ_QUERY_UTM_ZONE:
         return askUtmZone(entry);
       case OPRJ_QUERY_STATE_PLANE_ZONE:
@@ -108,27 +108,27 @@ class Questions {
     const Oprj_SpheroidTableEntry *spheroid = nullptr;
     return repeat(entry,
                   [&](const Answer &answer) {
-                    spheroid = oprj_SpheroidEntryByName(toolkit_, answer.text(), nullptr);
+                    spheroid = oprj_SpheroidEntryByName(toolkit_, Flat(answer.text()), nullptr);
                     return spheroid != nullptr;
                   }) &&
            setSpheroid(spheroid->name);
   }
 
-  bool setSpheroid(const char *name) {
+  bool setSpheroid(const Oprj_Char *name) {
     if (!oprj_SpheroidByName(toolkit_, name, record_.proSpheroid, e_.cause()))
       return e_.fail(11, "Error returned from oprj_SpheroidByName");
     return true;
   }
 
   bool askDatum() {
-    const char *spheroid = textOf(record_.proSpheroid->sphereName);
-    const auto *table = oprj_SpheroidEntryByName(toolkit_, spheroid, nullptr);
+    const auto *table =
+        oprj_SpheroidEntryByName(toolkit_, record_.proSpheroid->sphereName.data, nullptr);
     std::string name;
     return repeat(kAskDatum, kDatumNameLength,
                   [&](const Answer &answer) {
                     name = answer.text();
                     return name.empty() || answer.is(kUndefinedDatum) ||
-                           (table && findDatumEntry(*table, name.c_str()));
+                           (table && findDatumEntry(*table, Flat(name)));
                   }) &&
            setDatum(name.c_str());
   }
@@ -137,7 +137,8 @@ class Questions {
   /// beside the record.
   bool setDatum(const char *name) {
     Oprj_Spheroid &spheroid = *record_.proSpheroid;
-    if (oprj_DatumByName(toolkit_, textOf(spheroid.sphereName), name, spheroid.datum, e_.cause()))
+    if (oprj_DatumByName(toolkit_, spheroid.sphereName.data, Flat(name), spheroid.datum,
+                         e_.cause()))
       return true;
     const bool usable = oerr_CodeGet(e_.causeReport()) == kGridFileMissing;
     e_.fail(12, "Error returned from oprj_DatumByName.");
@@ -176,7 +177,8 @@ class Questions {
       return chosen && hasZone(*chosen);
     });
     if (!answered) return false;
-    return setSpheroid(chosen->spheroid) && setDatum(chosen->datum) && store(entry, chosen->code);
+    return setSpheroid(Flat(chosen->spheroid)) && setDatum(chosen->datum) &&
+           store(entry, chosen->code);
   }
 
   /// Whether the State Plane zone that was given, if any, is one of this datum's.
@@ -192,14 +194,14 @@ class Questions {
     {
       const orvik::toolkit::ClassicLocale points;
       for (const auto *branch = entry.conditionalList; branch; branch = branch->next)
-        std::printf("%lg: %s\n", branch->value, textOf(branch->label));
+        std::printf("%lg: %s\n", branch->value, textOf(branch->label).c_str());
     }
     const Oprj_CondQueryEntry *chosen = nullptr;
     const bool answered = repeat(entry, [&](const Answer &answer) {
       double value = 0.0;
       const bool isNumber = answer.number(value);
       chosen = entry.conditionalList;
-      while (chosen && !(isNumber ? chosen->value == value : answer.is(chosen->label)))
+      while (chosen && !(isNumber ? chosen->value == value : answer.is(textOf(chosen->label))))
         chosen = chosen->next;
       return chosen != nullptr;
     });
@@ -251,7 +253,8 @@ const Oprj_Query *oprj_QuerySelect(Oint_Toolkit *toolkit, Oerr_Report **err) {
   return orvik::toolkit::guarded(e, 4, [&]() -> const Oprj_Query * {
     Answer answer;
     while (answer.ask("Enter name of projection: ")) {
-      if (const Oprj_Query *query = oprj_QueryByName(toolkit, answer.text(), nullptr)) return query;
+      if (const Oprj_Query *query = oprj_QueryByName(toolkit, Flat(answer.text()), nullptr))
+        return query;
       std::printf("Invalid name. Enter again!\n");
     }
     return e.fail(3, "End of input");
@@ -267,11 +270,12 @@ Oprj_Spheroid *oprj_SpheroidSelect(Oint_Toolkit *toolkit, Oprj_Spheroid *target,
     Answer spheroid, datum;
     if (!spheroid.ask(kAskSpheroid, kSpheroidNameLength) || !datum.ask(kAskDatum, kDatumNameLength))
       return e.fail(4, "End of input");
-    if (!oprj_SpheroidByName(toolkit, spheroid.text(), target, e.cause()))
+    if (!oprj_SpheroidByName(toolkit, Flat(spheroid.text()), target, e.cause()))
       return e.fail(5, "Error returned from oprj_SpheroidByName");
     if (!target->datum && !oprj_DatumInit(&target->datum, e.cause()))
       return e.fail(6, "Error returned from oprj_DatumInit");
-    if (!oprj_DatumByName(toolkit, spheroid.text(), datum.text(), target->datum, e.cause()))
+    if (!oprj_DatumByName(toolkit, Flat(spheroid.text()), Flat(datum.text()), target->datum,
+                          e.cause()))
       return e.fail(7, "Error returned from oprj_DatumByName");
     return target;
   });

@@ -2,8 +2,6 @@
 // and descriptions.
 #include <oprj/ostr.h>
 
-#include <cstring>
-
 #include "tables/reference_data.h"
 #include "tables/table_records.h"
 #include "tables/upward.h"
@@ -23,15 +21,15 @@ const Oprj_Query *firstQuery(const Oprj_InitData &data, Test test) {
 }
 
 /// A text of the record's own, not trimmed, counted `extra` beyond its length.
-bool assign(const char *source, int32_t extra, Oprj_CharStr &target) {
-  target.data = ostr_Duplicate(source);
-  target.count = target.data ? static_cast<int32_t>(std::strlen(source)) + extra : 0;
+bool assign(const Oprj_Char *source, int32_t extra, Oprj_CharStr &target) {
+  target.data = duplicate(source).release();
+  target.count = target.data ? static_cast<int32_t>(lengthOf(source)) + extra : 0;
   return target.data != nullptr;
 }
 
 bool isExample(const Oprj_Query &query, const Oprj_ProParameters &record) {
   if (query.type != record.proType) return false;
-  return query.type == OPRJ_EXTERNAL ? std::strcmp(query.executable, textOf(record.proExeName)) == 0
+  return query.type == OPRJ_EXTERNAL ? sameText(query.executable, unitsOf(record.proExeName))
                                      : query.number == record.proNumber;
 }
 
@@ -52,13 +50,14 @@ char *describeZone(Oint_Toolkit *toolkit, const Oprj_ProParameters &record, Erro
 
 }  // namespace
 
-const Oprj_Query *oprj_QueryByName(Oint_Toolkit *toolkit, const char *name, Oerr_Report **err) {
+const Oprj_Query *oprj_QueryByName(Oint_Toolkit *toolkit, const Oprj_Char *name,
+                                   Oerr_Report **err) {
   ErrorScope e("oprj_QueryByName", err);
   if (!toolkit) return e.fail(1, "Toolkit has not been initialized");
   const Oprj_InitData *data = loadedData(toolkit, e.cause());
   if (!data) return e.fail(2, "oprj_Init failed");
-  const Oprj_Query *found = firstQuery(
-      *data, [&](const Oprj_Query &query) { return std::strcmp(query.name, textOf(name)) == 0; });
+  const Oprj_Query *found =
+      firstQuery(*data, [&](const Oprj_Query &query) { return sameText(query.name, name); });
   if (!found) return e.fail(3, "Projection name not found in query list");
   return found;
 }
@@ -82,7 +81,7 @@ const Oprj_Query *oprj_QueryByExample(Oint_Toolkit *toolkit, const Oprj_ProParam
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
   const auto isAny = [&](const Oprj_Query &query) { return isExample(query, *record); };
   const auto isNamed = [&](const Oprj_Query &query) {
-    return isAny(query) && ostr_EqualIgnoringCase(query.name, textOf(record->proName));
+    return isAny(query) && ostr_EqualIgnoringCase(textOf(query.name), textOf(record->proName));
   };
   const Oprj_Query *first = firstQuery(*data, isNamed);
   if (!first) first = firstQuery(*data, isAny);
@@ -104,13 +103,14 @@ Oprj_CharStr *oprj_ProjName(Oint_Toolkit *toolkit, int32_t number, Oprj_CharStr 
   return target;
 }
 
-Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const char *name,
+Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const Oprj_Char *name,
                                                    Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersCreateByName", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
+  const Utf8 wanted = textOf(name);
   const Oprj_Query *query = firstQuery(*data, [&](const Oprj_Query &candidate) {
-    return ostr_EqualIgnoringCase(candidate.name, textOf(name));
+    return ostr_EqualIgnoringCase(textOf(candidate.name), wanted);
   });
   if (!query) return e.fail(3, "Invalid Projection Name");
 
@@ -119,10 +119,10 @@ Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const 
   if (!setProjection(*made, *query)) return e.fail(5, "Error allocating projection name");
   if (!oprj_DblArrayCreate(slotsAsked(query->proParamsQuerylist), &made->proParams, e.cause()))
     return e.fail(6, "Error returned from oprj_DblArrayCreate");
-  constexpr const char *kDefault = "Clarke 1866";  // of the spheroid and of its datum
-  if (!oprj_SpheroidByName(toolkit, kDefault, made->proSpheroid, e.cause()))
+  const Flat defaultName("Clarke 1866");  // of the spheroid and of its datum
+  if (!oprj_SpheroidByName(toolkit, defaultName, made->proSpheroid, e.cause()))
     return e.fail(7, "Error returned from oprj_SpheroidByName");
-  if (!oprj_DatumByName(toolkit, kDefault, kDefault, made->proSpheroid->datum, e.cause()))
+  if (!oprj_DatumByName(toolkit, defaultName, defaultName, made->proSpheroid->datum, e.cause()))
     return e.fail(8, "Error returned from oprj_DatumByName");
   return made.release();
 }
@@ -145,16 +145,16 @@ bool orvik::oprj::setProjection(Oprj_ProParameters &record, const Oprj_Query &qu
   return true;
 }
 
-char *oprj_ProjectionDescribe(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
-                              Oerr_Report **err) {
+Oprj_Char *oprj_ProjectionDescribe(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
+                                   Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionDescribe", err);
   if (!toolkit) return e.fail(1, "Toolkit has not been initialized");
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
   const bool internal = record->proType == OPRJ_INTERNAL;
-  char *text = internal && record->proNumber == kUtm ? ostr_Format("UTM, Zone %d", record->proZone)
-               : internal && record->proNumber == kStatePlane
-                   ? describeZone(toolkit, *record, e)
-                   : ostr_Duplicate(textOf(record->proName));
+  Oprj_Char *text =
+      internal && record->proNumber == kUtm ? handOut(ostr_Format("UTM, Zone %d", record->proZone))
+      : internal && record->proNumber == kStatePlane ? handOut(describeZone(toolkit, *record, e))
+                                                     : copyOf(record->proName.data);
   if (!text) return e.fail(4, "Error allocating projection description");
   return text;
 }

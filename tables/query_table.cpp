@@ -1,6 +1,5 @@
 // The projection dictionary: its records, and reading it from a file.
 #include <oprj/olex.h>
-#include <oprj/ostr.h>
 
 #include <algorithm>
 
@@ -25,16 +24,16 @@ using namespace orvik::oprj;
 
 // --- records ---
 
-Oprj_Query *oprj_QueryCreate(const char *name, int32_t type, int32_t number, const char *executable,
-                             Oprj_QueryEntry *paramsQuerylist, Oprj_QueryEntry *proParamsQuerylist,
-                             Oerr_Report **err) {
+Oprj_Query *oprj_QueryCreate(const Oprj_Char *name, int32_t type, int32_t number,
+                             const Oprj_Char *executable, Oprj_QueryEntry *paramsQuerylist,
+                             Oprj_QueryEntry *proParamsQuerylist, Oerr_Report **err) {
   ErrorScope e("oprj_QueryCreate", err);
   OwnedQuery made{allocateRecord<Oprj_Query>()};
   if (!made) return e.fail(1, "Error allocating Query");
-  made->name = ostr_Duplicate(textOf(name));
+  made->name = copyOf(name);
   made->type = type;
   if (type == OPRJ_EXTERNAL) {
-    made->executable = ostr_Duplicate(textOf(executable));
+    made->executable = copyOf(executable);
   } else {
     made->number = number;
   }
@@ -45,13 +44,13 @@ Oprj_Query *oprj_QueryCreate(const char *name, int32_t type, int32_t number, con
   return made.release();
 }
 
-Oprj_QueryEntry *oprj_QueryEntryCreate(const char *prompt, int32_t index, int32_t kind,
+Oprj_QueryEntry *oprj_QueryEntryCreate(const Oprj_Char *prompt, int32_t index, int32_t kind,
                                        int32_t unit, Oprj_CondQueryEntry *conditionalList,
                                        Oerr_Report **err) {
   ErrorScope e("oprj_QueryEntryCreate", err);
   OwnedQueryEntry made{allocateRecord<Oprj_QueryEntry>()};
   if (!made) return e.fail(1, "Error allocating Query Entry");
-  made->prompt = ostr_Duplicate(textOf(prompt));
+  made->prompt = copyOf(prompt);
   if (!made->prompt) return e.fail(1, "Error allocating Query Entry");
   made->index = index;
   made->kind = kind;
@@ -60,26 +59,27 @@ Oprj_QueryEntry *oprj_QueryEntryCreate(const char *prompt, int32_t index, int32_
   return made.release();
 }
 
-Oprj_QueryEntry *oprj_QueryEntryCreateSpheroidByName(const char *prompt, const char *spheroidName,
+Oprj_QueryEntry *oprj_QueryEntryCreateSpheroidByName(const Oprj_Char *prompt,
+                                                     const Oprj_Char *spheroidName,
                                                      Oerr_Report **err) {
   ErrorScope e("oprj_QueryEntryCreateSpheroidByName", err);
   OwnedQueryEntry made{allocateRecord<Oprj_QueryEntry>()};
   if (!made) return e.fail(1, "Error allocating Query Entry");
   made->kind = OPRJ_QUERY_SPHEROID_BY_NAME;
   made->unit = OPRJ_QUERY_UNIT_NONE;
-  made->prompt = ostr_Duplicate(textOf(prompt));
-  made->valueArea.spheroidName = ostr_Duplicate(textOf(spheroidName));
+  made->prompt = copyOf(prompt);
+  made->valueArea.spheroidName = copyOf(spheroidName);
   if (!made->prompt || !made->valueArea.spheroidName)
     return e.fail(1, "Error allocating Query Entry");
   return made.release();
 }
 
-Oprj_CondQueryEntry *oprj_CondQueryEntryCreate(double value, const char *label,
+Oprj_CondQueryEntry *oprj_CondQueryEntryCreate(double value, const Oprj_Char *label,
                                                Oprj_QueryEntry *queryEntryList, Oerr_Report **err) {
   ErrorScope e("oprj_CondQueryEntryCreate", err);
   OwnedCondQueryEntry made{allocateRecord<Oprj_CondQueryEntry>()};
   if (!made) return e.fail(1, "Error allocating Conditional Query Entry");
-  made->label = ostr_Duplicate(textOf(label));
+  made->label = copyOf(label);
   if (!made->label) return e.fail(1, "Error allocating Conditional Query Entry");
   made->value = value;
   made->queryEntryList = queryEntryList;
@@ -129,22 +129,24 @@ void oprj_CondQueryEntryFree(Oprj_CondQueryEntry **list) {
 
 // --- reading ---
 
-Oprj_Query *oprj_QueryTableParse(const char *text, const char *fileName, Oerr_Report **err) {
+Oprj_Query *oprj_QueryTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
+                                 Oerr_Report **err) {
   ErrorScope e("oprj_QueryTableParse", err);
   OwnedSearchList list;
   if (!text) {
-    if (!fileName) fileName = "mapprojections.dat";
     list.reset(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
     if (!list) return e.fail(1, "Error returned from ofio_CreateSLFromEnv");
   }
   Oprj_Query *read = nullptr;
-  const bool whole = olex_Parse(text, list.get(), fileName, dictionaryGrammar, &read, e.cause());
+  const bool whole =
+      olex_Parse(Utf8(text), list.get(), !text && !fileName ? "mapprojections.dat" : Utf8(fileName),
+                 dictionaryGrammar, &read, e.cause());
   OwnedQuery queries{read};
   if (!whole) return e.fail(2, "Error returned from olex_Parse");
   return queries.release();
 }
 
-Oprj_Query *oprj_QueryTableRead(Oprj_InitData *data, const char *fileName, Oerr_Report **err) {
+Oprj_Query *oprj_QueryTableRead(Oprj_InitData *data, const Oprj_Char *fileName, Oerr_Report **err) {
   ErrorScope e("oprj_QueryTableRead", err);
   if (!data) return e.fail(1, "Invalid input InitData");
   Oprj_Query *queries = oprj_QueryTableParse(nullptr, fileName, e.cause());

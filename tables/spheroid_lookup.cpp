@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include "tables/reference_data.h"
@@ -23,12 +22,10 @@ constexpr int32_t kDatumParams = 7;
 /// Elements of the parameter array that oprj_SpheroidByParms reads.
 constexpr size_t kParmsNeeded = 15, kNumberElement = 0, kMajorElement = 13, kMinorElement = 14;
 
-bool isEmpty(const char *text) { return !text || !*text; }
-
-bool isNamed(const Oprj_SpheroidTableEntry &entry, const char *name) {
-  if (std::strcmp(entry.name, name) == 0) return true;
+bool isNamed(const Oprj_SpheroidTableEntry &entry, const Oprj_Char *name) {
+  if (sameText(entry.name, name)) return true;
   for (const Oprj_SpheroidAlias *alias = entry.aliases; alias; alias = alias->next)
-    if (std::strcmp(alias->name, name) == 0) return true;
+    if (sameText(alias->name, name)) return true;
   return false;
 }
 
@@ -42,17 +39,17 @@ bool fillFromEntry(const Oprj_SpheroidTableEntry &entry, Oprj_Spheroid &target, 
 }  // namespace
 
 const Oprj_DatumTableEntry *orvik::oprj::findDatumEntry(const Oprj_SpheroidTableEntry &entry,
-                                                        const char *name) {
+                                                        const Oprj_Char *name) {
   const Oprj_DatumTableEntry *datum = entry.datums;
-  while (datum && std::strcmp(datum->name, name) != 0) datum = datum->next;
+  while (datum && !sameText(datum->name, name)) datum = datum->next;
   return datum;
 }
 
-Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *toolkit, const char *name, Oprj_Spheroid *target,
-                                   Oerr_Report **err) {
+Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *toolkit, const Oprj_Char *name,
+                                   Oprj_Spheroid *target, Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidByName", err);
   if (!referenceData(e, toolkit)) return nullptr;
-  if (isEmpty(name)) return e.fail(3, "Invalid spheroid name");
+  if (isBlank(name)) return e.fail(3, "Invalid spheroid name");
   if (!target) return e.fail(4, "Invalid output Oprj_Spheroid");
   const Oprj_SpheroidTableEntry *entry = oprj_SpheroidEntryByName(toolkit, name, e.cause());
   if (!entry) return e.fail(5, "Error returned from oprj_SpheroidEntryByName");
@@ -103,7 +100,7 @@ Oprj_Spheroid *oprj_SpheroidByParms(Oint_Toolkit *toolkit, const Oprj_DblArray *
   OwnedSpheroid made{oprj_SpheroidCreate(e.cause())};
   if (!made) return e.fail(8, "Error returned from oprj_SpheroidCreate");
   if (byAxes) {
-    if (!oprj_CharStrCreate("Unknown", &made->sphereName, e.cause()))
+    if (!setText(made->sphereName, "Unknown", e.cause()))
       return e.fail(9, "Error returned from oprj_CharStrCreate");
     if (!oprj_DblArrayCreate(kDatumParams, &made->datum->params, e.cause()))
       return e.fail(10, "Error returned from oprj_DblArrayCreate");
@@ -115,12 +112,12 @@ Oprj_Spheroid *oprj_SpheroidByParms(Oint_Toolkit *toolkit, const Oprj_DblArray *
   return target;
 }
 
-const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByName(Oint_Toolkit *toolkit, const char *name,
-                                                        Oerr_Report **err) {
+const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByName(Oint_Toolkit *toolkit,
+                                                        const Oprj_Char *name, Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidEntryByName", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  if (isEmpty(name)) return e.fail(3, "Invalid input spheroid name");
+  if (isBlank(name)) return e.fail(3, "Invalid input spheroid name");
   for (const auto *entry = data->spheroidTable; entry; entry = entry->next)
     if (isNamed(*entry, name)) return entry;
   // Kept: the lookups by name and by number share this message.
@@ -137,7 +134,7 @@ const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByNumber(Oint_Toolkit *toolkit,
   return e.fail(3, "Spheroid number not found in Spheroid table");
 }
 
-int32_t oprj_SpheroidNumberByName(Oint_Toolkit *toolkit, const char *name, Oerr_Report **err) {
+int32_t oprj_SpheroidNumberByName(Oint_Toolkit *toolkit, const Oprj_Char *name, Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidNumberByName", err);
   if (!referenceData(e, toolkit)) return 0;
   const Oprj_SpheroidTableEntry *entry = oprj_SpheroidEntryByName(toolkit, name, e.cause());
@@ -145,14 +142,14 @@ int32_t oprj_SpheroidNumberByName(Oint_Toolkit *toolkit, const char *name, Oerr_
   return entry->number;
 }
 
-Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const char *spheroidName, const char *datumName,
-                             Oprj_Datum *target, Oerr_Report **err) {
+Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const Oprj_Char *spheroidName,
+                             const Oprj_Char *datumName, Oprj_Datum *target, Oerr_Report **err) {
   ErrorScope e("oprj_DatumByName", err);
   if (!referenceData(e, toolkit)) return nullptr;
   if (!target) return e.fail(3, "Invalid output Oprj_Datum");
   if (!oprj_DatumInit(&target, e.cause())) return e.fail(4, "Error returned from oprj_DatumInit");
-  if (isEmpty(spheroidName) || isEmpty(datumName) ||
-      ostr_EqualIgnoringCase(datumName, kUndefinedDatum))
+  if (isBlank(spheroidName) || isBlank(datumName) ||
+      ostr_EqualIgnoringCase(Utf8(datumName), kUndefinedDatum))
     return target;
   const auto *spheroid = oprj_SpheroidEntryByName(toolkit, spheroidName, e.cause());
   if (!spheroid) return e.fail(5, "Error returned from oprj_SpheroidEntryByName");
@@ -185,23 +182,24 @@ Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const char *spheroidName, co
   return target;
 }
 
-char *oprj_GetSpheroidNameByAxes(Oint_Toolkit *toolkit, double a, double b, Oerr_Report **err) {
+Oprj_Char *oprj_GetSpheroidNameByAxes(Oint_Toolkit *toolkit, double a, double b,
+                                      Oerr_Report **err) {
   ErrorScope e("oprj_GetSpheroidNameByAxes", err);
   if (!referenceData(e, toolkit)) return nullptr;
-  char *name =
+  Oprj_Char *name =
       oprj_GetSpheroidNameByAxesWithTolerance(toolkit, a, b, kAxisSearchTolerance, e.cause());
   if (!name) return e.fail(3, "Error returned from oprj_GetSpheroidNameByAxesWithTolerance");
   return name;
 }
 
-char *oprj_GetSpheroidNameByAxesWithTolerance(Oint_Toolkit *toolkit, double a, double b,
-                                              double tolerance, Oerr_Report **err) {
+Oprj_Char *oprj_GetSpheroidNameByAxesWithTolerance(Oint_Toolkit *toolkit, double a, double b,
+                                                   double tolerance, Oerr_Report **err) {
   ErrorScope e("oprj_GetSpheroidNameByAxesWithTolerance", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
   for (const auto *entry = data->spheroidTable; entry; entry = entry->next) {
     if (std::fabs(entry->a - a) < tolerance && std::fabs(entry->b - b) < tolerance) {
-      char *name = ostr_Duplicate(entry->name);
+      Oprj_Char *name = duplicate(entry->name).release();
       if (!name) return e.fail(4, "Error allocating spheroid name");
       return name;
     }
@@ -209,15 +207,15 @@ char *oprj_GetSpheroidNameByAxesWithTolerance(Oint_Toolkit *toolkit, double a, d
   return e.fail(3, "Spheroid name not found in Spheroid table");
 }
 
-char *oprj_GetSpheroidNameByDatumName(Oint_Toolkit *toolkit, const char *datumName,
-                                      Oerr_Report **err) {
+Oprj_Char *oprj_GetSpheroidNameByDatumName(Oint_Toolkit *toolkit, const Oprj_Char *datumName,
+                                           Oerr_Report **err) {
   ErrorScope e("oprj_GetSpheroidNameByDatumName", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  if (isEmpty(datumName)) return e.fail(3, "The input datum name is not valid");
+  if (isBlank(datumName)) return e.fail(3, "The input datum name is not valid");
   for (const auto *entry = data->spheroidTable; entry; entry = entry->next) {
     if (findDatumEntry(*entry, datumName)) {
-      char *name = ostr_Duplicate(entry->name);
+      Oprj_Char *name = duplicate(entry->name).release();
       if (!name) return e.fail(5, "Error allocating spheroid name");
       return name;
     }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -16,6 +15,9 @@
 namespace orvik::oprj {
 
 namespace {
+
+/// A name as the records have it.
+using Name = std::basic_string_view<Oprj_Char>;
 
 /// Takes the record behind a link out of its list.
 template <class Record>
@@ -50,8 +52,8 @@ void freeAliases(Oprj_SpheroidAlias *list) {
 }
 
 /// Equal texts; none equals none only.
-bool same(const char *first, const char *second) {
-  return first && second ? std::strcmp(first, second) == 0 : first == second;
+bool same(const Oprj_Char *first, const Oprj_Char *second) {
+  return first && second ? Name(first) == second : first == second;
 }
 
 bool same(const Oprj_SurfaceSource *first, const Oprj_SurfaceSource *second) {
@@ -106,7 +108,8 @@ class SpheroidTableMap {
         } else {
           const Oprj_SpheroidTableEntry &home = *known.entry;
           if (entry->a != home.a || entry->b != home.b || entry->number != home.number)
-            oerr_LogMessage("%s keeps the number and the axes that were read first", home.name);
+            oerr_LogMessage("%s keeps the number and the axes that were read first",
+                            textOf(home.name).c_str());
           freeSpheroidEntries(entry);
         }
         indexAliases(known.aliases, known.entry);
@@ -156,14 +159,16 @@ class SpheroidTableMap {
     const auto [first, isNew] = numbers_.try_emplace(entry->number, entry);
     if (!isNew)
       oerr_LogMessage("The spheroid number %ld finds %s, not %s, which was read later",
-                      static_cast<long>(entry->number), first->second->name, entry->name);
+                      static_cast<long>(entry->number), textOf(first->second->name).c_str(),
+                      textOf(entry->name).c_str());
   }
   /// False when the name leads to another spheroid already.
-  bool indexName(const char *name, const Oprj_SpheroidTableEntry *entry) {
+  bool indexName(const Oprj_Char *name, const Oprj_SpheroidTableEntry *entry) {
     const auto [first, isNew] = names_.try_emplace(name, entry);
     if (first->second == entry) return isNew;
-    oerr_LogMessage("The spheroid name %s finds %s, not %s, which was read later", name,
-                    first->second->name, entry->name);
+    oerr_LogMessage("The spheroid name %s finds %s, not %s, which was read later",
+                    textOf(name).c_str(), textOf(first->second->name).c_str(),
+                    textOf(entry->name).c_str());
     return false;
   }
 
@@ -184,7 +189,8 @@ class SpheroidTableMap {
       if (!(std::fabs(datum->params[6]) <= kLargestScaleDifference)) {
         oerr_LogMessage(
             "%s is not loaded because its scale difference %g does not lie between %g and %g",
-            datum->name, datum->params[6], -kLargestScaleDifference, kLargestScaleDifference);
+            textOf(datum->name).c_str(), datum->params[6], -kLargestScaleDifference,
+            kLargestScaleDifference);
         freeDatums(unlink(last));
         continue;
       }
@@ -195,7 +201,7 @@ class SpheroidTableMap {
       }
       if (known->second.home != home || !same(*known->second.entry, *datum))
         oerr_LogMessage("%s is not loaded because the datum with same name already exists",
-                        datum->name);
+                        textOf(datum->name).c_str());
       freeDatums(unlink(last));
     }
   }
@@ -204,10 +210,10 @@ class SpheroidTableMap {
   Oprj_SpheroidTableEntry **tail_ = &list_;
   int64_t users_ = 0;
   // The first that bears a name or number; the keys lie in the records.
-  std::unordered_map<std::string_view, Spheroid> spheroids_;
+  std::unordered_map<Name, Spheroid> spheroids_;
   std::unordered_map<int32_t, const Oprj_SpheroidTableEntry *> numbers_;
-  std::unordered_map<std::string_view, const Oprj_SpheroidTableEntry *> names_;
-  std::unordered_map<std::string_view, Datum> datums_;
+  std::unordered_map<Name, const Oprj_SpheroidTableEntry *> names_;
+  std::unordered_map<Name, Datum> datums_;
 };
 
 /// What kept a callee from reading a source.
@@ -249,7 +255,7 @@ bool addSource(const char *text, const Ofio_SearchList *list, const char *name, 
 
 /// A file is taken as its name stands, else where the datum directories have it.
 bool addFile(const char *name, ErrorScope &e) {
-  const OwnedText here{ofio_Which(nullptr, name, e.cause())};
+  const InnerText here{ofio_Which(nullptr, name, e.cause())};
   if (here) return addSource(nullptr, nullptr, name, false, e);
   if (problemOf(e.causeReport()) == Problem::kMemory)
     return e.fail(6, "Error returned from ofio_Which");
@@ -289,7 +295,7 @@ bool addDirectory(const char *directory, Walk &walk, ErrorScope &e) {
   bool added = true;
   for (int32_t i = 0; added && i < count; ++i) {
     Oerr_Report *problem = nullptr;
-    const OwnedText path{ofnp_FileNameSet(directory, names[i], &problem)};
+    const InnerText path{ofnp_FileNameSet(directory, names[i], &problem)};
     if (path) {
       try {
         added = !walk.isNew(path.get()) || addSource(nullptr, nullptr, path.get(), true, e);
@@ -343,20 +349,20 @@ void freeSpheroidEntries(Oprj_SpheroidTableEntry *list) {
 
 using namespace orvik::oprj;
 
-Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const char *text, const char *fileName,
+Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
                                                  Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidTableParse", err);
   const orvik::toolkit::Guard guard;
   auto &map = SpheroidTableMap::get();
-  const bool added = text       ? addSource(text, nullptr, nullptr, false, e)
-                     : fileName ? addFile(fileName, e)
+  const bool added = text       ? addSource(Utf8(text), nullptr, nullptr, false, e)
+                     : fileName ? addFile(Utf8(fileName), e)
                                 : addDirectories(e);
   if (added) return map.use();
   map.emptyIfUnused();
   return nullptr;
 }
 
-Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, const char *fileName,
+Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, const Oprj_Char *fileName,
                                                 Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidTableRead", err);
   if (!data) return e.fail(1, "Invalid input InitData");

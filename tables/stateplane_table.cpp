@@ -26,22 +26,25 @@ void oprj_SPTableEntryFree(Oprj_SPTableEntry **list) {
   }
 }
 
-Oprj_SPTableEntry *oprj_SPTableParse(const char *text, const char *fileName, Oerr_Report **err) {
+Oprj_SPTableEntry *oprj_SPTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
+                                     Oerr_Report **err) {
   ErrorScope e("oprj_SPTableParse", err);
   OwnedSearchList list;
   if (!text) {
-    if (!fileName) fileName = "sptable.tab";
     list.reset(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
     if (!list) return e.fail(1, "Error returned from ofio_CreateSLFromEnv");
   }
   Oprj_SPTableEntry *read = nullptr;
-  const bool whole = olex_Parse(text, list.get(), fileName, zoneGrammar, &read, e.cause());
+  const bool whole =
+      olex_Parse(Utf8(text), list.get(), !text && !fileName ? "sptable.tab" : Utf8(fileName),
+                 zoneGrammar, &read, e.cause());
   OwnedZone zones{read};
   if (!whole) return e.fail(2, "Error returned from olex_Parse");
   return zones.release();
 }
 
-Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const char *fileName, Oerr_Report **err) {
+Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const Oprj_Char *fileName,
+                                    Oerr_Report **err) {
   ErrorScope e("oprj_SPTableRead", err);
   if (!data) return e.fail(1, "Invalid input InitData");
   Oprj_SPTableEntry *zones = oprj_SPTableParse(nullptr, fileName, e.cause());
@@ -50,15 +53,16 @@ Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const char *fileName, O
   return data->statePlaneTable;
 }
 
-const Oprj_SPTableEntry *oprj_SPEntryByNames(Oint_Toolkit *toolkit, const char *stateName,
-                                             const char *zoneName, int32_t nadCode,
+const Oprj_SPTableEntry *oprj_SPEntryByNames(Oint_Toolkit *toolkit, const Oprj_Char *stateName,
+                                             const Oprj_Char *zoneName, int32_t nadCode,
                                              Oerr_Report **err) {
   ErrorScope e("oprj_SPEntryByNames", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
+  const Utf8 state(stateName), name(zoneName);
   for (const Oprj_SPTableEntry *zone = data->statePlaneTable; zone; zone = zone->next) {
-    if (zone->nadCode == nadCode && ostr_EqualIgnoringCase(zone->stateName, stateName) &&
-        ostr_EqualIgnoringCase(zone->zoneName, zoneName))
+    if (zone->nadCode == nadCode && ostr_EqualIgnoringCase(textOf(zone->stateName), state) &&
+        ostr_EqualIgnoringCase(textOf(zone->zoneName), name))
       return zone;
   }
   return e.fail(3, "State name and Zone name not found in State Plane table");

@@ -226,8 +226,8 @@ Record *newRecord() {
   return record;
 }
 /// A text of its own; throws without memory.
-inline char *newText(Lexeme text) {
-  char *copy = toolkit::heapCopy({text.data, text.size}).release();
+inline Oprj_Char *newText(Lexeme text) {
+  Oprj_Char *copy = oprj::newText({text.data, text.size}).release();
   if (!copy) throw std::bad_alloc();
   return copy;
 }

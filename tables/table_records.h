@@ -50,7 +50,8 @@ Record **tailOf(Record **list) {
 }
 
 /// The datum of that name (case included) in a spheroid's entry, or null.
-const Oprj_DatumTableEntry *findDatumEntry(const Oprj_SpheroidTableEntry &entry, const char *name);
+const Oprj_DatumTableEntry *findDatumEntry(const Oprj_SpheroidTableEntry &entry,
+                                           const Oprj_Char *name);
 
 /// Frees a list of spheroid entries that the spheroid table map does not hold.
 void freeSpheroidEntries(Oprj_SpheroidTableEntry *list);

@@ -13,8 +13,6 @@ namespace orvik::oprj {
 
 namespace {
 
-constexpr const char *kLibrary = "oPrj";
-
 /// The library's slot in the toolkit's record, or null. There is one record in a process, so its
 /// slot is asked for once; asking takes a lock.
 void **librarySlot(Oint_Toolkit *toolkit) {
@@ -103,8 +101,9 @@ const Oprj_InitData *oprj_InitDataGet(Oint_Toolkit *toolkit, Oerr_Report **err) 
   return referenceData(e, toolkit);
 }
 
-Oprj_InitData *oprj_InitProjectionData(const char *dictionaryFile, const char *spheroidFile,
-                                       const char *statePlaneFile, Oerr_Report **err) {
+Oprj_InitData *oprj_InitProjectionData(const Oprj_Char *dictionaryFile,
+                                       const Oprj_Char *spheroidFile,
+                                       const Oprj_Char *statePlaneFile, Oerr_Report **err) {
   ErrorScope e("oprj_InitProjectionData", err);
   OwnedInitData data{oprj_InitDataCreate(e.cause())};
   if (!data) return e.fail(1, "Error returned from oprj_InitDataCreate");

@@ -44,7 +44,7 @@ typedef struct Oprj_SpheroidAlias Oprj_SpheroidAlias;
 /** A question that fills a field or a slot of proParams. */
 struct Oprj_QueryEntry {
   Oprj_QueryEntry *next;
-  char *prompt;
+  Oprj_Char *prompt;
   int32_t index;
   int32_t kind;
   int32_t unit;
@@ -52,31 +52,31 @@ struct Oprj_QueryEntry {
   /** Working space of the dialogue; kind 1 keeps its spheroid's name here (owned). */
   union {
     int32_t words[4];
-    char *spheroidName;
+    Oprj_Char *spheroidName;
   } valueArea;
   /* How texts (text.h) answer the question. */
-  char *key;           /**< its short name ("lon_0"); null: the slot's number alone */
+  Oprj_Char *key;      /**< its short name ("lon_0"); null: the slot's number alone */
   int32_t needed;      /**< 1: it has no natural answer and must be given */
   double defaultValue; /**< the answer when it is left out, in the question's unit (degrees, ...) */
-  char *defaultKey;    /**< the key whose answer is taken instead of defaultValue; may be null */
+  Oprj_Char *defaultKey; /**< the key whose answer is taken instead of defaultValue; may be null */
 };
 
 /** A branch of a condition: chosen by `value`, it asks `queryEntryList` (may be null). */
 struct Oprj_CondQueryEntry {
   Oprj_CondQueryEntry *next;
   double value;
-  char *label;
+  Oprj_Char *label;
   Oprj_QueryEntry *queryEntryList;
 };
 
 /** A projection of the dictionary. */
 struct Oprj_Query {
   Oprj_Query *next;
-  char *name;
+  Oprj_Char *name;
   int32_t type; /**< 0 internal, 1 external */
   union {
-    int32_t number;   /**< internal */
-    char *executable; /**< external */
+    int32_t number;        /**< internal */
+    Oprj_Char *executable; /**< external */
   };
   Oprj_QueryEntry *paramsQuerylist;
   Oprj_QueryEntry *proParamsQuerylist;
@@ -85,8 +85,8 @@ struct Oprj_Query {
 /** A State Plane zone. */
 struct Oprj_SPTableEntry {
   Oprj_SPTableEntry *next;
-  char *stateName;
-  char *zoneName;
+  Oprj_Char *stateName;
+  Oprj_Char *zoneName;
   int32_t zoneNumber;
   int32_t nadCode; /**< 1 NAD27, 2 NAD83 */
   int32_t
@@ -97,19 +97,19 @@ struct Oprj_SPTableEntry {
 
 struct Oprj_SpheroidAlias {
   Oprj_SpheroidAlias *next;
-  char *name;
+  Oprj_Char *name;
 };
 
 /** What the shifts of a surface datum are read from. */
 typedef struct {
   int32_t kind;                         /**< 0 constant, 1 raster, 2 vector */
   double longitudeShift, latitudeShift; /**< constant: arc-seconds, east and north positive */
-  char *longitudeFile;                  /**< raster; vector: its file */
-  char *latitudeFile;                   /**< raster */
+  Oprj_Char *longitudeFile;             /**< raster; vector: its file */
+  Oprj_Char *latitudeFile;              /**< raster */
   int32_t bilinear;                     /**< resample or interpolation "bilinear" */
   int32_t hasNodata;
   double nodata;
-  char *baseDatum;
+  Oprj_Char *baseDatum;
   int32_t baseIsGrid; /**< keyword "gridbasedatum" */
   int32_t fromDatum;  /**< keyword "fromdatum" */
 } Oprj_SurfaceSource;
@@ -117,22 +117,22 @@ typedef struct {
 /** A datum of a spheroid's table entry. */
 struct Oprj_DatumTableEntry {
   Oprj_DatumTableEntry *next;
-  char *name;
+  Oprj_Char *name;
   int32_t type;
   double params[7];
-  char *gridname;
+  Oprj_Char *gridname;
   Oprj_SurfaceSource *surface; /**< owned; only for the surface type */
-  char *description;
+  Oprj_Char *description;
 };
 
 /** A spheroid with its datums. */
 struct Oprj_SpheroidTableEntry {
   Oprj_SpheroidTableEntry *next;
-  char *name;
+  Oprj_Char *name;
   int32_t number;
   double a, b;
   Oprj_SpheroidAlias *aliases;
-  char *description;
+  Oprj_Char *description;
   Oprj_DatumTableEntry *datums;
 };
 
@@ -168,9 +168,9 @@ OPRJ_API const Oprj_InitData *oprj_InitDataGet(Oint_Toolkit *toolkit, Oerr_Repor
 
 /** New reference data from files (null: the default ones). A table that cannot be read stays empty:
    the data is returned all the same, beside the report of the last step that failed. */
-OPRJ_API Oprj_InitData *oprj_InitProjectionData(const char *dictionaryFile,
-                                                const char *spheroidFile,
-                                                const char *statePlaneFile, Oerr_Report **err);
+OPRJ_API Oprj_InitData *oprj_InitProjectionData(const Oprj_Char *dictionaryFile,
+                                                const Oprj_Char *spheroidFile,
+                                                const Oprj_Char *statePlaneFile, Oerr_Report **err);
 /** New reference data without tables; null with 1 "Error allocating InitData". */
 OPRJ_API Oprj_InitData *oprj_InitDataCreate(Oerr_Report **err);
 /** Frees the data with its tables (the dictionary of designs lives on) and nulls the pointer; null
@@ -183,13 +183,14 @@ OPRJ_API void oprj_InitDataFree(Oprj_InitData **data);
    "Invalid input InitData" or 2 "Error returned from oprj_...Parse", the table as before. --- */
 
 /** Appends the projections of a dictionary (null: "mapprojections.dat"). */
-OPRJ_API Oprj_Query *oprj_QueryTableRead(Oprj_InitData *data, const char *fileName,
+OPRJ_API Oprj_Query *oprj_QueryTableRead(Oprj_InitData *data, const Oprj_Char *fileName,
                                          Oerr_Report **err);
 /** The projections of a dictionary; free with oprj_QueryFree. */
-OPRJ_API Oprj_Query *oprj_QueryTableParse(const char *text, const char *fileName,
+OPRJ_API Oprj_Query *oprj_QueryTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
                                           Oerr_Report **err);
 /** Joins the spheroids of a table (null: every "spheroid*.tab") to the data's. */
-OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, const char *fileName,
+OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data,
+                                                         const Oprj_Char *fileName,
                                                          Oerr_Report **err);
 /** The list is the process's one table of all spheroids read so far, and the caller one more user
    of it: release it with oprj_SpheroidTableEntryFree. Syntax errors are printed, and what was read
@@ -197,13 +198,14 @@ OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableRead(Oprj_InitData *data, co
    "DatumManagerGetConfigurationSearchList failed", 2 "Error returned from olex_Parse", and for
    lack of memory 3 "Error allocating spheroid table map", 4 "Error returned from
    ofio_DirectoryList", 5 "ofnp_FileNameSet fail", 6 "Error returned from ofio_Which". */
-OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const char *text, const char *fileName,
+OPRJ_API Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const Oprj_Char *text,
+                                                          const Oprj_Char *fileName,
                                                           Oerr_Report **err);
 /** Appends the State Plane zones of a table (null: "sptable.tab"). */
-OPRJ_API Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const char *fileName,
+OPRJ_API Oprj_SPTableEntry *oprj_SPTableRead(Oprj_InitData *data, const Oprj_Char *fileName,
                                              Oerr_Report **err);
 /** The State Plane zones of a table; free with oprj_SPTableEntryFree. */
-OPRJ_API Oprj_SPTableEntry *oprj_SPTableParse(const char *text, const char *fileName,
+OPRJ_API Oprj_SPTableEntry *oprj_SPTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
                                               Oerr_Report **err);
 
 /* --- records of the tables: creators copy texts (null: the empty one) and adopt lists only on
@@ -211,19 +213,20 @@ OPRJ_API Oprj_SPTableEntry *oprj_SPTableParse(const char *text, const char *file
 
 /** A projection: `number` of an internal, `executable` of an external one; "Error allocating
    Query". */
-OPRJ_API Oprj_Query *oprj_QueryCreate(const char *name, int32_t type, int32_t number,
-                                      const char *executable, Oprj_QueryEntry *paramsQuerylist,
+OPRJ_API Oprj_Query *oprj_QueryCreate(const Oprj_Char *name, int32_t type, int32_t number,
+                                      const Oprj_Char *executable, Oprj_QueryEntry *paramsQuerylist,
                                       Oprj_QueryEntry *proParamsQuerylist, Oerr_Report **err);
 /** A question of any kind but the spheroid by name; "Error allocating Query Entry". */
-OPRJ_API Oprj_QueryEntry *oprj_QueryEntryCreate(const char *prompt, int32_t index, int32_t kind,
-                                                int32_t unit, Oprj_CondQueryEntry *conditionalList,
+OPRJ_API Oprj_QueryEntry *oprj_QueryEntryCreate(const Oprj_Char *prompt, int32_t index,
+                                                int32_t kind, int32_t unit,
+                                                Oprj_CondQueryEntry *conditionalList,
                                                 Oerr_Report **err);
 /** The question for a datum of a spheroid that is given; "Error allocating Query Entry". */
-OPRJ_API Oprj_QueryEntry *oprj_QueryEntryCreateSpheroidByName(const char *prompt,
-                                                              const char *spheroidName,
+OPRJ_API Oprj_QueryEntry *oprj_QueryEntryCreateSpheroidByName(const Oprj_Char *prompt,
+                                                              const Oprj_Char *spheroidName,
                                                               Oerr_Report **err);
 /** A branch of a condition; "Error allocating Conditional Query Entry". */
-OPRJ_API Oprj_CondQueryEntry *oprj_CondQueryEntryCreate(double value, const char *label,
+OPRJ_API Oprj_CondQueryEntry *oprj_CondQueryEntryCreate(double value, const Oprj_Char *label,
                                                         Oprj_QueryEntry *queryEntryList,
                                                         Oerr_Report **err);
 /** An empty zone of NAD27; "Error allocating SPTableEntry". */
@@ -259,7 +262,7 @@ OPRJ_API void oprj_CondQueryEntryListPrint(const Oprj_CondQueryEntry *list);
 /** The first spheroid with that name or alias: 3 "Invalid input spheroid name", 4 "Spheroid number
    not found in Spheroid table". */
 OPRJ_API const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByName(Oint_Toolkit *toolkit,
-                                                                 const char *name,
+                                                                 const Oprj_Char *name,
                                                                  Oerr_Report **err);
 /** The first spheroid with that number: 3 "Spheroid number not found in Spheroid table". */
 OPRJ_API const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByNumber(Oint_Toolkit *toolkit,
@@ -267,7 +270,7 @@ OPRJ_API const Oprj_SpheroidTableEntry *oprj_SpheroidEntryByNumber(Oint_Toolkit 
                                                                    Oerr_Report **err);
 /** The projection of that name: 2 "oprj_Init failed", 3 "Projection name not found in query
    list". */
-OPRJ_API const Oprj_Query *oprj_QueryByName(Oint_Toolkit *toolkit, const char *name,
+OPRJ_API const Oprj_Query *oprj_QueryByName(Oint_Toolkit *toolkit, const Oprj_Char *name,
                                             Oerr_Report **err);
 /** The first internal projection with that number: 3 "Projection number not found in query
    list". */
@@ -285,8 +288,9 @@ OPRJ_API Oprj_CharStr *oprj_ProjName(Oint_Toolkit *toolkit, int32_t number, Oprj
                                      Oerr_Report **err);
 /** The zone of a state by name (both in any case) and NAD code (1 or 2): 3 "State name and Zone
    name not found in State Plane table". */
-OPRJ_API const Oprj_SPTableEntry *oprj_SPEntryByNames(Oint_Toolkit *toolkit, const char *stateName,
-                                                      const char *zoneName, int32_t nadCode,
+OPRJ_API const Oprj_SPTableEntry *oprj_SPEntryByNames(Oint_Toolkit *toolkit,
+                                                      const Oprj_Char *stateName,
+                                                      const Oprj_Char *zoneName, int32_t nadCode,
                                                       Oerr_Report **err);
 /** `zone` below 0 is compared with the stored (negated) FIPS code, else with the zone number: 3
    "Zone number not found in State Plane table". */
@@ -299,7 +303,7 @@ OPRJ_API const Oprj_SPTableEntry *oprj_SPEntryByZoneNumber(Oint_Toolkit *toolkit
 /** Fills name and axes of `target` (its datum stays) and returns it: 3 "Invalid spheroid name", 4
    "Invalid output Oprj_Spheroid", 5 "Error returned from oprj_SpheroidEntryByName", 6 "Error
    returned from oprj_CharStrCreate". */
-OPRJ_API Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *toolkit, const char *name,
+OPRJ_API Oprj_Spheroid *oprj_SpheroidByName(Oint_Toolkit *toolkit, const Oprj_Char *name,
                                             Oprj_Spheroid *target, Oerr_Report **err);
 /** The same by number: 3 "Invalid output Oprj_Spheroid", 4 "Error returned from
    oprj_SpheroidEntryByNumber", 5 "Error returned from oprj_CharStrCreate". */
@@ -317,37 +321,40 @@ OPRJ_API Oprj_Spheroid *oprj_SpheroidByParms(Oint_Toolkit *toolkit, const Oprj_D
                                              Oprj_Spheroid *target, Oerr_Report **err);
 /** The number of a spheroid; 0, which may be a number too, with 3 "Error returned from
    oprj_SpheroidEntryByName". */
-OPRJ_API int32_t oprj_SpheroidNumberByName(Oint_Toolkit *toolkit, const char *name,
+OPRJ_API int32_t oprj_SpheroidNumberByName(Oint_Toolkit *toolkit, const Oprj_Char *name,
                                            Oerr_Report **err);
 /** Fills `target` (reset first) with a datum of the spheroid's table entry; an empty name or
    "Undefined" leaves it undefined. A grid datum's file is opened: when that fails the datum keeps
    its name, type and grid name. 3 "Invalid output Oprj_Datum", 5 "Error returned from
    oprj_SpheroidEntryByName", 6 "Datum name not found in Spheroid table", 10 "Error returned from
    datafileOpen", 11 "Error returned from oprj_ShiftSurfaceDuplicate"; 4 and 7 to 9 memory. */
-OPRJ_API Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const char *spheroidName,
-                                      const char *datumName, Oprj_Datum *target, Oerr_Report **err);
+OPRJ_API Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const Oprj_Char *spheroidName,
+                                      const Oprj_Char *datumName, Oprj_Datum *target,
+                                      Oerr_Report **err);
 /** New text: the first spheroid whose axes differ from `a` and `b` (metres) by less than 1e-5 m;
    null with 3 "Error returned from oprj_GetSpheroidNameByAxesWithTolerance". */
-OPRJ_API char *oprj_GetSpheroidNameByAxes(Oint_Toolkit *toolkit, double a, double b,
-                                          Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_GetSpheroidNameByAxes(Oint_Toolkit *toolkit, double a, double b,
+                                               Oerr_Report **err);
 /** The same with `tolerance` metres: 3 "Spheroid name not found in Spheroid table", 4 "Error
    allocating spheroid name". */
-OPRJ_API char *oprj_GetSpheroidNameByAxesWithTolerance(Oint_Toolkit *toolkit, double a, double b,
-                                                       double tolerance, Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_GetSpheroidNameByAxesWithTolerance(Oint_Toolkit *toolkit, double a,
+                                                            double b, double tolerance,
+                                                            Oerr_Report **err);
 /** New text: the spheroid that a datum lies on; 3 "The input datum name is not valid", 4 "Spheroid
    name not found based on the given datum name", 5 "Error allocating spheroid name". */
-OPRJ_API char *oprj_GetSpheroidNameByDatumName(Oint_Toolkit *toolkit, const char *datumName,
-                                               Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_GetSpheroidNameByDatumName(Oint_Toolkit *toolkit,
+                                                    const Oprj_Char *datumName, Oerr_Report **err);
 
 /** A new record from the dictionary entry of that name (any case): parameters all zero, spheroid
     "Clarke 1866" with its datum of the same name. 3 "Invalid Projection Name", 4 to 8 callees. */
-OPRJ_API Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const char *name,
+OPRJ_API Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit,
+                                                            const Oprj_Char *name,
                                                             Oerr_Report **err);
 /** New text: "UTM, Zone 17" and the like, else the projection's name; 1 "Toolkit has not been
    initialized", 3 "Invalid input Oprj_ProParameters", 4 "Error allocating projection
    description". */
-OPRJ_API char *oprj_ProjectionDescribe(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
-                                       Oerr_Report **err);
+OPRJ_API Oprj_Char *oprj_ProjectionDescribe(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,
+                                            Oerr_Report **err);
 /* --- dialogue on standard input and output --- */
 
 /** Asks for a spheroid and a datum until they are known, and fills `target`: 3 "Invalid output

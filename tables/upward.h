@@ -9,7 +9,7 @@
 extern "C" {
 
 // datum/datum_shift.h
-Oprj_GridData *oprj_DatumGridFileOpen(const char *name, Oerr_Report **err);
+Oprj_GridData *oprj_DatumGridFileOpen(const Oprj_Char *name, Oerr_Report **err);
 
 // projections/families.h
 int32_t oprj_NADCodeGet(const Oprj_ProParameters *record);

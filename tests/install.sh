@@ -37,6 +37,13 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 gcc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/examples/link/project_a_point.c" -o "$work/second" \
   $(pkg-config --cflags --libs oprj)
 second=$("$work/second")
+cat > "$work/wide.c" <<END
+#include <oprj/oprj.h>
+int main(void) { return oprj_QueryByName(oint_InitToolkit(NULL), u"Sinusoidal", NULL) == NULL; }
+END
+gcc -std=c11 -Wall -Wextra -Wpedantic -Werror -DOPRJ_WIDE "$work/wide.c" -o "$work/wide" \
+  $(pkg-config --cflags oprj) -L"$libdir" -loPrjU -loPrjToolkit
+"$work/wide" || { echo "the wide library finds no projection"; exit 1; }
 cmake -S "$source/examples/shift-plugin" -B "$work/plugin" -DCMAKE_PREFIX_PATH="$work/usr" > "$work/log"
 cmake --build "$work/plugin" > "$work/log"
 readelf -d "$work/plugin/affine_shift.so" | grep -q oPrj && { echo "the plug-in links oPrj"; exit 1; }

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "records/text.h"
+
 namespace orvik::oprj {
 
 using toolkit::HeapBlock;
@@ -130,7 +132,7 @@ Oprj_GridInfo *oprj_GridHeaderRead(const Oprj_GridData *file, Oerr_Report **err)
     else chain.reset(info);
     last = info;
     const GridRecord record = header.record(i);
-    info->name = orvik::toolkit::heapCopy(record.name).release();
+    info->name = newText(record.name).release();
     if (!info->name) return e.fail(4, "Error returned from oprj_GridInfoCreate");
     info->south = record.south;
     info->west = record.west;

@@ -38,7 +38,7 @@ bool Bases::climb(const Oprj_Spheroid &from, bool vertical, Levels &levels) {
     if (levels.size() > kMostBases) {
       *e_.cause() = oerr_CreateErrorReport(e_.operation(), kNoDatum, OERR_SEVERITY_ERROR, nullptr,
                                            "\"%s\" has more than %d bases; is it its own?",
-                                           nameOf(from), int{kMostBases});
+                                           nameOf(from).c_str(), int{kMostBases});
       return e_.fail(kNoDatum, "Cannot get datum by name");
     }
     const Oprj_Spheroid *base = fetch(surface.baseDatum.c_str());

@@ -43,8 +43,8 @@ class Bases {
 inline int32_t typeOf(const Oprj_Spheroid &spheroid) {
   return spheroid.datum ? spheroid.datum->type : OPRJ_DATUM_NONE;
 }
-inline const char *nameOf(const Oprj_Spheroid &spheroid) {
-  return spheroid.datum ? textOf(spheroid.datum->datumname) : "";
+inline Utf8 nameOf(const Oprj_Spheroid &spheroid) {
+  return spheroid.datum ? textOf(spheroid.datum->datumname) : textOf("");
 }
 bool sameDatum(const Oprj_Spheroid &first, const Oprj_Spheroid &second);
 inline const Oprj_ShiftSurface &surfaceOf(const Oprj_Spheroid &spheroid) {

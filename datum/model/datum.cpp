@@ -27,7 +27,7 @@ constexpr int kParameters = 7;
 
 /// False after the report of a datum without a name.
 bool isNamed(const char *name, ErrorScope &e) {
-  if (*textOf(name)) return true;
+  if (*orEmpty(name)) return true;
   return e.fail(1, "Invalid datum name");
 }
 
@@ -35,7 +35,7 @@ bool isNamed(const char *name, ErrorScope &e) {
 bool hasParts(const char *name, const char *base, const ShiftSurface::Ptr &surface, bool vertical,
               ErrorScope &e) {
   if (!isNamed(name, e)) return false;
-  if (!*textOf(base)) return e.fail(2, "Invalid base datum name");
+  if (!*orEmpty(base)) return e.fail(2, "Invalid base datum name");
   if (!surface || surface->IsVertical() != vertical) return e.fail(3, "Invalid surface");
   return true;
 }
@@ -47,10 +47,10 @@ bool fillSpheroid(const Datum &datum, Oprj_Spheroid *target, ErrorScope &e, Fill
   if (!target) return e.fail(1, "Invalid output Oprj_Spheroid");
   const OwnedSpheroid made(oprj_SpheroidCreate(e.cause()));
   if (!made) return e.fail(4, "Error returned from oprj_SpheroidCreate");
-  if (!oprj_SpheroidByName(oint_InitToolkit(nullptr), datum.GetSpheroidName(), made.get(),
+  if (!oprj_SpheroidByName(oint_InitToolkit(nullptr), Flat(datum.GetSpheroidName()), made.get(),
                            e.cause()))
     return e.fail(2, "Error returned from oprj_SpheroidByName");
-  if (!oprj_CharStrCreate(datum.GetName(), &made->datum->datumname, e.cause()))
+  if (!setText(made->datum->datumname, datum.GetName(), e.cause()))
     return e.fail(3, "Error returned from oprj_CharStrCreate");
   made->datum->type = datum.GetDatumType();
   if (!fillRest(*made->datum)) return false;
@@ -76,7 +76,7 @@ Oprj_ShiftSurface *recordOf(const ShiftSurface::Ptr &surface, const char *base, 
 // --- every datum ---
 
 Datum::Datum(const char *name, const char *spheroidName, const char *description, const char *other)
-    : texts_(new Texts{{}, name, textOf(spheroidName), textOf(description), textOf(other)}) {}
+    : texts_(new Texts{{}, name, orEmpty(spheroidName), orEmpty(description), orEmpty(other)}) {}
 Datum::~Datum() { delete texts_; }
 const char *Datum::GetName() const { return texts_->name.c_str(); }
 const char *Datum::GetSpheroidName() const { return texts_->spheroid.c_str(); }
@@ -116,7 +116,7 @@ EllipsoidDatum::Ptr EllipsoidDatum::MakeGrid(const char *name, const char *spher
   ErrorScope e("EllipsoidDatum::MakeGrid", err);
   return guardedMake<Ptr>(e, 3, [&]() -> Ptr {
     if (!isNamed(name, e)) return Ptr();
-    if (!*textOf(gridName)) {
+    if (!*orEmpty(gridName)) {
       e.fail(2, "Invalid grid name");
       return Ptr();
     }
@@ -153,9 +153,9 @@ bool EllipsoidDatum::FillSpheroid(Oprj_Spheroid *spheroid, Oerr_Report **err) co
         return e.fail(5, "Error returned from oprj_DblArrayCreate");
       std::copy_n(parameters_, kParameters, datum.params.data);
     } else if (type_ == OPRJ_DATUM_GRID) {
-      if (!oprj_CharStrCreate(GetGridName(), &datum.gridname, e.cause()))
+      if (!setText(datum.gridname, GetGridName(), e.cause()))
         return e.fail(5, "Error returned from oprj_CharStrCreate");
-      datum.gridData = oprj_DatumGridFileOpen(GetGridName(), e.cause());
+      datum.gridData = oprj_DatumGridFileOpen(Flat(GetGridName()), e.cause());
       if (!datum.gridData) return e.fail(6, "Error returned from oprj_DatumGridFileOpen");
     }
     return true;

@@ -92,14 +92,14 @@ void tellChange(Changed *changed, DatumChange change, const char *name) {
 
 /// A datum of the tables as an object; null after a report.
 Datum::Ptr datumOf(const Oprj_DatumTableEntry &entry, const char *spheroid, Oerr_Report **err) {
+  const Utf8 name(entry.name), description(entry.description);
   switch (entry.type) {
     case OPRJ_DATUM_PARAMETRIC:
-      return EllipsoidDatum::MakeParametric(entry.name, spheroid, entry.description, entry.params,
-                                            err);
+      return EllipsoidDatum::MakeParametric(name, spheroid, description, entry.params, err);
     case OPRJ_DATUM_GRID:
-      return EllipsoidDatum::MakeGrid(entry.name, spheroid, entry.description, entry.gridname, err);
+      return EllipsoidDatum::MakeGrid(name, spheroid, description, Utf8(entry.gridname), err);
     case OPRJ_DATUM_REGRESSION:
-      return EllipsoidDatum::MakeRegression(entry.name, spheroid, entry.description, err);
+      return EllipsoidDatum::MakeRegression(name, spheroid, description, err);
     default:
       break;
   }
@@ -108,9 +108,9 @@ Datum::Ptr datumOf(const Oprj_DatumTableEntry &entry, const char *spheroid, Oerr
   if (!record) return Datum::Ptr();
   const char *base = record->baseDatum.c_str();
   if (record->surface->IsVertical())
-    return VerticalDatum::Make(entry.name, spheroid, entry.description, record->surface, base, err);
-  return SurfaceDatum::Make(entry.name, spheroid, entry.description, record->surface, base,
-                            record->baseIsGrid, record->fromDatum, err);
+    return VerticalDatum::Make(name, spheroid, description, record->surface, base, err);
+  return SurfaceDatum::Make(name, spheroid, description, record->surface, base, record->baseIsGrid,
+                            record->fromDatum, err);
 }
 
 }  // namespace
@@ -179,17 +179,18 @@ Datum::Ptr DatumManager::GetDatum(const char *name, Oerr_Report **err) const {
   ErrorScope e("DatumManager::GetDatum", err);
   return guardedMake<Datum::Ptr>(e, 4, [&]() -> Datum::Ptr {
     const auto refuse = [](Failed) { return Datum::Ptr(); };
-    if (!*textOf(name)) return refuse(e.fail(1, "Invalid datum name"));
+    if (!*orEmpty(name)) return refuse(e.fail(1, "Invalid datum name"));
     {
       const std::lock_guard lock(state().mutex);
       if (const auto at = state().find(name); at != state().own.end()) return *at;
     }
     Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
-    const OwnedText home(oprj_GetSpheroidNameByDatumName(toolkit, name, e.cause()));
+    const Flat wanted(name);
+    const OwnedText home(oprj_GetSpheroidNameByDatumName(toolkit, wanted, e.cause()));
     if (!home) return refuse(e.fail(2, "Error returned from oprj_GetSpheroidNameByDatumName"));
     const auto *spheroid = oprj_SpheroidEntryByName(toolkit, home.get(), e.cause());
-    const auto *entry = spheroid ? findDatumEntry(*spheroid, name) : nullptr;
-    Datum::Ptr datum = entry ? datumOf(*entry, home.get(), e.cause()) : Datum::Ptr();
+    const auto *entry = spheroid ? findDatumEntry(*spheroid, wanted) : nullptr;
+    Datum::Ptr datum = entry ? datumOf(*entry, Utf8(home.get()), e.cause()) : Datum::Ptr();
     if (!datum) return refuse(e.fail(3, "The datum \"%s\" cannot be made", name));
     return datum;
   });
@@ -207,7 +208,7 @@ bool DatumManager::GetDatumNames(std::vector<std::string> &names, Oerr_Report **
     if (!data) return e.fail(1, "Error returned from oprj_InitDataGet");
     for (const auto *spheroid = data->spheroidTable; spheroid; spheroid = spheroid->next)
       for (const auto *datum = spheroid->datums; datum; datum = datum->next)
-        all.push_back(datum->name);
+        all.emplace_back(textOf(datum->name));
     names.swap(all);
     return true;
   });
@@ -217,7 +218,8 @@ bool DatumManager::AddDatum(const Datum::Ptr &datum, Oerr_Report **err) {
   ErrorScope e("DatumManager::AddDatum", err);
   if (!datum) return e.fail(1, "Invalid input Datum");
   const char *name = datum->GetName();
-  const OwnedText home(oprj_GetSpheroidNameByDatumName(oint_InitToolkit(nullptr), name, e.cause()));
+  const OwnedText home(
+      oprj_GetSpheroidNameByDatumName(oint_InitToolkit(nullptr), Flat(name), e.cause()));
   Changed *changed = nullptr;
   const bool added = guarded(e, 3, [&]() -> bool {
     const std::lock_guard lock(state().mutex);
@@ -237,9 +239,9 @@ bool DatumManager::RemoveDatum(const char *name, Oerr_Report **err) {
   Changed *changed = nullptr;
   {
     const std::lock_guard lock(state().mutex);
-    const auto at = state().find(textOf(name));
+    const auto at = state().find(orEmpty(name));
     if (at == state().own.end())
-      return e.fail(1, "Datum \"%s\" is not the program's own", textOf(name));
+      return e.fail(1, "Datum \"%s\" is not the program's own", orEmpty(name));
     removed = *at;
     state().own.erase(at);
     changed = state().changed;

@@ -17,12 +17,12 @@ enum Code : int32_t { kEmpty = 1, kFromUnit = 5, kToUnit = 6, kParametricFailed 
 
 /// Metres of a side's unit; 0 after a report.
 double metresOf(const Oprj_ElevationInfo &info, int32_t code, const char *side, ErrorScope &e) {
-  const char *name = *textOf(info.elevationUnit) ? textOf(info.elevationUnit) : "meters";
+  const Utf8 name = isBlank(info.elevationUnit) ? textOf("meters") : textOf(info.elevationUnit);
   const Ocvt_Unit *unit = ocvt_UnitSetByName(name, e.cause());
   if (unit && (unit->kind != OCVT_KIND_DISTANCE || !(unit->factor > 0.0))) {
     unit = nullptr;
     *e.cause() = oerr_CreateErrorReport(e.operation(), code, OERR_SEVERITY_ERROR, nullptr,
-                                        "\"%s\" is no unit of length", name);
+                                        "\"%s\" is no unit of length", name.c_str());
   }
   if (!unit) return e.fail(code, "Error returned from ocvt_UnitSetByName for %s", side);
   return unit->factor;
@@ -140,7 +140,7 @@ double *oprj_ElevationConvert(const Oprj_Point *lonLat, const double *in,
       oerr_LogMessage(
           "oprj_ElevationConvert: the vertical datum of one side is not known, elevations above "
           "\"%s\" change unit and direction only",
-          textOf((fromUndefined ? to : from)->verticalDatum->datumname));
+          textOf((fromUndefined ? to : from)->verticalDatum->datumname).c_str());
     HeightShift heights(e);
     if (!fromUndefined && !toUndefined &&
         !heights.prepare(*from->verticalDatum, *to->verticalDatum))

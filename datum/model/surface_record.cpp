@@ -60,7 +60,7 @@ std::vector<KnownSurface> &knownSurfaces() {
 
 /// Finds a file of the table along the search list; false after a report in the cause.
 bool resolve(const char *name, FileKey::File &file, ErrorScope &e) {
-  const OwnedText path(DatumManager::Instance().ResolveDatumFileName(name, e.cause()));
+  const InnerText path(DatumManager::Instance().ResolveDatumFileName(name, e.cause()));
   if (!path) return false;
   file.path = path.get();
   return ofio_FileStampGet(path.get(), &file.stamp, e.cause()) != 0;
@@ -102,7 +102,7 @@ Oprj_ShiftSurface *orvik::oprj::shiftSurfaceFromSource(const Oprj_SurfaceSource 
   ErrorScope e("shiftSurfaceFromSource", err);
   return guarded(e, 4, [&]() -> Oprj_ShiftSurface * {
     auto made = std::make_unique<Oprj_ShiftSurface>();
-    made->baseDatum = textOf(source.baseDatum);
+    made->baseDatum = textOf(source.baseDatum).c_str();
     made->baseIsGrid = source.baseIsGrid != 0;
     made->fromDatum = source.fromDatum != 0;
     if (source.kind == kConstant) {
@@ -114,8 +114,8 @@ Oprj_ShiftSurface *orvik::oprj::shiftSurfaceFromSource(const Oprj_SurfaceSource 
                   source.hasNodata ? source.nodata : OrvikDatum::NoNodata(),
                   {},
                   {}};
-      if (!resolve(source.longitudeFile, key.first, e) ||
-          (source.kind == kRaster && !resolve(source.latitudeFile, key.second, e)))
+      if (!resolve(Utf8(source.longitudeFile), key.first, e) ||
+          (source.kind == kRaster && !resolve(Utf8(source.latitudeFile), key.second, e)))
         return e.fail(1, "The file of a shift surface cannot be read");
       made->surface = surfaceOfFiles(key, e.cause());
     }
@@ -141,17 +141,17 @@ Oprj_ShiftSurface *oprj_ShiftSurfaceGetByProParams(const Oprj_ProParameters *rec
   ErrorScope e("oprj_ShiftSurfaceGetByProParams", err);
   if (!record || !record->proSpheroid || !record->proSpheroid->datum)
     return e.fail(1, "Invalid input Oprj_ProParameters");
-  const char *datumName = textOf(record->proSpheroid->datum->datumname);
+  const Oprj_Char *spheroidName = unitsOf(record->proSpheroid->sphereName);
+  const Oprj_Char *datumName = unitsOf(record->proSpheroid->datum->datumname);
   Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
   Oprj_Datum *found = nullptr;
   if (!oprj_DatumInit(&found, e.cause())) return e.fail(2, "Error returned from oprj_DatumByName");
   const OwnedDatum datum(found);
-  if (!oprj_DatumByName(toolkit, textOf(record->proSpheroid->sphereName), datumName, found,
-                        e.cause())) {
+  if (!oprj_DatumByName(toolkit, spheroidName, datumName, found, e.cause())) {
     // The datum may stand under another spheroid than the record's.
     ErrorScope other(e.operation(), nullptr);
     const OwnedText home(oprj_GetSpheroidNameByDatumName(toolkit, datumName, other.cause()));
-    if (!home || std::strcmp(home.get(), textOf(record->proSpheroid->sphereName)) == 0 ||
+    if (!home || sameText(home.get(), spheroidName) ||
         !oprj_DatumByName(toolkit, home.get(), datumName, found, e.cause()))
       return e.fail(2, "Error returned from oprj_DatumByName");
   }

@@ -24,9 +24,9 @@ bool isHarn(const char *datum) { return std::strcmp(datum, "HARN") == 0; }
 
 GridShift::GridShift(const Oprj_Datum *source, const Oprj_Datum *destination) {
   if (!source || !destination) return;
-  const char *from = source->datumname.data, *to = destination->datumname.data;
+  const Oprj_Char *from = source->datumname.data, *to = destination->datumname.data;
   step_ = Step::kCopy;
-  if (from == to || (from && to && std::strcmp(from, to) == 0)) return;
+  if (from == to || (from && to && sameUnits(from, to))) return;
   step_ = Step::kWrongTypes;
   if (source->type != OPRJ_DATUM_GRID || destination->type != OPRJ_DATUM_GRID) return;
   step_ = Step::kBadNames;
@@ -46,17 +46,17 @@ GridShift::GridShift(const Oprj_Datum *source, const Oprj_Datum *destination) {
   };
   const int32_t direction = oprj_GetDatumShiftDirection(from, to, nullptr);
   if (direction >= kDirections) {
-    sourceName_ = textOf(from);
-    destinationName_ = textOf(to);
+    sourceName_ = textOf(from).c_str();
+    destinationName_ = textOf(to).c_str();
     return;
   }
   step_ = Step::kNoGrid;
   if (!open(*source, 4, source_)) return;
-  const char *file = source->gridname.data, *other = destination->gridname.data;
-  const bool oneFile = file == other || (file && other && std::strcmp(file, other) == 0);
+  const Oprj_Char *file = source->gridname.data, *other = destination->gridname.data;
+  const bool oneFile = file == other || (file && other && sameUnits(file, other));
   if (!oneFile && !open(*destination, 5, destination_)) return;
   // All ways from and to HARN pass NAD83, whose file nobody else may have open.
-  const bool fromHarn = isHarn(from), harn = fromHarn || isHarn(to);
+  const bool fromHarn = isHarn(textOf(from)), harn = fromHarn || isHarn(textOf(to));
   if (harn && !oneFile)
     (fromHarn ? source_ : destination_).image->keep((fromHarn ? destination_ : source_).image);
   step_ = Step::kShift;
@@ -123,7 +123,8 @@ bool GridShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_P
     case Step::kWrongTypes:
       return e.fail(2, "Wrong datum types.");
     case Step::kBadNames:
-      oprj_GetDatumShiftDirection(sourceName_.c_str(), destinationName_.c_str(), e.cause());
+      oprj_GetDatumShiftDirection(Flat(sourceName_.c_str()), Flat(destinationName_.c_str()),
+                                  e.cause());
       return e.fail(3, "Invalid name for datum shift");
     case Step::kNoGrid:
       ErrorScope("oprj_GridHeaderRead", e.cause())
@@ -163,17 +164,18 @@ SharedLeg makeGridLeg(const Oprj_Datum *source, const Oprj_Datum *destination) {
 
 using namespace orvik::oprj;
 
-int32_t oprj_GetDatumShiftDirection(const char *source, const char *destination,
+int32_t oprj_GetDatumShiftDirection(const Oprj_Char *source, const Oprj_Char *destination,
                                     Oerr_Report **err) {
   ErrorScope e("oprj_GetDatumShiftDirection", err);
   constexpr struct {
     const char *source, *destination;
   } kDirections[] = {{"NAD27", "NAD83"}, {"NAD83", "NAD27"}, {"NAD83", "HARN"},
                      {"HARN", "NAD83"},  {"NAD27", "HARN"},  {"HARN", "NAD27"}};
+  const Utf8 from(source), to(destination);
   int32_t direction = 0;
   for (const auto &names : kDirections) {
-    if (source && destination && std::strcmp(names.source, source) == 0 &&
-        std::strcmp(names.destination, destination) == 0)
+    if (source && destination && std::strcmp(names.source, from) == 0 &&
+        std::strcmp(names.destination, to) == 0)
       return direction;
     ++direction;
   }

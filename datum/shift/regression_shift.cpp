@@ -9,6 +9,7 @@
 #include "datum/shift/regression_kernels.h"
 #include "datum/shift/tally.h"
 #include "lanes/kernels.h"
+#include "records/text.h"
 #include "toolkit/error_scope.h"
 
 namespace orvik::oprj {
@@ -59,6 +60,7 @@ SharedLeg makeRegressionLeg(const char *datumName, bool forward) {
 }  // namespace orvik::oprj
 
 void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                               const char *datumName, int32_t direction, Oerr_Report **err) {
-  orvik::oprj::RegressionShift(datumName, direction != 0).run(in, out, count, nullptr, err);
+                               const Oprj_Char *datumName, int32_t direction, Oerr_Report **err) {
+  orvik::oprj::RegressionShift(orvik::oprj::Utf8(datumName), direction != 0)
+      .run(in, out, count, nullptr, err);
 }

@@ -10,6 +10,7 @@
 #include "projections/external/connection.h"
 #include "projections/external/external.h"
 #include "projections/external/shared_block.h"
+#include "tables/toolkit_record.h"
 #include "toolkit/c_locale.h"
 
 namespace orvik::oprj {
@@ -71,15 +72,18 @@ bool encode(ErrorScope &e, const Oprj_InitData &data, const Oprj_ProParameters &
             toolkit::HeapVector<uint8_t> &bytes) {
   Oprj_ProParameters sent = record;
   for (Oprj_CharStr *text : {&sent.proExeName, &sent.proName})
-    text->count = text->data ? static_cast<int32_t>(std::strlen(text->data)) + 1 : 0;
-  const int32_t size = omif_ObjectSize(data.proParametersDesign, &sent, e.cause());
+    text->count = text->data ? static_cast<int32_t>(lengthOf(text->data)) + 1 : 0;
+  const ToolkitRecord plain(data.proParametersDesign, &sent, e.cause());
+  const int32_t size =
+      plain ? omif_ObjectSize(data.proParametersDesign, plain.get(), e.cause()) : 0;
   if (e.calleeFailed()) return e.fail(3, "omif_ObjectSize failed");
   try {
     bytes.resize(static_cast<size_t>(size));
   } catch (const std::bad_alloc &) {
     return e.fail(4, "No memory");
   }
-  if (omif_ConvertToMIF(data.proParametersDesign, &sent, bytes.data(), size, e.cause()) != size)
+  if (omif_ConvertToMIF(data.proParametersDesign, plain.get(), bytes.data(), size, e.cause()) !=
+      size)
     return e.fail(5, "omif_ConvertToMIF failed");
   return true;
 }
@@ -224,14 +228,18 @@ Oprj_MapProjection *oprj_ExternalInit(Oint_Toolkit *toolkit, const Oprj_ProParam
   });
 }
 
-char *oprj_ExternalFind(const Oprj_ProParameters *record, int32_t *isPlugIn, Oerr_Report **err) {
+Oprj_Char *oprj_ExternalFind(const Oprj_ProParameters *record, int32_t *isPlugIn,
+                             Oerr_Report **err) {
   ErrorScope e("oprj_ExternalFind", err);
   if (isPlugIn) *isPlugIn = 0;
   if (!record) return e.fail(1, "Invalid projection parameters");
-  return guarded(e, 10, [&]() -> char * {
+  return guarded(e, 10, [&]() -> Oprj_Char * {
     Found found = find(e, textOf(record->proExeName));
     if (isPlugIn) *isPlugIn = found.path && found.plugIn;
-    return found.path.release();
+    if (!found.path) return nullptr;
+    OwnedText path(handOut(found.path.release()));
+    if (!path) throw std::bad_alloc();
+    return path.release();
   });
 }
 

@@ -173,6 +173,9 @@ void pointsThrough(const char *operation, const Oprj_Point *in, const double *bl
 Oprj_MapProjection *initializePlugIn(const Oprj_ProParameters *record, const char *path,
                                      Oerr_Report **err) {
   ErrorScope e("initializeExternalDLL", err);
+#if defined(OPRJ_WIDE)  // plug-ins read the texts of records as bytes
+  return e.fail(1, "DLL open failed: the wide library runs no plug-ins (%s)", path);
+#endif
   std::unique_ptr<Instance> instance = ProjectionInstanceOpen(path, e.cause());
   if (!instance) return e.fail(1, "DLL open failed");
   toolkit::HeapBlock<double> block(oprj_ParametersCreate(Block::kWords, e.cause()));
@@ -181,7 +184,7 @@ Oprj_MapProjection *initializePlugIn(const Oprj_ProParameters *record, const cha
   const bool taken = survive<int32_t>(e, [&](Oerr_Report **report) {
     return instance->table->init(instance->self, record, report);
   });
-  if (!taken) return e.fail(4, "init failed for %s", textOf(record->proExeName));
+  if (!taken) return e.fail(4, "init failed for %s", textOf(record->proExeName).c_str());
   Block::fill(block.get(), instance.get());
   auto *object =
       objectOutside(e, 5, record, block.get(),
