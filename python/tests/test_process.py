@@ -181,7 +181,8 @@ def test_pip_installs_it_from_its_folder(tmp_path):
         pytest.skip("python3-pip is not installed")
     assert pip.returncode == 0, pip.stdout + pip.stderr
     program = "import oprj; print(oprj.__file__, oprj.Transformer('EPSG:4326', 32618).transform(-75.0, 40.0)[0])"
-    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True,
+    # elsewhere: a module of the current folder would come first
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True, cwd=tmp_path,
                           env={**os.environ, "PYTHONPATH": str(tmp_path / "site")})
     assert done.stdout.startswith(f"{tmp_path}/site/oprj/__init__.py "), done.stderr
     assert float(done.stdout.split()[1]) == oprj.Transformer(4326, 32618).transform(-75.0, 40.0)[0]
