@@ -1,6 +1,6 @@
 """The build of `pip install .`: compiles the module against the installed library and packs a wheel.
 
-What pip calls is fixed by PEP 517, what a wheel holds by the specification of the binary distribution format.
+What pip calls is fixed by PEP 517, what a wheel holds by PEP 427.
 """
 import base64
 import hashlib
