@@ -112,11 +112,14 @@ void Way::leadFromLatLon(const Oprj_MapProjectionEx *handle) {
 void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out) {
   const bool known = recall(in, out, decision_);
   Oerr_Report *cause = nullptr;
-  if (!known)
-    decision_.emplace().equal = !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
+  const bool equal = known ? decision_->equal
+                           : !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
   if (cause) return refuse(10146, "oprj_MapProjectionEqual failed", cause);
-  if (decision_->equal) {
-    if (!known) remember(in, out, *decision_);
+  if (equal) {
+    if (!known) {
+      decision_.emplace().equal = true;
+      remember(in, out, *decision_);
+    }
     return add(Does::kCopy, 10152, "oprj_PointsCopy failed");
   }
 
@@ -138,6 +141,7 @@ void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx
   constexpr const char *kShiftFailed = "GCSTransform failed";
   const bool native = in->functions == &kNativeSet;
   if (native && !known) {
+    decision_.emplace();
     if (Oerr_Report *report = decideShift()) return refuse(10212, kShiftFailed, report);
     if (!plan_) remember(in, out, *decision_);
   }

@@ -47,10 +47,13 @@ bool anyNaN(const Oprj_Point *points, int32_t count) {
   return (found[0] | found[1]) != 0;
 }
 
-/// Any of a tile's marks is set, eight at a time.
-bool anyMark(const Oprj_PointReason (&marks)[kTilePoints]) {
+/// Marks are looked at eight at a time: those of so many points, and what fills up the last eight.
+constexpr int32_t inEights(int32_t count) { return (count + 7) & ~7; }
+
+/// Any of the marks of so many points is set.
+bool anyMark(const Oprj_PointReason (&marks)[kTilePoints], int32_t count) {
   uint64_t found = 0;
-  for (size_t i = 0; i < sizeof marks; i += sizeof found) {
+  for (int32_t i = 0; i < inEights(count); i += 8) {
     uint64_t eight;
     std::memcpy(&eight, marks + i, sizeof eight);
     found |= eight;
@@ -188,7 +191,9 @@ bool verifyLeg(bool input, const Oprj_MapProjectionEx *handle, const Oprj_Point 
 /// The points that are still good, packed at the head of `points`.
 struct Way::Tile {
   Tile(const Oprj_Point *in, Oprj_Point *out, Oprj_PointReason *why, int32_t all)
-      : now(in), points(out), reasons(why), count(all) {}
+      : now(in), points(out), reasons(why), count(all) {
+    std::fill_n(marks, inEights(all), OPRJ_POINT_GOOD);
+  }
 
   const Oprj_Point *now;      ///< where the points stand
   Oprj_Point *points;         ///< where they go
@@ -198,7 +203,7 @@ struct Way::Tile {
   bool numbers = false;       ///< those that are left are no NaN
   bool keepsUncovered = false, verifies = false;
   uint16_t place[kTilePoints];
-  Oprj_PointReason marks[kTilePoints] = {};  ///< one a point that is left; all good between stages
+  Oprj_PointReason marks[kTilePoints];  ///< one a point that is left; all good between stages
 
   int32_t placeOf(int32_t i) const { return packed ? place[i] : i; }
 
@@ -221,7 +226,7 @@ struct Way::Tile {
 
   /// Notes the marks of the points that stay all the same.
   void noteUncovered() {
-    if (!keepsUncovered || !anyMark(marks)) return;
+    if (!keepsUncovered || !anyMark(marks, count)) return;
     for (int32_t i = 0; i < count; ++i) {
       if (marks[i] && stays(marks[i]))
         reasons[placeOf(i)] = std::exchange(marks[i], OPRJ_POINT_GOOD);
@@ -231,7 +236,7 @@ struct Way::Tile {
   /// Lets the marked points go. Behind the last stage (`atEnd`), where what is marked is NaN, all
   /// stay where they are.
   void drop(bool atEnd = false) {
-    if (!anyMark(marks)) return;
+    if (!anyMark(marks, count)) return;
     int32_t kept = 0;
     if (atEnd && !packed) {
       Oprj_PointReason *const whys = reasons;
