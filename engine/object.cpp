@@ -64,7 +64,9 @@ toolkit::HeapVector<const Object *> inOrder(std::span<const Object *const> param
 }  // namespace
 
 bool sameName(std::string_view first, std::string_view second) {
-  return std::ranges::equal(first, second, {}, lower, lower);
+  // the same bytes nearly always, where they are as many
+  return first.size() == second.size() &&
+         (first == second || std::ranges::equal(first, second, {}, lower, lower));
 }
 
 const Word *wordOf(std::string_view text) {
@@ -177,8 +179,13 @@ bool equal(const Object &first, const Object &second) {
     const Object *a = partOf(first, part.kinds), *b = partOf(second, part.kinds);
     if (!a || !b || !equal(*a, *b)) return false;
   }
-  // Parameters by name; what one side lacks has its default.
-  const auto mine = inOrder(parametersOf(first)), theirs = inOrder(parametersOf(second));
+  // Parameters by name, mostly in the same order; what one side lacks has its default.
+  const auto nameOf = [](const Object *parameter) { return std::string_view(parameter->name); };
+  const auto valueOf = [](const Object *parameter) { return parameter->numbers[0]; };
+  const auto given = parametersOf(first), others = parametersOf(second);
+  if (std::ranges::equal(given, others, sameName, nameOf, nameOf))
+    return std::ranges::equal(given, others, close, valueOf, valueOf);
+  const auto mine = inOrder(given), theirs = inOrder(others);
   for (auto a = mine.begin(), b = theirs.begin(); a != mine.end() || b != theirs.end();) {
     const bool takeA = a != mine.end() && (b == theirs.end() || !before(*b, *a));
     const bool takeB = b != theirs.end() && (a == mine.end() || !before(*a, *b));
