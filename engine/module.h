@@ -23,6 +23,11 @@ enum class Stored : int32_t {
   kGeogtran
 };
 
+/// A point, longitude first.
+struct Pair {
+  double x, y;
+};
+
 /// The functions of the module; any thread may call them.
 struct Module {
   /// A PROJ operation (`+proj=... ...`, radians to metres); it serves one thread at a time. Null
@@ -32,6 +37,8 @@ struct Module {
   /// Sends `count` points (x, y pairs) through it in place. What cannot be computed becomes
   /// infinite.
   void (*transform)(void *operation, bool forward, double *points, size_t count);
+  /// The same for one point, which stays in registers.
+  Pair (*transformOne)(void *operation, bool forward, double x, double y);
 
   /// The text of a stored object of EPSG, else of ESRI, as new text of the heap, in the engine's
   /// language. Null without a report: there is none. Null with one: 1 the database cannot be used,

@@ -218,26 +218,48 @@ std::unique_ptr<Operation> Operation::of(const Object &projcs, Oerr_Report **err
 }
 
 Operation::~Operation() {
-  for (auto &place : kept_)
+  const auto end = [this](const std::atomic<void *> &place) {
     if (void *operation = place.load(std::memory_order_relaxed))
       module_->operationDelete(operation);
+  };
+  for (const Owned &place : owned_) end(place.operation);
+  for (const auto &place : shared_) end(place);
 }
 
 Operation::Taken Operation::take(Oerr_Report **err) const {
-  const size_t places = std::min(made_.load(std::memory_order_relaxed), kKept);
-  for (size_t i = 0; i < places; ++i)
-    if (kept_[i].load(std::memory_order_relaxed))
-      if (void *operation = kept_[i].exchange(nullptr, std::memory_order_acquire))
-        return {operation, i};
-  void *operation = module_->operationNew(definition_.c_str(), err);
-  if (!operation) return {};
-  return {operation, made_.fetch_add(1, std::memory_order_relaxed)};
+  constexpr ptrdiff_t kTried = 4;
+  const auto self = static_cast<uintptr_t>(pthread_self());
+  const ptrdiff_t start = firstPlace(self) - owned_.data();
+  for (ptrdiff_t i = start; i < start + kTried; ++i) {
+    Owned &place = owned_[static_cast<size_t>(i) % kPlaces];
+    uintptr_t owner = place.owner.load(std::memory_order_relaxed);
+    if (owner != self && (owner != 0 || !place.owner.compare_exchange_strong(
+                                            owner, self, std::memory_order_relaxed)))
+      continue;
+    void *operation = place.operation.load(std::memory_order_acquire);
+    if (!operation) operation = module_->operationNew(definition_.c_str(), err);
+    return {operation, &place};
+  }
+  return takeShared(err);
 }
 
-/// Its place is its own: nothing else can have come there.
+Operation::Taken Operation::takeShared(Oerr_Report **err) const {
+  for (auto &place : shared_)
+    if (place.load(std::memory_order_relaxed))
+      if (void *operation = place.exchange(nullptr, std::memory_order_acquire))
+        return {operation, nullptr};
+  return {module_->operationNew(definition_.c_str(), err), nullptr};
+}
+
 void Operation::giveBack(Taken taken) const {
-  if (taken.place < kKept) kept_[taken.place].store(taken.operation, std::memory_order_release);
-  else module_->operationDelete(taken.operation);
+  if (taken.place) return taken.place->operation.store(taken.operation, std::memory_order_release);
+  for (auto &place : shared_) {
+    void *empty = nullptr;
+    if (place.compare_exchange_strong(empty, taken.operation, std::memory_order_release,
+                                      std::memory_order_relaxed))
+      return;
+  }
+  module_->operationDelete(taken.operation);
 }
 
 bool Operation::run(bool forward, double *points, size_t count, Oerr_Report **err) const {

@@ -3,6 +3,8 @@
 #ifndef OPRJ_ENGINE_OPERATION_H
 #define OPRJ_ENGINE_OPERATION_H
 
+#include <pthread.h>
+
 #include <array>
 #include <atomic>
 #include <limits>
@@ -34,16 +36,27 @@ class Operation {
   /// Computes points (radians or metres, as pairs) in place; what has no result becomes infinite.
   /// False with a report when the operation cannot be made.
   bool run(bool forward, double *points, size_t count, Oerr_Report **err) const;
+  /// The same for one point. False where there is more to it: then run has to tell.
+  bool runOne(bool forward, double &x, double &y) const;
 
  private:
   Operation() = default;
-  /// An operation of the module that no other thread has, and the place that it goes back to.
+  /// An operation of the module that serves one thread: the first that takes the place, and those
+  /// that come to stand at the same address after it.
+  struct alignas(64) Owned {  // a cache line, which no other thread writes
+    std::atomic<uintptr_t> owner{0};
+    std::atomic<void *> operation{nullptr};
+  };
+  /// An operation that no other thread has, and whose it is; null: it is shared.
   struct Taken {
     void *operation = nullptr;
-    size_t place = 0;
+    Owned *place = nullptr;
   };
+  /// Where a thread looks for its own first.
+  Owned *firstPlace(uintptr_t thread) const;
   /// A new one when all are taken; null with a report.
   Taken take(Oerr_Report **err) const;
+  Taken takeShared(Oerr_Report **err) const;
   void giveBack(Taken taken) const;
 
   const Module *module_ = nullptr;
@@ -54,12 +67,38 @@ class Operation {
   double perLongitude_ = 0.0, perLatitude_ = 0.0;
   /// The sheet's axes, from PROJ's: rows of a matrix with its inverse.
   std::array<double, 4> turn_{1.0, 0.0, 0.0, 1.0}, back_{1.0, 0.0, 0.0, 1.0};
-  std::array<double, 2> origin_{};     ///< what PROJ's coordinates are farther than ours: m
-  bool turned_ = false;                ///< turn_ or origin_ change something
-  static constexpr size_t kKept = 16;  ///< operations that wait for the next call
-  mutable std::array<std::atomic<void *>, kKept> kept_{};
-  mutable std::atomic<size_t> made_{0};  ///< operations, those that are not kept among them
+  std::array<double, 2> origin_{};  ///< what PROJ's coordinates are farther than ours: m
+  bool turned_ = false;             ///< turn_ or origin_ change something
+  static constexpr size_t kPlaceBits = 4, kPlaces = size_t{1} << kPlaceBits;
+  /// Taken without a locked instruction, which would keep the processor from beginning a call
+  /// before the one before it has ended.
+  mutable std::array<Owned, kPlaces> owned_{};
+  /// What waits for threads that find the places owned.
+  mutable std::array<std::atomic<void *>, kPlaces> shared_{};
 };
+
+inline Operation::Owned *Operation::firstPlace(uintptr_t thread) const {
+  constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;  // 2^64 over the golden ratio
+  return &owned_[thread * kSpread >> (64 - kPlaceBits)];
+}
+
+inline bool Operation::runOne(bool forward, double &x, double &y) const {
+  if (perLatitude_ != 0.0) {
+    x = forward ? x * perLongitude_ : x / perLongitude_;
+    y = forward ? y * perLatitude_ : y / perLatitude_;
+    return true;
+  }
+  const auto self = static_cast<uintptr_t>(pthread_self());
+  Owned &place = *firstPlace(self);
+  if (turned_ || place.owner.load(std::memory_order_relaxed) != self) return false;
+  void *const operation = place.operation.load(std::memory_order_acquire);
+  if (!operation) return false;
+  const Pair made = module_->transformOne(operation, forward, x, y);
+  place.operation.store(operation, std::memory_order_release);
+  x = made.x;
+  y = made.y;
+  return true;
+}
 
 }  // namespace orvik::engine
 

@@ -18,6 +18,11 @@ enum class Frame { kSystem, kCommon };
 int32_t computePoints(const engine::Object &system, bool forward, Frame frame, const Oprj_Point *in,
                       Oprj_Point *out, int32_t count, toolkit::ErrorScope &e);
 
+/// One point in the common frame as computePoints computes it, on a shorter way. False, and nothing
+/// is written, where that has to tell: arguments that are none, a system that nothing was derived
+/// from yet, a point that is unusual.
+bool computePoint(bool forward, const void *system, const Oprj_Point *in, Oprj_Point *out);
+
 }  // namespace orvik::oprj
 
 #endif

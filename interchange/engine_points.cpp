@@ -105,6 +105,8 @@ const Computation *computationOf(const Object &system, ErrorScope &e) {
   });
 }
 
+/// Both are, told without a branch.
+bool finite(double x, double y) { return x + y - (x + y) == 0.0; }
 bool isNaN(const Oprj_Point &p) { return std::isnan(p.x) || std::isnan(p.y); }
 
 constexpr size_t kGroup = 128;
@@ -135,7 +137,7 @@ size_t enter(const Scales &s, double reach, const Oprj_Point *in, size_t count, 
   for (size_t i = 0; i < count; ++i) {
     const double x = kForward ? in[i].x * s.angle - s.origin : (in[i].x - s.falseEast) * s.length;
     const double y = kForward ? in[i].y * s.angle : (in[i].y - s.falseNorth) * s.length;
-    usual &= kForward ? (std::fabs(x) <= near) & (std::fabs(y) <= kPi / 2) : x + y - (x + y) == 0.0;
+    usual &= kForward ? (std::fabs(x) <= near) & (std::fabs(y) <= kPi / 2) : finite(x, y);
     points[2 * i] = x;
     points[2 * i + 1] = y;
   }
@@ -172,7 +174,7 @@ size_t leave(const Scales &s, double reach, const double *points, size_t count,
   for (size_t i = 0; i < count; ++i) {
     const double x = points[2 * i], y = points[2 * i + 1];
     usual &= (in[i].x == in[i].x) & (in[i].y == in[i].y) &
-             (kForward ? x + y - (x + y) == 0.0
+             (kForward ? finite(x, y)
                        : (std::fabs(x) <= reach) & (std::fabs(x + origin) <= kPi) &
                              (std::fabs(y) <= kPi / 2 + kEdge));
   }
@@ -212,7 +214,38 @@ size_t computeGroup(const Computation &c, const Scales &s, bool forward, const O
   return (forward ? leave<true> : leave<false>)(s, reach, points, fit, in, out);
 }
 
+/// What computeGroup makes of a single usual point in the common frame, where nothing is scaled.
+template <bool kForward>
+bool computeOne(const Computation &c, const Oprj_Point &in, Oprj_Point &out) {
+  const Scales &s = c.common;
+  const double reach = c.operation->reach();
+  double x = in.x - (kForward ? s.origin : s.falseEast);
+  double y = in.y - (kForward ? 0.0 : s.falseNorth);
+  if (kForward ? !((std::fabs(x) <= std::min(reach, kPi)) & (std::fabs(y) <= kPi / 2))
+               : !finite(x, y))
+    return false;
+  if (!c.operation->runOne(kForward, x, y)) return false;
+  if (kForward ? !finite(x, y)
+               : !((std::fabs(x) <= reach + kEdge) & (std::fabs(x + s.origin) <= kPi) &
+                   (std::fabs(y) <= kPi / 2 + kEdge)))
+    return false;
+  out = kForward ? Oprj_Point{x + s.falseEast, y + s.falseNorth} : Oprj_Point{x + s.origin, y};
+  return true;
+}
+
 }  // namespace
+
+bool computePoint(bool forward, const void *system, const Oprj_Point *in, Oprj_Point *out) {
+  const auto *object = static_cast<const Object *>(system);
+  if (!object || !in || !out) return false;
+  const auto *c = static_cast<const Computation *>(object->derived.load(std::memory_order_acquire));
+  if (!c) return false;
+  if (c->operation)
+    return forward ? computeOne<true>(*c, *in, *out) : computeOne<false>(*c, *in, *out);
+  if (c->native || c->meridian != 0.0) return false;
+  *out = *in;
+  return true;
+}
 
 int32_t computePoints(const Object &system, bool forward, Frame frame, const Oprj_Point *in,
                       Oprj_Point *out, int32_t count, ErrorScope &e) {

@@ -38,28 +38,26 @@ void *engineObjectFromString(const char *text, Oerr_Report **err) {
   return system;
 }
 
-void compute(const char *operation, const char *function, bool forward, const char *failed,
-             const void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+template <bool kForward>
+void compute(const void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
              Oerr_Report **err) {
-  ErrorScope e(operation, err);
+  ErrorScope e(kForward ? "peProjectionApply" : "peProjectionApplyInverse", err);
   if (count < 1) return;
-  ErrorScope inner(function, e.cause());
+  ErrorScope inner(kForward ? "pe_geog_to_proj" : "pe_proj_to_geog", e.cause());
   const engine::Object *system = engine::as(data, engine::kCoordsys);
   if (!system || !in || !out) inner.fail(1, "Args");
-  else if (computePoints(*system, forward, Frame::kCommon, in, out, count, inner) == count) return;
-  e.fail(1, "%s", failed);
+  else if (computePoints(*system, kForward, Frame::kCommon, in, out, count, inner) == count) return;
+  e.fail(1, kForward ? "OAWP_FCLL_PE(pe_geog_to_proj) failed"
+                     : "OAWP_FCLL_PE(pe_proj_to_geog) failed");
 }
 
-void peProjectionApplyInverse(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                              Oerr_Report **err) {
-  compute("peProjectionApplyInverse", "pe_proj_to_geog", false,
-          "OAWP_FCLL_PE(pe_proj_to_geog) failed", data, in, out, count, err);
+template <bool kForward>
+void peLeg(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count, Oerr_Report **err) {
+  if (count != 1 || !computePoint(kForward, data, in, out))
+    return compute<kForward>(data, in, out, count, err);
+  if (err) *err = nullptr;
 }
-void peProjectionApply(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
-                       Oerr_Report **err) {
-  compute("peProjectionApply", "pe_geog_to_proj", true, "OAWP_FCLL_PE(pe_geog_to_proj) failed",
-          data, in, out, count, err);
-}
+
 void *peProjectionCopy(const void *data, Oerr_Report **err) {
   ErrorScope e("peProjectionCopy", err);
   Oawp_PE_COORDSYS *copy = oawp_PE_pe_coordsys_clone(systemOf(data));
@@ -168,8 +166,8 @@ void peProjectionApply3D(void *, const Oprj_Point3D *, Oprj_Point3D *, int32_t, 
 const EngineSet kEngineSet = {
     .functions =
         {
-            .applyInverse = peProjectionApplyInverse,
-            .apply = peProjectionApply,
+            .applyInverse = peLeg<false>,
+            .apply = peLeg<true>,
             .copy = peProjectionCopy,
             .equal = peProjectionEqual,
             .name = peProjectionName,

@@ -149,6 +149,13 @@ TEST(EnginePoints, AgreeWithProjOnItsOwnDefinition) {
     ASSERT_EQ(slot.chain(), "");
     handle->applyInverse(handle->ownedData, &out, &back, 1, slot);
     ASSERT_EQ(slot.chain(), "");
+    // A single point goes a way of its own, to the same bits.
+    const Oprj_Point places[] = {place, place};
+    Oprj_Point sheet[2], globe[2];
+    handle->apply(handle->ownedData, places, sheet, 2, slot);
+    handle->applyInverse(handle->ownedData, sheet, globe, 2, slot);
+    EXPECT_EQ(std::memcmp(&sheet[1], &out, sizeof out), 0);
+    EXPECT_EQ(std::memcmp(&globe[1], &back, sizeof back), 0);
     EXPECT_NEAR(back.x, place.x,
                 1e-10);  // PROJ's inverse of the Equal Earth projection is off by 9e-11
     EXPECT_NEAR(back.y, place.y, 1e-10);
@@ -341,12 +348,17 @@ TEST(EngineSet, ThreadsShareOneHandle) {
     places[static_cast<size_t>(i)] = {(-84 + i * 0.01) * kDegree, i * 0.1 * kDegree};
   handle->apply(handle->ownedData, places.data(), expected.data(), 500, slot);
   ASSERT_EQ(slot.chain(), "");
-  inThreads(4, [&](size_t) {
+  // More threads than operations that wait for one of their own.
+  inThreads(40, [&](size_t) {
     std::vector<Oprj_Point> out(500);
-    for (int run = 0; run < 50; ++run) {
+    for (int run = 0; run < 10; ++run) {
       Slot own;
-      handle->apply(handle->ownedData, places.data(), out.data(), 500, own);
-      EXPECT_EQ(own.chain(), "");
+      const int32_t step = run % 2 == 0 ? 500 : 1;
+      for (int32_t i = 0; i < 500; i += step) {
+        handle->apply(handle->ownedData, &places[static_cast<size_t>(i)],
+                      &out[static_cast<size_t>(i)], step, own);
+        EXPECT_EQ(own.chain(), "");
+      }
       EXPECT_EQ(std::memcmp(out.data(), expected.data(), 500 * sizeof out[0]), 0);
     }
   });

@@ -36,14 +36,17 @@ void *operationNew(const char *definition, Oerr_Report **err) {
 
 void operationDelete(void *operation) { delete static_cast<Operation *>(operation); }
 
+Pair transformOne(void *operation, bool forward, double x, double y) {
+  const PJ_COORD made = proj_trans(static_cast<Operation *>(operation)->transformation,
+                                   forward ? PJ_FWD : PJ_INV, PJ_COORD{{x, y, 0.0, HUGE_VAL}});
+  return {made.v[0], made.v[1]};
+}
+
 void transform(void *operation, bool forward, double *points, size_t count) {
-  PJ *const transformation = static_cast<Operation *>(operation)->transformation;
-  const PJ_DIRECTION direction = forward ? PJ_FWD : PJ_INV;
   for (double *const end = points + 2 * count; points != end; points += 2) {
-    const PJ_COORD made =
-        proj_trans(transformation, direction, PJ_COORD{{points[0], points[1], 0.0, HUGE_VAL}});
-    points[0] = made.v[0];
-    points[1] = made.v[1];
+    const Pair made = transformOne(operation, forward, points[0], points[1]);
+    points[0] = made.x;
+    points[1] = made.y;
   }
 }
 
@@ -59,6 +62,7 @@ Context quietContext() {
 }
 
 extern "C" OPRJ_API const Module oprj_EngineModule;
-const Module oprj_EngineModule = {operationNew, operationDelete, transform, textOf, forEach};
+const Module oprj_EngineModule = {operationNew, operationDelete, transform,
+                                  transformOne, textOf,          forEach};
 
 }  // namespace orvik::engine
