@@ -230,11 +230,11 @@ const ShiftPlan::Route ShiftPlan::kNewRoutes[2][2] = {
      {1, {{Leg::kGrid, kSource, kDestination, kNewFailed, "Datum Shift Failed."}}}},
 };
 
-/// The spheroids that a route passes; fetched ones live until its legs are made.
+/// The spheroids that a route passes; fetched ones are the plan's.
 struct ShiftPlan::Ends {
   const ShiftSources &sources;
-  const Oprj_Spheroid *spheroids[5] = {};
-  OwnedSpheroid fetched[5] = {};
+  OwnedSpheroid (&fetched)[kEnds];
+  const Oprj_Spheroid *spheroids[kEnds] = {};
 
   const Oprj_Spheroid *&at(End end) { return spheroids[static_cast<int>(end)]; }
 
@@ -288,7 +288,7 @@ bool ShiftPlan::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destin
                         Oerr_Report **err) {
   ErrorScope e("oprj_DatumShift", err);
   operation_ = e.operation();
-  Ends ends{sources_};
+  Ends ends{sources_, fetched_};
   if (!ends.take(source, destination, e)) return false;
   const DatumClass from = classOf(ends.at(kSource)), to = classOf(ends.at(kDestination));
   const Route &route = kRoutes[from][to];
@@ -315,7 +315,7 @@ bool ShiftPlan::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destin
 bool ShiftPlan::prepareNew(const Oprj_Spheroid *source, const Oprj_Spheroid *destination,
                            Oerr_Report **err) {
   ErrorScope e("oprj_DatumShiftNew", err);
-  Ends ends{sources_};
+  Ends ends{sources_, fetched_};
   return ends.take(source, destination, e) && prepareNew(ends, e);
 }
 
@@ -366,6 +366,23 @@ SharedLeg ShiftPlan::make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_
     default:
       return SharedLeg(SharedLeg(), &parametric_.emplace(from, to));
   }
+}
+
+bool ShiftPlan::isCurrent() const {
+  return std::ranges::all_of(fetched_, [](const OwnedSpheroid &end) {
+    if (!end || !end->datum->gridData) return true;
+    const Owner<Oprj_GridData, oprj_DatumGridFileClose> found(
+        oprj_DatumGridFileOpen(unitsOf(end->datum->gridname), nullptr));
+    return found && found->image == end->datum->gridData->image;
+  });
+}
+
+SharedImage ShiftPlan::imageOf(const Oprj_Char *file) const {
+  for (const OwnedSpheroid &end : fetched_) {
+    if (end && end->datum->gridData && sameUnits(unitsOf(end->datum->gridname), file))
+      return end->datum->gridData->image;
+  }
+  return nullptr;
 }
 
 bool ShiftPlan::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,

@@ -9,7 +9,8 @@
 // Preparing and one run do exactly what oprj_DatumShift does, reports included; oprj_DatumShift is
 // the two together. Between two parametric datums preparing allocates nothing and takes some tens
 // of nanoseconds; other routes look names up and open grids. A prepared plan never changes: threads
-// may run it at once.
+// may run it at once, and it may be kept as long as isCurrent() says that it would be prepared
+// alike.
 #ifndef OPRJ_DATUM_SHIFT_PLAN_H
 #define OPRJ_DATUM_SHIFT_PLAN_H
 
@@ -17,6 +18,7 @@
 
 #include <optional>
 
+#include "datum/grids/grid_data.h"
 #include "datum/parametric.h"
 #include "datum/shift/leg_steps.h"
 #include "records/records.h"
@@ -53,6 +55,12 @@ class ShiftPlan final : public ShiftLeg {
   bool run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_PointReason *reasons,
            Oerr_Report **err) const override;
 
+  /// Whether the names of its grid files lead to what it has open: looks all of them up again. Says
+  /// nothing of surfaces.
+  bool isCurrent() const;
+  /// What it has open under the name of a grid file; null for other names.
+  SharedImage imageOf(const Oprj_Char *file) const;
+
   /// The shift that is all of the plan and cannot fail; null when there is more to it.
   const ParametricShift *soleParametric() const {
     return stepCount_ == 1 && parametric_ && parametric_->cannotFail() ? &*parametric_ : nullptr;
@@ -68,10 +76,13 @@ class ShiftPlan final : public ShiftLeg {
   bool prepareNew(Ends &ends, ErrorScope &e);
   SharedLeg make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_Spheroid *to);
 
+  static constexpr int kEnds = 5;  ///< of the legs of all routes
+
   const ShiftSources &sources_;
   const char *operation_ = "";
   int32_t stepCount_ = 0;
   LegStep steps_[3];
+  OwnedSpheroid fetched_[kEnds];  ///< from the tables; with them the grid files stay open
   /// In the plan itself: no route has more than one such leg.
   std::optional<ParametricShift> parametric_;
 };

@@ -13,7 +13,7 @@ using namespace orvik::oprj;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size) {
   constexpr int kMostPoints = 64;
   if (size == 0) return 0;
-  const Oprj_GridData file{{}, fuzzedImage(bytes, size)};
+  const Oprj_GridData file{{}, fuzzedImage(bytes, size), {}};
   Oprj_GridInfo *chain = oprj_GridHeaderRead(&file, nullptr);
   if (!chain) return 0;
   std::vector<Oprj_Point> points;

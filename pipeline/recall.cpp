@@ -26,7 +26,9 @@ constexpr int kKept = 2;
 constexpr int kPlaceBits = 7;
 constexpr int kPlaces = 1 << kPlaceBits;
 constexpr int kTried = 8;
-/// The comparison of State Plane systems asks the zone table.
+/// Plans that a handle keeps.
+constexpr int kMostPlans = 8;
+/// Two systems of this projection are compared by the zone table.
 constexpr int32_t kStatePlane = 2;
 
 /// The bits in which two numbers differ.
@@ -136,10 +138,9 @@ class SystemImage {
     eSquared_ = spheroid.eSquared;
     radius_ = spheroid.radius;
     datumType_ = datum.type;
-    return type_ == OPRJ_INTERNAL && !record.proExeName.data && number_ != kStatePlane &&
-           entries_.take(record.proParams) && name_.take(record.proName) &&
-           sphere_.take(spheroid.sphereName) && datum_.take(datum.datumname) &&
-           parameters_.take(datum.params);
+    return type_ == OPRJ_INTERNAL && !record.proExeName.data && entries_.take(record.proParams) &&
+           name_.take(record.proName) && sphere_.take(spheroid.sphereName) &&
+           datum_.take(datum.datumname) && parameters_.take(datum.params);
   }
   bool is(const Oprj_MapProjection &object) const {
     const auto &record = *object.proParameters;
@@ -164,6 +165,35 @@ class SystemImage {
   ArrayImage<kMostParameters> parameters_;
   TextImage name_, sphere_, datum_;
 };
+
+/// The datum that the plans of a pair are kept with: the first of a grid. Null where none is, or
+/// where the shift depends on more than contents and grid files.
+Oprj_Datum *gridDatum(const Oprj_MapProjection &in, const Oprj_MapProjection &out) {
+  Oprj_Datum *found = nullptr;
+  for (const auto *object : {&out, &in}) {
+    Oprj_Datum *datum = object->proParameters->proSpheroid->datum;
+    if (datum->type == OPRJ_DATUM_SURFACE) return nullptr;
+    if (datum->type == OPRJ_DATUM_GRID) found = datum;
+  }
+  return found;
+}
+
+/// What a plan has open under the name of a file, for a datum to have; null without, or without
+/// memory.
+std::unique_ptr<Oprj_GridData> openedAs(const Oprj_Char *file, const ShiftPlan &plan) {
+  const SharedImage image = plan.imageOf(file);
+  try {
+    if (image) return std::unique_ptr<Oprj_GridData>(new Oprj_GridData{{}, image, {}});
+  } catch (const std::bad_alloc &) {
+    // the next call tries again
+  }
+  return nullptr;
+}
+
+/// What hangs at a datum, which several threads may have come to.
+std::atomic_ref<Oprj_GridData *> openedBy(Oprj_Datum &datum) {
+  return std::atomic_ref(datum.gridData);
+}
 
 struct Kept {
   bool used;
@@ -202,10 +232,75 @@ Place *ownPlace() {
 
 }  // namespace
 
+// --- plans ---
+
+struct KeptPlan::Ends : toolkit::HeapRecord {
+  SystemImage in, out;
+};
+
+KeptPlan::KeptPlan() : lookedUp_(std::chrono::steady_clock::now()) {}
+KeptPlan::~KeptPlan() = default;
+
+std::unique_ptr<KeptPlan> KeptPlan::make(const Oprj_MapProjectionEx *in,
+                                         const Oprj_MapProjectionEx *out) {
+  const auto *from = plainObject(in), *to = plainObject(out);
+  if (!from || !to || !gridDatum(*from, *to)) return nullptr;
+  try {
+    std::unique_ptr<KeptPlan> made(new KeptPlan);
+    made->ends_.reset(new Ends);
+    if (made->ends_->in.take(*from) && made->ends_->out.take(*to)) return made;
+  } catch (const std::bad_alloc &) {
+    // the call can do without
+  }
+  return nullptr;
+}
+
+void KeptPlan::keep(std::unique_ptr<KeptPlan> &made, const Oprj_MapProjectionEx *in,
+                    const Oprj_MapProjectionEx *out) {
+  if (!made) return;
+  Oprj_Datum &datum = *gridDatum(*plainObject(in), *plainObject(out));
+  Oprj_GridData *grid = openedBy(datum).load(std::memory_order_acquire);
+  if (!grid) {
+    std::unique_ptr<Oprj_GridData> opened = openedAs(unitsOf(datum.gridname), made->plan);
+    if (!opened) return;
+    if (openedBy(datum).compare_exchange_strong(grid, opened.get())) grid = opened.release();
+  }
+  int count = 0;
+  for (const Prepared *other = grid->prepared.newest(); other; other = other->next) ++count;
+  if (count < kMostPlans) grid->prepared.add(std::move(made));
+}
+
+bool KeptPlan::isCurrent(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out) const {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - lookedUp_.load(std::memory_order_relaxed) < kLookAgain) return true;
+  if (oprj_MapProjectionEqual(in, out, nullptr) || !plan.isCurrent()) return false;
+  lookedUp_.store(now, std::memory_order_relaxed);
+  return true;
+}
+
+const ShiftPlan *KeptPlan::find(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out) {
+  const auto *from = plainObject(in), *to = plainObject(out);
+  Oprj_Datum *const datum = gridDatum(*from, *to);
+  const Oprj_GridData *grid = datum ? openedBy(*datum).load(std::memory_order_acquire) : nullptr;
+  for (const Prepared *made = grid ? grid->prepared.newest() : nullptr; made; made = made->next) {
+    const auto &kept = static_cast<const KeptPlan &>(*made);
+    if (kept.ends_->in.is(*from) && kept.ends_->out.is(*to) && kept.isCurrent(in, out))
+      return &kept.plan;
+  }
+  return nullptr;
+}
+
+// --- decisions ---
+
 bool recall(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
-            std::optional<Decision> &decision) {
+            std::optional<Decision> &decision, const ShiftPlan *&plan) {
   const auto *from = plainObject(in), *to = plainObject(out);
   if (!from || !to || in->title != out->title) return false;
+  plan = KeptPlan::find(in, out);
+  if (plan) {
+    decision.emplace().shifts = true;
+    return true;
+  }
   Place *const place = ownPlace();
   for (int i = 0; place && i < kKept; ++i) {
     const int number = (place->last + i) % kKept;
@@ -222,6 +317,8 @@ void remember(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out,
               const Decision &decision) {
   const auto *from = plainObject(in), *to = plainObject(out);
   if (!from || !to || in->title != out->title) return;
+  if (from->proParameters->proNumber == kStatePlane && to->proParameters->proNumber == kStatePlane)
+    return;
   Place *const place = ownPlace();
   if (!place) return;
   place->last = (place->last + 1) % kKept;

@@ -110,7 +110,7 @@ void Way::leadFromLatLon(const Oprj_MapProjectionEx *handle) {
 }
 
 void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx *out) {
-  const bool known = recall(in, out, decision_);
+  const bool known = recall(in, out, decision_, plan_);
   Oerr_Report *cause = nullptr;
   const bool equal = known ? decision_->equal
                            : !differAtSight(in, out) && oprj_MapProjectionEqual(in, out, &cause);
@@ -158,13 +158,17 @@ Oerr_Report *Way::decideShift() {
   decision_->shifts = shiftDue(source, target);
   if (!decision_->shifts) return nullptr;
   Oerr_Report *problem = nullptr, *told = nullptr;
-  if (!plan_.emplace().prepare(source, target, &problem)) {
+  made_ = KeptPlan::make(in_, out_);
+  ShiftPlan &plan = made_ ? made_->plan : own_.emplace();
+  if (!plan.prepare(source, target, &problem)) {
     ErrorScope e("nativeGCSTransform", &told);
     *e.cause() = problem;
     e.fail(16350, "oprj_DatumShift failed");
-  } else if (const ParametricShift *sole = plan_->soleParametric()) {
+  } else if (const ParametricShift *sole = plan.soleParametric()) {
     decision_->shift = *sole;
-    plan_.reset();
+  } else {
+    plan_ = &plan;
+    KeptPlan::keep(made_, in_, out_);
   }
   return told;
 }

@@ -14,6 +14,7 @@
 #include <oprj/point_reason.h>
 #include <oprj/project.h>
 
+#include <memory>
 #include <optional>
 
 #include "datum/shift_plan.h"
@@ -132,7 +133,9 @@ class Way {
   const void *source_ = nullptr, *target_ = nullptr;  ///< geographic systems
   Conversion inUnit_, outUnit_;
   std::optional<Decision> decision_;  ///< of leadBetween; none: points are not shifted
-  std::optional<ShiftPlan> plan_;     ///< the shift, unless it is the decision's
+  const ShiftPlan *plan_ = nullptr;   ///< the shift, unless it is the decision's:
+  std::optional<ShiftPlan> own_;      ///< of this call alone, or
+  std::unique_ptr<KeptPlan> made_;    ///< meant to be kept, or another's
   Oerr_Report *refusal_ = nullptr;
   Loop toGlobe_, fromGlobe_;  ///< of a sound way
 };

@@ -132,7 +132,8 @@ bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point 
              Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err) {
   const double *block = nullptr;
   if (const EachFunction loop = loopOf(forward, handle, block)) {
-    PointFault faults[kTilePoints] = {};
+    PointFault faults[kTilePoints];
+    std::fill_n(faults, count, PointFault::kNone);
     if (loop(block, in, out, faults, count) > 0) reasonsOf(faults, count, marks);
     return true;
   }
@@ -170,7 +171,8 @@ bool verifyLeg(bool input, const Oprj_MapProjectionEx *handle, const Oprj_Point 
                Oerr_Report **err) {
   if (isGeographicHandle(handle)) return true;
   Oprj_Point again[kTilePoints], globe[kTilePoints];
-  Oprj_PointReason lost[kTilePoints] = {};
+  Oprj_PointReason lost[kTilePoints];
+  std::fill_n(lost, count, OPRJ_POINT_GOOD);
   const Oprj_Point *sheet = projected;
   if (input) {
     if (!legEach(true, handle, geographic, again, count, lost, err)) return false;
@@ -289,7 +291,8 @@ bool Way::sound(ErrorScope &e) {
 /// runEach where each leg is a family's loop, and the shift one that leaves NaN as it is.
 int32_t Way::runStraight(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                          Oprj_PointReason *reasons, Oerr_Report **err) const {
-  PointFault faults[kTilePoints] = {};
+  PointFault faults[kTilePoints];
+  std::fill_n(faults, count, PointFault::kNone);
   int32_t bad = 0;
   const Oprj_Point *now = in;
   for (const Stage *stage = stages_; stage != stages_ + length_; ++stage, now = out) {

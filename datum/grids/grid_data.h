@@ -9,7 +9,9 @@
 #include <oprj/ofio.h>
 #include <oprj/parameters.h>
 
+#include <atomic>
 #include <memory>
+#include <utility>
 
 #include "toolkit/error_scope.h"
 #include "toolkit/heap.h"
@@ -21,6 +23,34 @@ using toolkit::ErrorScope;
 class GridImage;
 class GridTable;
 using SharedImage = std::shared_ptr<const GridImage>;
+
+/// What projecting has prepared with a grid, for others that come to project (pipeline/recall.h).
+struct Prepared : toolkit::HeapRecord {
+  virtual ~Prepared() = default;
+  Prepared *next = nullptr;
+};
+
+/// A list that only grows, by threads that need not wait for each other, and ends as a whole.
+class PreparedList {
+ public:
+  PreparedList() = default;
+  PreparedList(const PreparedList &) = delete;
+  PreparedList &operator=(const PreparedList &) = delete;
+  ~PreparedList() {
+    for (const Prepared *made = newest(); made;) delete std::exchange(made, made->next);
+  }
+  const Prepared *newest() const { return newest_.load(std::memory_order_acquire); }
+  void add(std::unique_ptr<Prepared> made) {
+    made->next = newest_.load(std::memory_order_relaxed);
+    while (!newest_.compare_exchange_weak(made->next, made.get(), std::memory_order_release,
+                                          std::memory_order_relaxed)) {
+    }
+    made.release();
+  }
+
+ private:
+  std::atomic<Prepared *> newest_{nullptr};
+};
 
 class GridImage : public std::enable_shared_from_this<GridImage> {
  public:
@@ -62,9 +92,11 @@ class GridImage : public std::enable_shared_from_this<GridImage> {
 
 }  // namespace orvik::oprj
 
-/// A grid file as datum records have it: one reference to the image.
+/// A grid file as datum records have it: one reference to the image, and what was made for the
+/// record that it belongs to.
 struct Oprj_GridData : orvik::toolkit::HeapRecord {
   orvik::oprj::SharedImage image;
+  orvik::oprj::PreparedList prepared;
 };
 
 #endif

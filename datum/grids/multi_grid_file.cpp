@@ -18,7 +18,7 @@ bool sensible(const GridRecord &record) {
 }
 
 bool openTable(const SharedImage &image, GridHeader &header, ErrorScope &e) {
-  const Oprj_GridData file{{}, image};
+  const Oprj_GridData file{{}, image, {}};
   return header.open(&file, e);
 }
 
