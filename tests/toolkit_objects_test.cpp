@@ -548,13 +548,22 @@ TEST(Objects, CopiesOfDesignsBringWhatTheyName) {
   const Dictionary told(omif_DictionaryOfDesign(copy.get(), slot));
   const std::string text = taken(omif_DictionaryEncodeToString(told.get(), nullptr));
   EXPECT_EQ(text, "{1:la,}A,{1:lb,}B,{1:*oB,b,}C,{1:x{1:*oA,a,}I,i,1:*oC,c,1:*oB,b,}D,.");
+  const char *lent = omif_DesignText(copy.get(), slot);
+  EXPECT_EQ(lent, text);
+  EXPECT_EQ(omif_DesignText(copy.get(), slot), lent) << "it is made once";
   // Adopted, it follows the names of its new dictionary.
   Omif_Design *adopted = omif_DesignCopy(copy.get(), slot);
+  EXPECT_EQ(omif_DesignText(adopted, slot), text);
   const Dictionary bare(omif_NewDictionary(slot));
   ASSERT_EQ(omif_AddDesignToDictionary(bare.get(), adopted, slot), 1);
   expectRefusal(
       omif_ObjectAllocate(adopted, slot), slot,
       "omif_ObjectAllocate: Item \"a\" of design \"I\" names \"A\", which is not there (3)");
+  expectRefusal(omif_DesignText(adopted, slot), slot,
+                "omif_DesignText: omif_DictionaryEncodeToString failed (3) < "
+                "omif_DictionaryEncodeToString: Item \"a\" of design \"D\" names \"A\", which no "
+                "earlier design bears (2)");
+  expectRefusal(omif_DesignText(nullptr, slot), slot, "omif_DesignText: Invalid input design (1)");
 }
 
 TEST(Objects, SurviveEveryFailedAllocation) {
@@ -583,6 +592,10 @@ TEST(Objects, SurviveEveryFailedAllocation) {
         return Object(other.design,
                       omif_ObjectConvert(kept.design, filled.record, other.design, err))
                    .record != nullptr;
+      },
+      [&](auto err) {
+        const DesignCopy copy(omif_DesignCopy(kept.design, err));
+        return copy && omif_DesignText(copy.get(), err);
       },
       [&](auto err) { return Dictionary(omif_DictionaryOfDesign(kept.design, err)) != nullptr; }};
   for (const auto &operation : operations) forEachAllocationFailure(operation);

@@ -47,8 +47,9 @@ struct Omif_Design : orvik::toolkit::HeapRecord {
   size_t hostSize = 0;  ///< bytes of a record with members behind its items; 0: of the items
   /// Of a copy that no dictionary owns: what its pointers name.
   std::unique_ptr<Omif_Dictionary> companions;
-  /// How objects are walked, made on first use inside the guard.
-  mutable std::atomic<const orvik::toolkit::mif::Plan *> plan{nullptr};
+  // Made on first use inside the guard, and kept.
+  mutable std::atomic<const orvik::toolkit::mif::Plan *> plan{nullptr};  ///< how objects are walked
+  mutable std::atomic<char *> text{nullptr};                             ///< omif_DesignText
 
   Omif_Design() = default;
   Omif_Design(const Omif_Design &other);
@@ -57,8 +58,8 @@ struct Omif_Design : orvik::toolkit::HeapRecord {
 
   /// To be called when the items stand where they will stay: makes the lists that point into them.
   void seal();
-  /// Forgets the plan, because what the names mean changes.
-  void forgetPlan();
+  /// Forgets plan and text, because what the names mean changes.
+  void forgetWhatIsKept();
   /// The designs that its pointers name are looked for here; null: nowhere.
   const Omif_Dictionary *names() const { return owner ? owner : companions.get(); }
   bool operator==(const Omif_Design &other) const {
@@ -89,7 +90,7 @@ struct Omif_Dictionary : orvik::toolkit::HeapRecord {
       designs.reserve(std::max<size_t>(8, 2 * designs.size()));
     places.emplace(design->name, designs.size());
     design->owner = this;
-    design->forgetPlan();
+    design->forgetWhatIsKept();
     design->companions.reset();
     designs.push_back(std::move(design));
     return designs.back().get();

@@ -269,8 +269,9 @@ Link Codec::link(const Plan &written, const Step &from, const Step &to) {
 
 }  // namespace orvik::toolkit::mif
 
-void Omif_Design::forgetPlan() {
+void Omif_Design::forgetWhatIsKept() {
   delete plan.exchange(nullptr, std::memory_order_relaxed);
+  omsc_HeapFree(text.exchange(nullptr, std::memory_order_relaxed));
   for (orvik::toolkit::mif::Item &item : items)
-    if (item.inPlace) item.inPlace->forgetPlan();
+    if (item.inPlace) item.inPlace->forgetWhatIsKept();
 }

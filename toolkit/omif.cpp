@@ -75,7 +75,7 @@ Omif_Design::Omif_Design(const Omif_Design &other)
   seal();
 }
 
-Omif_Design::~Omif_Design() { forgetPlan(); }
+Omif_Design::~Omif_Design() { forgetWhatIsKept(); }
 
 void Omif_Design::seal() {
   for (Item &item : items) {

@@ -1,5 +1,6 @@
 // The operations on objects: checks and reports around the walks.
 #include <oprj/omif_object.h>
+#include <oprj/othr.h>
 
 #include "toolkit/mif_codec.h"
 #include "toolkit/mif_record.h"
@@ -117,6 +118,20 @@ Omif_Dictionary *omif_DictionaryOfDesign(const Omif_Design *design, Oerr_Report 
     dictionary->adopt(copy);
     return dictionary.release();
   });
+}
+
+const char *omif_DesignText(const Omif_Design *design, Oerr_Report **err) {
+  ErrorScope e("omif_DesignText", err);
+  if (!design) return e.fail(kNoDesign, "Invalid input design");
+  if (const char *known = design->text.load(std::memory_order_acquire)) return known;
+  const Guard guard;
+  if (const char *known = design->text.load(std::memory_order_acquire)) return known;
+  const Owner<Omif_Dictionary, omif_DictionaryFree> dictionary(
+      omif_DictionaryOfDesign(design, e.cause()));
+  char *made = dictionary ? omif_DictionaryEncodeToString(dictionary.get(), e.cause()) : nullptr;
+  if (!made) return e.fail(kUnusable, "omif_DictionaryEncodeToString failed");
+  design->text.store(made, std::memory_order_release);
+  return made;
 }
 
 void *omif_ObjectAllocate(const Omif_Design *design, Oerr_Report **err) {

@@ -53,6 +53,11 @@ OPRJ_API int32_t omif_DesignHostSizeSet(Omif_Design *design, size_t size, Oerr_R
     itself last. */
 OPRJ_API Omif_Dictionary *omif_DictionaryOfDesign(const Omif_Design *design, Oerr_Report **err);
 
+/** The text of that dictionary, borrowed: it is made once and kept as long as the design, or until
+    a dictionary adopts it. Equal texts are of designs that say the same, with all that they name. 1
+    "Invalid input design", 3 "omif_DictionaryEncodeToString failed". */
+OPRJ_API const char *omif_DesignText(const Omif_Design *design, Oerr_Report **err);
+
 /** A new record of zeros, to be freed by omif_ObjectFree. */
 OPRJ_API void *omif_ObjectAllocate(const Omif_Design *design, Oerr_Report **err);
 /** Frees a record with what its items own, and nulls the pointer. Members behind the items are not
