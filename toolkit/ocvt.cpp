@@ -1,6 +1,8 @@
 // Units of length and angle, packed degrees-minutes-seconds, and angles as people write them.
 #include <oprj/ocvt.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <numbers>
@@ -220,29 +222,52 @@ constexpr char folded(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-constexpr bool sameName(const char *first, const char *second) {
+constexpr bool standsBefore(const char *first, const char *second) {
   while (*first && folded(*first) == folded(*second)) ++first, ++second;
-  return !*first && !*second;
+  return static_cast<unsigned char>(folded(*first)) < static_cast<unsigned char>(folded(*second));
 }
 
-constexpr const Ocvt_Unit *findUnit(const char *name) {
+struct UnitName {
+  const char *name;
+  const Ocvt_Unit *unit;
+};
+
+/// Tells a visitor every name of every unit.
+template <class Visit>
+constexpr void eachName(Visit visit) {
   for (const Ocvt_Unit &unit : kUnits) {
-    if (sameName(unit.name, name)) return &unit;
-    for (Aliases alias = unit.aliases; *alias; ++alias)
-      if (sameName(*alias, name)) return &unit;
+    visit(UnitName{unit.name, &unit});
+    for (Aliases alias = unit.aliases; *alias; ++alias) visit(UnitName{*alias, &unit});
   }
-  return nullptr;
 }
 
-constexpr bool everyNameFindsItsUnit() {
-  for (const Ocvt_Unit &unit : kUnits) {
-    if (findUnit(unit.name) != &unit) return false;
-    for (Aliases alias = unit.aliases; *alias; ++alias)
-      if (findUnit(*alias) != &unit) return false;
-  }
-  return true;
+constexpr size_t nameCount() {
+  size_t count = 0;
+  eachName([&](UnitName) { ++count; });
+  return count;
 }
-static_assert(everyNameFindsItsUnit(), "a name stands twice in the table");
+
+/// All names in their order, whatever their case.
+constexpr auto kNames = [] {
+  std::array<UnitName, nameCount()> names{};
+  auto next = names.begin();
+  eachName([&](UnitName name) { *next++ = name; });
+  std::sort(names.begin(), names.end(),
+            [](UnitName a, UnitName b) { return standsBefore(a.name, b.name); });
+  return names;
+}();
+static_assert(std::adjacent_find(kNames.begin(), kNames.end(),
+                                 [](UnitName a, UnitName b) {
+                                   return !standsBefore(a.name, b.name);
+                                 }) == kNames.end(),
+              "a name stands twice in the table");
+
+const Ocvt_Unit *findUnit(const char *name) {
+  const auto found =
+      std::lower_bound(kNames.begin(), kNames.end(), name,
+                       [](UnitName a, const char *b) { return standsBefore(a.name, b); });
+  return found != kNames.end() && !standsBefore(name, found->name) ? found->unit : nullptr;
+}
 
 bool isExact(const Ocvt_Unit &unit) { return unit.denominator > 0.0; }
 
