@@ -214,6 +214,8 @@ void *peProjectionConvertFromMIFable(const void *object, const Omif_Design *desi
 
 namespace {
 
+constexpr const char *kToMIFable = "oprj_ProjectionConvertToMIFable";
+
 /// The library's own design of that name among those that function sets read, else null; the
 /// Projection Engine's projected systems are laid out as all of its systems are.
 const Omif_Design *ownDesignOf(const char *name, Oerr_Report **err) {
@@ -223,63 +225,51 @@ const Omif_Design *ownDesignOf(const char *name, Oerr_Report **err) {
   return nullptr;
 }
 
-/// The wrapped object, as a record of the library's own design where it has one; else of the
-/// design in `dictionary`, where the wrapper's dictionary is read to. Empty with a report.
-PortableObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, ErrorScope &e) {
-  const char *name = charsOf(wrapped.type.string);
-  dictionary.reset(omif_DictionaryDecodeFromString(charsOf(wrapped.MIFDictionary), e.cause()));
-  if (!dictionary) {
-    e.fail(3, "omif_DictionaryDecodeFromString failed");
-    return {};
-  }
+/// The design that the wrapped object was written in: `own`, or the one in `dictionary`, where the
+/// wrapper's is read to then. Null with a report of 3 to 5.
+const Omif_Design *writtenDesign(const Omif_MIFObject &wrapped, const Omif_Design *own,
+                                 OwnedDictionary &dictionary, ErrorScope &e) {
+  const char *text = charsOf(wrapped.MIFDictionary), *name = charsOf(wrapped.type.string);
+  if (isTextOf(own, text)) return own;
+  dictionary.reset(omif_DictionaryDecodeFromString(text, e.cause()));
+  if (!dictionary) return e.fail(3, "omif_DictionaryDecodeFromString failed");
   const auto *written = omif_DictionarySearchByName(dictionary.get(), name, e.cause());
-  if (e.calleeFailed()) {
-    e.fail(4, "omif_DictionarySearchByName failed");
-    return {};
-  }
-  if (!written) {
-    e.fail(5, "Design %s not found in dictionary", name);
-    return {};
-  }
-  const auto *own = ownDesignOf(name, e.cause());
-  if (e.calleeFailed()) {
-    e.fail(6, "omif_ObjectAllocate failed");
-    return {};
-  }
+  if (e.calleeFailed()) return e.fail(4, "omif_DictionarySearchByName failed");
+  if (!written) return e.fail(5, "Design %s not found in dictionary", name);
+  return written;
+}
+
+/// The wrapped object, as a record of the library's own design where it has one; else of the
+/// design in `dictionary`. Empty with a report.
+PortableObject unwrap(const Omif_MIFObject &wrapped, OwnedDictionary &dictionary, ErrorScope &e) {
+  const auto *own = ownDesignOf(charsOf(wrapped.type.string), e.cause());
+  if (e.calleeFailed()) return e.fail(6, "omif_ObjectAllocate failed");
+  const auto *written = writtenDesign(wrapped, own, dictionary, e);
+  if (!written) return {};
   const auto *wanted = own ? own : written;
   PortableObject object(wanted, omif_ObjectAllocate(wanted, e.cause()));
-  if (!object) {
-    e.fail(6, "omif_ObjectAllocate failed");
-    return {};
-  }
+  if (!object) return e.fail(6, "omif_ObjectAllocate failed");
   if (!omif_ConvertToHostAs(written, wrapped.MIFObject.data, wrapped.MIFObject.count, wanted,
-                            object.record(), e.cause())) {
-    e.fail(7, "omif_ConvertToHost failed");
-    return {};
-  }
+                            object.record(), e.cause()))
+    return e.fail(7, "omif_ConvertToHost failed");
   return object;
 }
 
 }  // namespace
 }  // namespace orvik::oprj
 
-int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, void **object,
-                                        Omif_Design **design, Oerr_Report **err) {
-  ErrorScope e("oprj_ProjectionConvertToMIFable", err);
-  if (object) *object = nullptr;
-  if (design) *design = nullptr;
-  if (!projection || !object || !design || !projection->functions ||
-      !projection->functions->convertToMIFable)
+PortableObject orvik::oprj::wrappedProjection(const Oprj_MapProjectionEx *projection,
+                                              Oerr_Report **err) {
+  ErrorScope e(kToMIFable, err);
+  if (!projection || !projection->functions || !projection->functions->convertToMIFable)
     return e.fail(1, "Args");
   const Omif_Design *inner = nullptr;
   void *made = projection->functions->convertToMIFable(projection->ownedData, &inner, e.cause());
   const PortableObject wrapped(inner, made);
   if (!wrapped) return e.fail(2, "ProjectionConvertToMIFable failed");
 
-  const OwnedDictionary dictionary(omif_DictionaryOfDesign(inner, e.cause()));
-  if (!dictionary) return e.fail(3, "omif_DictionaryOfDesign failed");
-  const InnerText text(omif_DictionaryEncodeToString(dictionary.get(), e.cause()));
-  if (!text) return e.fail(4, "omif_DictionaryEncodeToString failed");
+  const char *text = omif_DesignText(inner, e.cause());
+  if (!text) return e.fail(4, "omif_DesignText failed");
   const int32_t size = omif_ObjectSize(inner, wrapped.get(), e.cause());
   const orvik::toolkit::HeapBlock<uint8_t> bytes(
       static_cast<uint8_t *>(omsc_HeapMalloc(static_cast<size_t>(size))));
@@ -290,13 +280,24 @@ int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, 
   const auto *own = referenceDesign(mapProjection842Design, e.cause());
   if (!own) return e.fail(6, "OMIF_DESIGN_FETCH failed");
   const Oprj_MapProjection842 whole{
-      {{borrowed(omif_DesignName(inner))}, borrowed(text.get()), {size, bytes.get()}},
+      {{borrowed(omif_DesignName(inner))}, borrowed(text), {size, bytes.get()}},
       {borrowed(projection->title)}};
   PortableObject result(own, omif_ObjectCopy(own, &whole, nullptr, e.cause()));
   if (!result) return e.fail(7, "omif_ObjectCopy failed");
-  *design = omif_DesignCopy(own, e.cause());
+  return result;
+}
+
+int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection, void **object,
+                                        Omif_Design **design, Oerr_Report **err) {
+  ErrorScope e(kToMIFable, err);
+  if (object) *object = nullptr;
+  if (design) *design = nullptr;
+  if (!object || !design) return e.fail(1, "Args");
+  PortableObject wrapped = wrappedProjection(projection, err);
+  if (!wrapped) return 0;
+  *design = omif_DesignCopy(wrapped.design(), e.cause());
   if (!*design) return e.fail(8, "omif_DesignCopy failed");
-  *object = result.release();
+  *object = wrapped.release();
   return 1;
 }
 
@@ -311,9 +312,12 @@ Oprj_MapProjectionEx *oprj_ProjectionConvertFromMIFable(const void *object,
   PortableObject wrapper, unwrapped;
   if (bears(design, "Oprj_MapProjection842")) {
     const auto *own = referenceDesign(mapProjection842Design, e.cause());
-    if (own) wrapper = asOwn(object, design, own, e.cause());
-    if (!wrapper) return e.fail(12, "omif_ObjectConvert failed");
-    const auto *whole = static_cast<const Oprj_MapProjection842 *>(wrapper.get());
+    if (design != own) {
+      if (own) wrapper = asOwn(object, design, own, e.cause());
+      if (!wrapper) return e.fail(12, "omif_ObjectConvert failed");
+      object = wrapper.get();
+    }
+    const auto *whole = static_cast<const Oprj_MapProjection842 *>(object);
     unwrapped = unwrap(whole->projection, dictionary, e);
     if (!unwrapped) return nullptr;
     title = charsOf(whole->title.string);

@@ -52,9 +52,8 @@ typedef struct {
 
 /** The portable form of a projection: a new Oprj_MapProjection842 and a copy of its design, both
     the caller's (omif_ObjectFree, omif_DesignFree). 1, or 0 with both null: 1 "Args", 2
-    "ProjectionConvertToMIFable failed", 3 "omif_DictionaryOfDesign failed", 4
-    "omif_DictionaryEncodeToString failed", 5 "omif_ConvertToMIF failed", 6 "OMIF_DESIGN_FETCH
-    failed", 7 "omif_ObjectCopy failed", 8 "omif_DesignCopy failed". */
+    "ProjectionConvertToMIFable failed", 4 "omif_DesignText failed", 5 "omif_ConvertToMIF failed", 6
+    "OMIF_DESIGN_FETCH failed", 7 "omif_ObjectCopy failed", 8 "omif_DesignCopy failed". */
 OPRJ_API int32_t oprj_ProjectionConvertToMIFable(const Oprj_MapProjectionEx *projection,
                                                  void **object, Omif_Design **design,
                                                  Oerr_Report **err);

@@ -4,6 +4,7 @@
 #define OPRJ_INTERCHANGE_PORTABLE_OBJECT_H
 
 #include <oprj/omif_object.h>
+#include <oprj/projection.h>
 
 #include <cstring>
 #include <utility>
@@ -20,6 +21,7 @@ using OwnedDesign = Owner<Omif_Design, omif_DesignFree>;
 class PortableObject {
  public:
   PortableObject() = default;
+  PortableObject(toolkit::Failed) {}
   PortableObject(const Omif_Design *design, void *object) : design_(design), object_(object) {}
   ~PortableObject() { omif_ObjectFree(design_, &object_); }
   PortableObject(PortableObject &&other) noexcept
@@ -48,8 +50,20 @@ inline bool bears(const Omif_Design *design, const char *name) {
 /// laid out otherwise. Empty with a report.
 inline PortableObject asOwn(const void *object, const Omif_Design *design, const Omif_Design *own,
                             Oerr_Report **err) {
+  if (object && design == own) return {own, omif_ObjectCopy(own, object, nullptr, err)};
   return {own, omif_ObjectConvert(design, object, own, err)};
 }
+
+/// A dictionary that was written from the library's own design says the same as it, byte for byte:
+/// `own` reads its objects, and the dictionary need not be read. `own` may be null.
+inline bool isTextOf(const Omif_Design *own, const char *dictionary) {
+  const char *text = own ? omif_DesignText(own, nullptr) : nullptr;
+  return text && std::strcmp(text, dictionary) == 0;
+}
+
+/// The Oprj_MapProjection842 that oprj_ProjectionConvertToMIFable makes, with the library's own
+/// design instead of a copy. Empty with that operation's report of 1 to 7.
+PortableObject wrappedProjection(const Oprj_MapProjectionEx *projection, Oerr_Report **err);
 
 inline const char *charsOf(const Omif_Text &text) { return orEmpty(text.data); }
 

@@ -54,19 +54,18 @@ struct Transit {
   OwnedBytes bytes;
   int32_t size = 0;
 
-  /// False with a report of 3 to 6.
+  /// False with a report of 4 to 6.
   bool take(ErrorScope &e, const void *object, const Omif_Design *design) {
-    const OwnedDictionary designs(omif_DictionaryOfDesign(design, e.cause()));
-    if (!designs) return e.fail(3, "omif_DictionaryOfDesign failed");
-    dictionary.reset(handOut(omif_DictionaryEncodeToString(designs.get(), e.cause())));
-    if (!dictionary) return e.fail(4, "omif_DictionaryEncodeToString failed");
+    const char *text = omif_DesignText(design, e.cause());
+    if (!text) return e.fail(4, "omif_DesignText failed");
     size = omif_ObjectSize(design, object, e.cause());
     if (!e.calleeFailed())
       bytes.reset(static_cast<uint8_t *>(omsc_HeapMalloc(static_cast<size_t>(size))));
     if (!bytes || omif_ConvertToMIF(design, object, bytes.get(), size, e.cause()) != size)
       return e.fail(5, "omif_ConvertToMIF failed");
+    dictionary = newText(text);
     designName = newText(omif_DesignName(design));
-    if (!designName) return e.fail(6, "ostr_Duplicate failed");
+    if (!dictionary || !designName) return e.fail(6, "ostr_Duplicate failed");
     return true;
   }
 };
@@ -279,14 +278,10 @@ int32_t oprj_ProjectionConvertToMIF(const Oprj_MapProjectionEx *projection, Oprj
   clear(numbers);
   if (!whole) return e.fail(1, "Args");
 
-  Omif_Design *madeDesign = nullptr;
-  void *made = nullptr;
-  oprj_ProjectionConvertToMIFable(projection, &made, &madeDesign, e.cause());
-  const OwnedDesign design(madeDesign);
-  PortableObject wrapper(madeDesign, made);
+  PortableObject wrapper = wrappedProjection(projection, e.cause());
   if (!wrapper) return e.fail(2, "oprj_ProjectionConvertToMIFable failed");
   Transit transit;
-  if (!transit.take(e, wrapper.get(), design.get())) return 0;
+  if (!transit.take(e, wrapper.get(), wrapper.design())) return 0;
   auto &inner = static_cast<Oprj_MapProjection842 *>(wrapper.record())->projection;
   OwnedText dictionaryText = newText(charsOf(inner.MIFDictionary)),
             nameText = newText(charsOf(inner.type.string)), titleText = newText(projection->title);
@@ -354,11 +349,15 @@ Oprj_ElevationInfo *oprj_ElevationInfoConvertFromMIF(const Oprj_Char *dictionary
                                                      Oerr_Report **err) {
   ErrorScope e("oprj_ElevationInfoConvertFromMIF", err);
   if (!dictionary || !designName || !object || size < 0) return e.fail(1, "Args");
-  const OwnedDictionary designs(omif_DictionaryDecodeFromString(Utf8(dictionary), e.cause()));
-  if (!designs) return e.fail(2, "omif_DictionaryDecodeFromString failed");
-  const Utf8 name(designName);
-  const auto *written = omif_DictionarySearchByName(designs.get(), name, e.cause());
-  if (!written) return e.fail(3, "Design %s not found in dictionary", name.c_str());
+  const Utf8 text(dictionary), name(designName);
+  OwnedDictionary designs;  // outlives what its designs free
+  const auto *written = referenceDesign(elevationInfoDesign, e.cause());
+  if (name.view() != kElevationInfo || !isTextOf(written, text)) {
+    designs.reset(omif_DictionaryDecodeFromString(text, e.cause()));
+    if (!designs) return e.fail(2, "omif_DictionaryDecodeFromString failed");
+    written = omif_DictionarySearchByName(designs.get(), name, e.cause());
+    if (!written) return e.fail(3, "Design %s not found in dictionary", name.c_str());
+  }
   const PortableObject host(written, omif_ConvertToHost(written, object, size, nullptr, e.cause()));
   if (!host) return e.fail(4, "omif_ConvertToHost failed");
   auto *info = oprj_ElevationInfoConvertFromMIFable(host.get(), written, e.cause());

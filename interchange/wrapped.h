@@ -73,9 +73,8 @@ OPRJ_API Oprj_ElevationInfo *oprj_ElevationInfoConvertFromMIFable(const void *ob
 /** A projection as texts and bytes: the dictionary, the design's name, the bytes and their number
    of its Oprj_MapProjection842; the dictionary, the design's name, the bytes and their number of
    the object wrapped in it; the title of the function set; the version of this form, 1. 1, or 0
-   with 1 "Args", 2 "oprj_ProjectionConvertToMIFable failed", 3 "omif_DictionaryOfDesign failed", 4
-   "omif_DictionaryEncodeToString failed", 5 "omif_ConvertToMIF failed", 6 "ostr_Duplicate failed".
- */
+   with 1 "Args", 2 "oprj_ProjectionConvertToMIFable failed", 4 "omif_DesignText failed", 5
+   "omif_ConvertToMIF failed", 6 "ostr_Duplicate failed". */
 OPRJ_API int32_t oprj_ProjectionConvertToMIF(const Oprj_MapProjectionEx *projection,
                                              Oprj_Char **dictionary, Oprj_Char **designName,
                                              uint8_t **object, int32_t *size,
@@ -92,7 +91,7 @@ OPRJ_API Oprj_MapProjectionEx *oprj_ProjectionConvertFromMIF(
     int32_t innerSize, const Oprj_Char *title, int32_t version, Oerr_Report **err);
 
 /** An elevation info as texts and bytes: dictionary, name of its design, bytes and their number. 1,
-   or 0 with 1 "Args", 2 "oprj_ElevationInfoConvertToMIFable failed", 3 to 6 as above. */
+   or 0 with 1 "Args", 2 "oprj_ElevationInfoConvertToMIFable failed", 4 to 6 as above. */
 OPRJ_API int32_t oprj_ElevationInfoConvertToMIF(const Oprj_ElevationInfo *info,
                                                 Oprj_Char **dictionary, Oprj_Char **designName,
                                                 uint8_t **object, int32_t *size, Oerr_Report **err);

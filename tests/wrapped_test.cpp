@@ -85,8 +85,17 @@ struct Wrapped : testing::Test {
                                             elevation.object, elevation.design, &made.object,
                                             &made.design, err);
   }
-  /// Plans of the library's designs are made once and stay.
+  /// Plans and texts of the library's designs are made once and stay.
   static void SetUpTestSuite() {
+    const ElevationPtr info = heights();
+    char *texts[2];
+    uint8_t *object;
+    int32_t size;
+    oprj_ElevationInfoConvertToMIF(info.get(), &texts[0], &texts[1], &object, &size, nullptr);
+    ElevationPtr(oprj_ElevationInfoConvertFromMIF(texts[0], texts[1], object, size, nullptr));
+    for (void *block : {static_cast<void *>(texts[0]), static_cast<void *>(texts[1]),
+                        static_cast<void *>(object)})
+      omsc_HeapFree(block);
     const HandlePtr handles[] = {makeHandle(geographic()), engineHandle()};
     for (const HandlePtr &each : handles) {
       Transit transit;
