@@ -32,6 +32,8 @@ class Operation {
   /// Longitudes farther from the central meridian are no points of the map: rad. Infinite for
   /// projections that bring them into reach themselves.
   double reach() const { return reach_; }
+  /// PROJ's formula computes it as it is.
+  bool plain() const { return !turned_ && perLatitude_ == 0.0; }
 
   /// Computes points (radians or metres, as pairs) in place; what has no result becomes infinite.
   /// False with a report when the operation cannot be made.

@@ -209,6 +209,83 @@ TEST(EnginePoints, NegativeScalesAndAzimuthsTurnTheAxes) {
   }
 }
 
+// Over the globe and over the sheet beyond its edges: the same points have a place as in PROJ, the
+// same one to the tolerance (m, and so much of 2e7 m), alone and in an array to the same bits.
+TEST(EnginePoints, OwnFormulasServeWherePlacesAreThoseOfProj) {
+  const Loaded loaded;
+  const struct {
+    std::string name, parameters, definition;
+    double width, height, tolerance;
+  } cases[] = {
+      {"Transverse_Mercator", "Scale_Factor=0.9996", "tmerc +k=0.9996 +ellps=WGS84", 9e6, 1.2e7,
+       1e-8},
+      {"Lambert_Conformal_Conic", "Standard_Parallel_1=33 Standard_Parallel_2=45",
+       "lcc +lat_1=33 +lat_2=45 +ellps=WGS84", 1.5e7, 1.5e7, 2e-7},
+      {"Lambert_Conformal_Conic", "Standard_Parallel_1=-40 Latitude_Of_Origin=-40",
+       "lcc +lat_1=-40 +lat_0=-40 +ellps=WGS84", 1.5e7, 1.5e7, 2e-7},
+      {"Albers", "Standard_Parallel_1=33 Standard_Parallel_2=45",
+       "aea +lat_1=33 +lat_2=45 +ellps=WGS84", 1.8e7, 1.8e7, 1e-6},
+      {"Mercator", "Standard_Parallel_1=33", "merc +lat_ts=33 +ellps=WGS84", 2.5e7, 2e7, 2e-8},
+      {"Miller_Cylindrical", "", "mill +R=6378137", 2.5e7, 1.7e7, 2e-8},
+      {"Eckert_VI", "", "eck6 +R=6378137", 2e7, 1e7, 1e-7},
+      {"Behrmann", "", "cea +lat_ts=30 +R=6378137", 2.5e7, 9e6, 1e-7},
+      {"Stereographic", "Latitude_Of_Origin=40", "stere +lat_0=40 +ellps=WGS84", 2e7, 2e7, 1e-5},
+      {"Double_Stereographic", "Latitude_Of_Origin=52", "sterea +lat_0=52 +ellps=WGS84", 2e7, 2e7,
+       1e-6},
+      {"Aitoff", "", "aitoff +R=6378137", 2.2e7, 1.1e7, 1e-7},
+      {"Winkel_Tripel", "Standard_Parallel_1=40", "wintri +lat_1=40 +R=6378137", 2e7, 1.1e7, 1e-7},
+      {"Vertical_Near_Side_Perspective", "Latitude_Of_Center=40 Height=5000000",
+       "nsper +lat_0=40 +h=5000000 +R=6378137", 5e6, 5e6, 1e-7},
+  };
+  PJ_CONTEXT *context = proj_context_create();
+  for (const auto &[name, parameters, definition, width, height, tolerance] : cases) {
+    SCOPED_TRACE(definition);
+    Slot slot;
+    const Handle handle = handleOf(projected(name, parameters), slot);
+    ASSERT_TRUE(handle) << slot.chain();
+    PJ *peer = proj_create(context, ("+over +proj=" + definition).c_str());
+    for (const bool forward : {true, false}) {
+      const auto leg = forward ? handle->apply : handle->applyInverse;
+      std::vector<Oprj_Point> good, alone;
+      for (int i = 0; i <= 30 * 30; ++i) {
+        const double u = i % 31 / 15.0 - 1, v = i / 30 / 15.0 - 1;
+        const Oprj_Point in = forward ? Oprj_Point{u * 180 * kDegree, v * 89 * kDegree}
+                                      : Oprj_Point{u * width, v * height};
+        const PJ_COORD c = proj_trans(peer, forward ? PJ_FWD : PJ_INV, {{in.x, in.y, 0, 0}});
+        const bool isPlace = std::isfinite(c.v[0]) &&
+                             (forward || (std::fabs(c.v[0]) <= std::numbers::pi + 1e-11 &&
+                                          std::fabs(c.v[1]) <= std::numbers::pi / 2 + 1e-11));
+        Oprj_Point out;
+        leg(handle->ownedData, &in, &out, 1, slot);
+        EXPECT_EQ(slot.chain().empty(), isPlace) << in.x << " " << in.y;
+        if (!isPlace || !slot.chain().empty()) continue;
+        good.push_back(in);
+        alone.push_back(out);
+        if (!forward && std::fabs(c.v[1]) > 89 * kDegree) continue;
+        const double unit = forward ? std::max(1.0, std::hypot(out.x, out.y) / 2e7) : 1 / 6378137.0;
+        const double parallel = forward ? 1.0 : std::cos(out.y);
+        EXPECT_NEAR(out.x * parallel, c.v[0] * parallel, tolerance * unit) << in.x << " " << in.y;
+        EXPECT_NEAR(out.y, c.v[1], tolerance * unit) << in.x << " " << in.y;
+      }
+      EXPECT_GT(good.size(), 150u);
+      std::vector<Oprj_Point> all(good.size());
+      leg(handle->ownedData, good.data(), all.data(), static_cast<int32_t>(good.size()), slot);
+      EXPECT_EQ(std::memcmp(all.data(), alone.data(), all.size() * sizeof all[0]), 0);
+    }
+    proj_destroy(peer);
+  }
+  proj_context_destroy(context);
+  // PROJ's inverse finds no place on southern ones.
+  Slot slot;
+  const Handle bonne = handleOf(projected("Bonne", "Standard_Parallel_1=-10"), slot);
+  const Oprj_Point place = {0.4, -0.6};
+  Oprj_Point sheet, back;
+  bonne->apply(bonne->ownedData, &place, &sheet, 1, slot);
+  bonne->applyInverse(bonne->ownedData, &sheet, &back, 1, slot);
+  EXPECT_EQ(slot.chain(), "");
+  EXPECT_LT(std::hypot(back.x - place.x, back.y - place.y), 1e-13);
+}
+
 // PROJ keeps these distances to 0.3 m only.
 TEST(EnginePoints, TwoPointEquidistantMapsKeepBothDistances) {
   const System system = read(projected("Two_Point_Equidistant",
