@@ -132,7 +132,7 @@ std::string pageOf(const CLI::App &program, const CLI::App *command = nullptr) {
   if (const std::string help = ownHelp(app); !help.empty()) text += ".SH DESCRIPTION\n" + help;
   text += ".SH OPTIONS\n" + optionsOf(app);
   if (command) {
-    text += "Those of " + bold("oprj") + "(1) are taken too.\n";
+    text += ".PP\nThose of " + bold("oprj") + "(1) are taken too.\n";
     if (!commandsOf(app).empty())
       text += ".SH COMMANDS\n" + partsOf(app, "oprj " + command->get_name());
     if (app.get_footer().find(kSystemHelp) != std::string::npos)

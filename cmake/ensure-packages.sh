@@ -5,7 +5,8 @@ ensure_packages() {
   [ "${1:-}" = tests ] && wanted="$wanted libgtest-dev proj-bin libgctp-dev libmpfr-dev python3 clang libclang-rt-dev \
     python3-dev pybind11-dev python3-numpy python3-pytest python3-pandas python3-shapely python3-pyproj python3-pip mypy \
     python3-dask python3-distributed"
-  [ "${1:-}" = packages ] && wanted="$wanted dpkg-dev debhelper lintian python3"
+  [ "${1:-}" = packages ] && wanted="$wanted dpkg-dev debhelper dh-python lintian \
+    python3-dev python3-numpy pybind11-dev"
   local missing="" package
   for package in $wanted; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing="$missing $package"
