@@ -67,6 +67,9 @@ void *peProjectionCopy(const void *data, Oerr_Report **err) {
 int32_t peProjectionEqual(const void *first, const void *second, Oerr_Report **err) {
   ErrorScope e("peProjectionEqual", err);
   if (!first || !second) return e.fail(1, "Args");
+  const engine::Object *one = engine::knownAs(first, engine::kCoordsys),
+                       *other = engine::knownAs(second, engine::kCoordsys);
+  if (one && other && one->derived && other->derived && one->kind != other->kind) return 0;
   const int32_t equal = oawp_PE_pe_coordsys_eq(systemOf(first), systemOf(second));
   oawp_PE_ReportTake(e.cause());
   if (e.calleeFailed()) return e.fail(2, "OAWP_FCLL_PE(pe_coordsys_eq) failed");
