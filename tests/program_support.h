@@ -2,6 +2,8 @@
 #ifndef OPRJ_TESTS_PROGRAM_SUPPORT_H
 #define OPRJ_TESTS_PROGRAM_SUPPORT_H
 
+#include <sstream>
+
 #include "tests/support.h"
 
 namespace orvik::test {
@@ -29,6 +31,13 @@ class ProgramTest : public testing::Test {
 
   TemporaryDirectory folder_;
 };
+
+/// Each of the parts, which bars separate, is in the text.
+inline void expectParts(const std::string &text, const std::string &parts) {
+  std::istringstream all(parts);
+  for (std::string part; std::getline(all, part, '|');)
+    EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+}
 
 }  // namespace orvik::test
 
