@@ -282,21 +282,20 @@ OPRJ_INLINE void storePairs(double *pairs, Lanes x, Lanes y, bool streams = fals
     }
   }
 }
-/// Bit k is the truth of point k of the pairs that were loaded.
-OPRJ_INLINE uint32_t bitsOfPoints(Mask m) {
-  uint32_t bits = 0;  // each twice
-  for (int h = 0; h < 2; ++h) {
-    const Native truth = (Native)m.half[h];
-    const NativeMask low = (NativeMask)nativeUnpackLow(truth, truth);
-    const NativeMask high = (NativeMask)nativeUnpackHigh(truth, truth);
-    bits |= (nativeBits(low) | nativeBits(high) << kNativeWidth) << (2 * h * kNativeWidth);
+/// For the bits of half a group's lanes a byte of 1 for each of its points, in their order.
+struct BytesOfPoints {
+  uint64_t of[1 << kNativeWidth] = {};
+  constexpr BytesOfPoints() {
+    for (int bits = 0; bits < 1 << kNativeWidth; ++bits)
+      for (int lane = 0; lane < kNativeWidth; ++lane) {
+        const int point = lane / 2 + lane % 2 * (kNativeWidth / 2);
+        of[bits] |= uint64_t{(bits >> lane & 1) != 0} << (8 * point);
+      }
   }
-  bits &= 0x55555555;
-  bits = (bits | bits >> 1) & 0x33333333;
-  bits = (bits | bits >> 2) & 0x0f0f0f0f;
-  bits = (bits | bits >> 4) & 0x00ff00ff;
-  return (bits | bits >> 8) & 0xffff;
-}
+};
+inline constexpr BytesOfPoints kBytesOfPoints;
+/// A byte of 1 for each point of half a group for which `m` holds.
+OPRJ_INLINE uint64_t bytesOfPoints(NativeMask m) { return kBytesOfPoints.of[nativeBits(m)]; }
 
 }  // namespace orvik::oprj::OPRJ_SET
 

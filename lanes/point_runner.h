@@ -39,8 +39,9 @@ struct Odd {
 };
 /// Odd lanes of which it is certain what `point` would find.
 struct Certain {
-  Mask notNumbers;                                                 ///< the point went in as NaN
+  Mask notNumbers = never<Lanes>();                                ///< the point went in as NaN
   Mask elsewhere = never<Lanes>(), notConverged = never<Lanes>();  ///< it stops, for that fault
+  bool alike = false;  ///< all odd ones stop for the fault `elsewhere`: no need to read the masks
 };
 
 /// `count` points one by one, the first of them being number `first` of the run. Those that have a
@@ -73,58 +74,72 @@ template <class Kernel, class Point>
   return true;
 }
 
-/// A byte of 1 for each of the eight lowest bits.
-OPRJ_INLINE uint64_t bytesOf(uint32_t bits) {
-  const uint64_t apart = (bits & 0xff) * kEachByte & 0x8040201008040201;
-  return (apart + 0x7f * kEachByte) >> 7 & kEachByte;
-}
-
-/// Writes the faults of a group's bad points, eight at a time, where there is none yet.
-OPRJ_INLINE void noteFaults(uint32_t bad, PointFault elsewhere, const Certain &is,
-                            PointFault *faults) {
-  const auto codes = [](PointFault fault, uint32_t bits) {
-    return static_cast<uint64_t>(fault) * bytesOf(bits);
-  };
-  // mostly there is one kind
-  const uint32_t none = any(is.notNumbers) ? bitsOfPoints(is.notNumbers) : 0;
-  const uint32_t open = any(is.notConverged) ? bitsOfPoints(is.notConverged) : 0;
-  const uint32_t beside = bad & ~(none | open);
-  constexpr int kAtOnce = kLanes < 8 ? kLanes : 8;
-  for (int k = 0; k < kLanes; k += kAtOnce) {
+/// Writes the faults of the bad points of half `h` of a group, where there is none yet, and returns
+/// how many are bad.
+OPRJ_INLINE int32_t noteFaults(int h, Mask bad, PointFault elsewhere, const Certain &is,
+                               PointFault *faults) {
+  const uint64_t all = bytesOfPoints(bad.half[h]);
+  if (faults) {
+    const auto codes = [](PointFault fault, uint64_t bytes) {
+      return static_cast<uint64_t>(fault) * bytes;
+    };
+    uint64_t found = codes(elsewhere, all);
+    if (!is.alike) {
+      const uint64_t none = bytesOfPoints(is.notNumbers.half[h]);
+      const uint64_t open = bytesOfPoints(is.notConverged.half[h]);
+      found = codes(PointFault::kNotANumber, none) | codes(PointFault::kNotConverged, open) |
+              codes(elsewhere, all - none - open);
+    }
     uint64_t now = 0;
-    __builtin_memcpy(&now, faults + k, kAtOnce);
+    __builtin_memcpy(&now, faults + h * kNativeWidth, kNativeWidth);
     const uint64_t noted = (now + 0x7f * kEachByte) >> 7 & kEachByte;
-    now |= (codes(PointFault::kNotANumber, none >> k) | codes(elsewhere, beside >> k) |
-            codes(PointFault::kNotConverged, open >> k)) &
-           ~(noted * 0xff);
-    __builtin_memcpy(faults + k, &now, kAtOnce);
+    now |= found & ((kEachByte - noted) * 0xff);
+    __builtin_memcpy(faults + h * kNativeWidth, &now, kNativeWidth);
   }
+  return static_cast<int32_t>(all * kEachByte >> 56);
 }
 
-/// The rest of a group in which some lanes are odd. Their points in `ready` are NaN, the second
-/// coordinate a number where an iteration is to blame; `from` are the group's points as the lanes
-/// had them. False when the run ended.
+/// The points of a group whose first coordinate is NaN, one by one, and the others as they are.
 template <class Kernel, class Point>
-[[gnu::noinline]] bool oddGroup(const typename Kernel::Block &block, const Point *from,
-                                const Point *ready, const Point *in, Point *out, int32_t first,
-                                int32_t count, PointRun &how) {
-  if constexpr (requires(Lanes x, Odd odd) { Kernel::certain(x, x, odd); }) {
-    Lanes x, y, u, v;
-    loadPairs(&ready->x, u, v);
-    loadPairs(&from->x, x, y);
-    const Mask odd = u != u;
-    const Certain is = Kernel::certain(x, y, Odd{odd, odd & (v == v)});
-    const Mask stops = is.elsewhere | is.notConverged;
-    if (count == kLanes && !any(odd & ~(is.notNumbers | stops)) && (how.goesOn || !any(stops))) {
-      storePairs(&out->x, u, select(odd, Lanes(kNaN), v));
-      if (!how.goesOn) return true;
-      const uint32_t bad = bitsOfPoints(odd);
-      how.bad += static_cast<int32_t>((bytesOf(bad) + bytesOf(bad >> 8)) * kEachByte >> 56);
-      if (how.faults) noteFaults(bad, Kernel::kElsewhere, is, how.faults + first);
-      return true;
+[[gnu::noinline]] bool oddOneByOne(Native u0, Native u1, Native v0, Native v1,
+                                   const typename Kernel::Block &block, const Point *in, Point *out,
+                                   int32_t first, int32_t count, PointRun &how) {
+  Point ready[kLanes];
+  storePairs(&ready->x, {u0, u1}, {v0, v1});
+  return pointByPoint<Kernel>(block, in, ready, out, first, count, how);
+}
+
+/// The rest of a group in which some lanes are odd. Numbers and masks come in halves, and go on in
+/// halves, which stay in registers: this is as frequent as bad points are, and whole Lanes would
+/// pass through memory. False when the run ended.
+template <class Kernel, class Point>
+[[gnu::noinline]] bool oddGroup(Native u0, Native u1, Native v0, Native v1, NativeMask odd0,
+                                NativeMask odd1, NativeMask iterated0, NativeMask iterated1,
+                                const typename Kernel::Block &block, const Point *in, Point *out,
+                                int32_t first, int32_t count, PointRun &how) {
+  const Odd odd{{{odd0, odd1}}, {{iterated0, iterated1}}};
+  const Lanes u = select(odd.lanes, Lanes(kNaN), {u0, u1});
+  const Lanes v = select(odd.lanes, Lanes(kNaN), {v0, v1});
+  if constexpr (requires(Lanes x) { Kernel::certain(x, x, odd); }) {
+    if (count == kLanes) [[likely]] {
+      Lanes x, y;
+      loadPairs(&in->x, x, y);
+      const Certain is = Kernel::certain(x, y, odd);
+      const Mask stops = is.elsewhere | is.notConverged;
+      if (is.alike ? how.goesOn
+                   : !any(odd.lanes & ~(is.notNumbers | stops)) && (how.goesOn || !any(stops))) {
+        storePairs(&out->x, u, v);
+        if (how.goesOn) {
+          PointFault *const faults = how.faults ? how.faults + first : nullptr;
+          how.bad += noteFaults(0, odd.lanes, Kernel::kElsewhere, is, faults) +
+                     noteFaults(1, odd.lanes, Kernel::kElsewhere, is, faults);
+        }
+        return true;
+      }
     }
   }
-  return pointByPoint<Kernel>(block, in, ready, out, first, count, how);
+  return oddOneByOne<Kernel>(u.half[0], u.half[1], v.half[0], v.half[1], block, in, out, first,
+                             count, how);
 }
 
 /// The points that come one by one before `out` reaches a cache line, when the results of a run are
@@ -158,10 +173,10 @@ template <class Kernel, class Point>
     loadPairs(&from->x, x, y);
     const Odd odd = Kernel::group(constants, x, y, u, v);
     if (any(odd.lanes)) [[unlikely]] {
-      Point ready[kLanes];
-      const Lanes blame = select(odd.iterated, Lanes(1.0), Lanes(kNaN));
-      storePairs(&ready->x, select(odd.lanes, Lanes(kNaN), u), select(odd.lanes, blame, v));
-      if (!oddGroup<Kernel>(block, from, ready, in + done, out + done, done, here, how)) break;
+      if (!oddGroup<Kernel>(u.half[0], u.half[1], v.half[0], v.half[1], odd.lanes.half[0],
+                            odd.lanes.half[1], odd.iterated.half[0], odd.iterated.half[1], block,
+                            in + done, out + done, done, here, how))
+        break;
       continue;
     }
     storePairs(&to->x, u, v, streams && to != padded);

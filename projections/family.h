@@ -137,6 +137,14 @@ struct Direction {
 
   /// Faults of which the formula is not asked, and those that its lanes have found.
   OPRJ_INLINE static Certain certain(Lanes x, Lanes y, Odd odd) {
+    // mostly they just stop, which few comparisons show
+    const Lanes size = abs(x) + abs(y);
+    Mask special = odd.iterated | ~(kForward ? size == size : isFinite(size));
+    if constexpr (kForward && F::row.stopsBeyondPoles)
+      special = special | ((abs(y) > Lanes(kHalfPi)) & (abs(y) <= Lanes(kHalfPi + kClose)));
+    else if constexpr (kForward) special = special | ~isFinite(y);
+    if (!any(odd.lanes & special)) [[likely]]
+      return {.alike = true};
     const Mask notNumbers = (x != x) | (y != y);
     Mask asked = isFinite(x + y), elsewhere = never<Lanes>();
     if constexpr (kForward) {

@@ -17,6 +17,10 @@
 
 namespace orvik::oprj::OPRJ_SET {
 
+/// So far below the pole (in units of a) no outline runs so flat that `kClose` nearer to the middle
+/// its parallels were longer by as much as kFarBeside.
+inline constexpr double kFlatAtPole = 1e-4, kFarBeside = 1e-5;
+
 struct PseudocylindricalBlock {
   double a, e, es;
   double lon0, parallel, falseEast, falseNorth;
@@ -79,8 +83,13 @@ struct Pseudocylindrical : FamilyBase<PseudocylindricalBlock> {
     const Truth<V> beyond = abs(side) > kPi * at.width;
     if (any(beyond)) [[unlikely]] {
       // where the outline runs flat, by the parallel 0.6 mm nearer to the middle
-      const V nearer = copysign(max(magnitude - kClose, V(0.0)), height);
-      const V width = max(Family::place(b, nearer).width, at.width);
+      V width = at.width;
+      const Truth<V> near =
+          (abs(side) <= fma(V(kPi), width, V(kFarBeside))) | (magnitude > top - kFlatAtPole);
+      if (any(beyond & near)) {
+        const V nearer = copysign(max(magnitude - kClose, V(0.0)), height);
+        width = max(Family::place(b, nearer).width, width);
+      }
       stop.when(beyond & (abs(side) > fma(V(kPi), width, V(kClose))), kInputData);
     }
     const V dLon = select(at.width > V(0.0), clampTo(side / at.width, kPi), V(0.0));

@@ -156,7 +156,13 @@ TEST_P(Laws, FaultsOfGroupsAreThoseOfPointsAlone) {
       return std::copysign(unit * std::pow(10, exponent(random)), exponent(random) + 1);
     };
     std::vector<Oprj_Point> in;
-    for (int i = 0; i < 2000; ++i) in.push_back({coordinate(), coordinate()});
+    const double nan = std::nan(""), atPole = M_PI / 2 + 5e-11;
+    const Oprj_Point special[] = {{nan, 0},  {0, nan},    {1e9, 0},     {kInf, 0},
+                                  {0, kInf}, {0, atPole}, {1, -atPole}, {1e9, atPole}};
+    for (int i = 0; i < 2000; ++i) {
+      in.push_back({coordinate(), coordinate()});
+      if (random() % 8 == 0) in.push_back(special[random() % std::size(special)]);
+    }
     const Oprj_MapProjection *object = projection.object();
     const auto each = orvik::oprj::eachOf(forward ? object->fromLL : object->toLL);
     for (int set = kBaseline; set <= widestInstructionSet(); ++set) {
