@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <utility>
 
 #include "commands.h"
 #include "complete.h"
@@ -27,12 +28,41 @@ std::vector<CLI::App *> commandsOf(CLI::App &app, const std::string &name = "") 
       [&](const CLI::App *command) { return name.empty() || command->get_name() == name; });
 }
 
+using Add = void (*)(CLI::App &, const Console &, Action &);
+
+/// Every command by its name, in the order of the help, and what adds it to the option table.
+constexpr struct {
+  std::string_view name;
+  Add add;
+} kCommands[] = {
+    {"project", addProject}, {"describe", addDescribe}, {"explain", addExplain},
+    {"list", addList},       {"library", addLibrary},   {"draw", addDraw},
+    {"grid", addGrid},       {"define", addDefine},     {"convert", addConvert},
+    {"info", addInfo},       {"check", addInfo},        {"compact", addInfo},
+    {"mapinfo", addMapInfo}, {"diff", addDiff},         {"find", addFind},
+    {"manual", addManual},
+};
+
 bool isOption(std::string_view word) { return word.size() > 1 && word.starts_with('-'); }
 
 void addOptionNames(const CLI::App &app, Names &names) {
   for (const CLI::Option *option : app.get_options()) {
     for (const std::string &name : option->get_lnames()) names.push_back("--" + name);
     for (const std::string &name : option->get_snames()) names.push_back("-" + name);
+  }
+}
+
+/// Adds the command that the first argument that is no option names, alone: to make them all takes
+/// longer than many a job. All of them where it names none.
+void addCommands(CLI::App &app, const Console &console, Action &action, const Names &arguments) {
+  const auto word = std::find_if_not(arguments.begin(), arguments.end(), isOption);
+  const auto *const asked = std::find_if(
+      std::begin(kCommands), std::end(kCommands),
+      [&](const auto &command) { return word != arguments.end() && command.name == *word; });
+  const Add alone = asked == std::end(kCommands) || asked->add == addManual ? nullptr : asked->add;
+  Add last = nullptr;
+  for (const auto &[name, add] : kCommands) {
+    if (add != std::exchange(last, add) && (!alone || add == alone)) add(app, console, action);
   }
 }
 
@@ -136,20 +166,8 @@ int main(int argc, char **argv) {
   app.add_flag("--allow-external", console.allowExternal,
                "Start the programs and load the plug-ins that external projections name");
   app.fallthrough();
-  addProject(app, console, action);
-  addDescribe(app, console, action);
-  addExplain(app, console, action);
-  addList(app, console, action);
-  addLibrary(app, console, action);
-  addDraw(app, console, action);
-  addGrid(app, console, action);
-  addDefine(app, console, action);
-  addConvert(app, console, action);
-  addInfo(app, console, action);
-  addMapInfo(app, console, action);
-  addDiff(app, console, action);
-  addFind(app, console, action);
-  addManual(app, action);
+  const Names arguments(argv + 1, argv + argc);
+  addCommands(app, console, action, arguments);
 
   for (CLI::App *command : commandsOf(app)) {
     const std::string own = command->get_footer();  // the program's where it has none
@@ -157,7 +175,7 @@ int main(int argc, char **argv) {
   }
 
   try {
-    return run(app, console, action, Names(argv + 1, argv + argc));
+    return run(app, console, action, arguments);
   } catch (const Stop &stop) {
     tell(std::string("oprj: ") + stop.what());
     for (const std::string &detail : stop.details) tell("  " + detail);

@@ -186,7 +186,7 @@ Status run(const CLI::App &app, const Options &options) {
 
 }  // namespace
 
-void addManual(CLI::App &app, Action &action) {
+void addManual(CLI::App &app, const Console &, Action &action) {
   CLI::App *manual = app.add_subcommand(
       "manual",
       "Print the manual page of the program or of a command (troff), or completion for shells");

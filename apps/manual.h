@@ -9,7 +9,8 @@ namespace program {
 /// What ends the help of every command: exit statuses and variables.
 extern const char *const kEndHelp;
 
-void addManual(CLI::App &app, Action &action);
+/// Tells of the commands that are there when it runs: all of them must be.
+void addManual(CLI::App &app, const Console &console, Action &action);
 
 }  // namespace program
 

@@ -16,7 +16,7 @@ void runBinary(const JobParts &parts, const std::string &path) {
   // many for each thread, so that sharing them out pays
   const int32_t most = parts.threads > 1 ? parts.threads * 16 * kBatch : kBatch;
   std::vector<Oprj_Point> points(static_cast<size_t>(most));
-  Projector::Work work(most);
+  Projector::Work work;
   char *const bytes = reinterpret_cast<char *>(points.data());
   const auto swapAll = [&points](size_t count) {
     for (size_t i = 0; i < count; ++i) std::swap(points[i].x, points[i].y);

@@ -322,8 +322,7 @@ bool LineReader::fill(std::vector<char> &text, size_t *size) {
 }
 
 LineReader::Got LineReader::next(std::vector<char> &text, size_t *size) {
-  const size_t wanted = std::exchange(wanted_, kBufferSize);
-  if (text.size() < wanted) text.resize(wanted);
+  if (text.size() < wanted_) text.resize(wanted_);
   if (text.size() < carry_.size()) text.resize(carry_.size());
   std::copy(carry_.begin(), carry_.end(), text.begin());
   *size = carry_.size();
@@ -334,6 +333,7 @@ LineReader::Got LineReader::next(std::vector<char> &text, size_t *size) {
       whole = static_cast<size_t>(static_cast<const char *>(last) - text.data()) + 1;
     looked = *size;
     const bool full = *size == text.size();
+    if (full) wanted_ = kBufferSize;
     if (whole > 0 && (full || !input_.ready())) {
       carry_.assign(text.data() + whole, text.data() + *size);
       *size = whole;

@@ -123,32 +123,34 @@ Oprj_Point LineProjector::read(const Line &line, const Layout &layout, const cha
 void LineProjector::project(Block &block, size_t from) {
   const char *p = block.text.data() + from, *const end = block.text.data() + block.size;
   while (p < end) {
-    Line &line = lines_[count_] = lineAt(p, end, &p);
+    const size_t at = lines_.size();
+    Line &line = lines_.emplace_back(lineAt(p, end, &p));
     const char first = line.text.empty() ? ' ' : line.text.front();
     line.isPoint = !((first == ' ' || first == '\t' || first == '#') &&
                      (isBlankLine(line.text) || isComment(line.text)));
     line.at = findCoordinates(line.text, block.layout.delimiter, block.layout.xColumn,
                               block.layout.yColumn);
-    batch_[count_] = read(line, block.layout, &reasons_[count_], &columns_[count_]);
+    batch_[at] = read(line, block.layout, &reasons_[at], &columns_[at]);
     if (!line.isPoint) {
       const bool blank = isBlankLine(line.text);
       ++(blank ? block.told.blanks : block.told.comments);
-      block.told.pointsInComments += !blank && !reasons_[count_];
-      reasons_[count_] = nullptr;
-      batch_[count_] = {NAN, NAN};
+      block.told.pointsInComments += !blank && !reasons_[at];
+      reasons_[at] = nullptr;
+      batch_[at] = {NAN, NAN};
     } else {
       ++points_;
     }
-    if (++count_ == kBatch) finishBatch(block);
+    if (lines_.size() == kBatch) finishBatch(block);
   }
   finishBatch(block);
 }
 
 void LineProjector::finishBatch(Block &block) {
-  parts_.projector.project(batch_, count_, work_, block.told);
+  const auto count = static_cast<int32_t>(lines_.size());
+  parts_.projector.project(batch_, count, work_, block.told);
   auto failure = work_.failures.begin();
-  for (int32_t i = 0; i < count_; ++i) {
-    const Line &line = lines_[i];
+  for (int32_t i = 0; i < count; ++i) {
+    const Line &line = lines_[static_cast<size_t>(i)];
     const int64_t place = block.place(block.firstLine + i, line.text.data());
     if (reasons_[i]) block.told.failures.push_back({place, columns_[i], reasons_[i]});
     for (; failure != work_.failures.end() && failure->index == i; ++failure)
@@ -161,7 +163,8 @@ void LineProjector::finishBatch(Block &block) {
     }
   }
   block.told.points += std::exchange(points_, 0);
-  block.firstLine += std::exchange(count_, 0);
+  block.firstLine += count;
+  lines_.clear();
 }
 
 }  // namespace program

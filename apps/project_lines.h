@@ -47,7 +47,9 @@ struct Block {
 /// What one thread works with.
 class LineProjector {
  public:
-  LineProjector(const JobParts &parts, const LineWriter &writer) : parts_(parts), writer_(writer) {}
+  LineProjector(const JobParts &parts, const LineWriter &writer) : parts_(parts), writer_(writer) {
+    lines_.reserve(kBatch);
+  }
   /// Fills `out` and `told` from the lines behind the first `from` bytes.
   void project(Block &block, size_t from = 0);
   /// The point of a line; why there is none goes to `reason` and `column`.
@@ -59,12 +61,12 @@ class LineProjector {
 
   const JobParts &parts_;
   const LineWriter &writer_;
-  int32_t count_ = 0, points_ = 0;
-  Line lines_[kBatch];
+  int32_t points_ = 0;
+  std::vector<Line> lines_;  ///< of the batch; room for all of it is there from the start
   Oprj_Point batch_[kBatch];
   const char *reasons_[kBatch];
   int64_t columns_[kBatch];
-  Projector::Work work_{kBatch};
+  Projector::Work work_;
 };
 
 /// A line up to its end or to `end`, and what stands behind it in `next`.

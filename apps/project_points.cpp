@@ -141,6 +141,8 @@ void Projector::project(Oprj_Point *points, int32_t count, Work &work, Told &tol
   std::vector<Oprj_PointReason> &reasons = work.reasons;
   failures.clear();
   if (identity_ || count == 0) return;  // bit for bit
+  results.resize(std::max(results.size(), static_cast<size_t>(count)));
+  reasons.resize(results.size());
   for (int32_t i = 0; i < count; ++i)
     points[i] = {points[i].x * inFactor_, points[i].y * inFactor_};
   Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;

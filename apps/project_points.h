@@ -81,10 +81,10 @@ class Projector {
   Projector(Oint_Toolkit *toolkit, const System &from, const System &to, const Console &console,
             double verify, bool strict);
 
-  /// What one call works with, and the points that failed in it, first ones first.
+  /// What one call works with, as large as the largest so far, and the points that failed in it,
+  /// first ones first.
   class Work {
    public:
-    explicit Work(int32_t most) : results(static_cast<size_t>(most)), reasons(results.size()) {}
     std::vector<Failure> failures;
 
    private:
@@ -92,10 +92,10 @@ class Projector {
     std::vector<Oprj_Point> results;
     std::vector<Oprj_PointReason> reasons;
   };
-  /// Projects points in place, at most as many as `work` is made for, shared among `threads`. Those
-  /// that fail become NaN and are told in `work.failures`; those that are NaN stay so and are not
-  /// spoken of. `told` counts the points far beside each meridian and those that the datum shift
-  /// does not cover. Throws Stop when none can be projected.
+  /// Projects points in place, shared among `threads`. Those that fail become NaN and are told in
+  /// `work.failures`; those that are NaN stay so and are not spoken of. `told` counts the points
+  /// far beside each meridian and those that the datum shift does not cover. Throws Stop when none
+  /// can be projected.
   void project(Oprj_Point *points, int32_t count, Work &work, Told &told,
                int32_t threads = 1) const;
 

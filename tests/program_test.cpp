@@ -269,6 +269,7 @@ TEST_F(Program, AnswersTellsAndEndsWithItsStatus) {
        "no option --frm (did you mean \"--from\"?); `oprj project --h"},
       {"describe a b", "", 2, "", "oprj: there is no place for \"b\""},
       {"project --from a", "", 2, "", "oprj: --to is required; `oprj project --help` tells more"},
+      {kFromTo + "list", "", 4, "", "oprj: cannot open list: "},  // a file with a command's name
       {"describe \"$(printf 'a\\033[2J\\302\\233')\"", "", 3, "", "\"a\\x1b[2J\\x9b\""},
       // points that do not come back, marked when that is asked for
       {kFromTo + "--digits 0", "-75 40\n-40 10\n", 0, "", "--verify marks the points"},
