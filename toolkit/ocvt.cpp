@@ -426,7 +426,15 @@ int32_t ocvt_UnitsConvertArray(double *values, size_t count, const Ocvt_Unit *fr
   if (!values && count > 0) return e.fail(4, "Invalid input values");
   if (from == to) return 1;
   const Quotient quotient = quotientOf(*from, *to);
-  for (double &value : std::span(values, count)) value = quotient.convert(value);
+  const std::span all(values, count);
+  // Without a quotient to take, as between degrees and radians, the same bits in one step and by
+  // vectors.
+  if (quotient.divisor == 1.0)
+    for (double &value : all) value *= quotient.multiplier;
+  else if (quotient.multiplier == 1.0)
+    for (double &value : all) value /= quotient.divisor;
+  else
+    for (double &value : all) value = quotient.convert(value);
   return 1;
 }
 

@@ -3,20 +3,41 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace oprj_python {
 namespace {
 
-constexpr int64_t kDouble = sizeof(double);
+constexpr int64_t kDouble = sizeof(double), kPair = sizeof(Oprj_Point);
+/// Bytes of a line of the caches, and how far ahead lines are asked for: the processor's own asking
+/// begins anew with each block.
+constexpr int64_t kLine = 64, kAhead = 4096;
 
-/// Strides that are known when the loop is compiled, and those that are not.
-template <class Load>
-void eachElement(int64_t count, int64_t x, int64_t y, Load load) {
-  if (x == kDouble && y == kDouble) {
-    for (int64_t i = 0; i < count; ++i) load(i, i * kDouble, i * kDouble);
-  } else {
-    for (int64_t i = 0; i < count; ++i) load(i, i * x, i * y);
-  }
+template <class T>
+T at(const char *place) {
+  T value;
+  std::memcpy(&value, place, sizeof value);
+  return value;
 }
+Two &pairAt(Oprj_Point *points, int64_t i) { return reinterpret_cast<Two *>(points)[i]; }
+Two pairAt(const Oprj_Point *points, int64_t i) { return reinterpret_cast<const Two *>(points)[i]; }
+
+bool isAligned(const char *place) { return reinterpret_cast<uintptr_t>(place) % sizeof(Two) == 0; }
+constexpr auto putAt = [](char *place, Two value) { std::memcpy(place, &value, sizeof value); };
+/// To memory, past the caches, whose lines need not be fetched then.
+constexpr auto streamAt = [](char *place, Two value) {
+#if defined(__SSE2__)
+  _mm_stream_si128(reinterpret_cast<__m128i *>(place), reinterpret_cast<__m128i>(value));
+#else
+  putAt(place, value);
+#endif
+};
+
+/// x and y of two points that stand beside each other, and back.
+Two firstOf(Two one, Two other) { return Two{one[0], other[0]}; }
+Two secondOf(Two one, Two other) { return Two{one[1], other[1]}; }
 
 }  // namespace
 
@@ -31,13 +52,6 @@ Coordinates::Coordinates(const std::vector<int64_t> &shape, const Doubles &x, co
     else axes_.push_back(axis);
   }
   if (axes_.empty()) axes_.push_back({1, sizeof(Oprj_Point), sizeof(Oprj_Point)});
-}
-
-bool Coordinates::arePairs() const {
-  const Axis &axis = axes_.back();
-  const bool aligned = reinterpret_cast<uintptr_t>(x_) % alignof(double) == 0;
-  return aligned && axes_.size() == 1 && y_ - x_ == kDouble && axis.x == sizeof(Oprj_Point) &&
-         axis.y == sizeof(Oprj_Point);
 }
 
 template <class Run>
@@ -58,26 +72,89 @@ void Coordinates::forEachRun(int64_t start, int64_t count, Run run) const {
   }
 }
 
-void Coordinates::gather(int64_t start, int64_t count, Oprj_Point *points) const {
+bool Coordinates::gather(int64_t start, int64_t count, double limit, Oprj_Point *points) const {
   const Axis &last = axes_.back();
+  Beyond beyond(limit);
   forEachRun(start, count, [&](const char *x, const char *y, int64_t taken) {
-    eachElement(taken, last.x, last.y, [=](int64_t i, int64_t atX, int64_t atY) {
-      std::memcpy(&points[i].x, x + atX, kDouble);
-      std::memcpy(&points[i].y, y + atY, kDouble);
-    });
+    Beyond here = beyond;  // in a register
+    int64_t i = 0;
+    const auto take = [&](Two point) {
+      here.look(point);
+      pairAt(points, i++) = point;
+    };
+    if (last.x == kPair && last.y == kPair && y - x == kDouble) {
+      while (i + kLine / kPair <= taken) {
+        __builtin_prefetch(x + i * kPair + kAhead);
+        for (int64_t k = 0; k < kLine / kPair; ++k) take(at<Two>(x + i * kPair));
+      }
+    } else if (last.x == kDouble && last.y == kDouble) {
+      while (i + kLine / kDouble <= taken) {
+        __builtin_prefetch(x + i * kDouble + kAhead);
+        __builtin_prefetch(y + i * kDouble + kAhead);
+        for (int64_t k = 0; k < kLine / kPair; ++k) {
+          const Two xs = at<Two>(x + i * kDouble), ys = at<Two>(y + i * kDouble);
+          take(firstOf(xs, ys));
+          take(secondOf(xs, ys));
+        }
+      }
+    }
+    while (i < taken) take(Two{at<int64_t>(x + i * last.x), at<int64_t>(y + i * last.y)});
+    beyond = here;
     points += taken;
   });
+  return beyond.any();
 }
 
-void Coordinates::scatter(int64_t start, int64_t count, const Oprj_Point *points) const {
+bool Coordinates::scatter(int64_t start, int64_t count, double limit, const Oprj_Point *points,
+                          bool pastCaches) const {
   const Axis &last = axes_.back();
+  Beyond beyond(limit);
   forEachRun(start, count, [&](char *x, char *y, int64_t taken) {
-    eachElement(taken, last.x, last.y, [=](int64_t i, int64_t atX, int64_t atY) {
-      std::memcpy(x + atX, &points[i].x, kDouble);
-      std::memcpy(y + atY, &points[i].y, kDouble);
-    });
+    const bool pairs = last.x == kPair && last.y == kPair && y - x == kDouble;
+    const bool columns = last.x == kDouble && last.y == kDouble;
+    const bool streams = pastCaches && isAligned(x) && (pairs || isAligned(y));
+    Beyond here = beyond;  // in a register
+    int64_t i = 0;
+    const auto next = [&] {
+      const Two point = pairAt(points, i++);
+      here.look(point);
+      return point;
+    };
+    const auto putPairs = [&](auto put) {
+      while (i < taken) {
+        char *const to = x + i * kPair;
+        put(to, next());
+      }
+    };
+    const auto putColumns = [&](auto put) {
+      while (i + 2 <= taken) {
+        const int64_t to = i * kDouble;
+        const Two one = next(), other = next();
+        put(x + to, firstOf(one, other));
+        put(y + to, secondOf(one, other));
+      }
+    };
+    if (pairs && streams) putPairs(streamAt);
+    else if (pairs) putPairs(putAt);
+    else if (columns && streams) putColumns(streamAt);
+    else if (columns) putColumns(putAt);
+    while (i < taken) {
+      char *const toX = x + i * last.x, *const toY = y + i * last.y;
+      const Two point = next();
+      const int64_t bits[] = {point[0], point[1]};
+      std::memcpy(toX, &bits[0], kDouble);
+      std::memcpy(toY, &bits[1], kDouble);
+    }
+    beyond = here;
     points += taken;
   });
+  return beyond.any();
+}
+
+void Coordinates::endOfScattering() {
+#if defined(__SSE2__)
+  _mm_sfence();
+#endif
 }
 
 }  // namespace oprj_python

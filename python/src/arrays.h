@@ -4,10 +4,34 @@
 
 #include <oprj/values.h>
 
+#include <bit>
+#include <cfloat>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
 namespace oprj_python {
+
+/// Whether a point is none, or beyond the limit: no comparison with NaN is true.
+inline bool isBeyond(const Oprj_Point &p, double limit) {
+  return !((std::fabs(p.x) <= DBL_MAX) & (std::fabs(p.y) <= limit));
+}
+
+/// Two doubles by their bits.
+using Two = int64_t __attribute__((vector_size(16), aligned(8), may_alias));
+
+/// Whether any of many points is: in vectors, and by the bits, whose order is that of positive
+/// numbers with NaN behind them all, so that a difference tells by its sign.
+class Beyond {
+ public:
+  explicit Beyond(double limit)
+      : limits_{std::bit_cast<int64_t>(DBL_MAX), std::bit_cast<int64_t>(limit)} {}
+  void look(Two point) { found_ |= limits_ - (point & INT64_MAX); }
+  bool any() const { return (found_[0] | found_[1]) < 0; }
+
+ private:
+  Two limits_, found_{};
+};
 
 /// One array of doubles: its first element and the bytes between neighbours along each axis.
 struct Doubles {
@@ -20,13 +44,14 @@ class Coordinates {
  public:
   Coordinates(const std::vector<int64_t> &shape, const Doubles &x, const Doubles &y);
 
-  /// Whether all are pairs in memory that follow each other.
-  bool arePairs() const;
-  Oprj_Point *pairs() const { return reinterpret_cast<Oprj_Point *>(x_); }
-
-  /// Brings the points from `start` on into `points`, or there from `points`.
-  void gather(int64_t start, int64_t count, Oprj_Point *points) const;
-  void scatter(int64_t start, int64_t count, const Oprj_Point *points) const;
+  /// Brings the points from `start` on into `points`; tells whether one is none, or has a y beyond
+  /// the limit.
+  bool gather(int64_t start, int64_t count, double limit, Oprj_Point *points) const;
+  /// Brings points there, and tells the same of them. Where the whole array does not fit into the
+  /// caches anyway, past them, which endOfScattering completes in each thread.
+  bool scatter(int64_t start, int64_t count, double limit, const Oprj_Point *points,
+               bool pastCaches) const;
+  static void endOfScattering();
 
  private:
   struct Axis {

@@ -13,33 +13,13 @@
 namespace oprj_python {
 namespace {
 
-/// Points that a thread takes at once: in its nearest cache, or, where each call of the library
-/// looks grids up, so many that this does not count.
-constexpr int64_t kBlock = 4096, kLongBlock = 32768;
+/// Points that a thread takes at once, of which so many are projected in its nearest cache: reading
+/// and writing memory is fast in long runs.
+constexpr int64_t kBlock = 16384, kTile = 1024;
+/// Results of so many points are stored past the caches.
+constexpr int64_t kPastCaches = 100000;
 /// How long a call runs between two looks at whether it should go on.
 constexpr std::chrono::milliseconds kPause{50};
-
-/// Whether a point is none, or beyond the limit: no comparison with NaN is true.
-bool isBeyond(const Oprj_Point &p, double limit) {
-  return !((std::fabs(p.x) <= DBL_MAX) & (std::fabs(p.y) <= limit));
-}
-
-/// Whether any of them is. This passes over every block: in vectors, and by the bits, whose order
-/// is that of positive numbers with NaN behind them all, so that a difference tells by its sign.
-bool anyBeyond(const Oprj_Point *points, int64_t count, double limit) {
-  using Two = int64_t __attribute__((vector_size(16), aligned(8), may_alias));
-  constexpr int64_t kWithoutSign = INT64_MAX;
-  const Two limits{std::bit_cast<int64_t>(DBL_MAX), std::bit_cast<int64_t>(limit)};
-  Two found{};
-  for (int64_t i = 0; i < count; ++i)
-    found |= limits - (*reinterpret_cast<const Two *>(points + i) & kWithoutSign);
-  return (found[0] | found[1]) < 0;
-}
-
-bool shiftsByParameters(const System &system) {
-  const int32_t type = system.record().proSpheroid->datum->type;
-  return type == OPRJ_DATUM_PARAMETRIC || type == OPRJ_DATUM_NONE;
-}
 
 }  // namespace
 
@@ -47,20 +27,13 @@ bool shiftsByParameters(const System &system) {
 class Pair::Job {
  public:
   Job(const Direction &way, const Wishes &wishes, const Coordinates &in, const Coordinates &out,
-      Oprj_PointReason *reasons, int64_t count, int64_t block)
-      : way_(way),
-        wishes_(wishes),
-        in_(in),
-        out_(out),
-        reasons_(reasons),
-        count_(count),
-        block_(block),
-        paired_(in.arePairs() && out.arePairs()) {}
+      Oprj_PointReason *reasons, int64_t count)
+      : way_(way), wishes_(wishes), in_(in), out_(out), reasons_(reasons), count_(count) {}
 
   Outcome run(int32_t threads, const std::function<void()> &pause) {
     {
       std::vector<std::jthread> helpers;
-      const int64_t wanted = std::min<int64_t>(threads, (count_ + block_ - 1) / block_) - 1;
+      const int64_t wanted = std::min<int64_t>(threads, (count_ + kBlock - 1) / kBlock) - 1;
       try {
         for (int64_t i = 0; i < wanted; ++i) helpers.emplace_back([this] { help(); });
       } catch (const std::system_error &) {  // then those that could be started do it
@@ -95,40 +68,40 @@ class Pair::Job {
   template <class Between>
   void work(Between between) {
     Outcome own;
-    std::vector<Oprj_Point> gathered;
-    std::vector<Oprj_PointReason> reasons;
+    std::vector<Oprj_Point> points(static_cast<size_t>(std::min(kBlock, count_)));
     while (!ended_) {
-      const int64_t start = next_.fetch_add(block_);
+      const int64_t start = next_.fetch_add(kBlock);
       if (start >= count_) break;
-      block(start, std::min(block_, count_ - start), gathered, reasons, own);
+      block(start, std::min(kBlock, count_ - start), points.data(), own);
       between();
     }
+    Coordinates::endOfScattering();
     const std::lock_guard lock(ending_);
     for (size_t i = 0; i < own.counts.size(); ++i) outcome_.counts[i] += own.counts[i];
     if (own.firstBad >= 0 && (outcome_.firstBad < 0 || own.firstBad < outcome_.firstBad))
       outcome_.firstBad = own.firstBad;
   }
 
-  void block(int64_t start, int64_t count, std::vector<Oprj_Point> &gathered,
-             std::vector<Oprj_PointReason> &own, Outcome &outcome) {
-    const Oprj_Point *from = in_.pairs() + start;
-    Oprj_Point *to = out_.pairs() + start;
-    if (!paired_) {
-      gathered.resize(static_cast<size_t>(count));
-      from = to = gathered.data();
-      in_.gather(start, count, to);
-    }
-    own.resize(static_cast<size_t>(count));
-    Oprj_PointReason *const reasons = reasons_ ? reasons_ + start : own.data();
+  void block(int64_t start, int64_t count, Oprj_Point *points, Outcome &outcome) {
+    Oprj_PointReason own[kBlock];
+    const bool beyond = in_.gather(start, count, way_.in.limit, points);
+    Oprj_PointReason *const reasons = reasons_ ? reasons_ + start : own;
     Slot err;
-    const int64_t good = project(way_, wishes_, from, to, reasons, count, err.get());
+    int64_t good = 0;
+    for (int64_t at = 0; at < count && !err; at += kTile)
+      good += project(way_, wishes_, points + at, beyond, reasons + at, std::min(kTile, count - at),
+                      err.get());
     if (err) {
       const std::lock_guard lock(ending_);
       if (!failure_) failure_ = std::make_unique<Failure>(err.failure());
       ended_ = true;
       return;
     }
-    if (!paired_) out_.scatter(start, count, gathered.data());
+    const bool pastCaches = count_ >= kPastCaches;
+    if (out_.scatter(start, count, way_.out.limit, points, pastCaches)) {
+      good -= refuseBeyond(way_, points, reasons, count);
+      out_.scatter(start, count, way_.out.limit, points, pastCaches);
+    }
     if (good == count && !wishes_.keepUncovered) {
       outcome.counts[OPRJ_POINT_GOOD] += count;
       return;
@@ -151,8 +124,6 @@ class Pair::Job {
   const Coordinates &in_, &out_;
   Oprj_PointReason *const reasons_;
   const int64_t count_;
-  const int64_t block_;
-  const bool paired_;  ///< nothing is gathered: the library reads and writes the arrays
   std::atomic<int64_t> next_{0};
   std::atomic<bool> ended_{false}, exhausted_{false};
   std::mutex ending_;
@@ -165,7 +136,6 @@ Pair::Pair(std::shared_ptr<const System> source, std::shared_ptr<const System> t
       target_(std::move(target)),
       forth_(between(*source_, *target_)),
       back_(between(*target_, *source_)),
-      block_(shiftsByParameters(*source_) && shiftsByParameters(*target_) ? kBlock : kLongBlock),
       external_(source_->isExternal() || target_->isExternal()) {
   if (!source_->lacksGrid() && !target_->lacksGrid()) return;
   for (const Step &step : steps()) {
@@ -186,30 +156,26 @@ Pair::Direction Pair::between(const System &from, const System &to) const {
 
 Pair::Side Pair::sideOf(const System &system) {
   constexpr double kPole = 1.5707963267948966 + 1e-10;  // radians, and what rounding does
-  if (system.isGeographic())
-    return {system.unit(), ocvt_UnitSetByName("radians", nullptr), kPole,
-            OPRJ_POINT_OUTSIDE_DOMAIN};
-  return {system.unit(), ocvt_UnitSetByName("meters", nullptr), DBL_MAX, OPRJ_POINT_OUTSIDE_SHEET};
+  if (!system.isGeographic())
+    return {system.unit(), ocvt_UnitSetByName("meters", nullptr), DBL_MAX,
+            OPRJ_POINT_OUTSIDE_SHEET};
+  const Ocvt_Unit *const radians = ocvt_UnitSetByName("radians", nullptr);
+  return {system.unit(), radians, ocvt_UnitsConvert(kPole, radians, system.unit(), nullptr),
+          OPRJ_POINT_OUTSIDE_DOMAIN};
 }
 
-int64_t Pair::project(const Direction &way, const Wishes &wishes, const Oprj_Point *in,
-                      Oprj_Point *out, Oprj_PointReason *reasons, int64_t count,
-                      Oerr_Report **err) {
+int64_t Pair::project(const Direction &way, const Wishes &wishes, Oprj_Point *points, bool beyond,
+                      Oprj_PointReason *reasons, int64_t count, Oerr_Report **err) {
   const auto convert = [&](const Ocvt_Unit *from, const Ocvt_Unit *to) {
-    if (from != to) ocvt_UnitsConvertArray(&out->x, 2 * static_cast<size_t>(count), from, to, err);
+    if (from != to)
+      ocvt_UnitsConvertArray(&points->x, 2 * static_cast<size_t>(count), from, to, err);
   };
-  if (way.in.unit != way.in.own) {
-    if (in != out) std::copy_n(in, count, out);
-    in = out;
-    convert(way.in.unit, way.in.own);
-  }
   // Places beyond a pole, which formulas may take all the same: most of all exchanged axes.
   std::vector<int64_t> nowhere;
-  if (anyBeyond(in, count, way.in.limit)) {
-    for (int64_t i = 0; i < count; ++i) {
-      if (isBeyond(in[i], way.in.limit)) nowhere.push_back(i);
-    }
+  for (int64_t i = 0; beyond && i < count; ++i) {
+    if (isBeyond(points[i], way.in.limit)) nowhere.push_back(i);
   }
+  convert(way.in.unit, way.in.own);
   Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
   options.verify = wishes.verify;
   options.keepUncovered = wishes.keepUncovered;
@@ -221,27 +187,31 @@ int64_t Pair::project(const Direction &way, const Wishes &wishes, const Oprj_Poi
       later.resize(static_cast<size_t>(count));
       told = later.data();
     }
-    good = oprj_ProjectEach(pair.get(), in, out, told, &options, count, err);
+    good = oprj_ProjectEach(pair.get(), points, points, told, &options, count, err);
     if (*err) return 0;
-    in = out;
     // The first reason counts: later pairs see that a point is none.
     for (int64_t i = 0; told != reasons && i < count; ++i)
       reasons[i] = reasons[i] == OPRJ_POINT_GOOD ? told[i] : reasons[i];
   }
-  const auto refuse = [&](int64_t i) {
-    if (reasons[i] != OPRJ_POINT_GOOD) return;
-    reasons[i] = way.in.beyond;
-    out[i] = {NAN, NAN};
-    --good;
-  };
-  for (const int64_t i : nowhere) refuse(i);
-  if (anyBeyond(out, count, way.out.limit)) {
-    for (int64_t i = 0; i < count; ++i) {
-      if (isBeyond(out[i], way.out.limit)) refuse(i);
-    }
-  }
   convert(way.out.own, way.out.unit);
+  for (const int64_t i : nowhere) good -= refuse(way, points[i], reasons[i]);
   return good;
+}
+
+int64_t Pair::refuseBeyond(const Direction &way, Oprj_Point *points, Oprj_PointReason *reasons,
+                           int64_t count) {
+  int64_t refused = 0;
+  for (int64_t i = 0; i < count; ++i) {
+    if (isBeyond(points[i], way.out.limit)) refused += refuse(way, points[i], reasons[i]);
+  }
+  return refused;
+}
+
+bool Pair::refuse(const Direction &way, Oprj_Point &point, Oprj_PointReason &reason) {
+  if (reason != OPRJ_POINT_GOOD) return false;
+  reason = way.in.beyond;
+  point = {NAN, NAN};
+  return true;
 }
 
 Oprj_PointReason Pair::point(Oprj_Point &point, const Wishes &wishes) const {
@@ -250,7 +220,8 @@ Oprj_PointReason Pair::point(Oprj_Point &point, const Wishes &wishes) const {
   if (external_) lock.lock();
   Slot err;
   Oprj_PointReason reason = OPRJ_POINT_GOOD;
-  project(way, wishes, &point, &point, &reason, 1, err.get());
+  project(way, wishes, &point, isBeyond(point, way.in.limit), &reason, 1, err.get());
+  refuseBeyond(way, &point, &reason, 1);
   if (err) throw err.failure();
   return reason;
 }
@@ -260,7 +231,7 @@ Outcome Pair::run(const Coordinates &in, const Coordinates &out, Oprj_PointReaso
   const Direction &way = direction(wishes.inverse);
   std::unique_lock lock(oneAtATime_, std::defer_lock);
   if (external_) lock.lock();
-  Job job(way, wishes, in, out, reasons, count, block_);
+  Job job(way, wishes, in, out, reasons, count);
   return job.run(external_ ? 1 : wishes.threads, pause);
 }
 

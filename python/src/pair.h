@@ -63,7 +63,7 @@ class Pair {
   struct Side {
     const Ocvt_Unit *unit;  ///< as they are handed in and out
     const Ocvt_Unit *own;   ///< as the projection has them: radians or metres
-    double limit;           ///< of y, in that unit: no place lies beyond
+    double limit;           ///< of y, in the first: no place lies beyond
     Oprj_PointReason beyond;
   };
   struct Direction {
@@ -74,14 +74,17 @@ class Pair {
   Direction between(const System &from, const System &to) const;
   static Side sideOf(const System &system);
   const Direction &direction(bool inverse) const { return inverse ? back_ : forth_; }
-  /// How many of `count` points are good; `out` may be `in`.
-  static int64_t project(const Direction &way, const Wishes &wishes, const Oprj_Point *in,
-                         Oprj_Point *out, Oprj_PointReason *reasons, int64_t count,
-                         Oerr_Report **err);
+  /// Projects points where they are; `beyond`: one of them lies beyond the limit. Returns how many
+  /// are good.
+  static int64_t project(const Direction &way, const Wishes &wishes, Oprj_Point *points,
+                         bool beyond, Oprj_PointReason *reasons, int64_t count, Oerr_Report **err);
+  /// Results that are good and yet no places have none; returns how many there are.
+  static int64_t refuseBeyond(const Direction &way, Oprj_Point *points, Oprj_PointReason *reasons,
+                              int64_t count);
+  static bool refuse(const Direction &way, Oprj_Point &point, Oprj_PointReason &reason);
 
   std::shared_ptr<const System> source_, target_;
   Direction forth_, back_;
-  int64_t block_;                  ///< points that a thread takes at once
   bool external_;                  ///< a program computes one of them, for one thread at a time
   mutable std::mutex oneAtATime_;  ///< then
 };

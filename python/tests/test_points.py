@@ -165,6 +165,22 @@ def test_geopandas_systems():
     assert oprj.CRS(geopandas.GeoSeries([], crs=32618).crs) == oprj.CRS(UTM)
 
 
+def test_long_arrays(utm, expected):
+    n, bad = 120_001, 70_003
+    x, y, *wanted = (np.resize(a, n) for a in (*expected[:2], *expected[2]))
+    y[bad] = 95.0
+    for a in wanted:
+        a[bad] = np.nan
+    slices = [np.append(0.0, a)[1:] for a in (x, y)]  # not aligned as vectors are
+    for threads in (1, 3):
+        for given in ((x, y), (np.column_stack([x, y]),), np.repeat([x, y], 2, 1)[:, ::2], slices):
+            points, reasons, summary = utm.each(*given, threads=threads)
+            assert np.array_equal(np.reshape(points, (-1, 2)).T if len(given) == 1 else points, wanted, equal_nan=True)
+            assert summary.bad == 1 and reasons[bad] == oprj.Reason.OUTSIDE_DOMAIN
+    utm.each(*slices, inplace=True)
+    assert np.array_equal(slices, wanted, equal_nan=True)
+
+
 def test_in_place(utm, expected):
     x, y, wanted = expected
     for given in ((x.copy(), y.copy()), (np.column_stack([x, y]),), tuple(np.column_stack([x, y]).T)):
