@@ -49,7 +49,7 @@ std::vector<const Oprj_Code *> codesWith(const std::vector<std::string> &words) 
 std::string engineTextOf(const Oprj_Code &code) {
   Slot err;
   const OwnedText text(oprj_CodeToPEString(&code, err.get()));
-  if (!text) throw Stop(kUnusable, err.text());
+  if (!text) throw Stop(kUnusable, oerr_MessageGet(err.report()));  // which tells the reason
   return text.get();
 }
 

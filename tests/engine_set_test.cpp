@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <numbers>
 
@@ -495,8 +496,12 @@ TEST(EngineFactory, ObjectsByCodeAndLists) {
 }
 
 TEST(EngineDatabase, IsLoadedOnFirstNeedAndToldWithItsPlaceWhenItFails) {
-  const TemporaryDirectory empty, damaged;
+  const TemporaryDirectory empty, damaged, overwritten;
   damaged.write("proj.db", "this is no database");
+  std::ifstream file(proj_context_get_database_path(nullptr), std::ios::binary);
+  std::string whole(std::istreambuf_iterator<char>(file), {});
+  std::fill(whole.begin() + static_cast<long>(whole.size() / 10), whole.end(), '\xA5');
+  overwritten.write("proj.db", whole);
   const auto output = [](const std::string &folder) {
     const std::string command =
         (folder.empty() ? "" : "PROJ_DATA=" + folder + " PROJ_LIB=" + folder + " ") +
@@ -512,6 +517,8 @@ TEST(EngineDatabase, IsLoadedOnFirstNeedAndToldWithItsPlaceWhenItFails) {
   expectHolds(missing, "PROJ's database proj.db is not in ");
   expectHolds(missing, empty.path());
   expectHolds(broken, "The database " + damaged.path() + "/proj.db cannot be used: ");
+  expectHolds(output(overwritten.path()),
+              "The database " + overwritten.path() + "/proj.db cannot be used: ");
 }
 
 // --- strings and files ---

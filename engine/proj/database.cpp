@@ -294,9 +294,11 @@ char *textOf(Stored kind, int32_t code, Oerr_Report **err) {
     const std::lock_guard lock(kept.mutex);
     if (!open(kept, e)) return nullptr;
     PJ_CONTEXT *context = kept.context;
+    bool known = false;
     for (const char *authority : {"EPSG", "ESRI"}) {
       const ProjObject object(proj_create_from_database(
           context, authority, std::to_string(code).c_str(), categoryOf(kind), 0, nullptr));
+      known = known || object;
       if (!object || !isOfKind(kind, proj_get_type(object.get()))) continue;
       std::string text;
       if (kind == Stored::kGeogtran) {
@@ -326,6 +328,14 @@ char *textOf(Stored kind, int32_t code, Oerr_Report **err) {
       if (!copy) return e.fail(2, "Out of memory");
       return copy.release();
     }
+    if (known) return nullptr;
+    // PROJ does not tell what it cannot read from what is not there.
+    const auto [table, condition] = sourceOf(kind, false);
+    Rows rows(kept, std::string("SELECT 1 FROM ") + table +
+                        " o WHERE o.auth_name IN ('EPSG', 'ESRI') AND o.code = " +
+                        std::to_string(code) + " AND " + condition);
+    const char *fault = rows.next() ? "a part of it cannot be read" : rows.fault();
+    if (fault) failUnusable(e, proj_context_get_database_path(context), fault);
     return nullptr;
   });
 }
