@@ -6,6 +6,7 @@
 #include <set>
 
 #include "check.h"
+#include "names.h"
 
 namespace program {
 namespace {
@@ -114,12 +115,20 @@ class Lint {
   }
 
   void checkParameters() {
+    const double radians =
+        oawp_PE_pe_unit_factor(oawp_PE_pe_geogcs_unit(oawp_PE_pe_projcs_geogcs(object_)));
     double parallels[2];
     int found = 0;
     for (const auto *list = oawp_PE_pe_projcs_parameters(object_); *list; ++list) {
       const std::string name = lower(oawp_PE_pe_parameter_name(*list));
       const double value = oawp_PE_pe_parameter_value(*list);
       if (name.starts_with("standard_parallel_") && found < 2) parallels[found++] = value;
+      constexpr double kPole = 90.0 * kDegree * (1.0 + 1e-12);
+      const bool isLatitude =
+          name.starts_with("latitude_") || name.find("parallel") != std::string::npos;
+      if (isLatitude && std::fabs(value) * radians > kPole)
+        find("the value " + numberText(value) + " of " + quoted(oawp_PE_pe_parameter_name(*list)) +
+             " lies beyond a pole");
       // Thirds and sixtieths with few digits are something else than they were meant to be.
       const double minutes = value * 60, off = std::fabs(minutes - std::round(minutes));
       if (name.find("scale") == std::string::npos && !name.starts_with("false_") && off > 0 &&
@@ -131,11 +140,44 @@ class Lint {
       find("the first standard parallel lies north of the second: some readers care");
   }
 
+  /// A name that is none of the engine's: told with those that it may be meant for.
+  template <class T>
+  bool checkName(const char *what, const char *name, T **(*predefined)(int32_t *count),
+                 const char *(*nameOf)(const T *)) {
+    int32_t count = 0;
+    T **table = predefined(&count);
+    std::vector<std::string> names;
+    for (int32_t i = 0; i < count; ++i) names.emplace_back(nameOf(table[i]));
+    oawp_PE_pe_table_del(reinterpret_cast<void **>(table));
+    const bool known = std::ranges::any_of(
+        names, [name](const std::string &one) { return lower(one) == lower(name); });
+    if (!known)
+      find(withNearest("the " + std::string(what) + " " + quoted(name) + " is not known", name,
+                       names));
+    return known;
+  }
+
+  /// What other programs call otherwise may still have a meaning here: names are looked at where
+  /// there is none.
   void checkMeaning() {
     Slot err;
-    if (const OwnedRecord record(
-            oprj_ProParametersFromCOORDSYS(object_, nullptr, nullptr, err.get()));
-        !record)
+    const OwnedRecord record(oprj_ProParametersFromCOORDSYS(object_, nullptr, nullptr, err.get()));
+    if (record) return;
+    bool known = true;
+    if (oawp_PE_pe_projcs_p(object_)) {
+      known =
+          checkName("projection", oawp_PE_pe_projection_name(oawp_PE_pe_projcs_projection(object_)),
+                    oawp_PE_pe_predefined_projection, oawp_PE_pe_projection_name);
+      for (const auto *list = oawp_PE_pe_projcs_parameters(object_); known && *list; ++list)
+        checkName("parameter", oawp_PE_pe_parameter_name(*list), oawp_PE_pe_predefined_parameter,
+                  oawp_PE_pe_parameter_name);
+    }
+    if (!known) return;
+    find(err.rootMessage());
+    Oprj_Point point{};
+    if (oawp_PE_pe_geog_to_proj(object_, 1, &point) == 1) return;
+    oawp_PE_ReportTake(err.get());
+    if (oerr_KindGet(oerr_RootCauseGet(err.report())) == OAWP_PE_NO_FORMULA)
       find(err.rootMessage());
   }
 

@@ -5,6 +5,7 @@
 #include <oprj/othr.h>
 
 #include <atomic>
+#include <string>
 
 #include "toolkit/error_scope.h"
 
@@ -17,7 +18,12 @@ const Module *module(Oerr_Report **err) {
   const toolkit::Guard guard;
   if (const Module *known = opened.load(std::memory_order_relaxed)) return known;
   Odll_Library *library = odll_Open("oPrjEngine", e.cause());
-  if (!library) return e.fail(1, "Error returned from odll_Open");
+  if (!library) {
+    // in one message: programs show the root of a chain, which tells no more than a file's name
+    const std::string reason = oerr_MessageGet(oerr_RootCauseGet(e.causeReport()));
+    e.cause();
+    return e.fail(1, "The module that reaches PROJ cannot be loaded: %s", reason.c_str());
+  }
   const auto *found = static_cast<const Module *>(odll_FindIfPresent(library, kModuleSymbol));
   if (!found) {
     odll_Close(&library);

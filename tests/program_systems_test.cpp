@@ -147,7 +147,13 @@ TEST_F(ProgramSystems, AreCheckedForWhatIsDoubtful) {
       {with("D_North_American_1983", "D_Nowhere"), "\"D_Nowhere\" is not in the tables"},
       {with("-81.0", "-81.016667"), "the value -81.016667 of \"Central_Meridian\" looks cut"},
       {with("\"Greenwich\",0.0", "\"Greenwich\",2.5"), "prime meridian \"Greenwich\" lies at 2.5"},
-      {with("Transverse_Mercator", "Transversal_Mercator"), "\"Transversal_Mercator\" has no"},
+      {with("Transverse_Mercator", "Transversal_Mercator"),
+       "projection \"Transversal_Mercator\" is not known (did you mean \"Transverse_Mercator\""},
+      {with("Central_Meridian", "Centrall_Meridian"),
+       "parameter \"Centrall_Meridian\" is not known (did you mean \"Central_Meridian\"?)"},
+      {with("\"Latitude_Of_Origin\",0.0", "\"Latitude_Of_Origin\",95.0"),
+       "the value 95 of \"Latitude_Of_Origin\" lies beyond a pole"},
+      {with("Transverse_Mercator", "Fuller"), "No formula for the projection \"Fuller\""},
   };
   for (const auto &[prj, finding] : cases) {
     const Outcome outcome = run("check " + folder_.write("a.prj", prj));
