@@ -10,14 +10,15 @@
 namespace program {
 namespace {
 
-/// Writes a file that is there whole or not at all.
+/// Writes a file that is there whole or not at all; behind a link the file that it leads to.
 void writeWhole(const std::string &path, const std::string &content) {
-  const std::string part = path + ".part";
+  std::error_code problem;
+  const auto target = std::filesystem::weakly_canonical(path, problem);
+  const std::string part = target.string() + ".part";
   std::ofstream file(part, std::ios::binary);
   file << content;
   file.close();
-  std::error_code problem;
-  if (file) std::filesystem::rename(part, path, problem);
+  if (file) std::filesystem::rename(part, target, problem);
   if (!file || problem) {
     std::filesystem::remove(part, problem);
     throw Stop(kInputOutput, "cannot write " + path);
@@ -25,8 +26,12 @@ void writeWhole(const std::string &path, const std::string &content) {
 }
 
 void writeOut(const std::string &text, const std::string &output) {
-  if (!output.empty() && output != "-") return writeWhole(output, text);
-  Output out(output);
+  std::error_code none;
+  const auto kind = std::filesystem::status(output, none).type();
+  const bool isFile =
+      kind == std::filesystem::file_type::regular || kind == std::filesystem::file_type::not_found;
+  if (!output.empty() && output != "-" && isFile) return writeWhole(output, text);
+  Output out(output);  // a device or a pipe is there already, and stays
   out.put(text);
   out.finish();
 }

@@ -1,5 +1,8 @@
 // Coordinate systems in the program: the forms in which they are taken and written, compared,
 // checked and found.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <sstream>
 
 #include "tests/program_support.h"
@@ -39,6 +42,16 @@ TEST_F(ProgramSystems, GoFromOneFormToAnother) {
   }
   EXPECT_EQ(run("convert " + file + " --to wkt -o " + path("out.wkt")).status, 0);
   EXPECT_EQ(readFile(path("out.wkt")), utm_ + "\n");
+  // What is no file stays what it is: a link, whose file is written, and a pipe.
+  ASSERT_EQ(symlink(path("out.wkt").c_str(), path("link").c_str()), 0);
+  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(run("convert " + file + " --to prj -o " + path("link")).status, 0);
+  EXPECT_EQ(readFile(path("out.wkt")), utm_);
+  EXPECT_EQ(run("convert " + file + " --to prj -o " + path("pipe"), "", "",
+                "& { cat " + path("pipe") + "; wait; test -L " + path("link") + " -a -p " +
+                    path("pipe") + "; }")
+                .out,
+            utm_);
   // Nothing is left behind of what cannot be written.
   EXPECT_EQ(run("convert 'Sinusoidal; datum=WGS 84' --to prj -o " + path("none.prj")).status, 3);
   EXPECT_EQ(std::fopen(path("none.prj").c_str(), "r"), nullptr);
