@@ -122,8 +122,7 @@ ParametricShift::ParametricShift(const Oprj_Spheroid *source, const Oprj_Spheroi
 bool ParametricShift::refuseScaleOf(const Oprj_Datum &datum) {
   scale_ = parameterOf(datum, 6);
   if (std::fabs(scale_) <= kLargestScaleDifference) return false;
-  std::snprintf(name_, sizeof name_, "%.*s", int{sizeof name_ - 1},
-                textOf(datum.datumname).c_str());
+  std::snprintf(name_, sizeof name_, "%.*s", int{sizeof name_ - 1}, shown(datum.datumname).c_str());
   return true;
 }
 

@@ -302,8 +302,8 @@ bool ShiftPlan::prepare(const Oprj_Spheroid *source, const Oprj_Spheroid *destin
     if (!way->prepareNew(ends, inner)) leg.reset();
   }
   if (from == kSurfaceDatum) {
-    if (!leg) FromSurface::tell(textOf(datumName(source)), e.causeReport());
-    leg = makeLeg<FromSurface>(leg, textOf(datumName(source)));
+    if (!leg) FromSurface::tell(shown(datumName(source)), e.causeReport());
+    leg = makeLeg<FromSurface>(leg, shown(datumName(source)));
     if (!leg) return e.fail(kNoSpace, "Cannot create space");
   } else if (!leg) {
     return e.fail(kFailed, "Datum Shift Failed.");
@@ -351,8 +351,8 @@ SharedLeg ShiftPlan::make(const Leg &leg, const Oprj_Spheroid *from, const Oprj_
     case Leg::kForwardRegression:
     case Leg::kInverseRegression:
       if (classOf(regional) != kRegressionDatum)
-        return makeLeg<NoRegression>(textOf(datumName(regional)));
-      if (const Utf8 name = textOf(datumName(regional)); hasRegression(name))
+        return makeLeg<NoRegression>(shown(datumName(regional)));
+      if (const Utf8 name = shown(datumName(regional)); hasRegression(name))
         return sources_.regression(name, forward);
       else
         oerr_LogMessage(

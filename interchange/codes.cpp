@@ -240,8 +240,8 @@ Oprj_Char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err) {
   if (!system) {
     const char *why = e.calleeFailed() ? oerr_MessageGet(oerr_RootCauseGet(e.causeReport()))
                                        : "not in the Projection Engine's database";
-    return e.fail(4, "%s:%d (%s): %s", textOf(code->authority).c_str(),
-                  static_cast<int>(code->number), textOf(code->name).c_str(), why);
+    return e.fail(4, "%s:%d (%s): %s", shown(code->authority).c_str(),
+                  static_cast<int>(code->number), shown(code->name).c_str(), why);
   }
   Oprj_Char *text = handOut(oawp_PE_pe_coordsys_to_string(system.get(), nullptr, 0));
   if (!text) return e.fail(5, "Error allocating text");

@@ -117,8 +117,9 @@ void *engineObjectFromNative(void *data, const char *unitName, Oerr_Report **err
   Oprj_MapProjectionEx handle;  // around data that stays the caller's
   if (!oprj_ProjectionSet(&handle, OPRJ_TITLE_NATIVE, data, e.cause()))
     return e.fail(1, "oprj_ProjectionSet failed");
-  Oawp_PE_COORDSYS *system =
-      oprj_MapProjectionToCOORDSYS(&handle, Flat(unitName), nullptr, e.cause());
+  const Flat unit(unitName, e);
+  if (e.failed()) return nullptr;
+  Oawp_PE_COORDSYS *system = oprj_MapProjectionToCOORDSYS(&handle, unit, nullptr, e.cause());
   if (!system) return e.fail(2, "Error returned from oprj_MapProjectionToCOORDSYS");
   return system;
 }

@@ -53,7 +53,8 @@ int32_t oprj_PEPrjStringGet(const Oprj_Char *name, Oprj_Char **string, Oerr_Repo
   ErrorScope e("oprj_PEPrjStringGet", err);
   if (!string) return e.fail(1, "Invalid location to return the PRJ String");
   *string = nullptr;
-  const Utf8 fileName(name);
+  const Utf8 fileName(name, e);
+  if (e.failed()) return 0;
   struct stat status;
   if (!fileName || stat(fileName, &status) != 0 || S_ISDIR(status.st_mode))
     return e.fail(2, "PRJ file does not exist");
@@ -81,9 +82,11 @@ Oprj_ProParameters *oprj_PEPrjRead(const Oprj_Char *fileName, Oprj_MapInfo *mapI
   Oprj_Char *found = nullptr;
   if (!oprj_PEPrjStringGet(fileName, &found, e.cause()))
     return e.fail(2, "Failed to read PE string from %s",
-                  fileName ? Utf8(fileName).c_str() : "(null)");
-  const OwnedText string(found);
-  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(Utf8(string.get())));
+                  fileName ? shown(fileName).c_str() : "(null)");
+  const OwnedText owned(found);
+  const Utf8 string(found, e);
+  if (e.failed()) return nullptr;
+  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(string));
   if (!system) return failOver(e, 3, "Fail to convert string to coordsys obj.");
   Oprj_Char *unitName = nullptr;
   const OwnedHandle projection(oprj_COORDSYSToMapProjection(system.get(), &unitName, e.cause()));
@@ -111,7 +114,8 @@ int32_t oprj_PEPrjWrite(const Oprj_Char *name, const Oprj_ProParameters *record,
                         const Oprj_MapInfo *mapInfo, Oerr_Report **err) {
   ErrorScope e("oprj_PEPrjWrite", err);
   if (!mapInfo) return e.fail(1, "Invalid input MapInfo");
-  const Utf8 fileName(name);
+  const Utf8 fileName(name, e);
+  if (e.failed()) return 0;
   // Kept: the file is emptied before the system is translated.
   File file(fileName ? std::fopen(fileName, "w+e") : nullptr);
   if (!file)
@@ -145,7 +149,9 @@ int32_t oprj_MapProjectionFromPEString(const Oprj_Char *string, Oprj_MapProjecti
   if (projection) *projection = nullptr;
   if (unitName) *unitName = nullptr;
   if (!string || !projection) return e.fail(1, "Args");
-  OwnedSystem system(oawp_PE_pe_coordsys_from_string(Utf8(string)));
+  const Utf8 text(string, e);
+  if (e.failed()) return 0;
+  OwnedSystem system(oawp_PE_pe_coordsys_from_string(text));
   if (!system) return failOver(e, 2, "OAWP_FCLL_PE(pe_coordsys_from_string) failed");
   OwnedText name;
   if (unitName) {
@@ -208,7 +214,9 @@ Oprj_ProParameters *oprj_ProParametersFromPEString(const Oprj_Char *string, Oprj
   ErrorScope e("oprj_ProParametersFromPEString", err);
   if (unitName) *unitName = nullptr;
   if (!string) return e.fail(1, "Invalid argument");
-  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(Utf8(string)));
+  const Utf8 text(string, e);
+  if (e.failed()) return nullptr;
+  const OwnedSystem system(oawp_PE_pe_coordsys_from_string(text));
   if (!system) return failOver(e, 2, "pe_coordsys_from_string failed");
   Oprj_Char *name = nullptr;
   const OwnedHandle projection(oprj_COORDSYSToMapProjection(system.get(), &name, e.cause()));

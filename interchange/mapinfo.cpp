@@ -202,7 +202,9 @@ const Ocvt_Unit *oprj_UnitGetFromMapInfo(const Oprj_MapInfo *record, Oerr_Report
   ErrorScope e("oprj_UnitGetFromMapInfo", err);
   if (!record) return e.fail(1, "Invalid input MapInfo");
   if (isBlank(record->units)) return e.fail(2, "Invalid input MapInfo units");
-  const auto *unit = ocvt_UnitSetByName(textOf(record->units), e.cause());
+  const Utf8 name(record->units.data, e);
+  if (e.failed()) return nullptr;
+  const auto *unit = ocvt_UnitSetByName(name, e.cause());
   if (!unit) return e.fail(3, "Error returned by ocvt_UnitSetByName");
   return unit;
 }

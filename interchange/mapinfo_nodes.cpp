@@ -18,9 +18,8 @@ using OwnedMapInfo = Owner<Oprj_MapInfo, oprj_MapInfoFree>;
 /// Gives a text that is missing or one of two words the value that stands for them.
 bool normalise(Oprj_CharStr &text, const char *first, const char *second, const char *value,
                Oerr_Report **err) {
-  const Utf8 written = textOf(text);
-  if (*written && !ostr_EqualIgnoringCase(written, first) &&
-      !ostr_EqualIgnoringCase(written, second))
+  const Oprj_Char *written = unitsOf(text);
+  if (*written && !sameIgnoringCase(written, first) && !sameIgnoringCase(written, second))
     return true;
   return setText(text, value, err);
 }
@@ -65,7 +64,8 @@ Oerr_Report *oprj_MapInfoWrite(Ohfa_File *file, const Oprj_Char *layer, const Op
                                Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_MapInfoWrite", slot);
-  write(e, file, Utf8(layer), record, true);
+  const Utf8 place(layer, e);
+  if (!e.failed()) write(e, file, place, record, true);
   return slot.report();
 }
 
@@ -73,30 +73,35 @@ Oerr_Report *oprj_MapInfoWriteSimple(Ohfa_File *file, const Oprj_Char *parent,
                                      const Oprj_MapInfo *record, Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_MapInfoWriteSimple", slot);
-  write(e, file, Utf8(parent), record, false);
+  const Utf8 place(parent, e);
+  if (!e.failed()) write(e, file, place, record, false);
   return slot.report();
 }
 
 Oprj_MapInfo *oprj_MapInfoRead(Ohfa_File *file, const Oprj_Char *layer, Oprj_MapInfo *record,
                                int32_t searchSiblings, Oerr_Report **err) {
   ErrorScope e("oprj_MapInfoRead", err);
+  const Utf8 place(layer, e);
+  if (e.failed()) return nullptr;
   const Oprj_InitData *data = startNodes(e, file);
   if (!data) return nullptr;
   const Visit visit(e, file, 10, "Error returned from ohfa_EntryPositionGet", 11);
   if (!visit) return nullptr;
   OwnedMapInfo read(static_cast<Oprj_MapInfo *>(readLayerNode(
-      e, file, Utf8(layer), kMapInfo, libraryDesign(*data, kMapInfo.design), searchSiblings)));
+      e, file, place, kMapInfo, libraryDesign(*data, kMapInfo.design), searchSiblings)));
   return read ? finish(e, std::move(read), record) : nullptr;
 }
 
 Oprj_MapInfo *oprj_MapInfoReadIfPresent(Ohfa_File *file, const Oprj_Char *layer,
                                         Oerr_Report **err) {
   ErrorScope e("oprj_MapInfoReadIfPresent", err);
+  const Utf8 place(layer, e);
+  if (e.failed()) return nullptr;
   const Oprj_InitData *data = startNodes(e, file);
   if (!data) return nullptr;
   const Visit visit(e, file, 10, "Error returned from ohfa_EntryPositionGet", 11);
   if (!visit) return nullptr;
-  const int32_t isThere = seekBelow(file, Utf8(layer), kMapInfo, e.cause());
+  const int32_t isThere = seekBelow(file, place, kMapInfo, e.cause());
   OwnedMapInfo read;
   if (isThere)
     read.reset(static_cast<Oprj_MapInfo *>(readRecord(

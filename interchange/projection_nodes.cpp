@@ -144,7 +144,7 @@ class ReadProjection {
       double code;
     } kCodes[] = {{"NAD27", 1}, {"NAD83", 2}, {"HARN", 3}, {"OPRJ_NSR2007", 4}};
     for (const auto &[name, code] : kCodes) {
-      if (ostr_EqualIgnoringCase(textOf(datumOf(*made_)->datumname), name)) params.data[0] = code;
+      if (sameIgnoringCase(unitsOf(datumOf(*made_)->datumname), name)) params.data[0] = code;
     }
   }
 
@@ -202,7 +202,8 @@ Oerr_Report *oprj_ProParametersWrite(Ohfa_File *file, const Oprj_Char *layer,
                                      Oprj_ProParameters *record, Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_ProParametersWrite", slot);
-  writeTree(e, file, Utf8(layer), record);
+  const Utf8 place(layer, e);
+  if (!e.failed()) writeTree(e, file, place, record);
   return slot.report();
 }
 
@@ -210,7 +211,8 @@ Oerr_Report *oprj_ProParametersWriteSimple(Ohfa_File *file, const Oprj_Char *par
                                            Oprj_ProParameters *record, Oerr_Report **err) {
   WriterSlot slot(err);
   ErrorScope e("oprj_ProParametersWriteSimple", slot);
-  writeSimple(e, file, Utf8(parent), record);
+  const Utf8 place(parent, e);
+  if (!e.failed()) writeSimple(e, file, place, record);
   return slot.report();
 }
 
@@ -218,12 +220,14 @@ Oprj_ProParameters *oprj_ProParametersRead(Ohfa_File *file, const Oprj_Char *lay
                                            Oprj_ProParameters *record, int32_t searchSiblings,
                                            Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersRead", err);
+  const Utf8 place(layer, e);
+  if (e.failed()) return nullptr;
   const Oprj_InitData *data = startNodes(e, file);
   if (!data) return nullptr;
   const Visit visit(e, file, 10, "Error returned from ohfa_EntryPositionGet", 11);
   if (!visit) return nullptr;
   ReadProjection read(e, *data, kTreeCodes);
-  if (!read.take(readLayerNode(e, file, Utf8(layer), kProjection,
+  if (!read.take(readLayerNode(e, file, place, kProjection,
                                libraryDesign(*data, kProjection.design), searchSiblings)))
     return nullptr;
   const bool hasDatum = seekChild(file, kDatum, e.cause());

@@ -251,8 +251,7 @@ Oprj_MapProjectionEx *oprj_COORDSYSToMapProjection(const Oawp_PE_COORDSYS *syste
   if (!record) return e.fail(2, "Error returned from oprj_ProParametersFromCOORDSYS");
   const Oprj_Datum &datum = *record->proSpheroid->datum;
   if (datum.type == OPRJ_DATUM_NONE && !isUndefined(&datum))
-    oerr_LogMessage("The datum \"%s\" is not shifted to any other",
-                    textOf(datum.datumname).c_str());
+    oerr_LogMessage("The datum \"%s\" is not shifted to any other", shown(datum.datumname).c_str());
   Oprj_MapProjectionEx *handle = nullptr;
   if (!oprj_ProjectionInit(nullptr, record.get(), &handle, e.cause()))
     return e.fail(3, "Error returned from oprj_ProjectionInit");
@@ -263,7 +262,9 @@ Oprj_MapProjectionEx *oprj_COORDSYSToMapProjection(const Oawp_PE_COORDSYS *syste
 Oprj_ProParameters *oprj_ProParametersHoldingPEString(const Oprj_Char *string, Oerr_Report **err) {
   ErrorScope e("oprj_ProParametersHoldingPEString", err);
   if (!string) return e.fail(1, "Args");
-  const OwnedObject system(OAWP_FCLL_PE(pe_coordsys_from_string)(Utf8(string)));
+  const Utf8 text(string, e);
+  if (e.failed()) return nullptr;
+  const OwnedObject system(OAWP_FCLL_PE(pe_coordsys_from_string)(text));
   if (!system) {
     oawp_PE_ReportTake(e.cause());
     return e.fail(2, "OAWP_FCLL_PE(pe_coordsys_from_string) failed");

@@ -103,7 +103,9 @@ Oawp_PE_COORDSYS *oprj_COORDSYSUnitChange(const Oawp_PE_COORDSYS *system, const 
                                           Oerr_Report **err) {
   ErrorScope e("oprj_COORDSYSUnitChange", err);
   if (!system || !unitName) return e.fail(1, "Args");
-  const Ocvt_Unit *unit = ocvt_UnitSetByName(Utf8(unitName), e.cause());
+  const Utf8 name(unitName, e);
+  if (e.failed()) return nullptr;
+  const Ocvt_Unit *unit = ocvt_UnitSetByName(name, e.cause());
   if (!unit) return e.fail(2, "Error returned from ocvt_UnitSetByName");
   return translating(e, 2, [&]() -> Oawp_PE_COORDSYS * {
     OwnedObject changed = orvik::engine::clone(*system);

@@ -132,7 +132,8 @@ int32_t oprj_MIFableCoordinateSystemWrap(const void *projection,
     if (!system.verticalCSObject) return e.fail(7, "omif_ObjectCopy failed");
   }
   if (unit) {
-    const Utf8 name(unit);
+    const Utf8 name(unit, e);
+    if (e.failed()) return 0;
     char *const text = ostr_Duplicate(name);  // UTF-8, whatever the library's own records hold
     if (!text) return e.fail(8, "ostr_Duplicate failed");
     system.horizontalUnits = {borrowed(text).count, reinterpret_cast<Oprj_Char *>(text)};
@@ -310,7 +311,8 @@ Oprj_MapProjectionEx *oprj_ProjectionConvertFromMIF(
   if (version != kTransitVersion) return e.fail(2, "Unknown version %d of the form", version);
   const auto *own = referenceDesign(mapProjection842Design, e.cause());
   if (!own) return e.fail(3, "OMIF_DESIGN_FETCH failed");
-  const Utf8 dictionary(innerDictionary), name(innerName), set(title);
+  const Utf8 dictionary(innerDictionary, e), name(innerName, e), set(title, e);
+  if (e.failed()) return nullptr;
   const Oprj_MapProjection842 whole{
       {{borrowed(name)}, borrowed(dictionary), {innerSize, const_cast<uint8_t *>(innerObject)}},
       {borrowed(set)}};
@@ -349,7 +351,8 @@ Oprj_ElevationInfo *oprj_ElevationInfoConvertFromMIF(const Oprj_Char *dictionary
                                                      Oerr_Report **err) {
   ErrorScope e("oprj_ElevationInfoConvertFromMIF", err);
   if (!dictionary || !designName || !object || size < 0) return e.fail(1, "Args");
-  const Utf8 text(dictionary), name(designName);
+  const Utf8 text(dictionary, e), name(designName, e);
+  if (e.failed()) return nullptr;
   OwnedDictionary designs;  // outlives what its designs free
   const auto *written = referenceDesign(elevationInfoDesign, e.cause());
   if (name.view() != kElevationInfo || !isTextOf(written, text)) {

@@ -119,8 +119,10 @@ void *nativeProjectionConvert(const void *data, const char *, Oerr_Report **err)
 
 void *nativeProjectionConvertWithUnits(const void *data, const char *, Oprj_Char **unitName,
                                        Oerr_Report **err) {
-  return convertToEngine("nativeProjectionConvertWithUnits", data,
-                         Utf8(unitName ? *unitName : nullptr), err);
+  constexpr const char *kOperation = "nativeProjectionConvertWithUnits";
+  ErrorScope e(kOperation, err);
+  const Utf8 unit(unitName ? *unitName : nullptr, e);
+  return e.failed() ? nullptr : convertToEngine(kOperation, data, unit, err);
 }
 
 void *nativeProjectionCSRGet(const void *data, const char *title, Oerr_Report **err) {

@@ -117,7 +117,8 @@ Oprj_Point *oprj_ProjectWithUnits(const Oprj_Point *in, const Oprj_MapProjection
   const auto *inRecord = recordOf(e, inHandle);
   const auto *outRecord = inRecord ? recordOf(e, outHandle) : nullptr;
   if (!outRecord) return nullptr;
-  const Utf8 from(inUnit), to(outUnit);
+  const Utf8 from(inUnit, e), to(outUnit, e);
+  if (e.failed()) return nullptr;
   Way way("oprj_Project");
   way.convertIn({from, isGeographic(*inRecord)});
   way.leadBetween(inHandle, outHandle);
@@ -164,7 +165,8 @@ Oprj_Point *oprj_ProjectToLatLonWithUnits(const Oprj_Point *in, const Oprj_Char 
   ErrorScope e("oprj_ProjectToLatLonWithUnits", err);
   const auto *record = recordOf(e, handle);
   if (!record) return nullptr;
-  const Utf8 from(inUnit), to(outUnit);
+  const Utf8 from(inUnit, e), to(outUnit, e);
+  if (e.failed()) return nullptr;
   Way way("oprj_ProjectToLatLon");
   way.convertIn({from, isGeographic(*record)});
   way.leadToLatLon(handle);
@@ -179,7 +181,8 @@ Oprj_Point *oprj_ProjectFromLatLonWithUnits(const Oprj_Point *in, const Oprj_Cha
   ErrorScope e("oprj_ProjectFromLatLonWithUnits", err);
   const auto *record = recordOf(e, handle);
   if (!record) return nullptr;
-  const Utf8 from(inUnit), to(outUnit);
+  const Utf8 from(inUnit, e), to(outUnit, e);
+  if (e.failed()) return nullptr;
   Way way("oprj_ProjectFromLatLon");
   way.convertIn({from, true});
   way.leadFromLatLon(handle);

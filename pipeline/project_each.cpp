@@ -172,7 +172,8 @@ int64_t oprj_ProjectEach(const Oprj_ProjectionPair *pair, const Oprj_Point *in, 
   if (!isGeographicSystem(e, pair->in, chosen.inUnit, inGeographic) ||
       !isGeographicSystem(e, pair->out, chosen.outUnit, outGeographic))
     return 0;
-  const Utf8 from(chosen.inUnit), to(chosen.outUnit);
+  const Utf8 from(chosen.inUnit, e), to(chosen.outUnit, e);
+  if (e.failed()) return 0;
   Way way("oprj_Project");
   way.convertIn({from, inGeographic});
   way.leadBetween(pair->in, pair->out);

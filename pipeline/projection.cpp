@@ -70,17 +70,18 @@ bool orvik::oprj::asksForEngine(const Oprj_ProParameters &record) {
 
 bool orvik::oprj::holdsGeographicText(const Oprj_ProParameters &record) {
   // The first word in front of a bracket, or the one behind it when that is of a compound system.
-  const Utf8 text = textOf(record.proExeName);
+  constexpr size_t kLongest = 9;  // a longer word is neither
   bool quoted = false;
   std::string word;
-  for (const char c : std::string_view(text)) {
+  for (const Oprj_Char *at = unitsOf(record.proExeName); *at; ++at) {
+    const Oprj_Char c = *at;
     if (c == '"') quoted = !quoted;
     if (quoted) continue;
     if (c == '[' || c == '(') {
       if (word != "COMPD_CS") break;
       word.clear();
     } else if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_') {
-      word += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+      if (word.size() < kLongest) word += static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
     }
   }
   return word == "GEOGCS";
@@ -99,7 +100,9 @@ int32_t oprj_ProjectionInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *rec
   const auto *functions = &kNativeSet;
   if (asksForEngine(*record)) {
     const OwnedText text(oprj_CharStrToString(&record->proExeName));
-    data = text ? kEngineSet.fromString(Utf8(text.get()), e.cause()) : nullptr;
+    const Utf8 string(text.get(), e);
+    if (e.failed()) return 0;
+    data = string ? kEngineSet.fromString(string, e.cause()) : nullptr;
     if (!data) return e.fail(1599, "pe_coordsys_from_string failed");
     title = OPRJ_TITLE_PE;
     functions = &kEngineSet.functions;

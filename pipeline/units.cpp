@@ -12,9 +12,11 @@ using namespace orvik::oprj;
 int32_t oprj_PointsConvertByUnitName(Oprj_Point *points, int32_t count, const Oprj_Char *inUnit,
                                      const Oprj_Char *outUnit, Oerr_Report **err) {
   ErrorScope e("oprj_PointsConvertByUnitName", err);
-  const auto *from = ocvt_UnitSetByName(Utf8(inUnit), e.cause());
+  const Utf8 in(inUnit, e), out(outUnit, e);
+  if (e.failed()) return 0;
+  const auto *from = ocvt_UnitSetByName(in, e.cause());
   if (!from) return e.fail(1, "Error returned from ocvt_UnitSetByName for inUnit");
-  const auto *to = ocvt_UnitSetByName(Utf8(outUnit), e.cause());
+  const auto *to = ocvt_UnitSetByName(out, e.cause());
   if (!to) return e.fail(2, "Error returned from ocvt_UnitSetByName for outUnit");
   if (count < 1 || from == to) return 1;
   if (!points) return e.fail(5, "Invalid input points");

@@ -58,9 +58,12 @@ void Way::Conversion::prepare(PointUnit of, bool isInput) {
 }
 
 bool Way::Conversion::apply(Oprj_Point *points, int32_t count, Oerr_Report **err) const {
-  if (!usable)
-    return oprj_PointsConvertByUnitName(points, count, Flat(input ? unit.name : unit.computed()),
-                                        Flat(input ? unit.computed() : unit.name), err);
+  if (!usable) {  // this tells why
+    ErrorScope e("oprj_PointsConvertByUnitName", err);
+    const Flat given(unit.name, e), computed(unit.computed(), e);
+    return !e.failed() && oprj_PointsConvertByUnitName(points, count, input ? given : computed,
+                                                       input ? computed : given, err);
+  }
   if (count > 0)
     ocvt_UnitsConvertArray(&points->x, 2 * static_cast<size_t>(count), from, to, nullptr);
   return true;

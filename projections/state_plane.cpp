@@ -97,7 +97,7 @@ int32_t oprj_NADCodeGet(const Oprj_ProParameters *record) {
   }
   const Oprj_Spheroid *spheroid = record->proSpheroid;
   if (!spheroid || !spheroid->datum) return kNad27;
-  return ostr_EqualIgnoringCase(textOf(spheroid->datum->datumname), "NAD83") ? kNad83 : kNad27;
+  return sameIgnoringCase(unitsOf(spheroid->datum->datumname), "NAD83") ? kNad83 : kNad27;
 }
 
 Oprj_MapProjection *oprj_StatePlaneInit(Oint_Toolkit *toolkit, const Oprj_ProParameters *record,

@@ -9,7 +9,7 @@
 using namespace orvik::oprj;
 
 bool orvik::oprj::isUndefined(const Oprj_Datum *datum) {
-  return !datum || ostr_EqualIgnoringCase(textOf(datum->datumname), kUndefinedDatum);
+  return !datum || sameIgnoringCase(unitsOf(datum->datumname), kUndefinedDatum);
 }
 
 bool orvik::oprj::fillDatum(const Oprj_Datum &source, Oprj_Datum &target, int32_t code,

@@ -12,10 +12,10 @@ namespace {
 using OwnedElevationInfo = Owner<Oprj_ElevationInfo, oprj_ElevationInfoFree>;
 
 /// Two names of one unit, or one name that is no unit's.
-bool sameUnit(const Oprj_CharStr &first, const Oprj_CharStr &second) {
+bool sameUnit(const Oprj_CharStr &first, const Oprj_CharStr &second, ErrorScope &e) {
   if (oprj_CharStrsEqual(&first, &second, nullptr)) return true;
-  const auto unitOf = [](const Oprj_CharStr &name) {
-    return ocvt_UnitSetByName(isBlank(name) ? "meters" : textOf(name), nullptr);
+  const auto unitOf = [&e](const Oprj_CharStr &name) {
+    return ocvt_UnitSetByName(isBlank(name) ? "meters" : Utf8(name.data, e).c_str(), nullptr);
   };
   const Ocvt_Unit *unit = unitOf(first);
   return unit && unit == unitOf(second);
@@ -57,7 +57,7 @@ int32_t oprj_ElevationInfosEqual(const Oprj_ElevationInfo *first, const Oprj_Ele
   if (!first || !second) return e.fail(1, "One of the input elevation info's is NULL");
   return first->elevationType == second->elevationType &&
          datumsEqual(first->verticalDatum, second->verticalDatum, 0) &&
-         sameUnit(first->elevationUnit, second->elevationUnit);
+         sameUnit(first->elevationUnit, second->elevationUnit, e);
 }
 
 void oprj_ElevationInfoFree(Oprj_ElevationInfo **info) {

@@ -72,11 +72,11 @@ void oprj_ProParametersPrint(const Oprj_ProParameters *record, Oerr_Report **err
     std::printf("Projection number = %ld\n", static_cast<long>(record->proNumber));
   } else if (record->proType == OPRJ_EXTERNAL) {
     std::printf("External projection\n");
-    std::printf("Projection executable name = %s\n", textOf(record->proExeName).c_str());
+    std::printf("Projection executable name = %s\n", shown(record->proExeName).c_str());
   } else {
     std::printf("What??  Invalid proType.\n");
   }
-  std::printf("Projection name = %s\n", textOf(record->proName).c_str());
+  std::printf("Projection name = %s\n", shown(record->proName).c_str());
   std::printf("Zone number = %ld\n", static_cast<long>(record->proZone));
   std::printf("Projection parameters\n");
   long index = 0;
@@ -84,7 +84,7 @@ void oprj_ProParametersPrint(const Oprj_ProParameters *record, Oerr_Report **err
     std::printf("%ld = %f\n", index++, value);
   const Oprj_Spheroid unset = {};
   const Oprj_Spheroid &spheroid = record->proSpheroid ? *record->proSpheroid : unset;
-  std::printf("Spheroid name = %s\n", textOf(spheroid.sphereName).c_str());
+  std::printf("Spheroid name = %s\n", shown(spheroid.sphereName).c_str());
   std::printf("Semi-major axis of spheroid = %f\n", spheroid.a);
   std::printf("Semi-minor axis of spheroid = %f\n", spheroid.b);
   std::printf("Eccentricity-squared of spheroid = %f\n", spheroid.eSquared);

@@ -28,6 +28,10 @@
 
 #if !defined(OPRJ_TEXTLESS)
 
+#include <oprj/ostr.h>
+
+#include "toolkit/error_scope.h"
+
 namespace orvik::oprj {
 
 /// What the toolkit's record knows the library by: its reference data is of its own texts.
@@ -47,22 +51,31 @@ using InnerText = toolkit::HeapBlock<char>;
 
 #if defined(OPRJ_WIDE)
 
+/// The code of an operation that has no memory for a text and no code of its own for that
+/// (docs/wide-build.md).
+constexpr int32_t kNoTextMemory = 9999;
+inline void noTextMemory(toolkit::ErrorScope &e) { e.fail(kNoTextMemory, "Out of memory"); }
+
 /// A text of the flat interface in UTF-8, for as long as this lives: keep it as `const Utf8 name`,
-/// or let it go with the expression. Null stays null. Texts beyond the room within take memory, and
-/// throw std::bad_alloc without.
+/// or let it go with the expression. Null stays null. Texts of more than kNearUnits take memory;
+/// without any, this throws std::bad_alloc, for bodies that guarded() runs, or tells the
+/// operation's scope and is empty, which is then to be asked by e.failed(), or is cut.
 class Utf8 {
  public:
   explicit Utf8(const char16_t *text) : Utf8(text, text ? lengthOf(text) : 0) {}
   explicit Utf8(const char *text) : text_(text) {}
   Utf8(const char16_t *text, size_t units) {
-    if (!text) return;
-    char *room = near_;
-    if (const size_t needed = toolkit::utf8Room(units) + 1; needed > sizeof near_) {
-      far_.resize(needed);
-      room = far_.data();
-    }
-    *toolkit::toUtf8(text, units, room, &lone_) = '\0';
-    text_ = room;
+    if (text && !convert(text, units)) throw std::bad_alloc();
+  }
+  Utf8(const char16_t *text, toolkit::ErrorScope &e) {
+    if (!text || convert(text, lengthOf(text))) return;
+    text_ = "";
+    noTextMemory(e);
+  }
+  struct Cut {};
+  Utf8(const char16_t *text, Cut) {
+    const size_t units = lengthOf(text);
+    if (!convert(text, units)) convert(text, kNearUnits);
   }
   Utf8(const Utf8 &) = delete;
   Utf8 &operator=(const Utf8 &) = delete;
@@ -75,44 +88,83 @@ class Utf8 {
   bool wellFormed() const { return lone_ == 0; }
 
  private:
+  static constexpr size_t kNearUnits = 255;
+
+  bool convert(const char16_t *text, size_t units) {
+    char *room = near_;
+    if (units > kNearUnits) {
+      far_.reset(static_cast<char *>(omsc_HeapMalloc(toolkit::utf8Room(units) + 1)));
+      room = far_.get();
+    }
+    if (!room) return false;
+    *toolkit::toUtf8(text, units, room, &lone_) = '\0';
+    text_ = room;
+    return true;
+  }
+
   const char *text_ = nullptr;
-  char near_[256];
-  std::string far_;
+  char near_[toolkit::utf8Room(kNearUnits) + 1];
+  InnerText far_;
   char16_t lone_ = 0;
 };
 
 /// Inner text as an argument of a flat operation, for as long as this lives; null stays null.
+/// Without memory as Utf8.
 class Flat {
  public:
   explicit Flat(const char *text) {
-    if (!text) return;
-    const size_t size = std::strlen(text);
-    char16_t *room = near_;
-    if (size >= std::size(near_)) {
-      far_.resize(size + 1);
-      room = far_.data();
-    }
-    *toolkit::toUtf16(text, size, room, true) = 0;
-    text_ = room;
+    if (text && !convert(text)) throw std::bad_alloc();
   }
   explicit Flat(const std::string &text) : Flat(text.c_str()) {}
+  Flat(const char *text, toolkit::ErrorScope &e) {
+    if (!text || convert(text)) return;
+    text_ = u"";
+    noTextMemory(e);
+  }
   Flat(const Flat &) = delete;
   Flat &operator=(const Flat &) = delete;
   operator const char16_t *() const { return text_; }
 
  private:
+  bool convert(const char *text) {
+    const size_t size = std::strlen(text);
+    char16_t *room = near_;
+    if (size >= std::size(near_)) {
+      far_.reset(static_cast<char16_t *>(omsc_HeapMalloc((size + 1) * sizeof *room)));
+      room = far_.get();
+    }
+    if (!room) return false;
+    *toolkit::toUtf16(text, size, room, true) = 0;
+    text_ = room;
+    return true;
+  }
+
   const char16_t *text_ = nullptr;
-  char16_t near_[128];
-  std::u16string far_;
+  char16_t near_[256];
+  OwnedText far_;
 };
 
 /// A text of the tables in UTF-8, to keep while they are used.
 using TableText = std::string;
 
-/// Equal texts, case included.
-inline bool sameUnits(const char16_t *first, const char16_t *second) {
-  while (*first && *first == *second) ++first, ++second;
-  return *first == *second;
+/// Equal texts, case included; the second one may be of ASCII.
+template <class Unit>
+bool sameUnits(const char16_t *first, const Unit *second) {
+  while (*first && *first == static_cast<char16_t>(*second)) ++first, ++second;
+  return *first == static_cast<char16_t>(*second);
+}
+/// Equal but for the case of ASCII letters, as ostr_EqualIgnoringCase has it, without taking
+/// memory; a missing text is empty, and the second one may be of ASCII.
+template <class Unit>
+bool sameIgnoringCase(const char16_t *first, const Unit *second) {
+  const auto folded = [](auto unit) {
+    return static_cast<char16_t>(unit >= 'A' && unit <= 'Z' ? unit + 'a' - 'A' : unit);
+  };
+  static constexpr Unit kNone[1] = {};
+  if (!first) first = u"";
+  if (!second) second = kNone;
+  while (*first && folded(*first) == folded(*second)) ++first, ++second;
+  return folded(*first) == folded(*second);
 }
 
 /// A text of the heap that holds `text`; null without memory.
@@ -147,6 +199,9 @@ inline Oprj_Char *handOut(char *text) {
 class Utf8 {
  public:
   constexpr explicit Utf8(const char *text) : text_(text) {}
+  Utf8(const char *text, toolkit::ErrorScope &) : text_(text) {}
+  struct Cut {};
+  constexpr Utf8(const char *text, Cut) : text_(text) {}
   Utf8(const Utf8 &) = delete;
   Utf8 &operator=(const Utf8 &) = delete;
   constexpr operator const char *() const { return text_; }
@@ -163,6 +218,7 @@ class Flat {
  public:
   constexpr explicit Flat(const char *text) : text_(text) {}
   explicit Flat(const std::string &text) : text_(text.c_str()) {}
+  Flat(const char *text, toolkit::ErrorScope &) : text_(text) {}
   Flat(const Flat &) = delete;
   Flat &operator=(const Flat &) = delete;
   constexpr operator const char *() const { return text_; }
@@ -173,6 +229,9 @@ class Flat {
 
 inline bool sameUnits(const char *first, const char *second) {
   return std::strcmp(first, second) == 0;
+}
+inline bool sameIgnoringCase(const char *first, const char *second) {
+  return ostr_EqualIgnoringCase(first, second) != 0;
 }
 using TableText = std::string_view;
 class TextKeeper {
@@ -192,6 +251,11 @@ inline const Oprj_Char *unitsOf(const Oprj_CharStr &text) {
 }
 /// The text of a record; empty for an unset one.
 inline Utf8 textOf(const Oprj_CharStr &text) { return Utf8(unitsOf(text)); }
+/// The same for a message, where a long one is cut when there is no memory for the whole.
+inline Utf8 shown(const Oprj_CharStr &text) { return Utf8(unitsOf(text), Utf8::Cut()); }
+inline Utf8 shown(const Oprj_Char *text) {
+  return shown(Oprj_CharStr{0, const_cast<Oprj_Char *>(text)});
+}
 /// A text that may be missing; null is the empty text.
 inline const char *orEmpty(const char *text) { return text ? text : ""; }
 inline Utf8 textOf(const char *text) { return Utf8(orEmpty(text)); }

@@ -81,7 +81,7 @@ const Oprj_Query *oprj_QueryByExample(Oint_Toolkit *toolkit, const Oprj_ProParam
   if (!record) return e.fail(3, "Invalid input Oprj_ProParameters");
   const auto isAny = [&](const Oprj_Query &query) { return isExample(query, *record); };
   const auto isNamed = [&](const Oprj_Query &query) {
-    return isAny(query) && ostr_EqualIgnoringCase(textOf(query.name), textOf(record->proName));
+    return isAny(query) && sameIgnoringCase(query.name, unitsOf(record->proName));
   };
   const Oprj_Query *first = firstQuery(*data, isNamed);
   if (!first) first = firstQuery(*data, isAny);
@@ -108,10 +108,8 @@ Oprj_ProParameters *oprj_ProParametersCreateByName(Oint_Toolkit *toolkit, const 
   ErrorScope e("oprj_ProParametersCreateByName", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  const Utf8 wanted = textOf(name);
-  const Oprj_Query *query = firstQuery(*data, [&](const Oprj_Query &candidate) {
-    return ostr_EqualIgnoringCase(textOf(candidate.name), wanted);
-  });
+  const Oprj_Query *query = firstQuery(
+      *data, [&](const Oprj_Query &candidate) { return sameIgnoringCase(candidate.name, name); });
   if (!query) return e.fail(3, "Invalid Projection Name");
 
   OwnedParameters made{oprj_ProParametersCreate(e.cause())};

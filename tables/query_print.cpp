@@ -14,10 +14,10 @@ namespace {
 void printEnd(const Oprj_QueryEntry &entry) {
   std::printf(">");
   if (entry.key) {
-    std::printf(" key \"%s\"", textOf(entry.key).c_str());
+    std::printf(" key \"%s\"", shown(entry.key).c_str());
     const orvik::toolkit::ClassicLocale points;
     if (entry.needed) std::printf(" needed");
-    else if (entry.defaultKey) std::printf(" default \"%s\"", textOf(entry.defaultKey).c_str());
+    else if (entry.defaultKey) std::printf(" default \"%s\"", shown(entry.defaultKey).c_str());
     else if (entry.defaultValue != 0.0) std::printf(" default %.17g", entry.defaultValue);
   }
   std::printf("\n");
@@ -34,11 +34,11 @@ void printUnit(const Oprj_QueryEntry &entry, int32_t unit, const char *name) {
 
 void oprj_QueryListPrint(const Oprj_Query *list) {
   for (const Oprj_Query *query = list; query; query = query->next) {
-    std::printf("\"%s\" {\n", textOf(query->name).c_str());
+    std::printf("\"%s\" {\n", shown(query->name).c_str());
     if (query->type == OPRJ_INTERNAL) {
       std::printf("\tInternal %ld\n", static_cast<long>(query->number));
     } else if (query->type == OPRJ_EXTERNAL) {
-      std::printf("\tExternal \"%s\"\n", textOf(query->executable).c_str());
+      std::printf("\tExternal \"%s\"\n", shown(query->executable).c_str());
     } else {
       std::printf("What??  Invalid projection type\n");
     }
@@ -51,7 +51,7 @@ void oprj_QueryListPrint(const Oprj_Query *list) {
 void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
   for (const Oprj_QueryEntry *entry = list; entry; entry = entry->next) {
     const long index = entry->index;
-    std::printf("\t\"%s\" <", textOf(entry->prompt).c_str());
+    std::printf("\t\"%s\" <", shown(entry->prompt).c_str());
     switch (entry->kind) {
       case OPRJ_QUERY_SPHEROID:
         std::printf("spheroid>\n");
@@ -99,7 +99,7 @@ void oprj_QueryEntryListPrint(const Oprj_QueryEntry *list) {
 void oprj_CondQueryEntryListPrint(const Oprj_CondQueryEntry *list) {
   const orvik::toolkit::ClassicLocale points;  // decimal points, whatever the process's locale
   for (const Oprj_CondQueryEntry *branch = list; branch; branch = branch->next) {
-    std::printf("\t\t%lg:\"%s\": {\n", branch->value, textOf(branch->label).c_str());
+    std::printf("\t\t%lg:\"%s\": {\n", branch->value, shown(branch->label).c_str());
     oprj_QueryEntryListPrint(branch->queryEntryList);
     std::printf("\t\t}\n");
   }

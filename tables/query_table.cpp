@@ -132,15 +132,16 @@ void oprj_CondQueryEntryFree(Oprj_CondQueryEntry **list) {
 Oprj_Query *oprj_QueryTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
                                  Oerr_Report **err) {
   ErrorScope e("oprj_QueryTableParse", err);
+  const Utf8 source(text, e), file(fileName, e);
+  if (e.failed()) return nullptr;
   OwnedSearchList list;
-  if (!text) {
+  if (!source) {
     list.reset(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
     if (!list) return e.fail(1, "Error returned from ofio_CreateSLFromEnv");
   }
   Oprj_Query *read = nullptr;
-  const bool whole =
-      olex_Parse(Utf8(text), list.get(), !text && !fileName ? "mapprojections.dat" : Utf8(fileName),
-                 dictionaryGrammar, &read, e.cause());
+  const bool whole = olex_Parse(source, list.get(), !source && !file ? "mapprojections.dat" : file,
+                                dictionaryGrammar, &read, e.cause());
   OwnedQuery queries{read};
   if (!whole) return e.fail(2, "Error returned from olex_Parse");
   return queries.release();

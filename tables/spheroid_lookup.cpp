@@ -148,8 +148,7 @@ Oprj_Datum *oprj_DatumByName(Oint_Toolkit *toolkit, const Oprj_Char *spheroidNam
   if (!referenceData(e, toolkit)) return nullptr;
   if (!target) return e.fail(3, "Invalid output Oprj_Datum");
   if (!oprj_DatumInit(&target, e.cause())) return e.fail(4, "Error returned from oprj_DatumInit");
-  if (isBlank(spheroidName) || isBlank(datumName) ||
-      ostr_EqualIgnoringCase(Utf8(datumName), kUndefinedDatum))
+  if (isBlank(spheroidName) || isBlank(datumName) || sameIgnoringCase(datumName, kUndefinedDatum))
     return target;
   const auto *spheroid = oprj_SpheroidEntryByName(toolkit, spheroidName, e.cause());
   if (!spheroid) return e.fail(5, "Error returned from oprj_SpheroidEntryByName");

@@ -352,11 +352,13 @@ using namespace orvik::oprj;
 Oprj_SpheroidTableEntry *oprj_SpheroidTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
                                                  Oerr_Report **err) {
   ErrorScope e("oprj_SpheroidTableParse", err);
+  const Utf8 source(text, e), file(fileName, e);
+  if (e.failed()) return nullptr;
   const orvik::toolkit::Guard guard;
   auto &map = SpheroidTableMap::get();
-  const bool added = text       ? addSource(Utf8(text), nullptr, nullptr, false, e)
-                     : fileName ? addFile(Utf8(fileName), e)
-                                : addDirectories(e);
+  const bool added = source ? addSource(source, nullptr, nullptr, false, e)
+                     : file ? addFile(file, e)
+                            : addDirectories(e);
   if (added) return map.use();
   map.emptyIfUnused();
   return nullptr;

@@ -29,15 +29,16 @@ void oprj_SPTableEntryFree(Oprj_SPTableEntry **list) {
 Oprj_SPTableEntry *oprj_SPTableParse(const Oprj_Char *text, const Oprj_Char *fileName,
                                      Oerr_Report **err) {
   ErrorScope e("oprj_SPTableParse", err);
+  const Utf8 source(text, e), file(fileName, e);
+  if (e.failed()) return nullptr;
   OwnedSearchList list;
-  if (!text) {
+  if (!source) {
     list.reset(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
     if (!list) return e.fail(1, "Error returned from ofio_CreateSLFromEnv");
   }
   Oprj_SPTableEntry *read = nullptr;
-  const bool whole =
-      olex_Parse(Utf8(text), list.get(), !text && !fileName ? "sptable.tab" : Utf8(fileName),
-                 zoneGrammar, &read, e.cause());
+  const bool whole = olex_Parse(source, list.get(), !source && !file ? "sptable.tab" : file,
+                                zoneGrammar, &read, e.cause());
   OwnedZone zones{read};
   if (!whole) return e.fail(2, "Error returned from olex_Parse");
   return zones.release();
@@ -59,10 +60,9 @@ const Oprj_SPTableEntry *oprj_SPEntryByNames(Oint_Toolkit *toolkit, const Oprj_C
   ErrorScope e("oprj_SPEntryByNames", err);
   const Oprj_InitData *data = referenceData(e, toolkit);
   if (!data) return nullptr;
-  const Utf8 state(stateName), name(zoneName);
   for (const Oprj_SPTableEntry *zone = data->statePlaneTable; zone; zone = zone->next) {
-    if (zone->nadCode == nadCode && ostr_EqualIgnoringCase(textOf(zone->stateName), state) &&
-        ostr_EqualIgnoringCase(textOf(zone->zoneName), name))
+    if (zone->nadCode == nadCode && sameIgnoringCase(zone->stateName, stateName) &&
+        sameIgnoringCase(zone->zoneName, zoneName))
       return zone;
   }
   return e.fail(3, "State name and Zone name not found in State Plane table");

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace orvik::toolkit {
 
@@ -15,13 +16,29 @@ inline bool isLowSurrogate(uint32_t unit) { return unit >= 0xDC00 && unit <= 0xD
 inline bool isStrayByte(uint32_t unit) { return unit >= 0xDC80 && unit <= 0xDCFF; }
 
 /// How many bytes the UTF-8 of `units` units takes at most.
-inline size_t utf8Room(size_t units) { return 3 * units; }
+constexpr size_t utf8Room(size_t units) { return 3 * units; }
+
+/// Copies the ASCII that a text begins with, as far as it comes in whole groups; the units taken.
+template <class From, class To>
+size_t copyAscii(const From *text, size_t size, To *out) {
+  constexpr size_t kGroup = 16;
+  size_t taken = 0;
+  for (; taken + kGroup <= size; taken += kGroup) {
+    uint32_t all = 0;
+    for (size_t i = 0; i < kGroup; ++i)
+      all |= static_cast<std::make_unsigned_t<From>>(text[taken + i]);
+    if (all >= 0x80) break;
+    for (size_t i = 0; i < kGroup; ++i) out[taken + i] = static_cast<To>(text[taken + i]);
+  }
+  return taken;
+}
 
 /// Writes the UTF-8 of a text and returns its end. A lone surrogate that stands for no byte becomes
 /// the three bytes that its number would have, and `*lone` (may be null) is set to it.
 inline char *toUtf8(const char16_t *text, size_t units, char *out, char16_t *lone) {
   const auto put = [&](uint32_t byte) { *out++ = static_cast<char>(byte); };
-  for (size_t i = 0; i < units; ++i) {
+  size_t i = copyAscii(text, units, out);
+  for (out += i; i < units; ++i) {
     uint32_t code = text[i];
     if (code < 0x80) {
       put(code);
@@ -70,7 +87,8 @@ inline int decodeUtf8(const char *text, size_t size, bool surrogates, uint32_t &
 /// Writes the UTF-16 of `size` bytes, at most as many units, and returns its end. With `surrogates`
 /// it undoes toUtf8 for lone surrogates too.
 inline char16_t *toUtf16(const char *text, size_t size, char16_t *out, bool surrogates) {
-  for (size_t i = 0; i < size;) {
+  size_t i = copyAscii(text, size, out);
+  for (out += i; i < size;) {
     uint32_t code = 0;
     const int taken = decodeUtf8(text + i, size - i, surrogates, code);
     if (taken == 0) {

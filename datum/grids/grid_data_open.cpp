@@ -14,7 +14,8 @@ Oprj_GridData *oprj_DatumGridFileOpen(const Oprj_Char *fileName, Oerr_Report **e
   const Owner<Ofio_SearchList, ofio_SearchListFree> places(
       OrvikDatum::DatumManagerGetConfigurationSearchList(e.cause()));
   if (!places) return e.fail(1, "Error returned from ofio_CreateSLFromEnv");
-  const Utf8 name(fileName);
+  const Utf8 name(fileName, e);
+  if (e.failed()) return nullptr;
   const HeapBlock<char> path(ofio_Which(places.get(), name, e.cause()));
   if (!path) {
     constexpr int32_t kNotFound = 2;  // of ofio_Which

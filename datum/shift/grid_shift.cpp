@@ -123,7 +123,7 @@ bool GridShift::run(const Oprj_Point *in, Oprj_Point *out, int32_t count, Oprj_P
     case Step::kWrongTypes:
       return e.fail(2, "Wrong datum types.");
     case Step::kBadNames:
-      oprj_GetDatumShiftDirection(Flat(sourceName_.c_str()), Flat(destinationName_.c_str()),
+      oprj_GetDatumShiftDirection(Flat(sourceName_.c_str(), e), Flat(destinationName_.c_str(), e),
                                   e.cause());
       return e.fail(3, "Invalid name for datum shift");
     case Step::kNoGrid:
@@ -171,11 +171,10 @@ int32_t oprj_GetDatumShiftDirection(const Oprj_Char *source, const Oprj_Char *de
     const char *source, *destination;
   } kDirections[] = {{"NAD27", "NAD83"}, {"NAD83", "NAD27"}, {"NAD83", "HARN"},
                      {"HARN", "NAD83"},  {"NAD27", "HARN"},  {"HARN", "NAD27"}};
-  const Utf8 from(source), to(destination);
   int32_t direction = 0;
   for (const auto &names : kDirections) {
-    if (source && destination && std::strcmp(names.source, from) == 0 &&
-        std::strcmp(names.destination, to) == 0)
+    if (source && destination && sameUnits(source, names.source) &&
+        sameUnits(destination, names.destination))
       return direction;
     ++direction;
   }

@@ -61,6 +61,8 @@ SharedLeg makeRegressionLeg(const char *datumName, bool forward) {
 
 void oprj_DatumShiftRegression(const Oprj_Point *in, Oprj_Point *out, int32_t count,
                                const Oprj_Char *datumName, int32_t direction, Oerr_Report **err) {
-  orvik::oprj::RegressionShift(orvik::oprj::Utf8(datumName), direction != 0)
-      .run(in, out, count, nullptr, err);
+  orvik::toolkit::ErrorScope e("oprj_DatumShiftRegression", err);
+  const orvik::oprj::Utf8 name(datumName, e);
+  if (e.failed()) return;
+  orvik::oprj::RegressionShift(name, direction != 0).run(in, out, count, nullptr, err);
 }

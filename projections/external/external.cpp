@@ -211,8 +211,9 @@ Oprj_MapProjection *oprj_ExternalInit(Oint_Toolkit *toolkit, const Oprj_ProParam
   ErrorScope e("oprj_ExternalInit", err);
   if (!record) return e.fail(1, "Invalid projection parameters");
   if (!toolkit) return e.fail(2, "Toolkit has not been initialized");
-  const char *name = textOf(record->proExeName);
-  if (!allowed) return e.fail(9, "External projections are switched off: %s", name);
+  const Utf8 name(unitsOf(record->proExeName), e);
+  if (e.failed()) return nullptr;
+  if (!allowed) return e.fail(9, "External projections are switched off: %s", name.c_str());
   const Oprj_InitData *data = oprj_InitDataGet(toolkit, e.cause());
   if (!data) return e.fail(3, "oprj_Init failed");
   return guarded(e, 10, [&]() -> Oprj_MapProjection * {

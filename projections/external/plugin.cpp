@@ -184,7 +184,7 @@ Oprj_MapProjection *initializePlugIn(const Oprj_ProParameters *record, const cha
   const bool taken = survive<int32_t>(e, [&](Oerr_Report **report) {
     return instance->table->init(instance->self, record, report);
   });
-  if (!taken) return e.fail(4, "init failed for %s", textOf(record->proExeName).c_str());
+  if (!taken) return e.fail(4, "init failed for %s", shown(record->proExeName).c_str());
   Block::fill(block.get(), instance.get());
   auto *object =
       objectOutside(e, 5, record, block.get(),
