@@ -7,7 +7,7 @@ std::vector<std::string> libraryNames(Oint_Toolkit *toolkit) {
   char **found = oprj_ProjectionLibraryNames(toolkit, &count, err.get());
   if (!found) throw Stop(kUnusable, err.text());
   std::vector<std::string> names(found, found + count);
-  ofio_NamesFree(&found);
+  oprj_ProjectionLibraryNamesFree(&found);
   return names;
 }
 

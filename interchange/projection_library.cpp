@@ -15,13 +15,36 @@ namespace orvik::oprj {
 
 std::vector<std::string_view> titlesOf(const LibraryContent &content) {
   std::vector<std::string_view> titles;
-  for (const LibraryItem *item : content.items) titles.emplace_back(item->shown.title);
+  for (const LibraryItem *item : content.items) titles.emplace_back(item->told.title);
   return titles;
+}
+
+void LibraryItem::show() {
+  const auto lent = [this](const char *text) { return text ? texts.keep(text) : nullptr; };
+  shown = {.title = lent(told.title),
+           .category = lent(told.category),
+           .code = lent(told.code),
+           .unit = lent(told.unit),
+           .hasArea = told.hasArea,
+           .west = told.west,
+           .south = told.south,
+           .east = told.east,
+           .north = told.north,
+           .elevation = lent(told.elevation),
+           .system = &system,
+           .string = lent(system.string),
+           .record = nullptr};
+}
+
+void LibraryContent::show() {
+  shownName = shownTexts.keep(name);
+  shownDescription = shownTexts.keep(description);
 }
 
 namespace {
 
 constexpr std::string_view kEnding = ".plib";
+constexpr Oprj_Char kNoText[1] = {};
 
 OwnedLibrary newLibrary() {
   OwnedLibrary library(new Oprj_ProjectionLibrary);
@@ -109,7 +132,7 @@ bool containsIgnoringCase(std::string_view text, std::string_view word) {
 }
 
 /// Each word of `words` is in a text of the item.
-bool hasWords(const Oprj_ProjectionItem &item, std::string_view words) {
+bool hasWords(const ItemTexts &item, std::string_view words) {
   while (!(words = trimmed(words)).empty()) {
     const size_t end = std::min(words.find_first_of(" \t\r\n"), words.size());
     const std::string_view word = words.substr(0, end);
@@ -122,42 +145,58 @@ bool hasWords(const Oprj_ProjectionItem &item, std::string_view words) {
   return true;
 }
 
-bool isIn(const Oprj_ProjectionItem &item, std::string_view category) {
+bool isIn(const ItemTexts &item, std::string_view category) {
   return category.empty() || containsIgnoringCase("/" + std::string(orEmpty(item.category)) + "/",
                                                   "/" + std::string(category) + "/");
 }
 
 /// Degrees eastwards from the west of an area; its width is that of its east.
-double eastOf(const Oprj_ProjectionItem &item, double longitude) {
+double eastOf(const ItemTexts &item, double longitude) {
   const double off = std::fmod(longitude - item.west, 360);
   return off < 0 ? off + 360 : off;
 }
-double widthOf(const Oprj_ProjectionItem &item) {
+double widthOf(const ItemTexts &item) {
   return item.east - item.west + (item.east < item.west ? 360 : 0);
 }
-bool covers(const Oprj_ProjectionItem &item, const Oprj_Coordinate &place) {
+bool covers(const ItemTexts &item, const Oprj_Coordinate &place) {
   return item.hasArea && place.y >= item.south && place.y <= item.north &&
          eastOf(item, place.x) <= widthOf(item);
 }
 /// On the unit sphere.
-double areaOf(const Oprj_ProjectionItem &item) {
+double areaOf(const ItemTexts &item) {
   return widthOf(item) *
          (std::sin(item.north * kRadiansPerDegree) - std::sin(item.south * kRadiansPerDegree));
 }
 
 /// A text that a file can hold between quotes; `name`: as a name.
-const char *heldText(const char *text, const char *what, bool name, LibraryContent &content) {
-  const std::string_view words = orEmpty(text);
+const char *heldWords(std::string_view words, const char *what, bool name,
+                      LibraryContent &content) {
   if (words.find_first_of("\"\r\n") != words.npos ||
       (name && (words.ends_with(' ') || words.ends_with('\t'))))
     throw UnusableItem{std::string("the ") + what + " cannot be written: " + inQuotes(words)};
   return content.keep(words);
 }
 
+/// A caller's text as its bytes in a file.
+class GivenText {
+ public:
+  explicit GivenText(const Oprj_Char *text) : text_(textOf(text)) {
+    if (!text_.wellFormed()) throw UnusableItem{"A text is no UTF-16"};
+  }
+  operator std::string_view() const { return text_.view(); }
+
+ private:
+  const Utf8 text_;
+};
+
+const char *heldText(const Oprj_Char *text, const char *what, bool name, LibraryContent &content) {
+  return heldWords(GivenText(text), what, name, content);
+}
+
 /// A node of an engine's text, whole.
-const char *heldNode(const char *text, std::span<const std::string_view> words,
+const char *heldNode(std::string_view text, std::span<const std::string_view> words,
                      LibraryContent &content) {
-  const std::string_view node = trimmed(orEmpty(text));
+  const std::string_view node = trimmed(text);
   if (!node.empty() &&
       nodeEnd(node.data(), node.data() + node.size(), words) != node.data() + node.size())
     throw UnusableItem{"not a text of " + std::string(words[0]) + "[...]: " + std::string(node)};
@@ -172,30 +211,34 @@ bool isArea(const Oprj_ProjectionItem &item) {
 /// A copy of an item, its texts kept by `content`.
 LibraryItem copyOf(const Oprj_ProjectionItem &item, LibraryContent &content) {
   LibraryItem copy;
-  copy.shown = item;
-  copy.shown.record = nullptr;
-  copy.shown.title = heldText(item.title, "title", true, content);
-  const std::string_view path = orEmpty(item.category);
+  copy.told.title = heldText(item.title, "title", true, content);
+  const GivenText category(item.category);
+  const std::string_view path = category;
   if (path.starts_with('/') || path.ends_with('/') || path.find("//") != path.npos ||
       std::count(path.begin(), path.end(), '/') >= kCategoryDepth)
     throw UnusableItem{"the category cannot be written: " + inQuotes(path)};
   for (size_t at = 0; at < path.size();) {
     const size_t end = std::min(path.find('/', at), path.size());
-    heldText(std::string(path.substr(at, end - at)).c_str(), "category", true, content);
+    heldWords(path.substr(at, end - at), "category", true, content);
     at = end + 1;
   }
-  copy.shown.category = heldText(item.category, "category", true, content);
-  copy.shown.code = heldText(item.code, "code", false, content);
-  copy.shown.unit = heldText(item.unit, "unit", true, content);
+  copy.told.category = heldWords(path, "category", true, content);
+  copy.told.code = heldText(item.code, "code", false, content);
+  copy.told.unit = heldText(item.unit, "unit", true, content);
   if (item.hasArea && !isArea(item)) throw UnusableItem{"the area is none"};
-  copy.shown.elevation = heldNode(item.elevation, kVerticalWords, content);
+  copy.told.hasArea = item.hasArea;
+  copy.told.west = item.west;
+  copy.told.south = item.south;
+  copy.told.east = item.east;
+  copy.told.north = item.north;
+  copy.told.elevation = heldNode(GivenText(item.elevation), kVerticalWords, content);
   if (const ItemSystem *system = item.system) {
     copy.system = *system;
     for (const char **text : {&copy.system.string, &copy.system.executable, &copy.system.name,
                               &copy.system.spheroid, &copy.system.datum})
       *text = content.keep(orEmpty(*text));
-  } else if (*orEmpty(item.string)) {
-    copy.system.string = heldNode(item.string, kHorizontalWords, content);
+  } else if (!isBlank(item.string)) {
+    copy.system.string = heldNode(GivenText(item.string), kHorizontalWords, content);
   } else {
     Oint_Toolkit *toolkit = oint_InitToolkit(nullptr);
     const Oprj_InitData *data = oprj_InitDataGet(toolkit, nullptr);
@@ -204,7 +247,6 @@ LibraryItem copyOf(const Oprj_ProjectionItem &item, LibraryContent &content) {
     if (copy.system.string)
       copy.system.string = heldNode(copy.system.string, kHorizontalWords, content);
   }
-  copy.shown.string = copy.system.string;
   return copy;
 }
 
@@ -214,21 +256,21 @@ LibraryItem copyOf(const Oprj_ProjectionItem &item, LibraryContent &content) {
 using namespace orvik::oprj;
 using orvik::toolkit::guarded;
 
-char **oprj_ProjectionLibraryNames(Oint_Toolkit *, int32_t *count, Oerr_Report **err) {
+Oprj_Char **oprj_ProjectionLibraryNames(Oint_Toolkit *, int32_t *count, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryNames", err);
   if (!count) return e.fail(1, "Invalid output count");
   *count = 0;
   const OwnedSearchList list(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
   if (!list) return e.fail(2, "Error returned from ofio_CreateSLFromEnv");
-  return guarded(e, 3, [&]() -> char ** {
+  return guarded(e, 3, [&]() -> Oprj_Char ** {
     const std::vector<Found> found = librariesOf(*list);
     // Ended by a null, as ofio_NamesFree wants it.
-    auto **names = static_cast<char **>(omsc_HeapCalloc(found.size() + 1, sizeof(char *)));
+    auto **names = static_cast<Oprj_Char **>(omsc_HeapCalloc(found.size() + 1, sizeof(void *)));
     if (!names) throw std::bad_alloc();
     for (size_t i = 0; i < found.size(); ++i) {
-      names[i] = ostr_Duplicate(found[i].name.c_str());
+      names[i] = newText(found[i].name).release();
       if (names[i]) continue;
-      ofio_NamesFree(&names);
+      oprj_ProjectionLibraryNamesFree(&names);
       throw std::bad_alloc();
     }
     *count = static_cast<int32_t>(found.size());
@@ -236,21 +278,29 @@ char **oprj_ProjectionLibraryNames(Oint_Toolkit *, int32_t *count, Oerr_Report *
   });
 }
 
-Oprj_ProjectionLibrary *oprj_ProjectionLibraryOpen(Oint_Toolkit *, const char *nameOrFile,
+void oprj_ProjectionLibraryNamesFree(Oprj_Char ***names) {
+  if (!names || !*names) return;
+  for (Oprj_Char **name = *names; *name; ++name) omsc_HeapFree(*name);
+  omsc_HeapFree(*names);
+  *names = nullptr;
+}
+
+Oprj_ProjectionLibrary *oprj_ProjectionLibraryOpen(Oint_Toolkit *, const Oprj_Char *given,
                                                    Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryOpen", err);
-  if (!*orEmpty(nameOrFile)) return e.fail(1, "Invalid input library name");
+  if (isBlank(given)) return e.fail(1, "Invalid input library name");
   const OwnedSearchList list(ofio_CreateSLFromEnv(kProjectionsPath, ".", e.cause()));
   if (!list) return e.fail(2, "Error returned from ofio_CreateSLFromEnv");
   return guarded(e, 5, [&]() -> Oprj_ProjectionLibrary * {
-    std::string path = nameOrFile;
+    const Utf8 nameOrFile(given);
+    std::string path = nameOrFile.str();
     bool asItStands = true;
-    if (isFileName(nameOrFile)) {
+    if (isFileName(path)) {
       Ofio_FileStamp stamp;
       asItStands = ofio_FileStampGet(nameOrFile, &stamp, nullptr) != 0;
     } else {
       const std::vector<Found> all = librariesOf(*list);
-      const Found *found = findLibrary(all, nameOrFile);
+      const Found *found = findLibrary(all, nameOrFile.view());
       if (!found) {
         std::vector<std::string> names;
         for (const Found &each : all) names.push_back(each.name);
@@ -262,31 +312,34 @@ Oprj_ProjectionLibrary *oprj_ProjectionLibraryOpen(Oint_Toolkit *, const char *n
     if (!olex_Parse(nullptr, asItStands ? nullptr : list.get(), path.c_str(), libraryGrammar,
                     library->content.get(), e.cause()))
       return e.fail(4, "Error returned from olex_Parse");
+    library->content->show();
     return library.release();
   });
 }
 
-Oprj_ProjectionLibrary *oprj_ProjectionLibraryCreate(const char *name, Oerr_Report **err) {
+Oprj_ProjectionLibrary *oprj_ProjectionLibraryCreate(const Oprj_Char *name, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryCreate", err);
-  if (!*orEmpty(name) || std::string_view(name).find('/') != std::string_view::npos)
+  if (isBlank(name) || std::find(name, name + lengthOf(name), '/') != name + lengthOf(name))
     return e.fail(1, "Invalid input library name");
   return usingItems(e, 1, [&]() -> Oprj_ProjectionLibrary * {
     OwnedLibrary library = newLibrary();
     library->content->name = heldText(name, "library's name", true, *library->content);
+    library->content->show();
     return library.release();
   });
 }
 
-int32_t oprj_ProjectionLibraryWrite(const Oprj_ProjectionLibrary *library, const char *file,
-                                    Oerr_Report **err) {
+int32_t oprj_ProjectionLibraryWrite(const Oprj_ProjectionLibrary *library,
+                                    const Oprj_Char *fileName, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryWrite", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
-  if (!*orEmpty(file)) return e.fail(2, "Invalid input file name");
+  if (isBlank(fileName)) return e.fail(2, "Invalid input file name");
   return guarded(e, 4, [&]() -> int32_t {
+    const Utf8 file(fileName);
     const std::string text = libraryText(*library->content);
-    GridOutput output(file);
+    GridOutput output(file.str());
     output.bytes(text.data(), text.size());
-    if (!output.finish()) return e.fail(3, "%s: %s", file, output.reason().c_str());
+    if (!output.finish()) return e.fail(3, "%s: %s", file.c_str(), output.reason().c_str());
     return 1;
   });
 }
@@ -297,11 +350,11 @@ void oprj_ProjectionLibraryFree(Oprj_ProjectionLibrary **library) {
   *library = nullptr;
 }
 
-const char *oprj_ProjectionLibraryName(const Oprj_ProjectionLibrary *library) {
-  return library ? library->content->name : "";
+const Oprj_Char *oprj_ProjectionLibraryName(const Oprj_ProjectionLibrary *library) {
+  return library ? library->content->shownName : kNoText;
 }
-const char *oprj_ProjectionLibraryDescription(const Oprj_ProjectionLibrary *library) {
-  return library ? library->content->description : "";
+const Oprj_Char *oprj_ProjectionLibraryDescription(const Oprj_ProjectionLibrary *library) {
+  return library ? library->content->shownDescription : kNoText;
 }
 
 int32_t oprj_ProjectionLibraryCount(const Oprj_ProjectionLibrary *library) {
@@ -315,9 +368,12 @@ const Oprj_ProjectionItem *oprj_ProjectionLibraryItem(const Oprj_ProjectionLibra
 }
 
 const Oprj_ProjectionItem *oprj_ProjectionLibraryFind(const Oprj_ProjectionLibrary *library,
-                                                      const char *title) {
-  if (!library || !title) return nullptr;
-  const auto found = library->content->titles.find(title);
+                                                      const Oprj_Char *title) {
+  ErrorScope e("oprj_ProjectionLibraryFind", nullptr);
+  const Utf8 name(title, e);
+  if (e.failed()) oerr_LogMessage("oprj_ProjectionLibraryFind: Out of memory");
+  if (!library || !name || e.failed()) return nullptr;
+  const auto found = library->content->titles.find(name.view());
   return found == library->content->titles.end() ? nullptr : &found->second->shown;
 }
 
@@ -325,21 +381,20 @@ int32_t oprj_ProjectionLibraryAdd(Oprj_ProjectionLibrary *library, const Oprj_Pr
                                   Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryAdd", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
-  if (!item || !*orEmpty(item->title) ||
-      (!item->system && !item->record && !*orEmpty(item->string)))
+  if (!item || isBlank(item->title) || (!item->system && !item->record && isBlank(item->string)))
     return e.fail(2, "Invalid input Oprj_ProjectionItem");
-  if (oprj_ProjectionLibraryFind(library, item->title))
-    return e.fail(3, "The title \"%s\" is taken", item->title);
   return usingItems(e, 4, [&]() -> int32_t {
     LibraryContent &content = *library->content;
+    if (const Utf8 title(item->title); content.titles.contains(title.view()))
+      return e.fail(3, "The title \"%s\" is taken", title.c_str());
     const size_t texts = content.texts.size();
     const size_t count = content.items.size();
     LibraryItem *made = nullptr;
     try {
       made = &content.storage.emplace_back(copyOf(*item, content));
-      made->shown.system = &made->system;
+      made->show();
       content.items.push_back(made);
-      content.titles.emplace(made->shown.title, made);
+      content.titles.emplace(made->told.title, made);
     } catch (...) {  // nothing of it stays
       content.items.resize(count);
       if (made) content.storage.pop_back();
@@ -351,25 +406,25 @@ int32_t oprj_ProjectionLibraryAdd(Oprj_ProjectionLibrary *library, const Oprj_Pr
   });
 }
 
-int32_t oprj_ProjectionLibraryRemove(Oprj_ProjectionLibrary *library, const char *title,
+int32_t oprj_ProjectionLibraryRemove(Oprj_ProjectionLibrary *library, const Oprj_Char *given,
                                      Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryRemove", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
-  LibraryContent &content = *library->content;
-  const auto found = content.titles.find(orEmpty(title));
-  if (found == content.titles.end()) {
-    return guarded(e, 3, [&]() -> int32_t {
-      return failUnknown(e, err, 2, "item", orEmpty(title), titlesOf(content));
-    });
-  }
-  std::erase(content.items, found->second);
-  content.titles.erase(found);
-  library->index.reset();
-  return 1;
+  return guarded(e, 3, [&]() -> int32_t {
+    LibraryContent &content = *library->content;
+    const Utf8 title = textOf(given);
+    const auto found = content.titles.find(title.view());
+    if (found == content.titles.end())
+      return failUnknown(e, err, 2, "item", title, titlesOf(content));
+    std::erase(content.items, found->second);
+    content.titles.erase(found);
+    library->index.reset();
+    return 1;
+  });
 }
 
-int32_t *oprj_ProjectionLibrarySearch(const Oprj_ProjectionLibrary *library, const char *words,
-                                      const char *category, const Oprj_Coordinate *place,
+int32_t *oprj_ProjectionLibrarySearch(const Oprj_ProjectionLibrary *library, const Oprj_Char *words,
+                                      const Oprj_Char *category, const Oprj_Coordinate *place,
                                       int32_t *count, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibrarySearch", err);
   if (!library) return e.fail(1, "Invalid input Oprj_ProjectionLibrary");
@@ -377,17 +432,16 @@ int32_t *oprj_ProjectionLibrarySearch(const Oprj_ProjectionLibrary *library, con
   *count = 0;
   return guarded(e, 3, [&]() -> int32_t * {
     const auto &items = library->content->items;
+    const Utf8 wanted = textOf(words), within = textOf(category);
     std::vector<int32_t> found;
     for (size_t i = 0; i < items.size(); ++i) {
-      const Oprj_ProjectionItem &item = items[i]->shown;
-      if (hasWords(item, orEmpty(words)) && isIn(item, orEmpty(category)) &&
+      const ItemTexts &item = items[i]->told;
+      if (hasWords(item, wanted.view()) && isIn(item, within.view()) &&
           (!place || covers(item, *place)))
         found.push_back(static_cast<int32_t>(i));
     }
     if (place) {
-      const auto area = [&items](int32_t i) {
-        return areaOf(items[static_cast<size_t>(i)]->shown);
-      };
+      const auto area = [&items](int32_t i) { return areaOf(items[static_cast<size_t>(i)]->told); };
       std::stable_sort(found.begin(), found.end(),
                        [&area](int32_t one, int32_t other) { return area(one) < area(other); });
     }
@@ -403,16 +457,17 @@ int32_t oprj_ProjectionItemInit(Oint_Toolkit *toolkit, const Oprj_ProjectionItem
                                 Oprj_MapProjectionEx **handle, Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionItemInit", err);
   if (handle) *handle = nullptr;
-  if (!item || !handle || (!item->system && !item->record && !*orEmpty(item->string)))
+  if (!item || !handle || (!item->system && !item->record && isBlank(item->string)))
     return e.fail(1, "Args");
   if (!toolkit) toolkit = oint_InitToolkit(e.cause());
   const Oprj_InitData *data = loadedData(toolkit, e.cause());
   if (!data) return e.fail(2, "Error returned from oprj_Init");
   OwnedParameters record;
   const bool made = usingItems(e, 3, [&]() -> bool {
+    const Utf8 string(item->string);
     ItemSystem text;
-    text.string = item->string;
-    if (item->system || *orEmpty(item->string))
+    text.string = string;
+    if (item->system || !isBlank(item->string))
       record = recordOfSystem(toolkit, *data, item->system ? *item->system : text, true);
     return true;
   });

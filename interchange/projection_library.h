@@ -1,7 +1,7 @@
 /* Projection libraries: named collections of coordinate systems with titles, codes, units, areas
    and categories, kept in files (docs/projection-libraries.md describes their language). A file is
    read whole and a system made when it is asked for. Any number of threads may read a library;
-   whoever changes or frees it must be alone. Texts are UTF-8; "any case" is that of ASCII. */
+   whoever changes or frees it must be alone. Files are UTF-8; "any case" is that of ASCII. */
 #ifndef OPRJ_PROJECTION_LIBRARY_H
 #define OPRJ_PROJECTION_LIBRARY_H
 
@@ -16,49 +16,52 @@ typedef struct Oprj_ProjectionItemSystem Oprj_ProjectionItemSystem;
 /** A coordinate system of a library. Items that a library lends stay as they are until they are
     removed or the library is freed. Of texts null means the same as empty. */
 typedef struct {
-  const char *title;    /**< unique in its library, in any case */
-  const char *category; /**< the categories around it, outermost first, with "/" between them */
-  const char *code;     /**< "EPSG:32618" and the like */
-  const char *unit;     /**< of points; empty: that of `string`, else metres or degrees */
-  int32_t hasArea;      /**< 1: the next four say where it is used */
+  const Oprj_Char *title;    /**< unique in its library, in any case */
+  const Oprj_Char *category; /**< the categories around it, outermost first, "/" between them */
+  const Oprj_Char *code;     /**< "EPSG:32618" and the like */
+  const Oprj_Char *unit;     /**< of points; empty: that of `string`, else metres or degrees */
+  int32_t hasArea;           /**< 1: the next four say where it is used */
   double west, south, east, north; /**< degrees; east is below west across 180 degrees */
-  const char *elevation;           /**< VERTCS[...] */
+  const Oprj_Char *elevation;      /**< VERTCS[...] */
   /* The system: the first of these that is there. Lent items have `system`, and `string` when they
      hold a text. */
   const Oprj_ProjectionItemSystem *system; /**< that of a lent item */
-  const char *string;               /**< PROJCS[...] or GEOGCS[...] of the Projection Engine */
+  const Oprj_Char *string;          /**< PROJCS[...] or GEOGCS[...] of the Projection Engine */
   const Oprj_ProParameters *record; /**< of an item that is to be added */
 } Oprj_ProjectionItem;
 
 /** The names of the libraries along ORVIK_PROJECTIONS_PATH (without it the current directory): new,
-    *count many, free with ofio_NamesFree. Of several of one name (any case) the first counts; files
-    whose name cannot be read are told to the message log. 1 "Invalid output count", 2 "Error
-    returned from ofio_CreateSLFromEnv", 3 "Out of memory". */
-OPRJ_API char **oprj_ProjectionLibraryNames(Oint_Toolkit *toolkit, int32_t *count,
-                                            Oerr_Report **err);
+    *count many, free with oprj_ProjectionLibraryNamesFree. Of several of one name (any case) the
+   first counts; files whose name cannot be read are told to the message log. 1 "Invalid output
+   count", 2 "Error returned from ofio_CreateSLFromEnv", 3 "Out of memory". */
+OPRJ_API Oprj_Char **oprj_ProjectionLibraryNames(Oint_Toolkit *toolkit, int32_t *count,
+                                                 Oerr_Report **err);
+/** Frees the names and nulls the pointer. */
+OPRJ_API void oprj_ProjectionLibraryNamesFree(Oprj_Char ***names);
 /** Reads a library by its name (any case), or the file of a name that ends in ".plib": as it
     stands, else along the search list. 1 "Invalid input library name", 2 "Error returned from
     ofio_CreateSLFromEnv", 3 "There is no projection library ..." (the nearest names are its
     suggestions), 4 "Error returned from olex_Parse" (a damaged file: line and column), 5 "Out of
     memory". */
 OPRJ_API Oprj_ProjectionLibrary *oprj_ProjectionLibraryOpen(Oint_Toolkit *toolkit,
-                                                            const char *nameOrFile,
+                                                            const Oprj_Char *nameOrFile,
                                                             Oerr_Report **err);
 /** A new library without items: 1 "Invalid input library name" for an empty one or one with "/", or
     that no file can hold it (quotes, line breaks, a blank at its end), 2 "Out of memory". */
-OPRJ_API Oprj_ProjectionLibrary *oprj_ProjectionLibraryCreate(const char *name, Oerr_Report **err);
+OPRJ_API Oprj_ProjectionLibrary *oprj_ProjectionLibraryCreate(const Oprj_Char *name,
+                                                              Oerr_Report **err);
 /** Writes the library into a file that is there whole or not at all; comments and categories
     without items do not come back. What is written reads back and is written as the same bytes. 1,
     or 0 with 1 "Invalid input Oprj_ProjectionLibrary", 2 "Invalid input file name", 3 the file and
     the system's reason, 4 "Out of memory". */
 OPRJ_API int32_t oprj_ProjectionLibraryWrite(const Oprj_ProjectionLibrary *library,
-                                             const char *file, Oerr_Report **err);
+                                             const Oprj_Char *file, Oerr_Report **err);
 /** Frees a library with its items and nulls the pointer. */
 OPRJ_API void oprj_ProjectionLibraryFree(Oprj_ProjectionLibrary **library);
 
 /** Name and description, lent; "" for none. */
-OPRJ_API const char *oprj_ProjectionLibraryName(const Oprj_ProjectionLibrary *library);
-OPRJ_API const char *oprj_ProjectionLibraryDescription(const Oprj_ProjectionLibrary *library);
+OPRJ_API const Oprj_Char *oprj_ProjectionLibraryName(const Oprj_ProjectionLibrary *library);
+OPRJ_API const Oprj_Char *oprj_ProjectionLibraryDescription(const Oprj_ProjectionLibrary *library);
 
 /** The number of items; 0 without a library. */
 OPRJ_API int32_t oprj_ProjectionLibraryCount(const Oprj_ProjectionLibrary *library);
@@ -67,7 +70,7 @@ OPRJ_API int32_t oprj_ProjectionLibraryCount(const Oprj_ProjectionLibrary *libra
 OPRJ_API const Oprj_ProjectionItem *oprj_ProjectionLibraryItem(
     const Oprj_ProjectionLibrary *library, int32_t index);
 OPRJ_API const Oprj_ProjectionItem *oprj_ProjectionLibraryFind(
-    const Oprj_ProjectionLibrary *library, const char *title);
+    const Oprj_ProjectionLibrary *library, const Oprj_Char *title);
 
 /** Appends a copy of an item: 1, or 0 with 1 "Invalid input Oprj_ProjectionLibrary", 2 "Invalid
     input Oprj_ProjectionItem", 3 "The title ... is taken", 4 what a library cannot hold: texts with
@@ -77,8 +80,8 @@ OPRJ_API int32_t oprj_ProjectionLibraryAdd(Oprj_ProjectionLibrary *library,
                                            const Oprj_ProjectionItem *item, Oerr_Report **err);
 /** Takes an item out: 1, or 0 with 1 "Invalid input Oprj_ProjectionLibrary", 2 "There is no item
     ..." (the nearest titles are its suggestions), 3 "Out of memory". */
-OPRJ_API int32_t oprj_ProjectionLibraryRemove(Oprj_ProjectionLibrary *library, const char *title,
-                                              Oerr_Report **err);
+OPRJ_API int32_t oprj_ProjectionLibraryRemove(Oprj_ProjectionLibrary *library,
+                                              const Oprj_Char *title, Oerr_Report **err);
 
 /** The indices of the items that fit everything asked for; null or empty asks for nothing. `words`:
     each, between blanks, is in title, code or categories, in any case. `category`: one of the
@@ -87,7 +90,7 @@ OPRJ_API int32_t oprj_ProjectionLibraryRemove(Oprj_ProjectionLibrary *library, c
     A new array (omsc_HeapFree) of *count. Null with 1 "Invalid input Oprj_ProjectionLibrary", 2
     "Invalid output count", 3 "Out of memory". */
 OPRJ_API int32_t *oprj_ProjectionLibrarySearch(const Oprj_ProjectionLibrary *library,
-                                               const char *words, const char *category,
+                                               const Oprj_Char *words, const Oprj_Char *category,
                                                const Oprj_Coordinate *place, int32_t *count,
                                                Oerr_Report **err);
 
@@ -109,7 +112,7 @@ OPRJ_API int32_t oprj_ProjectionItemInit(Oint_Toolkit *toolkit, const Oprj_Proje
     system that has a number cannot be projected, 5 "Out of memory". */
 OPRJ_API const Oprj_ProjectionItem *oprj_ProjectionLibraryEquivalent(
     const Oprj_ProjectionLibrary *library, const Oprj_MapProjectionEx *projection,
-    const char *unitName, Oerr_Report **err);
+    const Oprj_Char *unitName, Oerr_Report **err);
 
 /** A new UTM record that means the same as a record of UTM, Transverse Mercator or Gauss-Krueger
     (1, 9, 36), within the tolerances of oprj_ProjectionLibraryEquivalent; null without a report

@@ -48,9 +48,22 @@ namespace orvik::oprj {
 
 using ItemSystem = Oprj_ProjectionItemSystem;
 
+/// What an item says besides its system. Texts are the library's; null where there is none.
+struct ItemTexts {
+  const char *title = nullptr, *category = nullptr, *code = nullptr, *unit = nullptr;
+  const char *elevation = nullptr;
+  int32_t hasArea = 0;
+  double west = 0, south = 0, east = 0, north = 0;  ///< degrees
+};
+
 struct LibraryItem {
-  Oprj_ProjectionItem shown{};
+  ItemTexts told;
   ItemSystem system;
+  Oprj_ProjectionItem shown{};  ///< what is lent of it
+  TextKeeper texts;             ///< of `shown`
+
+  /// To be called when all else of it stands where it will stay. Throws std::bad_alloc.
+  void show();
 };
 
 /// A title as a key: ASCII letters in any case.
@@ -68,6 +81,8 @@ struct LibraryContent : toolkit::HeapRecord {
   InnerText bytes;
   std::deque<InnerText, toolkit::HeapAllocator<InnerText>> texts;
   const char *name = "", *description = "";
+  const Oprj_Char *shownName = nullptr, *shownDescription = nullptr;  ///< as they are lent
+  TextKeeper shownTexts;
   std::deque<LibraryItem, toolkit::HeapAllocator<LibraryItem>> storage;  ///< keeps addresses
   toolkit::HeapVector<LibraryItem *> items;                              ///< in their order
   std::unordered_map<std::string_view, LibraryItem *, TitleHash, SameTitle,
@@ -76,6 +91,8 @@ struct LibraryContent : toolkit::HeapRecord {
 
   /// A copy of its own; null for an empty text. Throws std::bad_alloc.
   const char *keep(std::string_view text);
+  /// Makes the name and the description that are lent. Throws std::bad_alloc.
+  void show();
 };
 
 /// Grammar for olex_Parse; `result` is a LibraryContent.

@@ -105,7 +105,7 @@ bool sameText(const Oawp_PE_COORDSYS *first, const Oawp_PE_COORDSYS *second) {
 
 /// The unit of an item's points; null for one that is not known.
 const Ocvt_Unit *unitOf(const LibraryItem &item, const Oprj_ProParameters &record) {
-  if (*orEmpty(item.shown.unit)) return ocvt_UnitSetByName(item.shown.unit, nullptr);
+  if (item.told.unit) return ocvt_UnitSetByName(item.told.unit, nullptr);
   OwnedText name;
   if (item.system.string) {
     const OwnedSystem system(oawp_PE_pe_coordsys_from_string(item.system.string));
@@ -282,7 +282,7 @@ using namespace orvik::oprj;
 
 const Oprj_ProjectionItem *oprj_ProjectionLibraryEquivalent(const Oprj_ProjectionLibrary *library,
                                                             const Oprj_MapProjectionEx *projection,
-                                                            const char *unitName,
+                                                            const Oprj_Char *unitName,
                                                             Oerr_Report **err) {
   ErrorScope e("oprj_ProjectionLibraryEquivalent", err);
   if (!library || !projection) return e.fail(1, "Args");
@@ -290,8 +290,10 @@ const Oprj_ProjectionItem *oprj_ProjectionLibraryEquivalent(const Oprj_Projectio
   const Oprj_InitData *data = oprj_InitDataGet(toolkit, e.cause());
   if (!data) return e.fail(2, "Error returned from oprj_InitDataGet");
   const Ocvt_Unit *unit = nullptr;
-  if (*textOf(unitName)) {
-    unit = ocvt_UnitSetByName(unitName, e.cause());
+  if (!isBlank(unitName)) {
+    const Utf8 name(unitName, e);
+    if (e.failed()) return nullptr;
+    unit = ocvt_UnitSetByName(name, e.cause());
     if (!unit) return e.fail(3, "Error returned from ocvt_UnitSetByName");
   }
   return usingItems(e, 4, [&]() -> const Oprj_ProjectionItem * {

@@ -90,23 +90,23 @@ class LibraryBuilder {
     if (content_.titles.contains({text.data, text.size}))
       throw SyntaxStop{text.data, "a title that no other item has"};
     item_ = &content_.storage.emplace_back();
-    item_->shown.title = lend(text);
-    item_->shown.category = depth_ > 0 ? levels_[depth_ - 1] : nullptr;
+    item_->told.title = lend(text);
+    item_->told.category = depth_ > 0 ? levels_[depth_ - 1] : nullptr;
     sides_ = 0;
   }
-  void code(Lexeme text) { item_->shown.code = lend(text); }
-  void unit(Lexeme text) { item_->shown.unit = lend(text); }
+  void code(Lexeme text) { item_->told.code = lend(text); }
+  void unit(Lexeme text) { item_->told.unit = lend(text); }
   void side(double degrees) {
-    double *const sides[] = {&item_->shown.west, &item_->shown.south, &item_->shown.east,
-                             &item_->shown.north};
+    double *const sides[] = {&item_->told.west, &item_->told.south, &item_->told.east,
+                             &item_->told.north};
     *sides[sides_++] = degrees;
-    item_->shown.hasArea = 1;
-    if (sides_ == 4 && item_->shown.south > item_->shown.north)
-      throw SyntaxStop{item_->shown.title, "an item whose area has its south below its north"};
+    item_->told.hasArea = 1;
+    if (sides_ == 4 && item_->told.south > item_->told.north)
+      throw SyntaxStop{item_->told.title, "an item whose area has its south below its north"};
   }
   void elevation(Lexeme text) {
     // What follows may begin at once: there is no room for an end.
-    item_->shown.elevation = content_.keep({text.data, text.size});
+    item_->told.elevation = content_.keep({text.data, text.size});
   }
   void string(Lexeme text) { string_ = text; }
   void number(int32_t number) { item_->system.number = number; }
@@ -129,10 +129,9 @@ class LibraryBuilder {
   void itemEnd() {
     if (string_.data) item_->system.string = lend(string_);
     string_ = {};
-    item_->shown.string = item_->system.string;
-    item_->shown.system = &item_->system;
+    item_->show();
     content_.items.push_back(item_);
-    content_.titles.emplace(item_->shown.title, item_);
+    content_.titles.emplace(item_->told.title, item_);
   }
 
  private:

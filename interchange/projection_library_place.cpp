@@ -28,14 +28,14 @@ bool readLibraryPlace(Oint_Toolkit *toolkit, const std::string &place, Oprj_Syst
   if (slash == place.npos)
     return e.fail(code, "\"%s\" is not of the form @LIBRARY/TITLE", place.c_str());
   const std::string name = place.substr(1, slash - 1), title = place.substr(slash + 1);
-  const OwnedLibrary library(oprj_ProjectionLibraryOpen(toolkit, name.c_str(), e.cause()));
+  const OwnedLibrary library(oprj_ProjectionLibraryOpen(toolkit, Flat(name), e.cause()));
   if (!library) return e.fail(code, "%s", oerr_MessageGet(oerr_RootCauseGet(e.causeReport())));
-  const Oprj_ProjectionItem *item = oprj_ProjectionLibraryFind(library.get(), title.c_str());
+  const Oprj_ProjectionItem *item = oprj_ProjectionLibraryFind(library.get(), Flat(title));
   if (!item)
     return e.fail(code, "There is no \"%s\" in the library \"%s\"%s", title.c_str(), name.c_str(),
                   toolkit::nearestHint(title, titlesOf(*library->content)).c_str());
-  if (*orEmpty(item->unit)) {
-    system.unit = ocvt_UnitSetByName(item->unit, e.cause());
+  if (!isBlank(item->unit)) {
+    system.unit = ocvt_UnitSetByName(textOf(item->unit), e.cause());
     if (!system.unit) return e.fail(code, "%s", oerr_MessageGet(e.causeReport()));
   }
   const Oprj_InitData *data = referenceData(e, toolkit);
@@ -45,7 +45,7 @@ bool readLibraryPlace(Oint_Toolkit *toolkit, const std::string &place, Oprj_Syst
     system.description = text.release();
   };
   if (item->string) {
-    keep(newText(item->string));
+    keep(duplicate(item->string));
     return readText(toolkit, system, e, code);
   }
   return usingItems(e, code, [&]() -> bool {

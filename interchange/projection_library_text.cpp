@@ -13,7 +13,7 @@ class LibraryWriter {
     if (*content.description) text_ += " description " + inQuotes(content.description);
     text_ += '\n';
     for (const LibraryItem *item : content.items) {
-      enter(orEmpty(item->shown.category));
+      enter(orEmpty(item->told.category));
       write(*item);
     }
     enter("");
@@ -45,7 +45,7 @@ class LibraryWriter {
   }
 
   void write(const LibraryItem &item) {
-    const Oprj_ProjectionItem &shown = item.shown;
+    const ItemTexts &shown = item.told;
     line("item " + inQuotes(shown.title) + " {");
     levels_.push_back(shown.title);
     std::string head;
@@ -57,7 +57,7 @@ class LibraryWriter {
         add(head, shortest(side));
     }
     if (!head.empty()) line(head);
-    if (*textOf(shown.elevation)) line(std::string("elevation ") + shown.elevation);
+    if (shown.elevation) line(std::string("elevation ") + shown.elevation);
     line(item.system.string ? item.system.string : recordOf(item.system));
     levels_.pop_back();
     line("}");
@@ -86,7 +86,7 @@ class LibraryWriter {
     line += (line.empty() ? "" : " ") + words;
   }
   static void addText(std::string &line, const char *key, const char *text) {
-    if (*textOf(text)) add(line, std::string(key) + " " + inQuotes(text));
+    if (text) add(line, std::string(key) + " " + inQuotes(text));
   }
 
   std::string text_;
