@@ -2,6 +2,7 @@
 #include <oprj/oprj.h>
 
 #include <cmath>
+#include <functional>
 #include <string>
 
 #include "tests/support.h"
@@ -186,6 +187,273 @@ TEST(Wide, LongTextsPass) {
   oprj_CharStrFree(&record->proName);
   record->proName = kept;
   EXPECT_FALSE(oprj_QueryByName(theToolkit(), name.c_str(), slot));
+}
+
+using LibraryPtr = orvik::toolkit::Owner<Oprj_ProjectionLibrary, oprj_ProjectionLibraryFree>;
+
+TEST(Wide, ProjectionLibrariesAreOfWideTexts) {
+  Slot slot;
+  const LibraryPtr zones(oprj_ProjectionLibraryOpen(theToolkit(), u"utm", slot));
+  ASSERT_NE(zones, nullptr) << slot.chain();
+  EXPECT_EQ(oprj_ProjectionLibraryName(zones.get()), std::u16string(u"UTM"));
+  const Oprj_ProjectionItem *zone =
+      oprj_ProjectionLibraryFind(zones.get(), u"wgs 84 / utm zone 18n");
+  ASSERT_NE(zone, nullptr);
+  EXPECT_EQ(zone->code, std::u16string(u"EPSG:32618"));
+  Oprj_MapProjectionEx *made = nullptr;
+  ASSERT_TRUE(oprj_ProjectionItemInit(theToolkit(), zone, &made, slot)) << slot.chain();
+  const HandlePtr handle(made);
+  EXPECT_EQ(oprj_ProjectionLibraryEquivalent(zones.get(), made, u"meters", slot), zone);
+
+  // its file is UTF-8, and gives back what was put in
+  const TemporaryDirectory place;
+  const std::u16string title = u"Gr\u00FCn \xD83D\xDE00", folder = u"\u20AC",
+                       file = std::u16string(place.path().begin(), place.path().end()) +
+                              u"/\u20AC.plib";
+  const RecordPtr record = fromText(u"utm; zone=17; datum=NAD27");
+  Oprj_ProjectionItem item{};
+  item.title = title.c_str();
+  item.category = folder.c_str();
+  item.record = record.get();
+  const LibraryPtr written(oprj_ProjectionLibraryCreate(u"\u00FCber", slot));
+  ASSERT_TRUE(oprj_ProjectionLibraryAdd(written.get(), &item, slot)) << slot.chain();
+  EXPECT_FALSE(oprj_ProjectionLibraryAdd(written.get(), &item, slot));
+  EXPECT_NE(slot.chain().find("\"Gr\xC3\xBCn \xF0\x9F\x98\x80\" is taken"), std::string::npos);
+  item.title = u"half \xD83D";
+  EXPECT_FALSE(oprj_ProjectionLibraryAdd(written.get(), &item, slot));
+  EXPECT_NE(slot.chain().find("A text is no UTF-16 (4)"), std::string::npos) << slot.chain();
+  ASSERT_TRUE(oprj_ProjectionLibraryWrite(written.get(), file.c_str(), slot)) << slot.chain();
+  EXPECT_NE(readFile(place.path() + "/\xE2\x82\xAC.plib").find("Gr\xC3\xBCn"), std::string::npos);
+  const LibraryPtr read(oprj_ProjectionLibraryOpen(theToolkit(), file.c_str(), slot));
+  ASSERT_NE(read, nullptr) << slot.chain();
+  int32_t count = 0;
+  omsc_HeapFree(oprj_ProjectionLibrarySearch(read.get(), u"gr\u00FCn \xD83D\xDE00", u"\u20AC",
+                                             nullptr, &count, slot));
+  EXPECT_EQ(count, 1);
+  const Oprj_ProjectionItem *back = oprj_ProjectionLibraryItem(read.get(), 0);
+  EXPECT_EQ(back->title, title);
+  EXPECT_EQ(back->category, folder);
+  EXPECT_TRUE(oprj_ProjectionLibraryRemove(read.get(), title.c_str(), slot)) << slot.chain();
+  const ScopedEnvironment path("ORVIK_PROJECTIONS_PATH", place.path().c_str());
+  char16_t **names = oprj_ProjectionLibraryNames(theToolkit(), &count, slot);
+  ASSERT_EQ(count, 1) << slot.chain();
+  EXPECT_EQ(names[0], std::u16string(u"\u00FCber"));
+  oprj_ProjectionLibraryNamesFree(&names);
+  Oprj_System *system = oprj_SystemRead(theToolkit(), (u"@\u00DCBER/" + title).c_str(), slot);
+  EXPECT_EQ(system, nullptr) << "only ASCII letters in any case";
+  system = oprj_SystemRead(theToolkit(), (u"@\u00FCber/" + title).c_str(), slot);
+  ASSERT_NE(system, nullptr) << slot.chain();
+  EXPECT_EQ(oprj_ProParametersEqual(system->record, record.get(), slot), 1);
+  oprj_SystemFree(&system);
+}
+
+using Operation = std::function<bool(Oerr_Report **)>;
+
+/// Runs the operation, which frees what it makes, with its 1st, 2nd, 3rd … allocation failing: it
+/// throws nothing, loses nothing, and what it cannot do it tells, never doing what it would not
+/// have done with memory. Returns the number of allocations.
+int64_t survives(const Operation &operation) {
+  Slot untouched;
+  const bool works = operation(untouched);
+  const std::string told = untouched.chain();
+  for (int64_t n = 1;; ++n) {
+    SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
+    const LeakCheck leaks;
+    Slot slot;
+    const bool done = operation(slot.failing(n));
+    if (omsc_HeapFailNth(0) < n) {
+      EXPECT_EQ(done, works);
+      EXPECT_EQ(slot.chain(), told);
+      return n - 1;
+    }
+    EXPECT_TRUE(works || !done) << "not with memory: " << told;
+    EXPECT_TRUE(done || slot.failed()) << "failed without a report";
+    if (testing::Test::HasFailure()) return n;
+  }
+}
+
+// Texts that do not fit on the stack, wherever an operation takes one.
+TEST(Wide, TextsWithoutMemoryAreReported) {
+  const std::u16string longText(400, u'\u20AC');
+  const char16_t *const text = longText.c_str();
+  const RecordPtr utm = fromText(u"utm; zone=17; datum=NAD27"),
+                  odd = fromText(u"utm; zone=18; datum=WGS 84"),
+                  outside = fromText(u"geographic; datum=WGS 84");
+  for (Oprj_CharStr *name : {&odd->proName, &odd->proSpheroid->sphereName,
+                             &odd->proSpheroid->datum->datumname, &outside->proExeName})
+    ASSERT_TRUE(oprj_CharStrCreate(text, name, nullptr));
+  outside->proType = OPRJ_EXTERNAL;
+  char16_t *made = nullptr;
+  ASSERT_TRUE(oprj_ProParametersToPEString(&made, utm.get(), nullptr, nullptr));
+  const std::u16string string = taken(made);
+  const auto handleOf = [](const RecordPtr &record, Oerr_Report **err) {
+    Oprj_MapProjectionEx *handle = nullptr;
+    oprj_ProjectionInit(theToolkit(), record.get(), &handle, err);
+    return HandlePtr(handle);
+  };
+  const RecordPtr holding(oprj_ProParametersHoldingPEString(string.c_str(), nullptr));
+  const HandlePtr native = handleOf(utm, nullptr), oddNative = handleOf(odd, nullptr);
+  ASSERT_TRUE(native && oddNative && holding);
+  const Oprj_ProjectionPair pair = {native.get(), oddNative.get()};
+  const InfoPtr info(oprj_MapInfoCreate(nullptr));
+  ASSERT_FALSE(oprj_MapInfoUnitsSet(info.get(), text, nullptr));
+  using Heights = orvik::toolkit::Owner<Oprj_ElevationInfo, oprj_ElevationInfoFree>;
+  const Heights heights(oprj_ElevationInfoCreate(nullptr)),
+      others(oprj_ElevationInfoCreate(nullptr));
+  ASSERT_TRUE(oprj_CharStrCreate(text, &heights->elevationUnit, nullptr));
+  const TemporaryDirectory place;
+  Ohfa_File *file = ohfa_FileCreate((place.path() + "/a.img").c_str(), 0, nullptr);
+  ASSERT_NE(file, nullptr);
+  const Oprj_Point in = {-80, 40};
+  Oprj_Point out;
+  Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
+  options.outUnit = text;
+  const LibraryPtr library(oprj_ProjectionLibraryCreate(u"L", nullptr));
+  Oprj_ProjectionItem item{};
+  item.title = text;
+  item.record = utm.get();
+  const auto kept = [](char16_t *result) { return taken(result) != u"(null)"; };
+  const struct {
+    const char *name;
+    Operation operation;
+  } rows[] = {
+      {"QueryByName", [&](auto err) { return oprj_QueryByName(theToolkit(), text, err); }},
+      {"CreateByName",
+       [&](auto err) {
+         return RecordPtr(oprj_ProParametersCreateByName(theToolkit(), text, err)) != nullptr;
+       }},
+      {"SPEntryByNames",
+       [&](auto err) { return oprj_SPEntryByNames(theToolkit(), text, text, 2, err); }},
+      {"SpheroidNumberByName",
+       [&](auto err) { return oprj_SpheroidNumberByName(theToolkit(), text, err); }},
+      {"SpheroidNameByDatumName",
+       [&](auto err) { return kept(oprj_GetSpheroidNameByDatumName(theToolkit(), text, err)); }},
+      {"QueryFromText", [&](auto err) { return oprj_QueryFromText(theToolkit(), text, err); }},
+      {"CodeFromText", [&](auto err) { return oprj_CodeFromText(text, err); }},
+      {"SPTableParse", [&](auto err) { return oprj_SPTableParse(text, nullptr, err); }},
+      {"SPTableParse, a file", [&](auto err) { return oprj_SPTableParse(nullptr, text, err); }},
+      {"QueryTableParse", [&](auto err) { return oprj_QueryTableParse(text, nullptr, err); }},
+      {"SpheroidTableParse", [&](auto err) { return oprj_SpheroidTableParse(text, nullptr, err); }},
+      {"PointsConvertByUnitName",
+       [&](auto err) { return oprj_PointsConvertByUnitName(&out, 1, u"meters", text, err); }},
+      {"ProjectWithUnits",
+       [&](auto err) {
+         return oprj_ProjectPairWithUnits(&pair, &in, text, &out, nullptr, 1, err);
+       }},
+      {"ToLatLonWithUnits",
+       [&](auto err) {
+         return oprj_ProjectToLatLonWithUnits(&in, text, native.get(), &out, nullptr, 1, err);
+       }},
+      {"FromLatLonWithUnits",
+       [&](auto err) {
+         return oprj_ProjectFromLatLonWithUnits(&in, nullptr, native.get(), &out, text, 1, err);
+       }},
+      {"ProjectEach",
+       [&](auto err) {
+         return oprj_ProjectEach(&pair, &in, &out, nullptr, &options, 1, err) == 1;
+       }},
+      {"Project", [&](auto err) { return oprj_ProjectPair(&pair, &in, &out, 1, err); }},
+      {"DatumShiftRegression",
+       [&](auto err) {
+         oprj_DatumShiftRegression(&in, &out, 1, text, 1, err);
+         return !*err;
+       }},
+      {"DatumGridFileOpen", [&](auto err) { return oprj_DatumGridFileOpen(text, err); }},
+      {"PEPrjRead", [&](auto err) { return oprj_PEPrjRead(text, info.get(), err); }},
+      {"PEPrjWrite", [&](auto err) { return oprj_PEPrjWrite(text, utm.get(), info.get(), err); }},
+      {"FromPEString",
+       [&](auto err) {
+         return RecordPtr(oprj_ProParametersFromPEString(string.c_str(), nullptr, err)) != nullptr;
+       }},
+      {"HoldingPEString",
+       [&](auto err) {
+         return RecordPtr(oprj_ProParametersHoldingPEString(string.c_str(), err)) != nullptr;
+       }},
+      {"MapProjectionFromPEString",
+       [&](auto err) {
+         Oprj_MapProjectionEx *read = nullptr;
+         oprj_MapProjectionFromPEString(string.c_str(), &read, nullptr, err);
+         return HandlePtr(read) != nullptr;
+       }},
+      {"ElevationInfoFromPEString",
+       [&](auto err) {
+         return Heights(oprj_ElevationInfoFromPEString(string.c_str(), err)) != nullptr;
+       }},
+      {"ToPEString",
+       [&](auto err) {
+         char16_t *written = nullptr;
+         oprj_MapProjectionToPEString(&written, native.get(), text, err);
+         return kept(written);
+       }},
+      {"ProjectionInit of a string", [&](auto err) { return handleOf(holding, err) != nullptr; }},
+      {"ProjectionInit of a program", [&](auto err) { return handleOf(outside, err) != nullptr; }},
+      {"ToText",
+       [&](auto err) {
+         return kept(oprj_ProParametersToText(theToolkit(), odd.get(), nullptr, err));
+       }},
+      {"Title",
+       [&](auto err) { return kept(oprj_ProParametersTitle(theToolkit(), odd.get(), err)); }},
+      {"Cautions",
+       [&](auto err) {
+         Oprj_Note *notes = nullptr;
+         const bool done = oprj_ProjectionPairCautions(theToolkit(), &pair, &notes, err);
+         oprj_NotesFree(&notes);
+         return done;
+       }},
+      {"UnitGetFromMapInfo", [&](auto err) { return oprj_UnitGetFromMapInfo(info.get(), err); }},
+      {"ElevationInfosEqual",
+       [&](auto err) { return oprj_ElevationInfosEqual(heights.get(), others.get(), err); }},
+      {"MapInfoWrite", [&](auto err) { return !oprj_MapInfoWrite(file, text, info.get(), err); }},
+      {"MapInfoRead",
+       [&](auto err) { return InfoPtr(oprj_MapInfoRead(file, text, nullptr, 0, err)) != nullptr; }},
+      {"ProParametersWrite",
+       [&](auto err) { return !oprj_ProParametersWrite(file, text, odd.get(), err); }},
+      {"ProParametersRead",
+       [&](auto err) {
+         return RecordPtr(oprj_ProParametersRead(file, text, nullptr, 0, err)) != nullptr;
+       }},
+      {"ConvertToMIFable",
+       [&](auto err) {
+         void *object = nullptr;
+         Omif_Design *design = nullptr;
+         const bool done = oprj_ProjectionConvertToMIFable(oddNative.get(), &object, &design, err);
+         const HandlePtr back(done ? oprj_ProjectionConvertFromMIFable(object, design, err)
+                                   : nullptr);
+         omif_ObjectFree(design, &object);
+         omif_DesignFree(&design);
+         return back != nullptr;
+       }},
+      {"ProjectionLibraryOpen",
+       [&](auto err) { return oprj_ProjectionLibraryOpen(theToolkit(), text, err); }},
+      {"ProjectionLibraryRemove",
+       [&](auto err) { return oprj_ProjectionLibraryRemove(library.get(), text, err); }},
+      {"ProjectionLibrarySearch",
+       [&](auto err) {
+         int32_t count = 0;
+         int32_t *found =
+             oprj_ProjectionLibrarySearch(library.get(), text, text, nullptr, &count, err);
+         omsc_HeapFree(found);
+         return found != nullptr;
+       }},
+      {"ProjectionLibraryAdd",
+       [&](auto err) {
+         const LibraryPtr empty(oprj_ProjectionLibraryCreate(text, err));
+         return empty && oprj_ProjectionLibraryAdd(empty.get(), &item, err);
+       }},
+      {"ElevationInfoConvertFromMIF",
+       [&](auto err) {
+         const uint8_t byte = 0;
+         return Heights(oprj_ElevationInfoConvertFromMIF(text, text, &byte, 1, err)) != nullptr;
+       }},
+  };
+  const LogCapture quiet;
+  int64_t allocations = 0;
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.name);
+    allocations += survives(row.operation);
+  }
+  EXPECT_GT(allocations, 500) << "names that are only compared take none, texts that are read do";
+  ohfa_FileClose(&file, nullptr);
 }
 
 }  // namespace
