@@ -11,6 +11,7 @@
 #include "engine/operation.h"
 #include "engine/report.h"
 #include "interchange/engine_computation.h"
+#include "interchange/translation_tables.h"
 #include "pipeline/function_sets.h"
 #include "projections/registry.h"
 
@@ -84,17 +85,26 @@ OwnedHandle nativeOf(const Object &system) {
   return OwnedHandle(handle);
 }
 
-/// Projections whose formulas and PROJ's are the same to 1e-8 m, or where PROJ's iteration, series
-/// or treatment of the poles is what differs (docs/engine-strings.md).
-constexpr struct {
+struct TwinRow {
   int32_t number;
   bool cylinder;  ///< leads back from beyond its edges too
-} kTwins[] = {{3, false},  {4, false},  {5, true},   {16, false}, {18, true},  {36, false},
-              {37, false}, {38, false}, {39, false}, {40, false}, {41, false}, {42, false},
-              {43, true},  {44, true},  {45, false}, {46, false}, {47, false}, {48, false},
-              {49, false}, {50, false}, {55, false}, {56, false}, {57, false}, {58, true},
-              {59, false}, {60, false}, {61, false}, {63, false}, {67, false}, {68, true}};
+};
+/// Projections whose formulas and PROJ's are the same to 1e-8 m, or where PROJ's iteration, series
+/// or treatment of the poles is what differs (docs/engine-strings.md).
+constexpr TwinRow kTwins[] = {{3, false},  {4, false},  {5, true},   {16, false}, {18, true},
+                              {36, false}, {37, false}, {38, false}, {39, false}, {40, false},
+                              {41, false}, {42, false}, {43, true},  {44, true},  {45, false},
+                              {46, false}, {47, false}, {48, false}, {49, false}, {50, false},
+                              {55, false}, {56, false}, {57, false}, {58, true},  {59, false},
+                              {60, false}, {61, false}, {63, false}, {67, false}, {68, true}};
 
+/// The row of the number, if that has a twin; null.
+const TwinRow *twinRowOf(int32_t number) {
+  const auto *row = std::ranges::find(kTwins, number, &TwinRow::number);
+  return row == std::end(kTwins) ? nullptr : row;
+}
+
+/// What computes beside the operation of a system; without block when there is nothing.
 Twin twinOf(const Object &system) {
   Twin made;
   const engine::OwnedObject about = engine::clone(system);
@@ -109,19 +119,23 @@ Twin twinOf(const Object &system) {
     for (Object *inner : part->parts)
       if (inner->kind == Kind::kPrimem) inner->numbers[0] = 0.0;
   }
+  const auto &name = engine::partOf(*about, setOf(Kind::kProjection, Kind::kMethod))->name;
+  if (std::ranges::none_of(projectionsNamed(name), [](const NamedRow &named) {
+        return twinRowOf(projectionRows()[named.row].number) != nullptr;
+      }))
+    return made;
   made.handle = nativeOf(*about);
   if (!made.handle) return made;
   const auto &object = *static_cast<const Oprj_MapProjection *>(made.handle->ownedData);
+  const TwinRow *row = twinRowOf(object.proParameters->proNumber);
   made.forward = eachOf(object.fromLL);
   made.inverse = eachOf(object.toLL);
-  for (const auto &[number, cylinder] : kTwins) {
-    if (number != object.proParameters->proNumber || !made.forward || !made.inverse) continue;
-    made.block = object.parameters;
-    const Oprj_Point edge = {kPi, 0.0};
-    Oprj_Point end;
-    if (cylinder && made.run<true>(&edge, &end, nullptr, 1) == 0)
-      made.width = std::fabs(end.x) * (1.0 - 1e-12);
-  }
+  if (!row || !made.forward || !made.inverse) return made;
+  made.block = object.parameters;
+  const Oprj_Point edge = {kPi, 0.0};
+  Oprj_Point end;
+  if (row->cylinder && made.run<true>(&edge, &end, nullptr, 1) == 0)
+    made.width = std::fabs(end.x) * (1.0 - 1e-12);
   return made;
 }
 
