@@ -90,6 +90,18 @@ class Search {
     }
   }
 
+  /// The system has the place: it leads back to it. Far from its meridian or parallels it may not,
+  /// and what it finds near the place is chance.
+  bool holds(const Oprj_MapProjectionEx &handle, const Oprj_Spheroid &spheroid) const {
+    constexpr double kBack = 1000;  // m
+    Oprj_Point there, back;
+    Slot err;
+    handle.apply(handle.ownedData, &place_, &there, 1, err.get());
+    if (err) return false;
+    handle.applyInverse(handle.ownedData, &there, &back, 1, err.get());
+    return !err && distanceBetween(spheroid, back, place_) <= kBack;
+  }
+
   /// Tries coordinates as they are and with their axes exchanged, in the system's unit and in
   /// others that are taken for it.
   void tryText(const std::string &text, const std::string &shown) {
@@ -103,7 +115,7 @@ class Search {
     } catch (const Stop &) {
       return;
     }
-    if (!isEarth(system.spheroid())) return;
+    if (!isEarth(system.spheroid()) || !holds(*handle, system.spheroid())) return;
     static constexpr const char *kLengths[] = {"meters", "us_survey_feet", "feet", "kilometers"};
     static constexpr const char *kAngles[] = {"dd", "radians", "grads", "seconds"};
     for (const char *unit : system.geographic ? kAngles : kLengths) {

@@ -195,6 +195,7 @@ TEST_F(ProgramSystems, AreFoundByWordsAndByPlaces) {
     for (std::string line; std::getline(lines, line);) {
       found = found || (line.ends_with("km  " + wanted) && std::stod(line) < 0.002);
       EXPECT_EQ(line.find("ESRI:1049"), std::string::npos) << "a moon: " << line;
+      EXPECT_EQ(line.find("(Alaska Zone 2"), std::string::npos) << "70 degrees away: " << line;
     }
     EXPECT_TRUE(found) << wanted << "\n" << outcome.out.substr(0, 400);
   }
