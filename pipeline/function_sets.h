@@ -20,12 +20,17 @@ extern const Oprj_MapProjectionFunctions kNativeSet;
 template <bool kForward>
 inline void nativeLeg(void *data, const Oprj_Point *in, Oprj_Point *out, int32_t count,
                       Oerr_Report **err) {
-  ErrorScope e(kForward ? "nativeProjectionApply" : "nativeProjectionApplyInverse", err);
   const auto *projection = static_cast<const Oprj_MapProjection *>(data);
   const auto run = !projection ? nullptr : kForward ? projection->fromLL : projection->toLL;
+  Oerr_Report *cause = nullptr;
+  if (run) run(in, projection->parameters, out, count, &cause);
+  if (err) *err = nullptr;
+  if (run && !cause) [[likely]]
+    return;  // no scope where there is nothing to report
+  ErrorScope e(kForward ? "nativeProjectionApply" : "nativeProjectionApplyInverse", err);
   if (!run) return void(e.fail(2, "conversion not supported"));
-  run(in, projection->parameters, out, count, e.cause());
-  if (e.calleeFailed()) e.fail(1, kForward ? "fromLL failed" : "toLL failed");
+  *e.cause() = cause;
+  e.fail(1, kForward ? "fromLL failed" : "toLL failed");
 }
 /// The point operation of a handle that has one.
 template <bool kForward>
