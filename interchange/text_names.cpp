@@ -5,6 +5,7 @@
 #include <oprj/ostr.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "interchange/common_names.h"
 #include "toolkit/nearest.h"
@@ -77,6 +78,12 @@ std::string squeezed(std::string_view name) {
 template <class Item, class Each>
 Item resolve(const char *what, int32_t unknown, int32_t commonKind, const std::string &name,
              Notes &notes, Each each) {
+  std::optional<Item> same;  // without a list of all, which most names do not need
+  each([&](const Oprj_Char *known, Item item) {
+    if (!same && equalIgnoringCase(textOf(known).view(), name)) same = item;
+  });
+  if (same) return *same;
+
   struct Known {
     TableText name;
     Item item;
@@ -86,9 +93,6 @@ Item resolve(const char *what, int32_t unknown, int32_t commonKind, const std::s
   const auto find = [&table](auto matches) {
     return std::find_if(table.begin(), table.end(), matches);
   };
-  if (const auto same = find([&](const Known &k) { return equalIgnoringCase(k.name, name); });
-      same != table.end())
-    return same->item;
   std::string bare = squeezed(name);
   if (!bare.empty() && bare.find_first_not_of("0123456789") == std::string::npos)
     bare = "epsg" + bare;
