@@ -21,19 +21,13 @@ std::vector<std::string_view> titlesOf(const LibraryContent &content) {
 
 void LibraryItem::show() {
   const auto lent = [this](const char *text) { return text ? texts.keep(text) : nullptr; };
-  shown = {.title = lent(told.title),
-           .category = lent(told.category),
-           .code = lent(told.code),
-           .unit = lent(told.unit),
-           .hasArea = told.hasArea,
-           .west = told.west,
-           .south = told.south,
-           .east = told.east,
-           .north = told.north,
-           .elevation = lent(told.elevation),
-           .system = &system,
-           .string = lent(system.string),
-           .record = nullptr};
+  shown.title = lent(told.title);
+  shown.category = lent(told.category);
+  shown.code = lent(told.code);
+  shown.unit = lent(told.unit);
+  shown.elevation = lent(told.elevation);
+  shown.system = &system;
+  shown.string = lent(system.string);
 }
 
 void LibraryContent::show() {
@@ -151,19 +145,19 @@ bool isIn(const ItemTexts &item, std::string_view category) {
 }
 
 /// Degrees eastwards from the west of an area; its width is that of its east.
-double eastOf(const ItemTexts &item, double longitude) {
+double eastOf(const Oprj_ProjectionItem &item, double longitude) {
   const double off = std::fmod(longitude - item.west, 360);
   return off < 0 ? off + 360 : off;
 }
-double widthOf(const ItemTexts &item) {
+double widthOf(const Oprj_ProjectionItem &item) {
   return item.east - item.west + (item.east < item.west ? 360 : 0);
 }
-bool covers(const ItemTexts &item, const Oprj_Coordinate &place) {
+bool covers(const Oprj_ProjectionItem &item, const Oprj_Coordinate &place) {
   return item.hasArea && place.y >= item.south && place.y <= item.north &&
          eastOf(item, place.x) <= widthOf(item);
 }
 /// On the unit sphere.
-double areaOf(const ItemTexts &item) {
+double areaOf(const Oprj_ProjectionItem &item) {
   return widthOf(item) *
          (std::sin(item.north * kRadiansPerDegree) - std::sin(item.south * kRadiansPerDegree));
 }
@@ -226,11 +220,11 @@ LibraryItem copyOf(const Oprj_ProjectionItem &item, LibraryContent &content) {
   copy.told.code = heldText(item.code, "code", false, content);
   copy.told.unit = heldText(item.unit, "unit", true, content);
   if (item.hasArea && !isArea(item)) throw UnusableItem{"the area is none"};
-  copy.told.hasArea = item.hasArea;
-  copy.told.west = item.west;
-  copy.told.south = item.south;
-  copy.told.east = item.east;
-  copy.told.north = item.north;
+  copy.shown.hasArea = item.hasArea;
+  copy.shown.west = item.west;
+  copy.shown.south = item.south;
+  copy.shown.east = item.east;
+  copy.shown.north = item.north;
   copy.told.elevation = heldNode(GivenText(item.elevation), kVerticalWords, content);
   if (const ItemSystem *system = item.system) {
     copy.system = *system;
@@ -435,13 +429,15 @@ int32_t *oprj_ProjectionLibrarySearch(const Oprj_ProjectionLibrary *library, con
     const Utf8 wanted = textOf(words), within = textOf(category);
     std::vector<int32_t> found;
     for (size_t i = 0; i < items.size(); ++i) {
-      const ItemTexts &item = items[i]->told;
-      if (hasWords(item, wanted.view()) && isIn(item, within.view()) &&
-          (!place || covers(item, *place)))
+      const LibraryItem &item = *items[i];
+      if (hasWords(item.told, wanted.view()) && isIn(item.told, within.view()) &&
+          (!place || covers(item.shown, *place)))
         found.push_back(static_cast<int32_t>(i));
     }
     if (place) {
-      const auto area = [&items](int32_t i) { return areaOf(items[static_cast<size_t>(i)]->told); };
+      const auto area = [&items](int32_t i) {
+        return areaOf(items[static_cast<size_t>(i)]->shown);
+      };
       std::stable_sort(found.begin(), found.end(),
                        [&area](int32_t one, int32_t other) { return area(one) < area(other); });
     }

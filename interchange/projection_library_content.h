@@ -48,21 +48,20 @@ namespace orvik::oprj {
 
 using ItemSystem = Oprj_ProjectionItemSystem;
 
-/// What an item says besides its system. Texts are the library's; null where there is none.
+/// The texts of an item besides its system, the library's; null where there is none.
 struct ItemTexts {
   const char *title = nullptr, *category = nullptr, *code = nullptr, *unit = nullptr;
   const char *elevation = nullptr;
-  int32_t hasArea = 0;
-  double west = 0, south = 0, east = 0, north = 0;  ///< degrees
 };
 
 struct LibraryItem {
   ItemTexts told;
   ItemSystem system;
-  Oprj_ProjectionItem shown{};  ///< what is lent of it
-  TextKeeper texts;             ///< of `shown`
+  Oprj_ProjectionItem shown{};             ///< what is lent of it, and its area
+  [[no_unique_address]] TextKeeper texts;  ///< of `shown`
 
-  /// To be called when all else of it stands where it will stay. Throws std::bad_alloc.
+  /// Fills the texts that are lent, and the system. To be called when these stand where they will
+  /// stay. Throws std::bad_alloc.
   void show();
 };
 

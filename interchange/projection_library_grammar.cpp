@@ -97,11 +97,11 @@ class LibraryBuilder {
   void code(Lexeme text) { item_->told.code = lend(text); }
   void unit(Lexeme text) { item_->told.unit = lend(text); }
   void side(double degrees) {
-    double *const sides[] = {&item_->told.west, &item_->told.south, &item_->told.east,
-                             &item_->told.north};
+    double *const sides[] = {&item_->shown.west, &item_->shown.south, &item_->shown.east,
+                             &item_->shown.north};
     *sides[sides_++] = degrees;
-    item_->told.hasArea = 1;
-    if (sides_ == 4 && item_->told.south > item_->told.north)
+    item_->shown.hasArea = 1;
+    if (sides_ == 4 && item_->shown.south > item_->shown.north)
       throw SyntaxStop{item_->told.title, "an item whose area has its south below its north"};
   }
   void elevation(Lexeme text) {

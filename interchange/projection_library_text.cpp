@@ -45,19 +45,20 @@ class LibraryWriter {
   }
 
   void write(const LibraryItem &item) {
-    const ItemTexts &shown = item.told;
-    line("item " + inQuotes(shown.title) + " {");
-    levels_.push_back(shown.title);
+    const ItemTexts &told = item.told;
+    line("item " + inQuotes(told.title) + " {");
+    levels_.push_back(told.title);
     std::string head;
-    addText(head, "code", shown.code);
-    addText(head, "units", shown.unit);
-    if (shown.hasArea) {
+    addText(head, "code", told.code);
+    addText(head, "units", told.unit);
+    if (item.shown.hasArea) {
       add(head, "area");
-      for (const double side : {shown.west, shown.south, shown.east, shown.north})
+      const Oprj_ProjectionItem &area = item.shown;
+      for (const double side : {area.west, area.south, area.east, area.north})
         add(head, shortest(side));
     }
     if (!head.empty()) line(head);
-    if (shown.elevation) line(std::string("elevation ") + shown.elevation);
+    if (told.elevation) line(std::string("elevation ") + told.elevation);
     line(item.system.string ? item.system.string : recordOf(item.system));
     levels_.pop_back();
     line("}");
