@@ -155,11 +155,16 @@ const Oprj_Code *byName(const Codes &codes, std::string_view name) {
 
 /// The systems of the authority that stands before the colon of a code, written in any case.
 std::span<const Oprj_Code> ofAuthority(const Codes &codes, std::string_view authority) {
-  const auto has = [authority](const Oprj_Code &code) {
-    return equalIgnoringCase(textOf(code.authority).view(), authority);
+  const auto isOf = [](std::string_view name) {
+    return [name](const Oprj_Code &code) { return textOf(code.authority).view() == name; };
   };
-  const auto begin = std::find_if(codes.list.begin(), codes.list.end(), has);
-  return {begin, std::find_if_not(begin, codes.list.end(), has)};
+  for (auto begin = codes.list.begin(); begin != codes.list.end();) {
+    const Utf8 name = textOf(begin->authority);
+    const auto end = std::partition_point(begin, codes.list.end(), isOf(name.view()));
+    if (equalIgnoringCase(name.view(), authority)) return {begin, end};
+    begin = end;
+  }
+  return {};
 }
 
 const Oprj_Code &byNumber(std::span<const Oprj_Code> codes, std::string_view digits,
@@ -177,6 +182,79 @@ const Oprj_Code &byNumber(std::span<const Oprj_Code> codes, std::string_view dig
     refusal.suggestions.emplace_back(near);
   throw refusal;
 }
+
+// --- texts that are known ---
+
+// What most work is done in needs neither the database nor PROJ, which takes longer to load than
+// all the rest: geographic systems and their UTM zones, of which EPSG defines each alike, and the
+// Mercator of web maps. Texts are those that the database gives, to the letter.
+
+struct Geographic {
+  const char *zones;  ///< how names of its zones begin
+  const char *text;
+};
+constexpr const char kDegree[] = R"(,PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]])";
+constexpr Geographic kWgs84 = {
+    "WGS_1984",
+    R"(GEOGCS["GCS_WGS_1984",DATUM["D_WGS_1984",SPHEROID["WGS_1984",6378137.0,298.257223563]])"};
+constexpr Geographic kNad83 = {
+    "NAD_1983",
+    R"(GEOGCS["GCS_North_American_1983",DATUM["D_North_American_1983",SPHEROID["GRS_1980",6378137.0,298.257222101]])"};
+constexpr Geographic kNad27 = {
+    "NAD_1927",
+    R"(GEOGCS["GCS_North_American_1927",DATUM["D_North_American_1927",SPHEROID["Clarke_1866",6378206.4,294.978698213898]])"};
+constexpr Geographic kEtrs89 = {
+    "ETRS_1989",
+    R"(GEOGCS["GCS_ETRS_1989",DATUM["D_ETRS_1989",SPHEROID["GRS_1980",6378137.0,298.257222101]])"};
+constexpr Geographic kEd50 = {
+    "ED_1950",
+    R"(GEOGCS["GCS_European_1950",DATUM["D_European_1950",SPHEROID["International_1924",6378388.0,297.0]])"};
+
+/// Codes of EPSG, one after another.
+constexpr struct {
+  int32_t first, last;
+  const Geographic &geographic;
+  int32_t zone;  ///< of the first; 0: the code is the geographic system's
+  char hemisphere;
+} kKnown[] = {
+    {4326, 4326, kWgs84, 0, 0},     {4269, 4269, kNad83, 0, 0},
+    {4267, 4267, kNad27, 0, 0},     {4258, 4258, kEtrs89, 0, 0},
+    {4230, 4230, kEd50, 0, 0},      {32601, 32660, kWgs84, 1, 'N'},
+    {32701, 32760, kWgs84, 1, 'S'}, {26901, 26923, kNad83, 1, 'N'},
+    {26701, 26722, kNad27, 1, 'N'}, {25828, 25838, kEtrs89, 28, 'N'},
+    {23028, 23038, kEd50, 28, 'N'},
+};
+
+/// Empty for other systems. May throw std::bad_alloc.
+std::string knownText(const Oprj_Code &code) {
+  if (textOf(code.authority).view() != "EPSG") return "";
+  constexpr int32_t kWebMercator = 3857;
+  if (code.number == kWebMercator)
+    return std::string(R"(PROJCS["WGS_1984_Web_Mercator_Auxiliary_Sphere",)") + kWgs84.text +
+           kDegree +
+           R"(,PROJECTION["Mercator_Auxiliary_Sphere"],PARAMETER["False_Easting",0.0])"
+           R"(,PARAMETER["False_Northing",0.0],PARAMETER["Central_Meridian",0.0])"
+           R"(,PARAMETER["Standard_Parallel_1",0.0],PARAMETER["Auxiliary_Sphere_Type",0.0])"
+           R"(,UNIT["Meter",1.0]])";
+  for (const auto &known : kKnown) {
+    if (code.number < known.first || code.number > known.last) continue;
+    const std::string base = std::string(known.geographic.text) + kDegree;
+    if (known.zone == 0) return base;
+    constexpr int32_t kWidth = 6, kFirstMeridian = -177;  // degrees
+    const int32_t zone = known.zone + code.number - known.first;
+    return std::string("PROJCS[\"") + known.geographic.zones + "_UTM_Zone_" + std::to_string(zone) +
+           known.hemisphere + "\"," + base +
+           R"(,PROJECTION["Transverse_Mercator"],PARAMETER["False_Easting",500000.0])" +
+           R"(,PARAMETER["False_Northing",)" + (known.hemisphere == 'S' ? "10000000.0" : "0.0") +
+           R"(],PARAMETER["Central_Meridian",)" +
+           std::to_string(kFirstMeridian + kWidth * (zone - 1)) +
+           R"(.0],PARAMETER["Scale_Factor",0.9996],PARAMETER["Latitude_Of_Origin",0.0])" +
+           R"(,UNIT["Meter",1.0]])";
+  }
+  return "";
+}
+
+// --- texts from the database ---
 
 struct DeleteObject {
   void operator()(Oawp_PE_Object *object) const { oawp_PE_pe_coordsys_del(object); }
@@ -235,6 +313,14 @@ const Oprj_Code *oprj_CodeFromText(const Oprj_Char *given, Oerr_Report **err) {
 Oprj_Char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err) {
   ErrorScope e("oprj_CodeToPEString", err);
   if (!code) return e.fail(3, "Invalid input Oprj_Code");
+  OwnedText known;
+  const bool asked = orvik::toolkit::guarded(e, 5, [&] {
+    const std::string text = knownText(*code);
+    if (!text.empty()) known = newText(text);
+    return text.empty() || known;
+  });
+  if (known) return known.release();
+  if (!asked) return e.fail(5, "Error allocating text");
   const OwnedSystem system = systemOf(*code);
   oawp_PE_ReportTake(e.cause());
   if (!system) {

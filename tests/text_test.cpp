@@ -1,5 +1,6 @@
 // Coordinate systems as texts: reading, writing, names that people type, and the chain between two.
 #include <oprj/chain.h>
+#include <oprj/engine.h>
 #include <oprj/ofio.h>
 #include <oprj/ostr.h>
 #include <oprj/system.h>
@@ -7,17 +8,20 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <set>
 #include <thread>
 
 #include "tests/loaded_tables.h"
 #include "tests/support.h"
 #include "toolkit/error_scope.h"
+#include "toolkit/heap.h"
 
 namespace {
 
 using namespace orvik::test;
 using orvik::toolkit::Owner;
 using Record = Owner<Oprj_ProParameters, oprj_ProParametersFree>;
+using Text = orvik::toolkit::HeapBlock<char>;
 using NoteList = Owner<Oprj_Note, oprj_NotesFree>;
 using Pair = Owner<Oprj_ProjectionPair, oprj_ProjectionPairFree>;
 using Steps = Owner<Oprj_ChainStep, oprj_ChainStepsFree>;
@@ -277,6 +281,28 @@ TEST(Text, TellsWhatKindOfRefusalAndNotes) {
         toolkit(), "Lambert Conformal Conic; datum=ED 79; lat_1=40", nullptr, nullptr, err));
     return !*err;
   });
+}
+
+// Some texts are known without the engine's database, whose they are.
+TEST(Text, CodesMeanWhatTheDatabaseHasOfThem) {
+  int32_t count = 0, compared = 0;
+  const Oprj_Code *codes = oprj_CodesGet(&count, nullptr);
+  const std::set<int32_t> known = {3857, 4326, 4269, 4267, 4258, 4230};
+  for (const Oprj_Code *code = codes; code != codes + count; ++code) {
+    const bool zone = std::strstr(code->engineName, "_UTM_Zone_");
+    if (std::string(code->authority) != "EPSG" || (!zone && !known.contains(code->number)))
+      continue;
+    auto *object = static_cast<Oawp_PE_COORDSYS *>(oawp_PE_pe_factory(code->number));
+    if (object && (code->projected ? oawp_PE_pe_projcs_p(object) : oawp_PE_pe_geogcs_p(object))) {
+      const Text text(oprj_CodeToPEString(code, nullptr)),
+          wanted(oawp_PE_pe_coordsys_to_string(object, nullptr, 0));
+      ASSERT_TRUE(text && wanted) << code->number;
+      EXPECT_STREQ(text.get(), wanted.get());
+      ++compared;
+    }
+    oawp_PE_pe_coordsys_del(object);
+  }
+  EXPECT_GT(compared, 500);
 }
 
 TEST(Text, SystemsInWhateverWayTheyAreNamed) {
