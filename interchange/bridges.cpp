@@ -21,46 +21,54 @@ template <class Unit>
 using Text = HeapBlock<Unit>;
 using Bytes = HeapBlock<uint8_t>;
 
-/// A function of a library; null when it, or the library, is missing.
-template <class Function>
-Function find(const Odll_Library *library, const char *name) {
-  return reinterpret_cast<Function>(odll_FindIfPresent(library, name));
-}
-
-Odll_Library *open(ErrorScope &e) {
-  if (Odll_Library *library = odll_Open("oPrjU.dll", e.cause())) return library;
-#if defined(_WIN32)
-  return nullptr;
-#else
-  // installations for users lack the name that programs are linked by
-  ErrorScope other(e.operation(), nullptr);
-  return odll_Open("liboPrjU.so.0", other.cause());
-#endif
-}
-
-bool agrees(const Odll_Library *library) {
-  const auto tell = find<decltype(&oprj_BuildGet)>(library, "oprj_BuildGet");
-  int32_t version = 0, width = 0, own = 0;
-  if (tell) tell(&version, &width);
-  oprj_BuildGet(&own, nullptr);
-  return version == own && width == sizeof(char16_t);
-}
-
-/// The wide library. It stays in the process once it has been loaded, because handles that it made
-/// hold addresses in it, so the first bridge that finds it opens it for all; null with the cause.
-const Odll_Library *wideLibrary(ErrorScope &e) {
-  static constinit std::mutex mutex;
-  static constinit Odll_Library *kept = nullptr;
-  const std::lock_guard<std::mutex> turn(mutex);
-  if (kept) return kept;
-  Odll_Library *library = open(e);
-  if (library && !agrees(library)) {
-    odll_Close(&library);
-    *e.cause() = oerr_CreateErrorReport(e.operation(), 1, OERR_SEVERITY_ERROR, nullptr,
-                                        "oPrjU.dll is of another version, or has narrow texts");
+/// The wide library while a bridge uses it. It is there for one bridge at a time; closing it does
+/// not unload it, because it is linked to stay: handles that it made hold addresses in it.
+class WideLibrary {
+ public:
+  explicit WideLibrary(ErrorScope &e) : turn_(mutex()), library_(open(e)) {
+    if (library_ && !agrees()) {
+      odll_Close(&library_);
+      *e.cause() = oerr_CreateErrorReport(e.operation(), 1, OERR_SEVERITY_ERROR, nullptr,
+                                          "oPrjU.dll is of another version, or has narrow texts");
+    }
   }
-  return kept = library;
-}
+  ~WideLibrary() { odll_Close(&library_); }
+  WideLibrary(const WideLibrary &) = delete;
+  WideLibrary &operator=(const WideLibrary &) = delete;
+  explicit operator bool() const { return library_ != nullptr; }
+
+  /// A function of the library; null when it, or the library, is missing.
+  template <class Function>
+  Function find(const char *name) const {
+    return library_ ? reinterpret_cast<Function>(odll_FindIfPresent(library_, name)) : nullptr;
+  }
+
+ private:
+  static Odll_Library *open(ErrorScope &e) {
+    if (Odll_Library *library = odll_Open("oPrjU.dll", e.cause())) return library;
+#if defined(_WIN32)
+    return nullptr;
+#else
+    // installations for users lack the name that programs are linked by
+    ErrorScope other(e.operation(), nullptr);
+    return odll_Open("liboPrjU.so.0", other.cause());
+#endif
+  }
+  static std::mutex &mutex() {
+    static constinit std::mutex one;
+    return one;
+  }
+  bool agrees() const {
+    const auto tell = find<decltype(&oprj_BuildGet)>("oprj_BuildGet");
+    int32_t version = 0, width = 0, own = 0;
+    if (tell) tell(&version, &width);
+    oprj_BuildGet(&own, nullptr);
+    return version == own && width == sizeof(char16_t);
+  }
+
+  std::lock_guard<std::mutex> turn_;
+  Odll_Library *library_;
+};
 
 /// Dictionary, design name, bytes and their number.
 template <class Unit>
@@ -69,7 +77,7 @@ struct ObjectParts {
   Bytes bytes;
   int32_t size = 0;
 };
-/// A projection in transit. What it was wrapped in is handed out with it and not read.
+/// A projection in transit.
 template <class Unit>
 struct ProjectionParts {
   ObjectParts<Unit> wrapper, inner;
@@ -101,8 +109,10 @@ bool take(Convert convert, const Handle *handle, ProjectionParts<Unit> &parts, O
 }
 template <class Unit, class Convert>
 auto give(Convert convert, const ProjectionParts<Unit> &parts, Oerr_Report **err) {
-  return convert(nullptr, nullptr, nullptr, 0, parts.inner.dictionary.get(), parts.inner.name.get(),
-                 parts.inner.bytes.get(), parts.inner.size, parts.title.get(), parts.version, err);
+  return convert(parts.wrapper.dictionary.get(), parts.wrapper.name.get(),
+                 parts.wrapper.bytes.get(), parts.wrapper.size, parts.inner.dictionary.get(),
+                 parts.inner.name.get(), parts.inner.bytes.get(), parts.inner.size,
+                 parts.title.get(), parts.version, err);
 }
 template <class Unit, class Info, class Convert>
 bool take(Convert convert, const Info *info, ObjectParts<Unit> &parts, Oerr_Report **err) {
@@ -144,7 +154,8 @@ bool convert(ObjectParts<From> &from, ObjectParts<To> &to, Oerr_Report **err) {
 template <class From, class To>
 bool convert(ProjectionParts<From> &from, ProjectionParts<To> &to, Oerr_Report **err) {
   to.version = from.version;
-  return convert(from.inner, to.inner, err) && convert(from.title, to.title, err);
+  return convert(from.wrapper, to.wrapper, err) && convert(from.inner, to.inner, err) &&
+         convert(from.title, to.title, err);
 }
 
 }  // namespace
@@ -156,8 +167,8 @@ Oprj_MapProjectionExU *oprj_MapProjectionToUNICODE(const Oprj_MapProjectionEx *p
   ProjectionParts<char> parts;
   if (!take(oprj_ProjectionConvertToMIF, projection, parts, e.cause()))
     return e.fail(2, "oprj_ProjectionConvertToMIF failed");
-  const auto *library = wideLibrary(e);
-  const auto fromMIF = find<FromMIF>(library, "oprj_ProjectionConvertFromMIF");
+  const WideLibrary library(e);
+  const auto fromMIF = library.find<FromMIF>("oprj_ProjectionConvertFromMIF");
   if (!fromMIF) return e.fail(3, "Failed to retrieve oprj_ProjectionConvertFromMIF from oPrjU.dll");
   ProjectionParts<char16_t> wide;
   if (!convert(parts, wide, e.cause())) return e.fail(4, "otxt_Text_Ascii2Unicode failed");
@@ -170,9 +181,9 @@ Oprj_MapProjectionEx *oprj_MapProjectionToASCII(const Oprj_MapProjectionExU *pro
                                                 Oerr_Report **err) {
   ErrorScope e("oprj_MapProjectionToASCII", err);
   if (!projection) return e.fail(1, "Invalid UNICODE MapProjection structure");
-  const auto *library = wideLibrary(e);
+  const WideLibrary library(e);
   if (!library) return e.fail(2, "oprj_MapProjectionToASCII: Failed to load oPrjU.dll");
-  const auto toMIF = find<ToMIF>(library, "oprj_ProjectionConvertToMIF");
+  const auto toMIF = library.find<ToMIF>("oprj_ProjectionConvertToMIF");
   if (!toMIF)
     return e.fail(3, "Failed to find oprj_ProjectionConvertToMIF function pointer in oPrjU.dll");
   ProjectionParts<char16_t> parts;
@@ -192,8 +203,8 @@ Oprj_ElevationInfoU *oprj_ElevationInfoToUNICODE(const Oprj_ElevationInfo *info,
   ObjectParts<char> parts;
   if (!take(oprj_ElevationInfoConvertToMIF, info, parts, e.cause()))
     return e.fail(2, "oprj_ElevationInfoConvertToMIF failed");
-  const auto *library = wideLibrary(e);
-  const auto fromMIF = find<InfoFromMIF>(library, "oprj_ElevationInfoConvertFromMIF");
+  const WideLibrary library(e);
+  const auto fromMIF = library.find<InfoFromMIF>("oprj_ElevationInfoConvertFromMIF");
   if (!fromMIF)
     return e.fail(3,
                   "Failed to find oprj_ElevationInfoConvertFromMIF function pointer in oPrjU.dll");
@@ -208,8 +219,8 @@ Oprj_ElevationInfoU *oprj_ElevationInfoToUNICODE(const Oprj_ElevationInfo *info,
 Oprj_ElevationInfo *oprj_ElevationInfoToASCII(const Oprj_ElevationInfoU *info, Oerr_Report **err) {
   ErrorScope e("oprj_ElevationInfoToASCII", err);
   if (!info) return e.fail(1, "Empty input Oprj_ElevationInfoU parameter");
-  const auto *library = wideLibrary(e);
-  const auto toMIF = find<InfoToMIF>(library, "oprj_ElevationInfoConvertToMIF");
+  const WideLibrary library(e);
+  const auto toMIF = library.find<InfoToMIF>("oprj_ElevationInfoConvertToMIF");
   if (!toMIF)
     return e.fail(3, "Failed to find oprj_ElevationInfoConvertToMIF function pointer in oPrjU.dll");
   ObjectParts<char16_t> parts;
@@ -229,8 +240,8 @@ void oprj_ProjectionFreeU(Oprj_MapProjectionExU **projection) {
   Oerr_Report *report = nullptr;
   {
     ErrorScope e("oprj_ProjectionFreeU", &report);
-    const auto free =
-        find<void (*)(Oprj_MapProjectionExU **)>(wideLibrary(e), "oprj_ProjectionFree");
+    const WideLibrary library(e);
+    const auto free = library.find<void (*)(Oprj_MapProjectionExU **)>("oprj_ProjectionFree");
     if (free) free(projection);
     else e.fail(1, "Failed to retrieve oprj_ProjectionFree from oPrjU.dll");
   }
