@@ -18,7 +18,7 @@ import oprj.dask
 from dask.distributed import Client, LocalCluster
 
 SOURCE, TARGET = "EPSG:4267", "EPSG:26918"
-PARTITION = 500_000  # points: 8 MB
+PARTITION = 1_000_000  # points: 16 MB, which take several times as long as handing out their tasks
 
 
 def generate(path, seed, count):

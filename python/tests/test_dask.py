@@ -81,5 +81,5 @@ def test_workers_with_something_else_are_an_error(client, tmp_path):
 
 def test_the_example():
     example = pathlib.Path(SOURCE / "examples/dask/project_files.py")
-    done = subprocess.run([sys.executable, example, "1200000"], capture_output=True, text=True, timeout=300)
+    done = subprocess.run([sys.executable, example, "2400000"], capture_output=True, text=True, timeout=300)
     assert done.returncode == 0 and "the same bits as one process: True" in done.stdout, done.stderr
