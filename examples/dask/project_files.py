@@ -18,6 +18,9 @@ import oprj.dask
 from dask.distributed import Client, LocalCluster
 
 SOURCE, TARGET = "EPSG:4267", "EPSG:26918"
+# Workers keep the memory that partitions take, instead of giving it back after each and asking for it anew.
+KEPT = {"MALLOC_TRIM_THRESHOLD_": 256 << 20, "MALLOC_MMAP_THRESHOLD_": 32 << 20, "MALLOC_ARENA_MAX": 1}
+dask.config.set({f"distributed.nanny.pre-spawn-environ.{name}": value for name, value in KEPT.items()})
 PARTITION = 1_000_000  # points: 16 MB, which take several times as long as handing out their tasks
 
 
