@@ -19,22 +19,6 @@ std::vector<std::string_view> titlesOf(const LibraryContent &content) {
   return titles;
 }
 
-void LibraryItem::show() {
-  const auto lent = [this](const char *text) { return text ? texts.keep(text) : nullptr; };
-  shown.title = lent(told.title);
-  shown.category = lent(told.category);
-  shown.code = lent(told.code);
-  shown.unit = lent(told.unit);
-  shown.elevation = lent(told.elevation);
-  shown.system = &system;
-  shown.string = lent(system.string);
-}
-
-void LibraryContent::show() {
-  shownName = shownTexts.keep(name);
-  shownDescription = shownTexts.keep(description);
-}
-
 namespace {
 
 constexpr std::string_view kEnding = ".plib";

@@ -14,6 +14,23 @@
 #include "tables/table_grammar.h"
 
 namespace orvik::oprj {
+
+void LibraryItem::show() {
+  const auto lent = [this](const char *text) { return text ? texts.keep(text) : nullptr; };
+  shown.title = lent(told.title);
+  shown.category = lent(told.category);
+  shown.code = lent(told.code);
+  shown.unit = lent(told.unit);
+  shown.elevation = lent(told.elevation);
+  shown.system = &system;
+  shown.string = lent(system.string);
+}
+
+void LibraryContent::show() {
+  shownName = shownTexts.keep(name);
+  shownDescription = shownTexts.keep(description);
+}
+
 namespace grammar {
 namespace {
 

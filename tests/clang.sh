@@ -6,7 +6,7 @@
 set -eu
 source=$1 build=$2/clang cxx=$3 seconds=${4:-5}
 cc=${cxx/clang++/clang}
-cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O1 -DNDEBUG" \
+cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -DOPRJ_TESTS=OFF -DOPRJ_FUZZ=ON \
   > "$build.log" || { cat "$build.log"; exit 1; }
 cmake --build "$build" --target oPrj oprj_fuzz > "$build.log" || { cat "$build.log"; exit 1; }
