@@ -27,7 +27,7 @@ foreign=$(nm -D --defined-only "$build/lib/liboPrjToolkit.so" | grep -vE ' [VWu]
   grep -vE '^(omsc|oerr|ostr|ofio|ofnp|ocvt|oint|othr|olex|omif|ofga|ohfa|odll|odlm|otxt)_')
 [ -z "$foreign" ] || { echo "liboPrjToolkit exports:"; echo "$foreign"; bad=1; }
 for set; do
-  objects=$(find "$build" -path "$build/fuzz" -prune -o -path "*_$set.dir*" -name "*.o" -print)
+  objects=$(find "$build" -path "$build/clang" -prune -o -path "*_$set.dir*" -name "*.o" -print)
   [ -n "$objects" ] || { echo "no objects of the set $set in $build"; bad=1; continue; }
   weak=$(nm -C $objects | grep -E '^[0-9a-f]* *[WVu] ' | grep -v "orvik::oprj::$set::" | sort -u)
   [ -z "$weak" ] || { echo "weak symbols of $set outside of its namespace:"; echo "$weak"; bad=1; }
