@@ -11,6 +11,7 @@
 #include <span>
 #include <tuple>
 
+#include "engine/object.h"
 #include "interchange/text_refusal.h"
 #include "records/records.h"
 #include "tables/table_records.h"
@@ -256,10 +257,7 @@ std::string knownText(const Oprj_Code &code) {
 
 // --- texts from the database ---
 
-struct DeleteObject {
-  void operator()(Oawp_PE_Object *object) const { oawp_PE_pe_coordsys_del(object); }
-};
-using OwnedSystem = std::unique_ptr<Oawp_PE_Object, DeleteObject>;
+using OwnedSystem = engine::OwnedObject;
 
 /// The system of a code: the number may also be that of an object of another kind, and then it is
 /// looked for among all of its own.
