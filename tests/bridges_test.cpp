@@ -7,8 +7,7 @@
 #include <cstring>
 #include <set>
 
-#include "tests/family_cases.h"
-#include "tests/objects_support.h"
+#include "tests/portable_support.h"
 
 namespace {
 
@@ -45,17 +44,7 @@ std::string stateOf(const HandlePtr &handle) {
 }
 
 std::vector<RecordPtr> everyProjection() {
-  std::vector<RecordPtr> records;
-  for (const auto &c : oprj_test::familyCases()) {
-    records.emplace_back(oprj_ProParametersCopy(
-        oprj_test::Record(c.number, c.entries, c.axes).get(), nullptr, nullptr));
-    Oprj_Spheroid &spheroid = *records.back()->proSpheroid;
-    oprj_SpheroidByAxes(theToolkit(), c.axes.a, c.axes.b, &spheroid, nullptr);
-    // nameless ones would get their names when they are read
-    const std::string name =
-        taken(oprj_GetSpheroidNameByAxes(theToolkit(), c.axes.a, c.axes.b, nullptr));
-    oprj_CharStrCreate(name.c_str(), &spheroid.sphereName, nullptr);
-  }
+  std::vector<RecordPtr> records = everyFamily();
   for (const char *text :
        {"geographic; datum=NAD27", "utm; zone=17S; datum=WGS 84", "state plane; zone=4203; nad=83",
         "space oblique mercator; satellite=4; path=31; datum=WGS 84",

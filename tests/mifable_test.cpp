@@ -3,30 +3,13 @@
 
 #include <cstring>
 
-#include "tests/family_cases.h"
-#include "tests/objects_support.h"
+#include "tests/portable_support.h"
 
 namespace {
 
 using namespace orvik::test;
 using Bytes = std::vector<uint8_t>;
 using Dictionary = orvik::toolkit::Owner<Omif_Dictionary, omif_DictionaryFree>;
-
-/// A portable object with its design.
-struct Portable {
-  Portable() = default;
-  Portable(const Portable &) = delete;
-  Portable &operator=(const Portable &) = delete;
-  ~Portable() {
-    omif_ObjectFree(design, &object);
-    omif_DesignFree(&design);
-  }
-  Oprj_MapProjection842 &whole() const { return *static_cast<Oprj_MapProjection842 *>(object); }
-  Omif_MIFObject &wrapped() const { return whole().projection; }
-
-  Omif_Design *design = nullptr;
-  void *object = nullptr;
-};
 
 bool makePortable(const HandlePtr &handle, Portable &made, Oerr_Report **err) {
   return oprj_ProjectionConvertToMIFable(handle.get(), &made.object, &made.design, err);
@@ -65,16 +48,7 @@ struct MIFable : testing::Test {
 };
 
 TEST_F(MIFable, EverySystemGoesThereAndBackThroughBytes) {
-  std::vector<RecordPtr> records;
-  for (const auto &c : oprj_test::familyCases()) {
-    records.emplace_back(oprj_ProParametersCopy(
-        oprj_test::Record(c.number, c.entries, c.axes).get(), nullptr, nullptr));
-    Oprj_Spheroid &spheroid = *records.back()->proSpheroid;
-    oprj_SpheroidByAxes(theToolkit(), c.axes.a, c.axes.b, &spheroid, nullptr);
-    const std::string name =
-        taken(oprj_GetSpheroidNameByAxes(theToolkit(), c.axes.a, c.axes.b, nullptr));
-    setText(spheroid.sphereName, name.c_str());  // nameless ones would get it when they are read
-  }
+  std::vector<RecordPtr> records = everyFamily();
   for (const char *datum : {"NAD27", "NAD27 (CONUS)", "Undefined"})
     records.push_back(makeRecord(1, {0, 0, 0, 0, 0, 0, 0, 0}, "Clarke 1866", datum, 17));
   for (const auto &record : records) {

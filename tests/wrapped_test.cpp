@@ -3,25 +3,12 @@
 
 #include <cstring>
 
-#include "tests/objects_support.h"
+#include "tests/portable_support.h"
 
 namespace {
 
 using namespace orvik::test;
 using ElevationPtr = orvik::toolkit::Owner<Oprj_ElevationInfo, oprj_ElevationInfoFree>;
-
-/// An object with its design.
-struct Portable {
-  Portable() = default;
-  Portable(const Portable &) = delete;
-  Portable &operator=(const Portable &) = delete;
-  ~Portable() {
-    omif_ObjectFree(design, &object);
-    omif_DesignFree(&design);
-  }
-  void *object = nullptr;
-  Omif_Design *design = nullptr;
-};
 
 ElevationPtr heights(const char *datum = "EGM96", const char *unit = "feet") {
   ElevationPtr info(oprj_ElevationInfoCreate(nullptr));
