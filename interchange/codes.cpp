@@ -23,13 +23,13 @@ namespace {
 
 using toolkit::equalIgnoringCase;
 
-/// The content of codes.tab: found as the other tables are, or beside the datums, whose path leads
-/// to the installed tables even where the projections are one's own.
-char *readTable(size_t &size, ErrorScope &e) {
+/// Where a table of codes is: found as the other tables are, or beside the datums, whose path leads
+/// to the installed tables even where the projections are one's own. Null when it is nowhere.
+InnerText tablePath(const char *name, ErrorScope &e) {
   for (const char *variable : {"ORVIK_PROJECTIONS_PATH", "ORVIK_DATUMS_PATH"}) {
     const OwnedSearchList list{ofio_CreateSLFromEnv(variable, ".", e.cause())};
-    const InnerText path{list ? ofio_Which(list.get(), "codes.tab", e.cause()) : nullptr};
-    if (path) return ofio_FileRead(path.get(), &size, e.cause());
+    InnerText path{list ? ofio_Which(list.get(), name, e.cause()) : nullptr};
+    if (path) return path;
   }
   return nullptr;
 }
@@ -89,7 +89,8 @@ struct Codes {
 Codes *readCodes(ErrorScope &e) {
   auto codes = std::make_unique<Codes>();
   size_t size = 0;
-  codes->content.reset(readTable(size, e));
+  const InnerText path = tablePath("codes.tab", e);
+  codes->content.reset(path ? ofio_FileRead(path.get(), &size, e.cause()) : nullptr);
   if (!codes->content) return e.fail(1, "The table of codes cannot be read");
   char *const last = codes->content.get() + size;  // a zero byte
   int number = 0;
@@ -186,74 +187,65 @@ const Oprj_Code &byNumber(std::span<const Oprj_Code> codes, std::string_view dig
 
 // --- texts that are known ---
 
-// What most work is done in needs neither the database nor PROJ, which takes longer to load than
-// all the rest: geographic systems and their UTM zones, of which EPSG defines each alike, and the
-// Mercator of web maps. Texts are those that the database gives, to the letter.
-
-struct Geographic {
-  const char *zones;  ///< how names of its zones begin
-  const char *text;
-};
-constexpr const char kDegree[] = R"(,PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]])";
-constexpr Geographic kWgs84 = {
-    "WGS_1984",
-    R"(GEOGCS["GCS_WGS_1984",DATUM["D_WGS_1984",SPHEROID["WGS_1984",6378137.0,298.257223563]])"};
-constexpr Geographic kNad83 = {
-    "NAD_1983",
-    R"(GEOGCS["GCS_North_American_1983",DATUM["D_North_American_1983",SPHEROID["GRS_1980",6378137.0,298.257222101]])"};
-constexpr Geographic kNad27 = {
-    "NAD_1927",
-    R"(GEOGCS["GCS_North_American_1927",DATUM["D_North_American_1927",SPHEROID["Clarke_1866",6378206.4,294.978698213898]])"};
-constexpr Geographic kEtrs89 = {
-    "ETRS_1989",
-    R"(GEOGCS["GCS_ETRS_1989",DATUM["D_ETRS_1989",SPHEROID["GRS_1980",6378137.0,298.257222101]])"};
-constexpr Geographic kEd50 = {
-    "ED_1950",
-    R"(GEOGCS["GCS_European_1950",DATUM["D_European_1950",SPHEROID["International_1924",6378388.0,297.0]])"};
-
-/// Codes of EPSG, one after another.
-constexpr struct {
-  int32_t first, last;
-  const Geographic &geographic;
-  int32_t zone;  ///< of the first; 0: the code is the geographic system's
-  char hemisphere;
-} kKnown[] = {
-    {4326, 4326, kWgs84, 0, 0},     {4269, 4269, kNad83, 0, 0},
-    {4267, 4267, kNad27, 0, 0},     {4258, 4258, kEtrs89, 0, 0},
-    {4230, 4230, kEd50, 0, 0},      {32601, 32660, kWgs84, 1, 'N'},
-    {32701, 32760, kWgs84, 1, 'S'}, {26901, 26923, kNad83, 1, 'N'},
-    {26701, 26722, kNad27, 1, 'N'}, {25828, 25838, kEtrs89, 28, 'N'},
-    {23028, 23038, kEd50, 28, 'N'},
-};
-
-/// Empty for other systems. May throw std::bad_alloc.
-std::string knownText(const Oprj_Code &code) {
-  if (textOf(code.authority).view() != "EPSG") return "";
-  constexpr int32_t kWebMercator = 3857;
-  if (code.number == kWebMercator)
-    return std::string(R"(PROJCS["WGS_1984_Web_Mercator_Auxiliary_Sphere",)") + kWgs84.text +
-           kDegree +
-           R"(,PROJECTION["Mercator_Auxiliary_Sphere"],PARAMETER["False_Easting",0.0])"
-           R"(,PARAMETER["False_Northing",0.0],PARAMETER["Central_Meridian",0.0])"
-           R"(,PARAMETER["Standard_Parallel_1",0.0],PARAMETER["Auxiliary_Sphere_Type",0.0])"
-           R"(,UNIT["Meter",1.0]])";
-  for (const auto &known : kKnown) {
-    if (code.number < known.first || code.number > known.last) continue;
-    const std::string base = std::string(known.geographic.text) + kDegree;
-    if (known.zone == 0) return base;
-    constexpr int32_t kWidth = 6, kFirstMeridian = -177;  // degrees
-    const int32_t zone = known.zone + code.number - known.first;
-    return std::string("PROJCS[\"") + known.geographic.zones + "_UTM_Zone_" + std::to_string(zone) +
-           known.hemisphere + "\"," + base +
-           R"(,PROJECTION["Transverse_Mercator"],PARAMETER["False_Easting",500000.0])" +
-           R"(,PARAMETER["False_Northing",)" + (known.hemisphere == 'S' ? "10000000.0" : "0.0") +
-           R"(],PARAMETER["Central_Meridian",)" +
-           std::to_string(kFirstMeridian + kWidth * (zone - 1)) +
-           R"(.0],PARAMETER["Scale_Factor",0.9996],PARAMETER["Latitude_Of_Origin",0.0])" +
-           R"(,UNIT["Meter",1.0]])";
+/// code_texts.tab: what each code means, a line for each in the order of codes.tab. It is mapped
+/// once, and what is asked for is looked for where it stands: PROJ and its database, which say the
+/// same, take longer to load than all the rest.
+class CodeTexts {
+ public:
+  /// The system's text, as a view into the table; empty where there is none.
+  static std::string_view of(const Oprj_Code &code) {
+    static std::atomic<const CodeTexts *> mapped{nullptr};
+    const CodeTexts *texts = mapped.load(std::memory_order_acquire);
+    if (!texts) {
+      static toolkit::Lasting<std::mutex> mapping;
+      const std::lock_guard lock(*mapping);
+      texts = mapped.load(std::memory_order_relaxed);
+      if (!texts) mapped.store(texts = map(), std::memory_order_release);
+    }
+    return texts ? texts->find(textOf(code.authority).view(), code.number) : std::string_view();
   }
-  return "";
-}
+
+ private:
+  explicit CodeTexts(std::string_view lines) : lines_(lines) {}
+
+  static const CodeTexts *map() {
+    ErrorScope unheard("mapCodeTexts", nullptr);  // the database tells what is wrong
+    const InnerText path = tablePath("code_texts.tab", unheard);
+    size_t size = 0;
+    const void *lines = path ? ofio_FileMap(path.get(), &size, unheard.cause()) : nullptr;
+    return lines ? new CodeTexts({static_cast<const char *>(lines), size}) : nullptr;
+  }
+
+  std::string_view find(std::string_view authority, int32_t number) const {
+    std::string_view rest = lines_;
+    while (!rest.empty()) {
+      const size_t middle = rest.rfind('\n', rest.size() / 2);
+      const size_t begin = middle == rest.npos ? 0 : middle + 1;
+      const size_t end = std::min(rest.find('\n', begin), rest.size());
+      std::string_view line = rest.substr(begin, end - begin);
+      const auto asked = std::make_pair(authority, number);
+      const auto found = headOf(line);
+      if (found == asked) return line;
+      rest = found < asked ? rest.substr(std::min(end + 1, rest.size())) : rest.substr(0, begin);
+    }
+    return {};
+  }
+
+  /// Authority and number of a line, which they are taken from; those of comments come first.
+  static std::pair<std::string_view, int32_t> headOf(std::string_view &line) {
+    std::pair<std::string_view, int32_t> head{};
+    if (line.starts_with('#')) return head;
+    const size_t name = std::min(line.find(' '), line.size());
+    head.first = line.substr(0, name);
+    const char *const end = line.data() + line.size();
+    const char *digits = line.data() + std::min(name + 1, line.size());
+    digits = std::from_chars(digits, end, head.second).ptr;
+    line = {std::min(digits + 1, end), end};
+    return head;
+  }
+
+  std::string_view lines_;
+};
 
 // --- texts from the database ---
 
@@ -313,7 +305,7 @@ Oprj_Char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err) {
   if (!code) return e.fail(3, "Invalid input Oprj_Code");
   OwnedText known;
   const bool asked = orvik::toolkit::guarded(e, 5, [&] {
-    const std::string text = knownText(*code);
+    const std::string_view text = CodeTexts::of(*code);
     if (!text.empty()) known = newText(text);
     return text.empty() || known;
   });

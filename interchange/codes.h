@@ -31,9 +31,10 @@ OPRJ_API const Oprj_Code *oprj_CodesGet(int32_t *count, Oerr_Report **err);
    the nearest as suggestions) for a code that is not there, or what oprj_CodesGet reports. */
 OPRJ_API const Oprj_Code *oprj_CodeFromText(const Oprj_Char *text, Oerr_Report **err);
 
-/** New text: the system as the Projection Engine writes it. EPSG:3857, and WGS 84, NAD83, NAD27,
-    ETRS89, ED50 with their UTM zones, are known without its database. Null with 3 "Invalid input
-   Oprj_Code", 4 the engine's database cannot be used or does not have it, 5 memory. */
+/** New text: the system as the Projection Engine writes it, out of code_texts.tab, which is looked
+   for as codes.tab is and may be missing, or else out of the engine's database. Null with 3
+   "Invalid input Oprj_Code", 4 the engine's database cannot be used or does not have it, 5 memory.
+ */
 OPRJ_API Oprj_Char *oprj_CodeToPEString(const Oprj_Code *code, Oerr_Report **err);
 
 OPRJ_END_C

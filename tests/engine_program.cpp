@@ -1,5 +1,6 @@
-// A program that is not linked with PROJ: prints whether libproj is in its memory after it read,
-// wrote and translated a text, what the database says, and whether it is there then.
+// A program that is not linked with PROJ. `engine_program TEXT` prints whether libproj is in its
+// memory after it read, wrote and translated a text, what the database says, and whether it is
+// there then; `engine_program EPSG:2154` what the code means, and whether libproj is there.
 #include <oprj/oprj.h>
 
 #include <cstdio>
@@ -15,9 +16,21 @@ bool mapped(const char *library) {
   return false;
 }
 
+int tellCode(const char *written) {
+  Oerr_Report *report = nullptr;
+  const Oprj_Code *code = oprj_CodeFromText(written, &report);
+  char *text = code ? oprj_CodeToPEString(code, &report) : nullptr;
+  std::printf("%s\n%d\n", text ? text : oerr_MessageGet(oerr_RootCauseGet(report)),
+              mapped("libproj"));
+  omsc_HeapFree(text);
+  oerr_DeleteErrorReport(&report);
+  return 0;
+}
+
 }  // namespace
 
 int main(int, char **arguments) {
+  if (std::string(arguments[1]).starts_with("EPSG:")) return tellCode(arguments[1]);
   char *text = nullptr, *unit = nullptr;
   Oprj_ProParameters *record = oprj_ProParametersFromPEString(arguments[1], &unit, nullptr);
   const bool written = record && oprj_ProParametersToPEString(&text, record, unit, nullptr);

@@ -495,6 +495,21 @@ TEST(EngineFactory, ObjectsByCodeAndLists) {
   oawp_PE_pe_table_del(reinterpret_cast<void **>(shifts));
 }
 
+/// What engine_program prints.
+std::string outputOf(const std::string &environment, const std::string &argument) {
+  const std::string command =
+      "env " + environment + " " OPRJ_BINARY_DIR "/bin/engine_program '" + argument + "'";
+  std::string text;
+  FILE *pipe = popen(command.c_str(), "r");
+  for (int c; (c = std::getc(pipe)) != EOF;) text += static_cast<char>(c);
+  pclose(pipe);
+  return text;
+}
+
+std::string databaseIn(const std::string &folder) {
+  return "PROJ_DATA=" + folder + " PROJ_LIB=" + folder;
+}
+
 TEST(EngineDatabase, IsLoadedOnFirstNeedAndToldWithItsPlaceWhenItFails) {
   const TemporaryDirectory empty, damaged, overwritten;
   damaged.write("proj.db", "this is no database");
@@ -502,23 +517,57 @@ TEST(EngineDatabase, IsLoadedOnFirstNeedAndToldWithItsPlaceWhenItFails) {
   std::string whole(std::istreambuf_iterator<char>(file), {});
   std::fill(whole.begin() + static_cast<long>(whole.size() / 10), whole.end(), '\xA5');
   overwritten.write("proj.db", whole);
-  const auto output = [](const std::string &folder) {
-    const std::string command =
-        (folder.empty() ? "" : "PROJ_DATA=" + folder + " PROJ_LIB=" + folder + " ") +
-        OPRJ_BINARY_DIR "/bin/engine_program '" + kUtm + "'";
-    std::string text;
-    FILE *pipe = popen(command.c_str(), "r");
-    for (int c; (c = std::getc(pipe)) != EOF;) text += static_cast<char>(c);
-    pclose(pipe);
-    return text;
-  };
-  EXPECT_EQ(output(""), "1 0\nmade\n1\n");
-  const std::string missing = output(empty.path()), broken = output(damaged.path());
+  EXPECT_EQ(outputOf("", kUtm), "1 0\nmade\n1\n");
+  const std::string missing = outputOf(databaseIn(empty.path()), kUtm),
+                    broken = outputOf(databaseIn(damaged.path()), kUtm);
   expectHolds(missing, "PROJ's database proj.db is not in ");
   expectHolds(missing, empty.path());
   expectHolds(broken, "The database " + damaged.path() + "/proj.db cannot be used: ");
-  expectHolds(output(overwritten.path()),
+  expectHolds(outputOf(databaseIn(overwritten.path()), kUtm),
               "The database " + overwritten.path() + "/proj.db cannot be used: ");
+}
+
+// The table of texts spares the database, which says the same of codes that the table does not
+// have, whatever stands in it.
+TEST(EngineDatabase, IsAskedForCodesThatTheTableOfTextsDoesNotHave) {
+  const TemporaryDirectory folder, empty;
+  const std::string code = "EPSG:2154",
+                    tables = "ORVIK_PROJECTIONS_PATH=" + folder.path() +
+                             " ORVIK_DATUMS_PATH=" + folder.path() + " ";
+  folder.write("codes.tab", readFile(OPRJ_SOURCE_DIR "/data/codes.tab"));
+  const std::string found = outputOf(tables, code);
+  ASSERT_TRUE(found.starts_with("PROJCS[\"RGF_1993_Lambert_93\"") && found.ends_with("]\n1\n"))
+      << found;
+  const std::string text = found.substr(0, found.size() - 2);
+  const std::string known = readFile(OPRJ_SOURCE_DIR "/data/code_texts.tab");
+  const size_t line = known.find("EPSG 2154 "), end = known.find('\n', line) + 1;
+  ASSERT_EQ(known.substr(line, end - line), "EPSG 2154 " + text);
+  const struct {
+    const char *what;
+    std::string table;
+    bool has = false;
+  } cases[] = {{"whole", known, true},
+               {"this line alone", known.substr(line, end - line), true},
+               {"without the end of the line", known.substr(line, end - line - 1), true},
+               {"the first line", known.substr(line), true},
+               {"the last line", known.substr(0, end), true},
+               {"all but this line", known.substr(0, line) + known.substr(end)},
+               {"no text", "EPSG 2154 \n"},
+               {"no code", "EPSG\n"},
+               {"no number", "EPSG x PROJCS\n"},
+               {"a number too great", "EPSG 99999999999999 PROJCS\n"},
+               {"comments", "# EPSG 2154 PROJCS\n#\n"},
+               {"empty lines", "\n\n\n"},
+               {"zeros", std::string(1000, '\0')},
+               {"nothing", ""}};
+  for (const auto &row : cases) {
+    SCOPED_TRACE(row.what);
+    folder.write("code_texts.tab", row.table);
+    EXPECT_EQ(outputOf(tables, code), text + (row.has ? "0\n" : "1\n"));
+    if (!row.has)
+      expectHolds(outputOf(tables + databaseIn(empty.path()), code),
+                  "PROJ's database proj.db is not in ");
+  }
 }
 
 // --- strings and files ---

@@ -13,6 +13,7 @@ import itertools
 import json
 import math
 import re
+import shlex
 import sqlite3
 import subprocess
 import sys
@@ -608,6 +609,29 @@ def check_names():
         expect(known[kind] >= set(targets), kind, name, "stands for unknown names")
 
 
+# --- code_texts.tab ---------------------------------------------------------------------------
+
+def check_codes():
+    """Texts stand in the order of the codes, one for nearly each, under the name that the code has there."""
+    with (DATA / "codes.tab").open(encoding="utf-8") as file:
+        rows = [shlex.split(line) for line in file if not line.startswith("#")]
+    codes = {(row[0], int(row[1])): row for row in rows}
+    seen = []
+    with (DATA / "code_texts.tab").open(encoding="utf-8") as file:
+        for line in file:
+            if line.startswith("#"):
+                continue
+            authority, number, text = line.rstrip("\n").split(" ", 2)
+            row = codes.get((authority, int(number)))
+            expect(row is not None, authority, number, "has a text, but is no code")
+            seen.append((authority, int(number)))
+            start = {"projected": "PROJCS[", "geographic": "GEOGCS["}[row[2]] + f'"{row[8]}"'
+            expect(text.startswith(start) or not row[8], authority, number, "is not", start)
+            expect(text.count("[") == text.count("]") and text.count('"') % 2 == 0, authority, number, "is cut")
+    expect(seen == sorted(set(seen)), "code_texts.tab is not in order")
+    expect(len(codes) - len(seen) <= 4, len(codes) - len(seen), "codes have no text")
+
+
 # --- all --------------------------------------------------------------------------------------
 
 def check_reproducible():
@@ -625,6 +649,7 @@ def main():
     check_against_epsg()
     check_zones()
     check_names()
+    check_codes()
     coasts = check_coastlines()
     check_places()
     check_reproducible()

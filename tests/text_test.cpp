@@ -283,15 +283,15 @@ TEST(Text, TellsWhatKindOfRefusalAndNotes) {
   });
 }
 
-// Some texts are known without the engine's database, whose they are.
+// Texts are known without the engine's database, whose they are: letter for letter, with the table
+// of texts and without it.
 TEST(Text, CodesMeanWhatTheDatabaseHasOfThem) {
   int32_t count = 0, compared = 0;
   const Oprj_Code *codes = oprj_CodesGet(&count, nullptr);
-  const std::set<int32_t> known = {3857, 4326, 4269, 4267, 4258, 4230};
+  const std::set<int32_t> usual = {3857, 4326, 4269, 4267, 4258, 4230};
+  constexpr int32_t kEach = 12;  // asking for all takes a quarter of a minute (code_texts.py --check)
   for (const Oprj_Code *code = codes; code != codes + count; ++code) {
-    const bool zone = std::strstr(code->engineName, "_UTM_Zone_");
-    if (std::string(code->authority) != "EPSG" || (!zone && !known.contains(code->number)))
-      continue;
+    if ((code - codes) % kEach != 0 && !usual.contains(code->number)) continue;
     // of any kind, and so ended as a table
     void **const made = static_cast<void **>(omsc_HeapCalloc(2, sizeof(void *)));
     made[0] = oawp_PE_pe_factory(code->number);
@@ -305,7 +305,7 @@ TEST(Text, CodesMeanWhatTheDatabaseHasOfThem) {
     }
     oawp_PE_pe_table_del(made);
   }
-  EXPECT_GT(compared, 500);
+  EXPECT_GT(compared, 650);
 }
 
 TEST(Text, SystemsInWhateverWayTheyAreNamed) {
@@ -316,7 +316,7 @@ TEST(Text, SystemsInWhateverWayTheyAreNamed) {
   for (int32_t i = 1; i < count; ++i)
     EXPECT_TRUE(std::strcmp(codes[i - 1].authority, codes[i].authority) < 0 ||
                 codes[i - 1].number < codes[i].number);
-  omsc_HeapFree(oprj_CodeToPEString(codes, slot));  // loads the engine's database
+  omsc_HeapFree(oprj_CodeToPEString(codes, slot));  // maps the table of texts
   const LeakCheck leaks;
   const TemporaryDirectory folder;
   const std::string prj = folder.write("a.PRJ",
@@ -450,6 +450,13 @@ TEST(Chain, PairsBetweenTheLibraryAndTheEngine) {
   const Record greenwich = engine("EPSG:8857"), americas = engine("EPSG:8858"),
                europe = engine("EPSG:3035"), wgs84 = recordOf("geographic; datum=WGS 84", slot),
                utm = recordOf("utm; zone=18; datum=NAD83", slot);
+  const auto pairsBetween = [](const Record &from, const Record &to, Oerr_Report **err) {
+    Oprj_ProjectionPair *made[OPRJ_MOST_PAIRS];
+    const int32_t pairs = oprj_ProjectionPairsBetween(toolkit(), from.get(), to.get(), made, err);
+    for (int32_t i = 0; i < pairs; ++i) oprj_ProjectionPairFree(&made[i]);
+    return pairs;
+  };
+  EXPECT_EQ(pairsBetween(greenwich, americas, slot), 1) << slot.chain();  // loads PROJ
   const LeakCheck leaks;
   const struct {
     const Record &from, &to;
@@ -457,11 +464,8 @@ TEST(Chain, PairsBetweenTheLibraryAndTheEngine) {
   } cases[] = {{utm, wgs84, 1},     {greenwich, americas, 1}, {wgs84, greenwich, 1},
                {utm, greenwich, 2}, {greenwich, utm, 2},      {europe, greenwich, 3}};
   for (const auto &[from, to, count] : cases) {
-    const auto between = [&from = from, &to = to](Oerr_Report **err) {
-      Oprj_ProjectionPair *made[OPRJ_MOST_PAIRS];
-      const int32_t pairs = oprj_ProjectionPairsBetween(toolkit(), from.get(), to.get(), made, err);
-      for (int32_t i = 0; i < pairs; ++i) oprj_ProjectionPairFree(&made[i]);
-      return pairs;
+    const auto between = [&, &from = from, &to = to](Oerr_Report **err) {
+      return pairsBetween(from, to, err);
     };
     EXPECT_EQ(between(slot), count) << slot.chain();
     forEachAllocationFailure(between, {}, OnFailure::kMayRecover);

@@ -40,8 +40,8 @@ class Item(ctypes.Structure):
 class Library:
     """The built library: functions by name, with their results' types."""
 
-    def __init__(self, build):
-        os.environ["ORVIK_PROJECTIONS_PATH"] = os.environ["ORVIK_DATUMS_PATH"] = str(HERE.parent)
+    def __init__(self, build, tables=HERE.parent):
+        os.environ["ORVIK_PROJECTIONS_PATH"] = os.environ["ORVIK_DATUMS_PATH"] = str(tables)
         self.toolkit = ctypes.CDLL(f"{build}/lib/liboPrjToolkit.so", ctypes.RTLD_GLOBAL)
         self.library = ctypes.CDLL(f"{build}/lib/liboPrj.so", ctypes.RTLD_GLOBAL)
         self.handle = self.call("oint_InitToolkit", None)
@@ -243,4 +243,5 @@ def main():
     return 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())
