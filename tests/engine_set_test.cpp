@@ -531,9 +531,8 @@ TEST(EngineDatabase, IsLoadedOnFirstNeedAndToldWithItsPlaceWhenItFails) {
 // have, whatever stands in it.
 TEST(EngineDatabase, IsAskedForCodesThatTheTableOfTextsDoesNotHave) {
   const TemporaryDirectory folder, empty;
-  const std::string code = "EPSG:2154",
-                    tables = "ORVIK_PROJECTIONS_PATH=" + folder.path() +
-                             " ORVIK_DATUMS_PATH=" + folder.path() + " ";
+  const std::string code = "EPSG:2154", tables = "ORVIK_PROJECTIONS_PATH=" + folder.path() +
+                                                 " ORVIK_DATUMS_PATH=" + folder.path() + " ";
   folder.write("codes.tab", readFile(OPRJ_SOURCE_DIR "/data/codes.tab"));
   const std::string found = outputOf(tables, code);
   ASSERT_TRUE(found.starts_with("PROJCS[\"RGF_1993_Lambert_93\"") && found.ends_with("]\n1\n"))

@@ -289,7 +289,8 @@ TEST(Text, CodesMeanWhatTheDatabaseHasOfThem) {
   int32_t count = 0, compared = 0;
   const Oprj_Code *codes = oprj_CodesGet(&count, nullptr);
   const std::set<int32_t> usual = {3857, 4326, 4269, 4267, 4258, 4230};
-  constexpr int32_t kEach = 12;  // asking for all takes a quarter of a minute (code_texts.py --check)
+  constexpr int32_t kEach =
+      12;  // asking for all takes a quarter of a minute (code_texts.py --check)
   for (const Oprj_Code *code = codes; code != codes + count; ++code) {
     if ((code - codes) % kEach != 0 && !usual.contains(code->number)) continue;
     // of any kind, and so ended as a table
