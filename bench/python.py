@@ -2,7 +2,7 @@
 figures beside what they are to reach.
 
 Medians of runs in turns, processor time of this thread alone. The C call is oprj_ProjectEach on pairs of coordinates, with
-units and an array of results of its own, as each of the others has; coordinates in two arrays are gathered and scattered
+units, places alone and an array of results of its own, as each of the others has; coordinates in two arrays are gathered and scattered
 besides, which a caller in C would have to do too.
 """
 import ctypes
@@ -60,7 +60,7 @@ def medians(runs, turns):
 class Options(ctypes.Structure):
     _fields_ = [("size", ctypes.c_size_t), ("inUnit", ctypes.c_char_p), ("outUnit", ctypes.c_char_p),
                 ("inStride", ctypes.c_int64), ("outStride", ctypes.c_int64), ("threads", ctypes.c_int32),
-                ("verify", ctypes.c_double), ("keepUncovered", ctypes.c_int32)]
+                ("verify", ctypes.c_double), ("keepUncovered", ctypes.c_int32), ("placesOnly", ctypes.c_int32)]
 
 
 class CCall:
@@ -78,7 +78,7 @@ class CCall:
             toolkit, oprj.CRS(system)._system.description.encode(), None, None, None)) for system in (source, target)]
         self.pair = ctypes.c_void_p(self.library.oprj_ProjectionPairInit(toolkit, *records, None))
         units = [oprj.CRS(system).units.encode() for system in (source, target)]
-        self.options = Options(ctypes.sizeof(Options), *units, 0, 0, 0, 0.0, 0)
+        self.options = Options(ctypes.sizeof(Options), *units, 0, 0, 0, 0.0, 0, 1)
 
     def __call__(self, points):
         out = np.empty_like(points)

@@ -45,9 +45,13 @@ typedef struct {
   /** Not 0: points that no grid of the shift covers, or that lie outside of a regression's area,
       keep the result that oprj_ProjectPair gives them and count as good; their reason tells. */
   int32_t keepUncovered;
+  /** Not 0: latitudes beyond a pole, and infinite coordinates, of geographic systems of the library
+      are no places: OPRJ_POINT_OUTSIDE_DOMAIN, as points and as results. Formulas take most of them,
+      as when longitude and latitude were exchanged. */
+  int32_t placesOnly;
 } Oprj_ProjectOptions;
 #define OPRJ_PROJECT_OPTIONS \
-  { sizeof(Oprj_ProjectOptions), 0, 0, 0, 0, 0, 0.0, 0 }
+  { sizeof(Oprj_ProjectOptions), 0, 0, 0, 0, 0, 0.0, 0, 0 }
 
 /** Projects every point that can be projected and goes on after those that cannot: they become NaN,
     and `reasons` (null: not wanted; else one a point) tells why (point_reason.h). All others, their

@@ -178,7 +178,7 @@ int64_t oprj_ProjectEach(const Oprj_ProjectionPair *pair, const Oprj_Point *in, 
   way.convertIn({from, inGeographic});
   way.leadBetween(pair->in, pair->out);
   way.convertOut({to, outGeographic});
-  if (!way.sound(e)) return 0;
+  if (!way.sound(e, chosen.placesOnly != 0)) return 0;
 
   Job job(way, in, out, reasons, chosen, count);
   Oerr_Report *cause = nullptr;

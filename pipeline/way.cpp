@@ -123,6 +123,7 @@ void Way::leadBetween(const Oprj_MapProjectionEx *in, const Oprj_MapProjectionEx
       decision_.emplace().equal = true;
       remember(in, out, *decision_);
     }
+    copied_ = in;
     return add(Does::kCopy, 10152, "oprj_PointsCopy failed");
   }
 

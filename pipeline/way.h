@@ -61,8 +61,8 @@ class Way {
   bool run(ErrorScope &e, const Oprj_Point *in, Oprj_Point *out, int32_t count);
 
   /// What is wrong with the way whatever its points are: false with a report of `e`. Makes a sound
-  /// way ready for runEach.
-  bool sound(ErrorScope &e);
+  /// way ready for runEach, where `placesOnly` for places alone (project.h).
+  bool sound(ErrorScope &e, bool placesOnly);
   /// Takes one tile at most, which may be the same array, and goes on after bad points: they become
   /// NaN, `reasons` tells why. Where `verify` (m) is above 0, each leg's points are projected back
   /// and are bad when they return farther away. Returns how many are good; -1 with a report when
@@ -130,6 +130,7 @@ class Way {
   int length_ = 0;
   bool inTiles_ = true;
   const Oprj_MapProjectionEx *in_ = nullptr, *out_ = nullptr;
+  const Oprj_MapProjectionEx *copied_ = nullptr;      ///< of a way that copies
   const void *source_ = nullptr, *target_ = nullptr;  ///< geographic systems
   Conversion inUnit_, outUnit_;
   std::optional<Decision> decision_;  ///< of leadBetween; none: points are not shifted
@@ -137,7 +138,8 @@ class Way {
   std::optional<ShiftPlan> own_;      ///< of this call alone, or
   std::unique_ptr<KeptPlan> made_;    ///< meant to be kept, or another's
   Oerr_Report *refusal_ = nullptr;
-  Loop toGlobe_, fromGlobe_;  ///< of a sound way
+  Loop toGlobe_, fromGlobe_;                         ///< of a sound way
+  EachFunction given_ = nullptr, result_ = nullptr;  ///< what looks for places; null: nothing does
 };
 
 }  // namespace orvik::oprj

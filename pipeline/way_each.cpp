@@ -126,15 +126,23 @@ Oprj_Point unlessBad(const Oprj_Point &p, bool bad) {
           std::bit_cast<double>((std::bit_cast<uint64_t>(p.y) & keep) | set)};
 }
 
+/// A loop over points of which none is marked before.
+void loopEach(EachFunction loop, const double *block, const Oprj_Point *in, Oprj_Point *out,
+              int32_t count, Oprj_PointReason *marks) {
+  PointFault faults[kTilePoints];
+  std::fill_n(faults, count, PointFault::kNone);
+  if (loop(block, in, out, faults, count) > 0) reasonsOf(faults, count, marks);
+}
+
 /// One leg over `count` points, on after each that fails; no point is marked before. A failure that
-/// names no point is none of a point: false, its report in the slot.
+/// names no point is none of a point: false, its report in the slot. `instead`: a loop in place of
+/// the leg's own.
 bool legEach(bool forward, const Oprj_MapProjectionEx *handle, const Oprj_Point *in,
-             Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err) {
+             Oprj_Point *out, int32_t count, Oprj_PointReason *marks, Oerr_Report **err,
+             EachFunction instead = nullptr) {
   const double *block = nullptr;
-  if (const EachFunction loop = loopOf(forward, handle, block)) {
-    PointFault faults[kTilePoints];
-    std::fill_n(faults, count, PointFault::kNone);
-    if (loop(block, in, out, faults, count) > 0) reasonsOf(faults, count, marks);
+  if (const EachFunction loop = instead ? instead : loopOf(forward, handle, block)) {
+    loopEach(loop, block, in, out, count, marks);
     return true;
   }
   const auto leg = forward ? handle->apply : handle->applyInverse;
@@ -270,7 +278,7 @@ struct Way::Tile {
   }
 };
 
-bool Way::sound(ErrorScope &e) {
+bool Way::sound(ErrorScope &e, bool placesOnly) {
   const Stage *faulty = nullptr;
   Oerr_Report *cause = nullptr;
   for (const Stage *stage = stages_; !faulty && stage != stages_ + length_; ++stage) {
@@ -280,12 +288,20 @@ bool Way::sound(ErrorScope &e) {
     if (unusable) (stage->does == Does::kConvertIn ? inUnit_ : outUnit_).apply(&none, 1, &cause);
     if (unusable || stage->does == Does::kRefuse) faulty = stage;
   }
-  if (faulty) report(e, *faulty, cause, nullptr, 0);
-  else if (in_ && out_ && !plan_) {
-    toGlobe_.each = loopOf(false, in_, toGlobe_.block);
-    fromGlobe_.each = loopOf(true, out_, fromGlobe_.block);
+  if (faulty) {
+    report(e, *faulty, cause, nullptr, 0);
+    return false;
   }
-  return !faulty;
+  const auto looks = [placesOnly](const Oprj_MapProjectionEx *handle) {
+    return placesOnly && handle && isGeographicHandle(handle) ? placesEach : nullptr;
+  };
+  given_ = looks(in_ ? in_ : copied_);
+  result_ = looks(out_);
+  if (in_ && out_ && !plan_) {
+    toGlobe_.each = given_ ? given_ : loopOf(false, in_, toGlobe_.block);
+    fromGlobe_.each = result_ ? result_ : loopOf(true, out_, fromGlobe_.block);
+  }
+  return true;
 }
 
 /// runEach where each leg is a family's loop, and the shift one that leaves NaN as it is.
@@ -358,6 +374,8 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
     case Does::kTake:
     case Does::kCopy:
       if (tile.now != points) std::copy_n(tile.now, count, points);
+      if (stage.does == Does::kCopy && given_)
+        loopEach(given_, nullptr, points, points, count, tile.marks);
       break;
     case Does::kConvertIn:
       inUnit_.apply(points, count, err);
@@ -366,11 +384,11 @@ bool Way::passEach(const Stage &stage, Tile &tile, Oerr_Report **err) const {
       outUnit_.apply(points, count, err);
       break;
     case Does::kInverse:
-      if (!legEach(false, in_, tile.now, points, count, tile.marks, err)) return false;
+      if (!legEach(false, in_, tile.now, points, count, tile.marks, err, given_)) return false;
       tile.numbers = hasLoop(false, in_);
       break;
     case Does::kForward:
-      if (!legEach(true, out_, tile.now, points, count, tile.marks, err)) return false;
+      if (!legEach(true, out_, tile.now, points, count, tile.marks, err, result_)) return false;
       tile.numbers = tile.numbers || hasLoop(true, out_);
       break;
     case Does::kShift:

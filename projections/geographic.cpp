@@ -1,8 +1,9 @@
 // Geographic: longitude and latitude in radians, copied as they are. No wrapping, no test of the
-// latitude.
+// latitude, unless places alone are wanted.
 #include <oprj/families.h>
 
-#include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "lanes/point_runner.h"
 #include "projections/descriptor.h"
@@ -11,28 +12,42 @@
 
 namespace orvik::oprj {
 
-using CopyKernel = void (*)(const Oprj_Point *in, Oprj_Point *out, int32_t count, PointRun &how);
+/// What is no place: coordinates greater than these.
+struct Limits {
+  double longitude = std::numeric_limits<double>::infinity();
+  double latitude = std::numeric_limits<double>::infinity();
+};
+using CopyKernel = void (*)(const Limits &limits, const Oprj_Point *in, Oprj_Point *out,
+                            int32_t count, PointRun &how);
 
 namespace OPRJ_SET {
 
 /// What is no number becomes NaN in both coordinates.
 struct GeographicCopy {
-  using Block = double;  // none
-  static constexpr PointFault kElsewhere = PointFault::kNone;
-  static const StopText *point(const Block &, Oprj_Point p, Oprj_Point *out) {
-    *out = p.x != p.x || p.y != p.y ? Oprj_Point{kNaN, kNaN} : p;
+  using Block = Limits;
+  static constexpr PointFault kElsewhere = PointFault::kOutsideDomain;
+  static const StopText *point(const Block &limits, Oprj_Point p, Oprj_Point *out) {
+    static constexpr StopText kNoPlace = {1, "Point is no place"};
+    const bool number = p.x == p.x && p.y == p.y;
+    const bool place = std::fabs(p.x) <= limits.longitude && std::fabs(p.y) <= limits.latitude;
+    if (number && !place) return &kNoPlace;
+    *out = number ? p : Oprj_Point{kNaN, kNaN};
     return nullptr;
   }
-  OPRJ_INLINE static Odd group(const Block &, Lanes x, Lanes y, Lanes &u, Lanes &v) {
+  OPRJ_INLINE static Odd group(const Block &limits, Lanes x, Lanes y, Lanes &u, Lanes &v) {
     u = x;
     v = y;
-    return {(x != x) | (y != y)};
+    return {~((abs(x) <= Lanes(limits.longitude)) & (abs(y) <= Lanes(limits.latitude)))};
   }
-  OPRJ_INLINE static Certain certain(Lanes, Lanes, Odd odd) { return {odd.lanes}; }
+  OPRJ_INLINE static Certain certain(Lanes x, Lanes y, Odd odd) {
+    const Mask notNumbers = (x != x) | (y != y);
+    return {.notNumbers = notNumbers, .elsewhere = odd.lanes & ~notNumbers};
+  }
 };
 
-static void copyPoints(const Oprj_Point *in, Oprj_Point *out, int32_t count, PointRun &how) {
-  runPoints<GeographicCopy>(0.0, in, out, count, how);
+static void copyPoints(const Limits &limits, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                       PointRun &how) {
+  runPoints<GeographicCopy>(limits, in, out, count, how);
 }
 
 extern const CopyKernel copyKernel;
@@ -70,12 +85,17 @@ constexpr orvik::oprj::Family kGeographic = orvik::oprj::familyOf<Geographic>(
     OPRJ_DOOR(oprj_GeographicToLL), OPRJ_DOOR(oprj_GeographicCopyParameters),
     OPRJ_DOOR(oprj_GeographicProParametersEqual));
 
-/// Returns the number of points that are not numbers.
-int32_t copyPoints(const Oprj_Point *in, Oprj_Point *out, PointFault *faults, int32_t count) {
+/// Returns the number of points that are not numbers, or no places within the limits.
+int32_t copyPoints(const Oprj_Point *in, Oprj_Point *out, PointFault *faults, int32_t count,
+                   const orvik::oprj::Limits &limits = {}) {
   PointRun how{.goesOn = true, .faults = faults};
-  orvik::oprj::copyKernelInUse()(in, out, count, how);
+  orvik::oprj::copyKernelInUse()(limits, in, out, count, how);
   return how.bad;
 }
+
+/// Radians: a pole, and what rounding makes of it.
+constexpr orvik::oprj::Limits kPlaces = {std::numeric_limits<double>::max(),
+                                         1.5707963267948966 + 1e-10};
 
 }  // namespace
 
@@ -88,6 +108,10 @@ int32_t oprj_GeographicFromLLEach(const double *, const Oprj_Point *geog, Oprj_P
 int32_t oprj_GeographicToLLEach(const double *, const Oprj_Point *proj, Oprj_Point *geog,
                                 PointFault *faults, int32_t count) {
   return copyPoints(proj, geog, faults, count);
+}
+int32_t placesEach(const double *, const Oprj_Point *in, Oprj_Point *out, PointFault *faults,
+                   int32_t count) {
+  return copyPoints(in, out, faults, count, kPlaces);
 }
 
 }  // namespace orvik::oprj

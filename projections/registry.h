@@ -168,6 +168,11 @@ inline constexpr RegistryRow kRegistry[] = {
 /// The loop that belongs to a family's point function; null for any other function.
 EachFunction eachOf(Oprj_PointFunction function);
 
+/// The loop of a geographic system that takes places alone: what lies beyond a pole, or is
+/// infinite, is bad, PointFault::kOutsideDomain.
+int32_t placesEach(const double *block, const Oprj_Point *in, Oprj_Point *out, PointFault *faults,
+                   int32_t count);
+
 /// The number that the initialiser of that name is registered under; -1: none.
 constexpr int32_t registeredNumber(std::string_view init) {
   for (const RegistryRow &row : kRegistry) {

@@ -16,6 +16,7 @@ struct EachCase {
   RecordPtr in, out;
   std::vector<std::pair<Oprj_Point, Oprj_PointReason>> points;
   double verify = 0.0;
+  int32_t placesOnly = 0;
 };
 std::vector<EachCase> eachCases() {
   const double infinity = std::numeric_limits<double>::infinity();
@@ -84,6 +85,36 @@ std::vector<EachCase> eachCases() {
                     {{6e6, 4e6}, OPRJ_POINT_INACCURATE},
                     {{6e5, -4e6}, OPRJ_POINT_GOOD}},
                    1e-3});
+  const double pole = 90 * kDegree;
+  const std::vector<std::pair<Oprj_Point, Oprj_PointReason>> placesAndNone = {
+      {{0.2, 0.7}, OPRJ_POINT_GOOD},
+      {{0.2, -pole}, OPRJ_POINT_GOOD},
+      {{0.2, pole + 5e-11}, OPRJ_POINT_GOOD},
+      {{0.2, pole + 2e-10}, OPRJ_POINT_OUTSIDE_DOMAIN},
+      {{0.2, -40.0 * kDegree - pole}, OPRJ_POINT_OUTSIDE_DOMAIN},
+      {{infinity, 0.7}, OPRJ_POINT_OUTSIDE_DOMAIN},
+      {{kNaN, 2.0}, OPRJ_POINT_NOT_A_NUMBER},
+      {{0.2, kNaN}, OPRJ_POINT_NOT_A_NUMBER}};
+  cases.push_back({"places to a sheet", geographic(), transverseMercator(9), placesAndNone, 0, 1});
+  cases.push_back({"places of one system", geographic(), geographic(), placesAndNone, 0, 1});
+  cases.push_back({"verified places", geographic(), transverseMercator(9), placesAndNone, 1.0, 1});
+  cases.push_back({"places between datums",
+                   geographic("International 1909", "European 1950 (Mean)"), geographic(),
+                   placesAndNone, 0, 1});
+  cases.push_back({"places and a regression",
+                   geographic("Clarke 1866", "NAD27 (CONUS) (MRE)"),
+                   geographic(),
+                   {{{-1.5, 0.7}, OPRJ_POINT_GOOD},
+                    {{-1.5, 0.7 + pole}, OPRJ_POINT_OUTSIDE_DOMAIN},
+                    {{0.2, 0.7}, OPRJ_POINT_OUTSIDE_REGRESSION}},
+                   0,
+                   1});
+  cases.push_back({"places of a sheet",
+                   transverseMercator(9),
+                   geographic(),
+                   {{{5e5, 4e6}, OPRJ_POINT_GOOD}, {{1, kNaN}, OPRJ_POINT_NOT_A_NUMBER}},
+                   0,
+                   1});
   // Beyond 180 degrees / B (B of the aposphere, 1.001 here) from the line's node the sheet of an
   // oblique Mercator overlaps itself.
   RecordPtr oblique =
@@ -132,6 +163,7 @@ TEST(Each, GoodPointsAreThoseOfThePairAndBadOnesHaveTheirReason) {
     Slot err;
     Oprj_ProjectOptions options = kPlain;
     options.verify = job.verify;
+    options.placesOnly = job.placesOnly;
     for (const int32_t threads : {0, 1, 2, 5}) {
       options.threads = threads;
       for (const int64_t count : {int64_t{1}, int64_t{1025}, kMany}) {

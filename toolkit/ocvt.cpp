@@ -298,6 +298,19 @@ Quotient quotientOf(const Ocvt_Unit &from, const Ocvt_Unit &to) {
           static_cast<double>(denominators[0]) * static_cast<double>(denominators[1])};
 }
 
+/// Replaces each value, two at a time in one vector, which every processor of 64 bits has and
+/// compilers do not make of loops by themselves.
+template <class Step>
+void inPairs(double *values, size_t count, Step step) {
+  using Pair = double __attribute__((vector_size(16), aligned(8), may_alias));
+  size_t i = 0;
+  for (; i + 2 <= count; i += 2) {
+    auto &pair = *reinterpret_cast<Pair *>(values + i);
+    pair = step(pair);
+  }
+  if (i < count) values[i] = step(values[i]);
+}
+
 /// Refuses units that do not convert.
 bool convertible(ErrorScope &e, const Ocvt_Unit *from, const Ocvt_Unit *to) {
   if (!from || !to) return e.fail(1, "Invalid input unit");
@@ -426,15 +439,12 @@ int32_t ocvt_UnitsConvertArray(double *values, size_t count, const Ocvt_Unit *fr
   if (!values && count > 0) return e.fail(4, "Invalid input values");
   if (from == to) return 1;
   const Quotient quotient = quotientOf(*from, *to);
-  const std::span all(values, count);
-  // Without a quotient to take, as between degrees and radians, the same bits in one step and by
-  // vectors.
-  if (quotient.divisor == 1.0)
-    for (double &value : all) value *= quotient.multiplier;
-  else if (quotient.multiplier == 1.0)
-    for (double &value : all) value /= quotient.divisor;
+  // Without a quotient to take, as between degrees and radians, the same bits in one step.
+  const double multiplier = quotient.multiplier, divisor = quotient.divisor;
+  if (divisor == 1.0) inPairs(values, count, [=](auto value) { return value * multiplier; });
+  else if (multiplier == 1.0) inPairs(values, count, [=](auto value) { return value / divisor; });
   else
-    for (double &value : all) value = quotient.convert(value);
+    for (double &value : std::span(values, count)) value = quotient.convert(value);
   return 1;
 }
 

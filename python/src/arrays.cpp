@@ -72,6 +72,14 @@ void Coordinates::forEachRun(int64_t start, int64_t count, Run run) const {
   }
 }
 
+Oprj_Point *Coordinates::packed() const {
+  const Axis &last = axes_.back();
+  const bool beside = axes_.size() == 1 && last.x == kPair && last.y == kPair && y_ - x_ == kDouble;
+  const bool aligned = reinterpret_cast<uintptr_t>(x_) % alignof(Oprj_Point) == 0;
+  return beside && aligned ? reinterpret_cast<Oprj_Point *>(x_) : nullptr;
+}
+
+template <bool kLooks>
 bool Coordinates::gather(int64_t start, int64_t count, double limit, Oprj_Point *points) const {
   const Axis &last = axes_.back();
   Beyond beyond(limit);
@@ -79,7 +87,7 @@ bool Coordinates::gather(int64_t start, int64_t count, double limit, Oprj_Point 
     Beyond here = beyond;  // in a register
     int64_t i = 0;
     const auto take = [&](Two point) {
-      here.look(point);
+      if constexpr (kLooks) here.look(point);
       pairAt(points, i++) = point;
     };
     if (last.x == kPair && last.y == kPair && y - x == kDouble) {
@@ -105,6 +113,7 @@ bool Coordinates::gather(int64_t start, int64_t count, double limit, Oprj_Point 
   return beyond.any();
 }
 
+template <bool kLooks>
 bool Coordinates::scatter(int64_t start, int64_t count, double limit, const Oprj_Point *points,
                           bool pastCaches) const {
   const Axis &last = axes_.back();
@@ -117,7 +126,7 @@ bool Coordinates::scatter(int64_t start, int64_t count, double limit, const Oprj
     int64_t i = 0;
     const auto next = [&] {
       const Two point = pairAt(points, i++);
-      here.look(point);
+      if constexpr (kLooks) here.look(point);
       return point;
     };
     const auto putPairs = [&](auto put) {
@@ -150,6 +159,11 @@ bool Coordinates::scatter(int64_t start, int64_t count, double limit, const Oprj
   });
   return beyond.any();
 }
+
+template bool Coordinates::gather<true>(int64_t, int64_t, double, Oprj_Point *) const;
+template bool Coordinates::gather<false>(int64_t, int64_t, double, Oprj_Point *) const;
+template bool Coordinates::scatter<true>(int64_t, int64_t, double, const Oprj_Point *, bool) const;
+template bool Coordinates::scatter<false>(int64_t, int64_t, double, const Oprj_Point *, bool) const;
 
 void Coordinates::endOfScattering() {
 #if defined(__SSE2__)

@@ -44,11 +44,16 @@ class Coordinates {
  public:
   Coordinates(const std::vector<int64_t> &shape, const Doubles &x, const Doubles &y);
 
+  /// The points where they are, when they stand side by side; else null.
+  Oprj_Point *packed() const;
   /// Brings the points from `start` on into `points`; tells whether one is none, or has a y beyond
   /// the limit.
+  /// `kLooks` false: it does not look, and tells false.
+  template <bool kLooks>
   bool gather(int64_t start, int64_t count, double limit, Oprj_Point *points) const;
   /// Brings points there, and tells the same of them. Where the whole array does not fit into the
   /// caches anyway, past them, which endOfScattering completes in each thread.
+  template <bool kLooks>
   bool scatter(int64_t start, int64_t count, double limit, const Oprj_Point *points,
                bool pastCaches) const;
   static void endOfScattering();

@@ -23,12 +23,27 @@ constexpr std::chrono::milliseconds kPause{50};
 
 }  // namespace
 
+Oprj_ProjectOptions Pair::optionsOf(const Direction &way, const Wishes &wishes) {
+  Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
+  options.verify = wishes.verify;
+  options.keepUncovered = wishes.keepUncovered;
+  options.placesOnly = way.straight;
+  return options;
+}
+
 /// A call, whose threads take blocks until there are none.
 class Pair::Job {
  public:
   Job(const Direction &way, const Wishes &wishes, const Coordinates &in, const Coordinates &out,
       Oprj_PointReason *reasons, int64_t count)
-      : way_(way), wishes_(wishes), in_(in), out_(out), reasons_(reasons), count_(count) {}
+      : way_(way),
+        wishes_(wishes),
+        in_(in),
+        out_(out),
+        reasons_(reasons),
+        count_(count),
+        from_(in.packed()),
+        to_(out.packed()) {}
 
   Outcome run(int32_t threads, const std::function<void()> &pause) {
     {
@@ -72,7 +87,9 @@ class Pair::Job {
     while (!ended_) {
       const int64_t start = next_.fetch_add(kBlock);
       if (start >= count_) break;
-      block(start, std::min(kBlock, count_ - start), points.data(), own);
+      const int64_t taken = std::min(kBlock, count_ - start);
+      if (way_.straight) straightBlock(start, taken, points.data(), own);
+      else block(start, taken, points.data(), own);
       between();
     }
     Coordinates::endOfScattering();
@@ -82,26 +99,51 @@ class Pair::Job {
       outcome_.firstBad = own.firstBad;
   }
 
+  /// A block of a straight way, from where the points are to where the results go when they stand
+  /// side by side in both, else by way of `points`.
+  void straightBlock(int64_t start, int64_t count, Oprj_Point *points, Outcome &outcome) {
+    Oprj_PointReason own[kBlock];
+    Oprj_PointReason *const reasons = reasons_ ? reasons_ + start : own;
+    const bool between = from_ && to_;
+    if (!between) in_.gather<false>(start, count, 0.0, points);
+    Oprj_ProjectOptions options = optionsOf(way_, wishes_);
+    options.inUnit = way_.in.nameUnlessOwn();
+    options.outUnit = way_.out.nameUnlessOwn();
+    Slot err;
+    const int64_t good =
+        oprj_ProjectEach(way_.pairs.front().get(), between ? from_ + start : points,
+                         between ? to_ + start : points, reasons, &options, count, err.get());
+    if (err) return fail(err);
+    if (!between) out_.scatter<false>(start, count, 0.0, points, count_ >= kPastCaches);
+    tally(start, reasons, good, count, outcome);
+  }
+
   void block(int64_t start, int64_t count, Oprj_Point *points, Outcome &outcome) {
     Oprj_PointReason own[kBlock];
-    const bool beyond = in_.gather(start, count, way_.in.limit, points);
+    const bool beyond = in_.gather<true>(start, count, way_.in.limit, points);
     Oprj_PointReason *const reasons = reasons_ ? reasons_ + start : own;
     Slot err;
     int64_t good = 0;
     for (int64_t at = 0; at < count && !err; at += kTile)
       good += project(way_, wishes_, points + at, beyond, reasons + at, std::min(kTile, count - at),
                       err.get());
-    if (err) {
-      const std::lock_guard lock(ending_);
-      if (!failure_) failure_ = std::make_unique<Failure>(err.failure());
-      ended_ = true;
-      return;
-    }
+    if (err) return fail(err);
     const bool pastCaches = count_ >= kPastCaches;
-    if (out_.scatter(start, count, way_.out.limit, points, pastCaches)) {
+    if (out_.scatter<true>(start, count, way_.out.limit, points, pastCaches)) {
       good -= refuseBeyond(way_, points, reasons, count);
-      out_.scatter(start, count, way_.out.limit, points, pastCaches);
+      out_.scatter<false>(start, count, 0.0, points, pastCaches);
     }
+    tally(start, reasons, good, count, outcome);
+  }
+
+  void fail(const Slot &err) {
+    const std::lock_guard lock(ending_);
+    if (!failure_) failure_ = std::make_unique<Failure>(err.failure());
+    ended_ = true;
+  }
+
+  void tally(int64_t start, const Oprj_PointReason *reasons, int64_t good, int64_t count,
+             Outcome &outcome) {
     if (good == count && !wishes_.keepUncovered) {
       outcome.counts[OPRJ_POINT_GOOD] += count;
       return;
@@ -124,6 +166,8 @@ class Pair::Job {
   const Coordinates &in_, &out_;
   Oprj_PointReason *const reasons_;
   const int64_t count_;
+  const Oprj_Point *const from_;  ///< the points where they stand side by side; else null
+  Oprj_Point *const to_;          ///< the results likewise
   std::atomic<int64_t> next_{0};
   std::atomic<bool> ended_{false}, exhausted_{false};
   std::mutex ending_;
@@ -149,8 +193,10 @@ Pair::Direction Pair::between(const System &from, const System &to) const {
   const int32_t count =
       oprj_ProjectionPairsBetween(toolkit(), &from.record(), &to.record(), made, err.get());
   if (err) throw err.failure(Trouble::kSystem);
-  Direction way{{}, sideOf(from), sideOf(to)};
+  Direction way{{}, sideOf(from), sideOf(to), false};
   for (int32_t i = 0; i < count; ++i) way.pairs.emplace_back(made[i]);
+  way.straight = count == 1 && std::string_view(made[0]->in->title) == OPRJ_TITLE_NATIVE &&
+                 std::string_view(made[0]->out->title) == OPRJ_TITLE_NATIVE;
   return way;
 }
 
@@ -176,9 +222,7 @@ int64_t Pair::project(const Direction &way, const Wishes &wishes, Oprj_Point *po
     if (isBeyond(points[i], way.in.limit)) nowhere.push_back(i);
   }
   convert(way.in.unit, way.in.own);
-  Oprj_ProjectOptions options = OPRJ_PROJECT_OPTIONS;
-  options.verify = wishes.verify;
-  options.keepUncovered = wishes.keepUncovered;
+  const Oprj_ProjectOptions options = optionsOf(way, wishes);
   int64_t good = 0;
   std::vector<Oprj_PointReason> later;
   for (const OwnedPair &pair : way.pairs) {
@@ -220,8 +264,9 @@ Oprj_PointReason Pair::point(Oprj_Point &point, const Wishes &wishes) const {
   if (external_) lock.lock();
   Slot err;
   Oprj_PointReason reason = OPRJ_POINT_GOOD;
-  project(way, wishes, &point, isBeyond(point, way.in.limit), &reason, 1, err.get());
-  refuseBeyond(way, &point, &reason, 1);
+  const bool beyond = !way.straight && isBeyond(point, way.in.limit);
+  project(way, wishes, &point, beyond, &reason, 1, err.get());
+  if (!way.straight) refuseBeyond(way, &point, &reason, 1);
   if (err) throw err.failure();
   return reason;
 }

@@ -65,14 +65,17 @@ class Pair {
     const Ocvt_Unit *own;   ///< as the projection has them: radians or metres
     double limit;           ///< of y, in the first: no place lies beyond
     Oprj_PointReason beyond;
+    const char *nameUnlessOwn() const { return unit == own ? nullptr : unit->name; }
   };
   struct Direction {
     std::vector<OwnedPair> pairs;  ///< one after another
     Side in, out;
+    bool straight;  ///< one pair of the library's own, which looks for places by itself
   };
   class Job;
   Direction between(const System &from, const System &to) const;
   static Side sideOf(const System &system);
+  static Oprj_ProjectOptions optionsOf(const Direction &way, const Wishes &wishes);
   const Direction &direction(bool inverse) const { return inverse ? back_ : forth_; }
   /// Projects points where they are; `beyond`: one of them lies beyond the limit. Returns how many
   /// are good.
