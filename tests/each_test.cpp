@@ -208,6 +208,32 @@ TEST(Each, GoodPointsAreThoseOfThePairAndBadOnesHaveTheirReason) {
   }
 }
 
+// A function of somebody else's may lead anywhere.
+TEST(Each, ResultsBeyondAPoleAreNoPlaces) {
+  const auto pair = makePair(transverseMercator(9), geographic());
+  pair->in->applyInverse = [](void *, const Oprj_Point *in, Oprj_Point *out, int32_t count,
+                              Oerr_Report **) {
+    for (int32_t i = 0; i < count; ++i) out[i] = {in[i].x * 1e-6, in[i].y * 1e-6};
+  };
+  const Points in = {{1e6, 1e6}, {1e6, 2e6}, {1e6, -2e6}};
+  Oprj_ProjectOptions options = kPlain;
+  for (options.placesOnly = 0; options.placesOnly < 2; ++options.placesOnly) {
+    Points out(in.size());
+    Oprj_PointReason reasons[3];
+    Slot err;
+    const bool refuses = options.placesOnly;
+    EXPECT_EQ(oprj_ProjectEach(pair.get(), in.data(), out.data(), reasons, &options, 3, err),
+              refuses ? 1 : 3);
+    expectNoReport(err);
+    EXPECT_DOUBLE_EQ(out[0].y, 1);
+    EXPECT_EQ(reasons[0], OPRJ_POINT_GOOD);
+    for (const size_t i : {1, 2}) {
+      EXPECT_EQ(std::isnan(out[i].y), refuses);
+      EXPECT_EQ(reasons[i], refuses ? OPRJ_POINT_OUTSIDE_DOMAIN : OPRJ_POINT_GOOD);
+    }
+  }
+}
+
 TEST(Each, UnitsAreThoseOfThePairWithUnits) {
   const auto pair = makePair(transverseMercator(9), geographic("Clarke 1866", "Clarke 1866"));
   const Points in = spread(true);
