@@ -29,6 +29,15 @@ OwnedMapInfo readMapInfo(Ohfa_File *file, const LayerPlace &place) {
   return info;
 }
 
+/// The name of the layer's projection, which its map info carries too; empty when it has none.
+std::string projectionOf(Ohfa_File *file, const LayerPlace &place) {
+  Slot unheard;  // a grid that is missing does not change the name
+  const OwnedRecord record(oprj_ProParametersCreate(unheard.get()));
+  if (!record) return "";
+  oprj_ProParametersRead(file, place.layer.c_str(), record.get(), 0, unheard.get());
+  return record->proName.data ? record->proName.data : "";
+}
+
 void set(const LayerPlace &place, const Settings &settings) {
   const auto isSize = [](const std::vector<double> &size) {
     return size.empty() || (size[0] > 0 && size[1] > 0);
@@ -40,7 +49,8 @@ void set(const LayerPlace &place, const Settings &settings) {
   makeLayer(file.get(), place.layer);
   Slot err;
   OwnedMapInfo info = readMapInfo(file.get(), place);
-  if (!info) info.reset(oprj_MapInfoCreate(err.get()));
+  const bool isNew = !info;
+  if (isNew) info.reset(oprj_MapInfoCreate(err.get()));
   require(info != nullptr, err);
   const auto setText = [&](Oprj_CharStr &text, const std::string &value) {
     if (!value.empty()) require(oprj_CharStrCreate(value.c_str(), &text, err.get()), err);
@@ -51,7 +61,8 @@ void set(const LayerPlace &place, const Settings &settings) {
     require(centre != nullptr, err);
     *centre = {value[0], value[1]};
   };
-  setText(info->proName, settings.projection);
+  setText(info->proName, isNew && settings.projection.empty() ? projectionOf(file.get(), place)
+                                                              : settings.projection);
   setText(info->units, settings.units);
   setCentre(info->upperLeftCenter, settings.upperLeft);
   setCentre(info->lowerRightCenter, settings.lowerRight);
@@ -138,7 +149,9 @@ void addMapInfo(CLI::App &app, const Console &console, Action &action) {
   const auto pair = [&](const char *name, std::vector<double> &value, const char *help) {
     command->add_option(name, value, help)->expected(2)->delimiter(',')->type_name("X,Y");
   };
-  command->add_option("--projection", settings->projection, "Name of the projection")
+  command
+      ->add_option("--projection", settings->projection,
+                   "Name of the projection; of a new map info that of the layer's projection")
       ->type_name("NAME");
   command->add_option("--units", settings->units, "Unit of map coordinates")->type_name("UNIT");
   pair("--upper-left", settings->upperLeft, "Centre of the upper left pixel");

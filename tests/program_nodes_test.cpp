@@ -45,6 +45,12 @@ TEST_F(ProgramNodes, ALayerIsACoordinateSystem) {
           "-75 40\n")
           .out,
       "1640419.9 14526762.5\n");
+  // A new map info takes the name of the projection.
+  good("convert 'Mollweide; datum=WGS 84' --to node -o " + path("named") + "::a");
+  EXPECT_TRUE(good("mapinfo " + path("named") + "::a --units meters")
+                  .starts_with("projection      Mollweide\n"));
+  EXPECT_TRUE(good("mapinfo " + path("named") + "::b --units meters")
+                  .starts_with("projection      Unknown\n"));
   // A second writing replaces; another layer comes beside it.
   good("convert 'utm; zone=17; datum=WGS 84' --to node -o " + file + "::deep:layer");
   const std::string tree = good("info " + file);
