@@ -60,8 +60,13 @@ for made in natural_earth natural_earth_plugin; do
 done
 unset LD_LIBRARY_PATH ORVIK_PROJECTIONS_PATH ORVIK_DATUMS_PATH
 project() { echo "-77.03524 38.889468" | "$work/usr/bin/oprj" project --from "$1" --to "$2" --digits 3; }
-program=$(project "geographic; datum=WGS 84" "utm; zone=18; datum=WGS 84") codes=$first
-if [ -e "$libdir/oPrj/liboPrjEngine.so" ]; then codes=$(project EPSG:6318 EPSG:6347); else echo "no module to try codes"; fi
+program=$(project "geographic; datum=WGS 84" "utm; zone=18; datum=WGS 84") codes=$(project EPSG:6318 EPSG:6347)
+if [ -e "$libdir/oPrj/liboPrjEngine.so" ]; then
+  earth=$(project EPSG:4326 EPSG:8857 2> "$work/warned")  # PROJ computes it
+  [ "$earth" = "-6590787.889 4796548.462" ] || { echo "through the module: $earth"; cat "$work/warned"; exit 1; }
+else
+  echo "no module to try what PROJ computes"
+fi
 if [ -d "$work/usr/lib/python3/dist-packages/oprj" ]; then
   python=$(PYTHONPATH=$work/usr/lib/python3/dist-packages /usr/bin/python3 -c 'import oprj
 print("%.3f %.3f" % oprj.Transformer("EPSG:4326", "EPSG:32618").transform(-77.03524, 38.889468), oprj.__file__)')

@@ -66,7 +66,8 @@ oprj() { "${inside[@]}" "$prefix/usr/bin/oprj" "$@"; }
 project() { oprj project --from "$1" --to "$2" --digits "$3"; }
 mall="323483.188 4306479.574"
 same "by the program" "$(echo "-77.03524 38.889468" | project "geographic; datum=WGS 84" "utm; zone=18; datum=WGS 84" 3)" "$mall"
-same "by codes, through a module" "$(echo "-77.03524 38.889468" | project EPSG:6318 EPSG:6347 3)" "$mall"
+same "by codes" "$(echo "-77.03524 38.889468" | project EPSG:6318 EPSG:6347 3)" "$mall"
+same "by PROJ, through a module" "$(echo "-77.03524 38.889468" | project EPSG:4326 EPSG:8857 3)" "-6590787.889 4796548.462"
 same "by a grid" "$(echo "-122.4194 37.7749" | project "geographic; datum=NAD27" "geographic; datum=WGS 84" 9)" \
   "-122.420482174 37.774829514"
 # four nodes as GTX: south, west, steps, rows, columns, metres
