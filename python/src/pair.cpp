@@ -13,8 +13,8 @@
 namespace oprj_python {
 namespace {
 
-/// Points that a thread takes at once, of which so many are projected in its nearest cache: reading
-/// and writing memory is fast in long runs.
+/// Points that a thread takes at once, and of which several pairs project so many in its nearest
+/// cache: reading and writing memory is fast in long runs.
 constexpr int64_t kBlock = 16384, kTile = 1024;
 /// Results of so many points are stored past the caches.
 constexpr int64_t kPastCaches = 100000;
@@ -83,7 +83,8 @@ class Pair::Job {
   template <class Between>
   void work(Between between) {
     Outcome own;
-    std::vector<Oprj_Point> points(static_cast<size_t>(std::min(kBlock, count_)));
+    std::vector<Oprj_Point> points(needsNoCopy() ? 0
+                                                 : static_cast<size_t>(std::min(kBlock, count_)));
     while (!ended_) {
       const int64_t start = next_.fetch_add(kBlock);
       if (start >= count_) break;
@@ -99,12 +100,14 @@ class Pair::Job {
       outcome_.firstBad = own.firstBad;
   }
 
+  bool needsNoCopy() const { return way_.straight && from_ && to_; }
+
   /// A block of a straight way, from where the points are to where the results go when they stand
   /// side by side in both, else by way of `points`.
   void straightBlock(int64_t start, int64_t count, Oprj_Point *points, Outcome &outcome) {
     Oprj_PointReason own[kBlock];
     Oprj_PointReason *const reasons = reasons_ ? reasons_ + start : own;
-    const bool between = from_ && to_;
+    const bool between = needsNoCopy();
     if (!between) in_.gather<false>(start, count, 0.0, points);
     Oprj_ProjectOptions options = optionsOf(way_, wishes_);
     options.inUnit = way_.in.nameUnlessOwn();
