@@ -206,14 +206,17 @@ class CodeTexts {
   }
 
  private:
-  explicit CodeTexts(std::string_view lines) : lines_(lines) {}
+  CodeTexts() = default;
 
   static const CodeTexts *map() {
     ErrorScope unheard("mapCodeTexts", nullptr);  // the database tells what is wrong
     const InnerText path = tablePath("code_texts.tab", unheard);
+    std::unique_ptr<CodeTexts> texts(new CodeTexts);
     size_t size = 0;
     const void *lines = path ? ofio_FileMap(path.get(), &size, unheard.cause()) : nullptr;
-    return lines ? new CodeTexts({static_cast<const char *>(lines), size}) : nullptr;
+    if (!lines) return nullptr;
+    texts->lines_ = {static_cast<const char *>(lines), size};
+    return texts.release();
   }
 
   std::string_view find(std::string_view authority, int32_t number) const {
@@ -235,12 +238,14 @@ class CodeTexts {
   static std::pair<std::string_view, int32_t> headOf(std::string_view &line) {
     std::pair<std::string_view, int32_t> head{};
     if (line.starts_with('#')) return head;
+    if (line.ends_with('\r')) line.remove_suffix(1);
     const size_t name = std::min(line.find(' '), line.size());
     head.first = line.substr(0, name);
     const char *const end = line.data() + line.size();
     const char *digits = line.data() + std::min(name + 1, line.size());
     digits = std::from_chars(digits, end, head.second).ptr;
-    line = {std::min(digits + 1, end), end};
+    const bool parted = digits < end && *digits == ' ';
+    line = {parted ? digits + 1 : end, end};
     return head;
   }
 

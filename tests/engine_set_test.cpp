@@ -545,20 +545,23 @@ TEST(EngineDatabase, IsAskedForCodesThatTheTableOfTextsDoesNotHave) {
     const char *what;
     std::string table;
     bool has = false;
-  } cases[] = {{"whole", known, true},
-               {"this line alone", known.substr(line, end - line), true},
-               {"without the end of the line", known.substr(line, end - line - 1), true},
-               {"the first line", known.substr(line), true},
-               {"the last line", known.substr(0, end), true},
-               {"all but this line", known.substr(0, line) + known.substr(end)},
-               {"no text", "EPSG 2154 \n"},
-               {"no code", "EPSG\n"},
-               {"no number", "EPSG x PROJCS\n"},
-               {"a number too great", "EPSG 99999999999999 PROJCS\n"},
-               {"comments", "# EPSG 2154 PROJCS\n#\n"},
-               {"empty lines", "\n\n\n"},
-               {"zeros", std::string(1000, '\0')},
-               {"nothing", ""}};
+  } cases[] = {
+      {"whole", known, true},
+      {"this line alone", known.substr(line, end - line), true},
+      {"without the end of the line", known.substr(line, end - line - 1), true},
+      {"as other systems end lines", "EPSG 2154 " + text.substr(0, text.size() - 1) + "\r\n", true},
+      {"nothing between", "EPSG 2154" + text},
+      {"the first line", known.substr(line), true},
+      {"the last line", known.substr(0, end), true},
+      {"all but this line", known.substr(0, line) + known.substr(end)},
+      {"no text", "EPSG 2154 \n"},
+      {"no code", "EPSG\n"},
+      {"no number", "EPSG x PROJCS\n"},
+      {"a number too great", "EPSG 99999999999999 PROJCS\n"},
+      {"comments", "# EPSG 2154 PROJCS\n#\n"},
+      {"empty lines", "\n\n\n"},
+      {"zeros", std::string(1000, '\0')},
+      {"nothing", ""}};
   for (const auto &row : cases) {
     SCOPED_TRACE(row.what);
     folder.write("code_texts.tab", row.table);
